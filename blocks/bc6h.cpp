@@ -1,0 +1,150 @@
+// BC6H blocks, by the published format of Direct3D 11.
+#include "blocks/bc6h.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "blocks/bcTables.h"
+#include "blocks/half.h"
+#include "blocks/littleEndian.h"
+
+namespace kpx {
+namespace {
+
+struct BlockBits {
+    std::uint64_t lo, hi;
+
+    // Bits first to first + count - 1; count is 1 to 10.
+    int field(unsigned first, unsigned count) const {
+        const std::uint64_t from = first >= 64  ? hi >> (first - 64)
+                                   : first == 0 ? lo
+                                                : lo >> first | hi << (64 - first);
+        return static_cast<int>(from & ((1U << count) - 1));
+    }
+};
+
+// Two bits name the modes 1 and 2, five bits all others; null for the four reserved values.
+const Bc6Mode* modeOf(const BlockBits& bits) {
+    const int low = bits.field(0, 2);
+    const int high = bits.field(2, 3);
+    if (low < 2) return &bc6Modes[low];
+    if (low == 2) return &bc6Modes[2 + high];
+    return high < 4 ? &bc6Modes[10 + high] : nullptr;
+}
+
+int indexBitsOf(const Bc6Mode& mode) {
+    return mode.regions == 2 ? 3 : 4;
+}
+
+struct Pixel {
+    float rgba[4];
+};
+
+// The colours of one region, one an index.
+void makePalette(const Bc6Block& fields, int region, bool isSigned, Pixel* palette) {
+    const int precision = fields.mode->precision;
+    const int indexBits = indexBitsOf(*fields.mode);
+    for (int channel = 0; channel < 3; ++channel) {
+        const int a = bc6Unquantize(fields.endpoints[2 * region][channel], precision, isSigned);
+        const int b = bc6Unquantize(fields.endpoints[2 * region + 1][channel], precision, isSigned);
+        for (int index = 0; index < 1 << indexBits; ++index) {
+            const int half = bc6FinishUnquantize(bc6Interpolate(a, b, index, indexBits), isSigned);
+            palette[index].rgba[channel] = halfToFloat(static_cast<std::uint16_t>(half));
+        }
+    }
+    for (int index = 0; index < 1 << indexBits; ++index) palette[index].rgba[3] = 1.0F;
+}
+
+}  // namespace
+
+Bc6Block parseBC6HBlock(const unsigned char* block) {
+    const BlockBits bits{load64(block), load64(block + 8)};
+    Bc6Block fields{};
+    fields.mode = modeOf(bits);
+    if (fields.mode == nullptr) return fields;
+
+    for (const Bc6Run* run = fields.mode->runs; run->count != 0; ++run) {
+        fields.endpoints[run->field / 3][run->field % 3] |= bits.field(run->firstBit, run->count) << run->shift;
+    }
+    const bool twoRegions = fields.mode->regions == 2;
+    fields.partition = twoRegions ? bits.field(77, 5) : 0;
+
+    const int indexBits = indexBitsOf(*fields.mode);
+    unsigned position = twoRegions ? 82 : 65;
+    for (int t = 0; t < 16; ++t) {
+        const int count = isFixup(fields.mode->regions, fields.partition, t) ? indexBits - 1 : indexBits;
+        fields.indices[t] = bits.field(position, static_cast<unsigned>(count));
+        position += static_cast<unsigned>(count);
+    }
+    return fields;
+}
+
+void bc6SignExtend(int* rgb, int bits) {
+    for (int channel = 0; channel < 3; ++channel) rgb[channel] = signExtend(rgb[channel], bits);
+}
+
+void bc6SignExtend(int* rgb, const int* bits) {
+    for (int channel = 0; channel < 3; ++channel) rgb[channel] = signExtend(rgb[channel], bits[channel]);
+}
+
+void bc6FinishEndpoints(Bc6Block& fields, bool isSigned) {
+    const Bc6Mode& mode = *fields.mode;
+    const int deltaBits[3] = {mode.deltaBits[0], mode.deltaBits[1], mode.deltaBits[2]};
+    const int last = 2 * mode.regions;
+    if (isSigned) bc6SignExtend(fields.endpoints[0], mode.precision);
+    if (isSigned || mode.transformed) {
+        for (int e = 1; e < last; ++e) bc6SignExtend(fields.endpoints[e], deltaBits);
+    }
+    if (!mode.transformed) return;
+    for (int e = 1; e < last; ++e) {
+        for (int channel = 0; channel < 3; ++channel) {
+            int& value = fields.endpoints[e][channel];
+            value = (value + fields.endpoints[0][channel]) & ((1 << mode.precision) - 1);
+        }
+        if (isSigned) bc6SignExtend(fields.endpoints[e], mode.precision);
+    }
+}
+
+int bc6Unquantize(int value, int bits, bool isSigned) {
+    if (!isSigned) {
+        if (bits >= 15 || value == 0) return value;
+        if (value == (1 << bits) - 1) return 0xFFFF;
+        return ((value << 16) + 0x8000) >> bits;
+    }
+    if (bits >= 16 || value == 0) return value;
+    const int magnitude = std::abs(value);
+    const int widened = magnitude >= (1 << (bits - 1)) - 1 ? 0x7FFF : ((magnitude << 15) + 0x4000) >> (bits - 1);
+    return value < 0 ? -widened : widened;
+}
+
+int bc6Interpolate(int a, int b, int index, int indexBits) {
+    const int w = indexBits == 3 ? bcWeights3[index] : bcWeights4[index];
+    return ((64 - w) * a + w * b + 32) >> 6;
+}
+
+int bc6FinishUnquantize(int value, bool isSigned) {
+    if (!isSigned) return value * 31 >> 6;
+    const int magnitude = std::abs(value) * 31 >> 5;
+    return value < 0 && magnitude != 0 ? magnitude | 0x8000 : magnitude;
+}
+
+void decompressBC6HBlock(const unsigned char* block, float* out, std::size_t stride, bool isSigned) {
+    Bc6Block fields = parseBC6HBlock(block);
+    Pixel palettes[2][16] = {};
+    const std::uint8_t* regions = nullptr;
+    if (fields.mode == nullptr) {
+        palettes[0][0].rgba[3] = 1.0F;
+    } else {
+        bc6FinishEndpoints(fields, isSigned);
+        for (int region = 0; region < fields.mode->regions; ++region) {
+            makePalette(fields, region, isSigned, palettes[region]);
+        }
+        if (fields.mode->regions == 2) regions = bcPartitions[0][fields.partition];
+    }
+    for (unsigned t = 0; t < 16; ++t) {
+        const Pixel& pixel = palettes[regions == nullptr ? 0 : regions[t]][fields.indices[t]];
+        std::copy_n(pixel.rgba, 4, out + t / 4 * stride + t % 4 * 4);
+    }
+}
+
+}  // namespace kpx

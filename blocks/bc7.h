@@ -1,0 +1,61 @@
+// BC7: eight modes of one to three subsets, with or without alpha, in 16 bytes. A block is parsed into its fields
+// and texels are then reconstructed from those.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "blocks/texel.h"
+
+namespace kpx {
+
+// A block as one 128-bit number whose bits are consumed from the low end.
+struct Tuint128 {
+    std::uint64_t lo;  // block bytes 0 to 7
+    std::uint64_t hi;  // block bytes 8 to 15
+};
+
+enum class PBits : std::uint8_t { none, perEndpoint, perSubset };
+
+// A row of the published mode table. Widths are in bits; 0 where a mode has no such field.
+struct Bc7Mode {
+    std::uint8_t subsets, partitionBits, rotationBits, selectionBits;
+    std::uint8_t colourBits, alphaBits;  // of an endpoint channel as stored, without its p-bit
+    PBits pBits;
+    std::uint8_t primaryBits, secondaryBits;  // of an index
+};
+
+// The modes 0 to 7, and last the reserved block: no fields but 2-bit indices, so that both endpoints are 0.
+extern const Bc7Mode bc7Modes[9];
+inline constexpr int bc7ReservedMode = 8;
+
+// The fields of one block. Endpoints are widened to 8 bits; subset s has endpoints 2s and 2s + 1, channels R, G, B, A.
+struct Bc7Block {
+    int mode;  // a row of bc7Modes
+    int partition, rotation, selection;
+    unsigned char endpoints[6][4];
+    std::uint32_t primary[16], secondary[16];  // indices of texel 4 x row + column; secondary in modes 4 and 5 only
+};
+
+Bc7Block parseBC7Block(const unsigned char* block);
+
+// Decodes one 16-byte block into the tile whose row r starts at out + r x stride (in texels). A reserved block (first
+// byte 0) is opaque black.
+void decompressBC7Block(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride);
+
+// Reads the channels of numEndpoints endpoints: all R, all G, all B, then all A, which is 255 where alphaBits is 0.
+void getBC7Endpoints(unsigned char (*endpoints)[4], Tuint128& bits, int numEndpoints, int colourBits, int alphaBits);
+
+// Appends pbit as the lowest bit of all four channels.
+void applyPbit(unsigned char* endpoint, int pbit);
+
+// Widens channels of the given precisions (p-bit included) to 8 bits by bit replication; alpha becomes 255 where
+// alphaBits is 0.
+void endpointsTo8bit(unsigned char (*endpoints)[4], int numEndpoints, int colourBits, int alphaBits);
+
+// One texel between two endpoints: R, G, B with the colour index, A with the alpha index, or 255 where
+// alphaIndexBits is 0.
+void bc7Interpolate(A8R8G8B8Colour& out, const unsigned char* e0, const unsigned char* e1, int colourIndex,
+                    int colourIndexBits, int alphaIndex, int alphaIndexBits);
+
+}  // namespace kpx

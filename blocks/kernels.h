@@ -1,0 +1,84 @@
+// The kernels that turn a file's bytes into pixels and pixels into channel rows, in sets: the plain set is the
+// definition, and further sets do the same faster on processors that have the instructions. All are pure functions
+// of memory; none allocates, fails or knows of files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace kpx {
+
+// Decodes count consecutive blocks into tiles side by side: tile i starts at out + i x 4 texels, and its row r lies
+// r x rowBytes further. Writes the tiles and nothing else.
+using StripKernel = void (*)(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes);
+
+enum class BlockKernel : std::uint8_t {
+    none,
+    bc1,
+    bc2,
+    bc2Premultiplied,
+    bc3,
+    bc3Premultiplied,
+    bc4Unsigned,
+    bc4Signed,
+    bc5Unsigned,
+    bc5Signed,
+    bc6hUnsigned,
+    bc6hSigned,
+    bc7,
+};
+inline constexpr std::size_t blockKernelCount = 13;
+
+// One channel of a bit-mask pixel, made ready by makeMaskField.
+struct MaskField {
+    std::uint32_t mask;        // 0: the channel is 0 everywhere
+    std::uint32_t multiplier;  // 0: only the division gives the value, else see fieldShift
+    std::uint8_t fieldShift;   // with a multiplier, value = ((pixel >> fieldShift) & fieldMask) x multiplier >> 24
+    std::uint32_t fieldMask;
+};
+MaskField makeMaskField(std::uint32_t mask);
+
+// A channel scaled to 0 to 255 with truncating division; mask is not 0. Masks above 0x01000000 lose their low 8 bits
+// first, so that no product exceeds 32 bits.
+constexpr std::uint32_t scaleMasked(std::uint32_t pixel, std::uint32_t mask) {
+    const std::uint32_t w = pixel & mask;
+    return mask <= 0x01000000U ? w * 255 / mask : (w >> 8) * 255 / (mask >> 8);
+}
+
+struct KernelSet {
+    const char* name;
+    bool (*runsHere)();
+    StripKernel strips[blockKernelCount];  // by BlockKernel; null for none
+
+    // Splits pixels of N units into N rows, unit k of pixel x to rows[k][x]. The last row may be null, of splitBytes4
+    // only: that unit is skipped.
+    void (*splitBytes2)(const unsigned char* pixels, std::size_t count, unsigned char* const* rows);
+    void (*splitBytes3)(const unsigned char* pixels, std::size_t count, unsigned char* const* rows);
+    void (*splitBytes4)(const unsigned char* pixels, std::size_t count, unsigned char* const* rows);
+    void (*splitFloats2)(const float* pixels, std::size_t count, float* const* rows);
+    void (*splitFloats3)(const float* pixels, std::size_t count, float* const* rows);
+    void (*splitFloats4)(const float* pixels, std::size_t count, float* const* rows);
+
+    // Bit-mask pixels of bytesPerPixel bytes each (the first four count), a row a field.
+    void (*extractMasks)(const unsigned char* pixels, std::size_t count, std::size_t bytesPerPixel,
+                         const MaskField* fields, std::size_t fieldCount, unsigned char* const* rows);
+
+    void (*halfsToFloats)(const unsigned char* halfs, std::size_t count, float* out);
+    void (*r11g11b10ToFloats)(const unsigned char* words, std::size_t count, float* out);  // three floats a word
+    void (*r9g9b9e5ToFloats)(const unsigned char* words, std::size_t count, float* out);
+    // The high byte of each little-endian 16-bit value; out may be the start of values.
+    void (*highBytes)(const unsigned char* values, std::size_t count, unsigned char* out);
+    // Signed-normalised bytes to unsigned, in place: floor((s + 127) x 255 / 254), and 0 for -128.
+    void (*snormToUnorm)(unsigned char* bytes, std::size_t count);
+};
+
+// All sets that were built, plain first, each faster than the one before. Not all run on every processor.
+std::span<const KernelSet* const> kernelSets();
+
+// The last set that runs on this processor; found once.
+const KernelSet& bestKernels();
+
+extern const KernelSet plainKernels;
+
+}  // namespace kpx

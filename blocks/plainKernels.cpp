@@ -1,0 +1,129 @@
+// The plain kernels: the definition of what every set computes. They are written to be read.
+#include <cstring>
+#include <type_traits>
+
+#include "blocks/bc1.h"
+#include "blocks/bc2bc3.h"
+#include "blocks/bc4bc5.h"
+#include "blocks/bc6h.h"
+#include "blocks/bc7.h"
+#include "blocks/half.h"
+#include "blocks/kernels.h"
+#include "blocks/littleEndian.h"
+
+namespace kpx {
+namespace {
+
+// A strip kernel from a routine for one block of blockBytes bytes. A texel is one colour or four floats.
+template <typename Unit, std::size_t blockBytes, auto decodeBlock>
+void strip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
+    constexpr std::size_t unitsPerTexel = std::is_same_v<Unit, float> ? 4 : 1;
+    auto* const units = reinterpret_cast<Unit*>(out);
+    for (std::size_t i = 0; i < count; ++i) {
+        decodeBlock(blocks + i * blockBytes, units + i * 4 * unitsPerTexel, rowBytes / sizeof(Unit));
+    }
+}
+
+template <bool isSigned>
+void bc4(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride) {
+    decompressBC4Block(block, out, stride, isSigned);
+}
+template <bool isSigned>
+void bc5(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride) {
+    decompressBC5Block(block, out, stride, isSigned);
+}
+template <bool isSigned>
+void bc6h(const unsigned char* block, float* out, std::size_t stride) {
+    decompressBC6HBlock(block, out, stride, isSigned);
+}
+void bc1(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride) {
+    decompressColourBlock(block, out, stride, 1);
+}
+template <short premultiplied>
+void bc2(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride) {
+    decompressNonInterpAlphaBlock(block, out, stride, premultiplied);
+}
+template <short premultiplied>
+void bc3(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride) {
+    decompressInterpAlphaBlock(block, out, stride, premultiplied);
+}
+
+template <typename Unit, int units>
+void split(const Unit* pixels, std::size_t count, Unit* const* rows) {
+    for (int unit = 0; unit < units; ++unit) {
+        Unit* row = rows[unit];
+        if (row == nullptr) continue;
+        for (std::size_t x = 0; x < count; ++x) row[x] = pixels[x * units + static_cast<std::size_t>(unit)];
+    }
+}
+
+void extractMasks(const unsigned char* pixels, std::size_t count, std::size_t bytesPerPixel, const MaskField* fields,
+                  std::size_t fieldCount, unsigned char* const* rows) {
+    const std::size_t valueBytes = bytesPerPixel < 4 ? bytesPerPixel : 4;
+    for (std::size_t x = 0; x < count; ++x) {
+        std::uint32_t pixel = 0;
+        std::memcpy(&pixel, pixels + x * bytesPerPixel, valueBytes);
+        for (std::size_t f = 0; f < fieldCount; ++f) {
+            const std::uint32_t mask = fields[f].mask;
+            rows[f][x] = static_cast<unsigned char>(mask == 0 ? 0 : scaleMasked(pixel, mask));
+        }
+    }
+}
+
+void halfsToFloats(const unsigned char* halfs, std::size_t count, float* out) {
+    for (std::size_t i = 0; i < count; ++i) out[i] = halfToFloat(load16(halfs + 2 * i));
+}
+
+void r11g11b10ToFloats(const unsigned char* words, std::size_t count, float* out) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t word = load32(words + 4 * i);
+        out[3 * i] = packedToFloat(word >> 6 & 31, word & 63, 6);
+        out[3 * i + 1] = packedToFloat(word >> 17 & 31, word >> 11 & 63, 6);
+        out[3 * i + 2] = packedToFloat(word >> 27, word >> 22 & 31, 5);
+    }
+}
+
+void r9g9b9e5ToFloats(const unsigned char* words, std::size_t count, float* out) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t word = load32(words + 4 * i);
+        for (unsigned channel = 0; channel < 3; ++channel) {
+            out[3 * i + channel] = sharedExponentToFloat(word >> 27, word >> (9 * channel) & 511);
+        }
+    }
+}
+
+void highBytes(const unsigned char* values, std::size_t count, unsigned char* out) {
+    for (std::size_t i = 0; i < count; ++i) out[i] = values[2 * i + 1];
+}
+
+void snormToUnorm(unsigned char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const int s = static_cast<std::int8_t>(bytes[i]);
+        bytes[i] = static_cast<unsigned char>(s == -128 ? 0 : (s + 127) * 255 / 254);
+    }
+}
+
+}  // namespace
+
+const KernelSet plainKernels = {
+    "plain",
+    [] { return true; },
+    {nullptr, strip<A8R8G8B8Colour, 8, bc1>, strip<A8R8G8B8Colour, 16, bc2<0>>, strip<A8R8G8B8Colour, 16, bc2<1>>,
+     strip<A8R8G8B8Colour, 16, bc3<0>>, strip<A8R8G8B8Colour, 16, bc3<1>>, strip<A8R8G8B8Colour, 8, bc4<false>>,
+     strip<A8R8G8B8Colour, 8, bc4<true>>, strip<A8R8G8B8Colour, 16, bc5<false>>, strip<A8R8G8B8Colour, 16, bc5<true>>,
+     strip<float, 16, bc6h<false>>, strip<float, 16, bc6h<true>>, strip<A8R8G8B8Colour, 16, decompressBC7Block>},
+    split<unsigned char, 2>,
+    split<unsigned char, 3>,
+    split<unsigned char, 4>,
+    split<float, 2>,
+    split<float, 3>,
+    split<float, 4>,
+    extractMasks,
+    halfsToFloats,
+    r11g11b10ToFloats,
+    r9g9b9e5ToFloats,
+    highBytes,
+    snormToUnorm,
+};
+
+}  // namespace kpx

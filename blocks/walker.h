@@ -1,0 +1,22 @@
+// The one walk over the blocks of an image, for every block format.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "blocks/kernels.h"
+
+namespace kpx {
+
+// An image of 4-byte texels or of 16-byte pixels of four floats, rows without gaps, top row first.
+struct BlockTarget {
+    unsigned char* pixels;
+    std::uint32_t width, height;
+    std::size_t texelBytes;  // 4 or 16
+};
+
+// Decodes ceil(width / 4) x ceil(height / 4) blocks of blockBytes bytes, left to right and top to bottom, into the
+// image. Of tiles that reach over an edge only the texels inside the image are stored.
+void walkBlocks(StripKernel kernel, const unsigned char* blocks, std::size_t blockBytes, const BlockTarget& target);
+
+}  // namespace kpx
