@@ -1,0 +1,134 @@
+#include "host/Plugin.h"
+
+#include <dlfcn.h>
+
+#include <array>
+#include <cstring>
+
+#include "host/Catalogue.h"
+#include "host/HostError.h"
+#include "host/messages.h"
+
+namespace kpx::host {
+namespace {
+
+// What every plug-in exports beside its entry points. A text may be null until imageInit has run.
+constexpr std::array texts = {"imageKey",          "imageName", "imageExtension", "imageNameSyntax",
+                              "imageFormatString", "type",      "version",        "program"};
+constexpr std::array numbers = {"imageAccess",
+                                "imageSupportsActiveWindow",
+                                "imageNumberOfChannels",
+                                "imageBitsPerChannel",
+                                "imageNumberOfMattes",
+                                "imageBitsPerMatte",
+                                "imageOrientation",
+                                "imageUsage",
+                                "imageAddExtension",
+                                "imageMultiFrame",
+                                "imageNumberOfZChannels",
+                                "imageBitsPerZChannel",
+                                "imageNumberOfLuts",
+                                "imageBitsPerLut"};
+constexpr std::array functions = {"imageInit", "imageCapability", "imageIsFile", "imageReadOpen"};
+constexpr const char* protocolVersion = "3.2";
+constexpr uint16_t lastValue = 0xFFFF;
+
+// dlsym hands functions out as object pointers; POSIX makes the conversion good.
+template <typename Function>
+Function asFunction(void* symbol) {
+    return reinterpret_cast<Function>(symbol);
+}
+
+void* load(const std::string& path) {
+    void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) throw HostError(std::string("cannot load the plug-in: ") + dlerror());
+    return library;
+}
+
+std::vector<OptionValue> valuesOf(const CapabilityEntry& row) {
+    std::vector<OptionValue> values;
+    if (row.values == nullptr || row.values->entries == nullptr) return values;
+    for (const CapabilityValue* value = row.values->entries; value->code != lastValue; ++value) {
+        const char* text = value->defaultText == nullptr ? "" : value->defaultText;
+        values.push_back({value->code, catalogueText(value->catalogSet, value->messageNumber, text), text});
+    }
+    return values;
+}
+
+}  // namespace
+
+Plugin::Plugin(const std::string& path) : m_path(path), m_library(load(path)) {
+    try {
+        checkExports();
+        openCatalogueOfEnvironment();
+        if (asFunction<int (*)()>(symbol("imageInit"))() != 1) {
+            throw HostError("cannot use the plug-in " + path + ": it could not be initialised");
+        }
+        m_readOpen = asFunction<OpenFunction>(symbol("imageReadOpen"));
+        m_writeOpen = asFunction<OpenFunction>(dlsym(m_library, "imageWriteOpen"));
+        m_isFile = asFunction<int (*)(const char*, FILE*)>(symbol("imageIsFile"));
+        readOptions();
+    } catch (...) {
+        dlclose(m_library);
+        throw;
+    }
+}
+
+Plugin::~Plugin() {
+    dlclose(m_library);
+}
+
+void* Plugin::symbol(const char* name) const {
+    void* found = dlsym(m_library, name);
+    if (found == nullptr) throw HostError("cannot use the plug-in " + m_path + ": it does not export " + name);
+    return found;
+}
+
+const char* Plugin::text(const char* variable) const {
+    return *static_cast<const char**>(symbol(variable));
+}
+
+int Plugin::number(const char* variable) const {
+    return *static_cast<const int*>(symbol(variable));
+}
+
+void Plugin::checkExports() const {
+    for (const char* name : texts) symbol(name);
+    for (const char* name : numbers) symbol(name);
+    for (const char* name : functions) symbol(name);
+    const char* version = text("version");
+    if (version == nullptr || std::strcmp(version, protocolVersion) != 0) {
+        throw HostError("cannot use the plug-in " + m_path + ": its version is \"" +
+                        (version == nullptr ? "" : version) + "\", not \"" + protocolVersion + "\"");
+    }
+}
+
+void Plugin::readOptions() {
+    CapabilityEntry* rows = nullptr;
+    int flag1Rows = 0, flag2Rows = 0, rowCount = 0;
+    asFunction<void (*)(CapabilityEntry**, int*, int*, int*)>(symbol("imageCapability"))(&rows, &flag1Rows, &flag2Rows,
+                                                                                         &rowCount);
+    for (int i = 0; rows != nullptr && i < rowCount; ++i) {
+        const CapabilityEntry& row = rows[i];
+        const char* name = row.defaultText == nullptr ? "" : row.defaultText;
+        m_options.push_back(
+            {row.code, catalogueText(row.catalogSet, row.messageNumber, name), name, row.flags, valuesOf(row)});
+    }
+}
+
+std::vector<std::pair<std::string, std::string>> Plugin::descriptor() const {
+    std::vector<std::pair<std::string, std::string>> values;
+    for (const char* name : texts) values.emplace_back(name, text(name) == nullptr ? "" : text(name));
+    for (const char* name : numbers) values.emplace_back(name, std::to_string(number(name)));
+    return values;
+}
+
+bool Plugin::isFile(const std::string& path) const {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) throw HostError(std::string("cannot open the file: ") + std::strerror(errno));
+    const bool recognised = m_isFile(nullptr, file) == 1;
+    std::fclose(file);
+    return recognised;
+}
+
+}  // namespace kpx::host

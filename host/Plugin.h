@@ -1,0 +1,71 @@
+// A format plug-in: the loaded file, what it says of itself, and its entry points.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/kpxbase.h"
+
+namespace kpx::host {
+
+// A code with its display name: an option's value.
+struct OptionValue {
+    uint16_t code;
+    std::string name;         // from the catalogue, if that has it
+    std::string defaultName;  // as the plug-in states it
+};
+
+struct Option {
+    uint16_t code;
+    std::string name;
+    std::string defaultName;
+    uint32_t flags;
+    std::vector<OptionValue> values;
+};
+
+class Plugin {
+public:
+    // Loads and initialises the plug-in at a path, after opening the catalogue of the environment.
+    // Throws HostError when that fails, an export is missing or the version is not "3.2".
+    explicit Plugin(const std::string& path);
+    ~Plugin();
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return m_path; }
+    [[nodiscard]] const char* name() const { return text("imageName"); }
+    [[nodiscard]] const char* extension() const { return text("imageExtension"); }
+
+    // The descriptor variables in the order of the protocol, with their values.
+    [[nodiscard]] std::vector<std::pair<std::string, std::string>> descriptor() const;
+    [[nodiscard]] const std::vector<Option>& options() const { return m_options; }
+
+    // Whether the plug-in takes the file for one of its own. Throws HostError when it cannot be opened.
+    [[nodiscard]] bool isFile(const std::string& path) const;
+
+    [[nodiscard]] bool canWrite() const { return m_writeOpen != nullptr; }
+
+    // The entry points, for ImageReader and ImageWriter; true when the plug-in accepts the image.
+    bool readOpen(ImageHandle* handle) const { return m_readOpen(handle) == 1; }
+    bool writeOpen(ImageHandle* handle) const { return m_writeOpen(handle) == 1; }
+
+private:
+    using OpenFunction = int (*)(ImageHandle*);
+
+    void checkExports() const;
+    void readOptions();
+    void* symbol(const char* name) const;  // throws HostError when there is none
+    [[nodiscard]] const char* text(const char* variable) const;
+    [[nodiscard]] int number(const char* variable) const;
+
+    std::string m_path;
+    void* m_library;
+    OpenFunction m_readOpen = nullptr;
+    OpenFunction m_writeOpen = nullptr;
+    int (*m_isFile)(const char*, FILE*) = nullptr;
+    std::vector<Option> m_options;
+};
+
+}  // namespace kpx::host

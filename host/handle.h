@@ -1,0 +1,14 @@
+// The life of an ImageHandle. Ends in kpx__free_obj, which a plug-in's close function calls.
+#pragma once
+
+#include <string>
+
+#include "host/kpxbase.h"
+
+namespace kpx::host {
+
+// A new handle for the image at `path`, all other fields zero. The handle borrows the path and the format
+// name; both must outlive it. Throws std::bad_alloc.
+ImageHandle* newHandle(std::string& path, const char* formatName);
+
+}  // namespace kpx::host

@@ -1,0 +1,69 @@
+#include "host/strings.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <unordered_map>
+
+#include "host/kpxbase.h"
+
+namespace kpx::host {
+namespace {
+
+class HeldStrings {
+public:
+    char* save(const char* text) {
+        const size_t size = std::strlen(text) + 1;
+        auto copy = std::make_unique<char[]>(size);
+        std::memcpy(copy.get(), text, size);
+        char* address = copy.get();
+        const std::scoped_lock lock(m_mutex);
+        m_saved.emplace(address, std::move(copy));
+        return address;
+    }
+
+    char* define(const char* text) {
+        const std::scoped_lock lock(m_mutex);
+        // The interface hands out a plain pointer; nobody writes through it.
+        return const_cast<char*>(m_defined.emplace(text).first->c_str());
+    }
+
+    void release(const char* text) {
+        const std::scoped_lock lock(m_mutex);
+        m_saved.erase(text);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::unordered_map<const char*, std::unique_ptr<char[]>> m_saved;
+    std::set<std::string> m_defined;
+};
+
+HeldStrings& heldStrings() {
+    static HeldStrings strings;
+    return strings;
+}
+
+}  // namespace
+
+void releaseString(const char* text) noexcept {
+    heldStrings().release(text);
+}
+
+}  // namespace kpx::host
+
+char* STR_save(const char* text) try {
+    return text == nullptr ? nullptr : kpx::host::heldStrings().save(text);
+} catch (const std::exception&) {
+    return nullptr;
+}
+
+char* STR_define(const char* text) try {
+    return text == nullptr ? nullptr : kpx::host::heldStrings().define(text);
+} catch (const std::exception&) {
+    return nullptr;
+}
