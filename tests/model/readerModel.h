@@ -1,0 +1,46 @@
+// A slow, obvious model of the whole reader: what a file must come out as. Nothing is allocated by the size that a file
+// declares; pixels are worked out when they are asked for.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace model {
+
+enum class Result {
+    refused,   // fewer than 128 bytes: nothing to show
+    decoded,   // the file's own picture
+    fallback,  // the 64 by 64 opaque black picture
+};
+
+// Channel values in output order: a byte each, or the bits of a 32-bit float.
+using Pixel = std::array<std::uint32_t, 4>;
+
+struct Picture {
+    Result result = Result::refused;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t channels = 0;        // channel rows of a scanline, 1 to 4
+    std::uint32_t colourChannels = 0;  // channels without the alpha channel
+    bool hasAlpha = false;
+    int bits = 0;         // of a channel value: 8, or 32 for floats
+    int layout = 0;       // PixelLayout code of the picture in memory
+    std::string printed;  // the message on standard output without its newline, or empty
+
+    // The pixel of column x in stored row y (row 0 at the top), both inside the picture. Not for use by two threads.
+    std::function<Pixel(std::uint64_t x, std::uint64_t y)> pixelAt;
+
+    // The channel rows of scanline y, 0 at the bottom: width bytes each, or width little-endian floats.
+    std::vector<std::vector<unsigned char>> scanline(std::uint32_t y) const;
+    // One channel row of scanline y. Slower than scanline for all of them.
+    std::vector<unsigned char> channelRow(std::uint32_t y, std::uint32_t channel) const;
+};
+
+// The picture that opening a file of these bytes gives. The bytes are copied.
+Picture read(std::span<const unsigned char> file);
+
+}  // namespace model
