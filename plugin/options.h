@@ -1,0 +1,19 @@
+// The options of writing.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "host/kpxbase.h"
+
+namespace kpx {
+
+inline constexpr std::uint16_t alphaOption = 0;
+inline constexpr std::uint16_t compressionOption = 1;
+inline constexpr std::uint8_t outputAlpha = 1;
+inline constexpr std::uint8_t compressionOff = 0;
+
+// The rows of the option table, without the one that ends it.
+std::span<CapabilityEntry> optionRows();
+
+}  // namespace kpx

@@ -1,0 +1,114 @@
+// Reading: from the host's handle to a loaded reader, a filled descriptor and installed callbacks.
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include "plugin/protocol.h"
+#include "reader/TddsReader.h"
+
+namespace {
+
+using kpx::TddsReader;
+
+constexpr int bitsOfTwoBytes = 16;
+
+// Fills what the reader knows of the image into the descriptor that the host has set to its defaults; false when a
+// string cannot be had, with the fields before it set.
+bool describe(ImageHandle* handle, const TddsReader& reader) {
+    ImageFileDescriptor& image = *handle->descriptor;
+    handle->hostFlags = 0;
+    handle->scanlineFunction = reinterpret_cast<ScanlineFunction>(ScanlineReadCallback);
+    handle->closeFunction = ReaderCloseCallback;
+
+    const unsigned width = reader.width();
+    const unsigned height = reader.height();
+    image.height = static_cast<std::int32_t>(height);
+    image.width = static_cast<std::int32_t>(width);
+    // The host's ratio is a whole number. A picture without rows has none; 0 says so.
+    image.aspectRatio = height == 0 ? 0.0F : static_cast<float>(width / height);
+    image.channelFormat = STR_save(KPX_LITERAL_HARD_FORMAT_TYPE_RGB);
+    if (image.channelFormat == nullptr) return false;
+    image.channelCount = reader.numColourChannels();
+    image.channelBits = reader.bitsPerChannel();
+    image.channelBytes = image.channelBits >= bitsOfTwoBytes ? 2 : 1;
+    image.window = {0, static_cast<std::int32_t>(width - 1), 0, static_cast<std::int32_t>(height - 1)};
+    image.secondWindow = image.window;
+    image.readyFlag = 1;
+    image.gamma = FMT_def_input_gamma();
+    image.orientation = kpx::bottomUpOrientation;
+
+    if (reader.hasAlphaChannel() != 0) {
+        image.matteFormat = STR_save(kpx::translated(131, "unknown"));
+        if (image.matteFormat == nullptr) return false;
+        image.matteCount = 1;
+        image.matteBits = reader.bitsPerChannel();
+        image.matteBytes = 1;
+    } else {
+        image.matteFormat = nullptr;
+        image.matteCount = 0;
+        image.matteBits = 0;
+    }
+    image.auxFormat = nullptr;
+    image.auxCount = 0;
+    image.auxBits = 0;
+    return true;
+}
+
+// Attaches a descriptor with the host's defaults; false when there is no memory.
+bool attachDescriptor(ImageHandle* handle) {
+    handle->descriptor = static_cast<ImageFileDescriptor*>(std::calloc(1, sizeof(ImageFileDescriptor)));
+    if (handle->descriptor == nullptr) return false;
+    kpx__init_ifd(handle);
+    return true;
+}
+
+int failWithoutMemory(ImageHandle* handle) {
+    kpx::reportNoMemory();
+    kpx::detachPrivateBlock(handle);
+    return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+int imageReadOpen(ImageHandle* handle) {
+    if (!kpx::attachPrivateBlock(handle)) return failWithoutMemory(handle);
+    const char* path = kpx::pathOf(handle);
+    std::unique_ptr<TddsReader> reader(new (std::nothrow) TddsReader);
+    if (reader == nullptr) return failWithoutMemory(handle);
+
+    const int opened = path == nullptr ? -1 : reader->open(path);
+    if (opened < 0) {
+        kpx::reportCannotOpen(path, path == nullptr ? ENOENT : errno);
+        kpx__err = kpx::cannotReadCode;
+        return 0;
+    }
+    *handle->pluginData = reader.get();
+    handle->imageCount = 1;
+    if (!attachDescriptor(handle) || !describe(handle, *reader)) {
+        reader.reset();
+        return failWithoutMemory(handle);
+    }
+    (void)reader.release();  // the private block's from here on
+    return 1;
+}
+
+int ScanlineReadCallback(void* object, int y, unsigned char*** rows) {
+    if (object == nullptr) return kpx::scanlineFailure;
+    *rows = static_cast<TddsReader*>(object)->getScanlineChannelsAsBytes(y);
+    return *rows != nullptr ? 0 : kpx::scanlineFailure;
+}
+
+int ReaderCloseCallback(ImageHandle* handle) {
+    if (handle == nullptr) return 0;
+    if (handle->pluginData != nullptr) {
+        delete static_cast<TddsReader*>(*handle->pluginData);
+        kpx::detachPrivateBlock(handle);
+    }
+    kpx__free_obj(handle);
+    return 0;
+}
+
+}  // extern "C"

@@ -1,0 +1,26 @@
+// Sizes of images and files, computed in 64 bits without wrapping. A product that does not fit is the largest 64-bit
+// number, which is above every limit that it is then compared with.
+#pragma once
+
+#include <cstdint>
+
+namespace kpx {
+
+// The largest block that a loader or the writer allocates; larger ones count as memory that cannot be had.
+inline constexpr std::uint64_t largestBlock = 0xFFFFFFFF;
+
+constexpr std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b) {
+    std::uint64_t product = 0;
+    return __builtin_mul_overflow(a, b, &product) ? UINT64_MAX : product;
+}
+
+constexpr std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b, std::uint64_t c) {
+    return saturatingProduct(saturatingProduct(a, b), c);
+}
+
+// a / b rounded up; b is small.
+constexpr std::uint64_t ceilQuotient(std::uint32_t a, std::uint32_t b) {
+    return (std::uint64_t{a} + b - 1) / b;
+}
+
+}  // namespace kpx

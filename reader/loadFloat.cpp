@@ -1,0 +1,78 @@
+// Floating-point images: halfs, singles and the two packed words, all held as 32-bit floats exactly as decoded.
+#include <algorithm>
+#include <cstring>
+
+#include "reader/TddsReader.h"
+#include "reader/checkedSize.h"
+
+namespace kpx {
+namespace {
+
+using WidenKernel = void (*)(const unsigned char* values, std::size_t count, float* out);
+
+// How a row of the file becomes a row of floats.
+struct RowConversion {
+    WidenKernel widen;           // null: the file holds the floats themselves
+    std::uint64_t valuesPerRow;  // that widen is asked for
+};
+
+RowConversion conversionOf(const Format& format, const KernelSet& kernels, std::uint32_t width) {
+    if (format.loader == Loader::r11g11b10) return {kernels.r11g11b10ToFloats, width};
+    if (format.loader == Loader::r9g9b9e5) return {kernels.r9g9b9e5ToFloats, width};
+    const std::uint64_t channels = std::uint64_t{width} * format.channels;
+    return {format.has(isHalf) ? kernels.halfsToFloats : nullptr, channels};
+}
+
+// Rows are read in groups of about this many bytes, which stay in the processor's cache.
+constexpr std::uint64_t groupBytes = std::uint64_t{256} << 10;
+
+}  // namespace
+
+int TddsReader::loadFloatingPointImage(std::FILE* stream) {
+    const Format* format = findCode(m_header.header.ddspf.dwFourCC);
+    if (format == nullptr || format->loader != Loader::floatingPoint) return -1;
+    m_bytesPerPixel = format->bytesPerPixel;
+    return loadFloats(stream, *format);
+}
+
+int TddsReader::loadR11G11B10FloatingPointImage(std::FILE* stream) {
+    m_bytesPerPixel = 3 * sizeof(float);
+    return loadFloats(stream, *findDxgi(26));
+}
+
+int TddsReader::loadR9G9B9E5FloatingPointImage(std::FILE* stream) {
+    m_bytesPerPixel = 3 * sizeof(float);
+    return loadFloats(stream, *findDxgi(67));
+}
+
+int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
+    applyFormat(format);
+    const std::uint64_t rowFloats = std::uint64_t{m_numChannels} * m_width;
+    m_rowBytes = static_cast<std::uint32_t>(rowFloats);
+    const std::uint64_t fileRowBytes = std::uint64_t{format.bytesPerPixel} * m_width;
+    const std::uint64_t groupRows =
+        fileRowBytes == 0 ? 1 : std::clamp<std::uint64_t>(groupBytes / fileRowBytes, 1, std::max(m_height, 1U));
+
+    LazyBuffer rows;
+    if (!allocateImage(rowFloats * sizeof(float)) || !rows.allocate(fileRowBytes * groupRows)) return -1;
+    const RowConversion conversion = conversionOf(format, m_kernels, m_width);
+
+    auto* out = reinterpret_cast<float*>(m_pixels.data());
+    std::uint64_t left = fileRowBytes == 0 ? 0 : m_height;
+    while (left != 0) {
+        const std::uint64_t asked = std::min(groupRows, left);
+        const std::uint64_t whole = std::fread(rows.data(), 1, asked * fileRowBytes, stream) / fileRowBytes;
+        if (conversion.widen == nullptr) {
+            std::memcpy(out, rows.data(), whole * fileRowBytes);
+        } else {
+            conversion.widen(rows.data(), whole * conversion.valuesPerRow, out);
+        }
+        // A row that is not whole, and all after it, stay zero.
+        if (whole < asked) break;
+        out += whole * rowFloats;
+        left -= whole;
+    }
+    return 0;
+}
+
+}  // namespace kpx

@@ -1,0 +1,65 @@
+// How a decoded image lies in memory, and which output channel each stored unit becomes.
+#pragma once
+
+#include <cstdint>
+
+namespace kpx {
+
+enum PixelLayout : std::uint32_t {
+    MaskedBits = 0,       // 1 to 4 significant bytes, taken apart by masks
+    MaskedAlphaOnly = 1,  // one byte of alpha
+    Bytes1 = 2,
+    Bytes2 = 3,
+    BytesBGR = 4,  // and a skipped byte where a pixel has 4
+    BytesRGB = 5,
+    BytesABGR = 6,
+    BytesBGRA = 7,
+    BytesARGB = 8,
+    BytesRGBA = 9,
+    HalfR = 10,  // 10 to 17 hold 32-bit floats, whatever the file held
+    HalfRG = 11,
+    HalfRGBA = 13,
+    FloatR = 14,
+    FloatRG = 15,
+    FloatRGB = 16,
+    FloatRGBA = 17,
+};
+
+// A layout whose pixels are units (bytes or floats) that go to one channel each.
+struct LayoutRow {
+    PixelLayout layout;
+    const char* name;
+    bool isFloat;
+    std::uint8_t units;       // of a pixel; 0: the channels are taken out by masks
+    std::uint8_t channel[4];  // the output channel (0 red to 3 alpha) of each unit
+};
+
+inline constexpr LayoutRow layoutRows[] = {
+    {MaskedBits, "MaskedBits", false, 0, {}},
+    {MaskedAlphaOnly, "MaskedAlphaOnly", false, 0, {}},
+    {Bytes1, "Bytes1", false, 1, {0}},
+    {Bytes2, "Bytes2", false, 2, {0, 1}},
+    {BytesBGR, "BytesBGR", false, 3, {2, 1, 0}},
+    {BytesRGB, "BytesRGB", false, 3, {0, 1, 2}},
+    {BytesABGR, "BytesABGR", false, 4, {3, 2, 1, 0}},
+    {BytesBGRA, "BytesBGRA", false, 4, {2, 1, 0, 3}},
+    {BytesARGB, "BytesARGB", false, 4, {3, 0, 1, 2}},
+    {BytesRGBA, "BytesRGBA", false, 4, {0, 1, 2, 3}},
+    {HalfR, "HalfR", true, 1, {0}},
+    {HalfRG, "HalfRG", true, 2, {0, 1}},
+    {HalfRGBA, "HalfRGBA", true, 4, {0, 1, 2, 3}},
+    {FloatR, "FloatR", true, 1, {0}},
+    {FloatRG, "FloatRG", true, 2, {0, 1}},
+    {FloatRGB, "FloatRGB", true, 3, {0, 1, 2}},
+    {FloatRGBA, "FloatRGBA", true, 4, {0, 1, 2, 3}},
+};
+
+// The row of a layout; a code outside the table is converted as MaskedBits.
+constexpr const LayoutRow& layoutRow(std::uint32_t layout) {
+    for (const LayoutRow& row : layoutRows) {
+        if (row.layout == layout) return row;
+    }
+    return layoutRows[0];
+}
+
+}  // namespace kpx

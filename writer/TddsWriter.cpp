@@ -1,0 +1,114 @@
+#include "writer/TddsWriter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "reader/checkedSize.h"
+#include "reader/ddsFile.h"
+
+namespace kpx {
+
+TddsWriter::TddsWriter()
+    : m_file(nullptr),
+      m_paddedWidth(0),
+      m_height(0),
+      m_rowBytes(0),
+      m_colourChannels(0),
+      m_hasAlpha(0),
+      m_totalChannels(0),
+      m_compression(0),
+      m_channelCursors(nullptr),
+      m_width(0) {}
+
+TddsWriter::~TddsWriter() {
+    close();
+}
+
+int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned channels, unsigned alpha,
+                     unsigned compression) {
+    close();
+    const std::uint64_t paddedWidth = 4 * ceilQuotient(width, 4);
+    const std::uint64_t totalChannels = std::uint64_t{channels} + (alpha != 0 ? 1 : 0);
+    const std::uint64_t imageBytes = saturatingProduct(totalChannels, paddedWidth, height);
+    if (width == 0 || height == 0 || imageBytes > largestBlock) {
+        errno = imageBytes > largestBlock ? EFBIG : EINVAL;
+        return -1;
+    }
+    m_width = width;
+    m_paddedWidth = static_cast<std::uint32_t>(paddedWidth);
+    m_height = height;
+    m_colourChannels = channels;
+    m_hasAlpha = alpha;
+    m_compression = compression;
+    m_totalChannels = static_cast<std::uint32_t>(totalChannels);
+    m_rowBytes = static_cast<std::uint32_t>(totalChannels * paddedWidth);
+
+    m_file = std::fopen(path, "w");
+    if (m_file == nullptr) return -1;
+    m_channelCursors = static_cast<unsigned char**>(std::calloc(m_totalChannels, sizeof *m_channelCursors));
+    if (m_channelCursors == nullptr || !m_pixels.allocate(imageBytes)) {
+        close();
+        errno = ENOMEM;
+        return -1;
+    }
+    return 0;
+}
+
+int TddsWriter::setScanlineChannelsAsBytes(int y, unsigned char** rows) {
+    if (m_pixels.data() == nullptr || y < 0 || static_cast<std::uint32_t>(y) >= m_height) return -1;
+    const std::uint64_t storedRow = m_height - 1 - static_cast<std::uint32_t>(y);
+    unsigned char* out = m_pixels.data() + storedRow * m_rowBytes;
+    std::copy_n(rows, m_totalChannels, m_channelCursors);
+    for (std::uint32_t x = 0; x < m_width; ++x) {
+        // Blue, green, red; the matte, which comes last from the host, is last in the file too.
+        for (std::uint32_t c = m_colourChannels; c-- > 0;) *out++ = *m_channelCursors[c]++;
+        if (m_hasAlpha != 0) *out++ = *m_channelCursors[m_colourChannels]++;
+    }
+    // The pixels that complete a row repeat its last one, so that filtering at the edge sees no foreign colour.
+    for (std::uint32_t x = m_width; x < m_paddedWidth; ++x, out += m_totalChannels) {
+        std::memcpy(out, out - m_totalChannels, m_totalChannels);
+    }
+    return 0;
+}
+
+void TddsWriter::writeHeader() {
+    DdsFileHeader file{};
+    file.magic = ddsMagic;
+    DDS_HEADER& header = file.header;
+    header.dwSize = sizeof(DDS_HEADER);
+    header.dwFlags = DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH | DDSD_PITCH | DDSD_PIXELFORMAT;
+    header.dwHeight = m_height;
+    header.dwWidth = m_paddedWidth;
+    header.dwPitchOrLinearSize = m_rowBytes;
+    header.ddspf.dwSize = sizeof(DDS_PIXELFORMAT);
+    header.ddspf.dwFlags = DDPF_RGB | (m_hasAlpha != 0 ? DDPF_ALPHAPIXELS : 0);
+    header.ddspf.dwRGBBitCount = 8 * m_totalChannels;
+    header.ddspf.dwRBitMask = 0x00FF0000;
+    header.ddspf.dwGBitMask = 0x0000FF00;
+    header.ddspf.dwBBitMask = 0x000000FF;
+    header.ddspf.dwABitMask = m_hasAlpha != 0 ? 0xFF000000 : 0;
+    header.dwCaps = DDSCAPS_TEXTURE;
+    std::fwrite(&file, 1, sizeof file, m_file);
+}
+
+void TddsWriter::writeData() {
+    std::fwrite(m_pixels.data(), 1, std::size_t{m_height} * m_rowBytes, m_file);
+}
+
+void TddsWriter::close() {
+    if (m_file != nullptr) {
+        if (m_pixels.data() != nullptr) {
+            writeHeader();
+            writeData();
+        }
+        std::fclose(m_file);
+        m_file = nullptr;
+    }
+    std::free(m_channelCursors);
+    m_channelCursors = nullptr;
+    m_pixels.release();
+}
+
+}  // namespace kpx

@@ -1,0 +1,50 @@
+// Stores one image as an uncompressed DDS file of 24-bit BGR or 32-bit BGRA. The image is gathered in memory and the
+// file is written when it is closed.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "reader/LazyBuffer.h"
+
+namespace kpx {
+
+class TddsWriter {
+public:
+    TddsWriter();
+    virtual ~TddsWriter();
+    TddsWriter(const TddsWriter&) = delete;
+    TddsWriter& operator=(const TddsWriter&) = delete;
+
+    // Creates the file of width x height pixels with channels colour channels, and one of alpha where alpha is not 0.
+    // compression is kept and has no effect. 0, or -1 with errno: EINVAL for an empty image and EFBIG for one above
+    // 0xFFFFFFFF bytes, both before the file is touched; ENOMEM; else why the file cannot be created.
+    int open(const char* path, unsigned width, unsigned height, unsigned channels, unsigned alpha,
+             unsigned compression);
+
+    // Stores scanline y (0 is the bottom of the picture) from one row a channel, in the order red, green, blue, matte.
+    // Rows are as long as the image is wide. 0, or -1 when y is outside the image.
+    int setScanlineChannelsAsBytes(int y, unsigned char** rows);
+
+    // Writes the file and releases everything; safe to call repeatedly. Write errors are not reported.
+    void close();
+
+private:
+    void writeHeader();
+    void writeData();
+
+    std::FILE* m_file;
+    std::uint32_t m_paddedWidth;  // a multiple of 4, as the file declares it
+    std::uint32_t m_height;
+    std::uint32_t m_rowBytes;
+    std::uint32_t m_colourChannels;
+    std::uint32_t m_hasAlpha;
+    std::uint32_t m_totalChannels;
+    std::uint32_t m_compression;
+    unsigned char** m_channelCursors;
+    LazyBuffer m_pixels;  // the file's rows, first row first; rows that never arrive are zero
+
+    std::uint32_t m_width;  // of the host's rows
+};
+
+}  // namespace kpx
