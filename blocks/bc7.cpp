@@ -1,6 +1,7 @@
 // BC7 blocks, by the published format of Direct3D 11.
 #include "blocks/bc7.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "blocks/bcTables.h"
@@ -149,7 +150,7 @@ Bc7Block parseBC7Block(const unsigned char* block) {
     fields.rotation = static_cast<int>(readBits(bits, mode.rotationBits));
     fields.selection = static_cast<int>(readBits(bits, mode.selectionBits));
 
-    const int endpoints = 2 * mode.subsets;
+    const int endpoints = std::min(2 * mode.subsets, 6);  // never more, which the compiler cannot know
     getBC7Endpoints(fields.endpoints, bits, endpoints, mode.colourBits, mode.alphaBits);
     readPBits(fields, bits, mode);
     const int pBit = mode.pBits == PBits::none ? 0 : 1;

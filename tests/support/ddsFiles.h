@@ -1,0 +1,92 @@
+// DDS files made in memory, and the reader's answer to a file, for tests to compare.
+#pragma once
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "reader/TddsReader.h"
+#include "reader/ddsFile.h"
+
+namespace testing_support {
+
+using Bytes = std::vector<unsigned char>;
+
+// A header with the given size; everything else is set by the test.
+inline kpx::DdsFileHeader headerOf(std::uint32_t width, std::uint32_t height) {
+    kpx::DdsFileHeader file{};
+    file.magic = kpx::ddsMagic;
+    file.header.dwSize = 124;
+    file.header.dwWidth = width;
+    file.header.dwHeight = height;
+    file.header.ddspf.dwSize = 32;
+    return file;
+}
+
+template <typename Record>
+void append(Bytes& bytes, const Record& record) {
+    const std::size_t end = bytes.size();
+    bytes.resize(end + sizeof record);
+    std::memcpy(bytes.data() + end, &record, sizeof record);
+}
+
+// A header named by a format code, with DDPF_FOURCC and further header flags.
+inline kpx::DdsFileHeader codeHeader(std::uint32_t code, std::uint32_t width, std::uint32_t height,
+                                     std::uint32_t headerFlags = 0) {
+    kpx::DdsFileHeader file = headerOf(width, height);
+    file.header.dwFlags = headerFlags;
+    file.header.ddspf.dwFlags = kpx::DDPF_FOURCC;
+    file.header.ddspf.dwFourCC = code;
+    return file;
+}
+
+inline Bytes fileOf(const kpx::DdsFileHeader& header, std::span<const unsigned char> data = {}) {
+    Bytes bytes(sizeof header + data.size());
+    std::memcpy(bytes.data(), &header, sizeof header);
+    std::copy(data.begin(), data.end(), bytes.begin() + sizeof header);
+    return bytes;
+}
+
+inline Bytes dx10File(std::uint32_t dxgiFormat, std::uint32_t width, std::uint32_t height,
+                      std::span<const unsigned char> data = {}, std::uint32_t miscFlags2 = 0) {
+    Bytes bytes = fileOf(codeHeader(kpx::fourCC("DX10"), width, height));
+    append(bytes, kpx::DDS_HEADER_DXT10{dxgiFormat, 3, 0, 1, miscFlags2});
+    bytes.insert(bytes.end(), data.begin(), data.end());
+    return bytes;
+}
+
+// A file of its own in the temporary folder, removed with the object.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(std::span<const unsigned char> content) {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kpxXXXXXX").string();
+        const int descriptor = mkstemp(pattern.data());
+        if (descriptor >= 0) ::close(descriptor);
+        m_path = pattern;
+        std::ofstream(m_path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    }
+    ~TemporaryFile() { std::filesystem::remove(m_path); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const char* path() const { return m_path.c_str(); }
+
+private:
+    std::string m_path;
+};
+
+inline Bytes readFile(const std::filesystem::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace testing_support

@@ -1,0 +1,20 @@
+// Opens a file with the reader and holds its whole answer against the model's.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <span>
+
+#include "tests/model/readerModel.h"
+#include "tests/support/ddsFiles.h"
+
+namespace testing_support {
+
+// What the reader prints on standard output meanwhile counts too.
+testing::AssertionResult readsLikeModel(std::span<const unsigned char> file,
+                                        const kpx::KernelSet& kernels = kpx::bestKernels());
+
+// At most so many scanlines of a picture are compared: the first, the last and some between.
+inline constexpr std::uint32_t comparedScanlines = 300;
+
+}  // namespace testing_support
