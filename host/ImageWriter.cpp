@@ -17,6 +17,7 @@ namespace {
 
 constexpr size_t headerSize = 128;
 constexpr size_t heightOffset = 12;
+constexpr size_t widthOffset = 16;
 constexpr size_t pitchOffset = 20;
 
 char* savedString(const char* text) {
@@ -31,7 +32,8 @@ uint64_t word(const std::array<char, headerSize>& header, size_t offset) {
     return value;
 }
 
-void checkFileIsWhole(const std::string& path) {
+// Returns the width that the header declares.
+uint32_t checkFileIsWhole(const std::string& path) {
     std::array<char, headerSize> header{};
     std::ifstream file(path, std::ios::binary);
     file.read(header.data(), headerSize);
@@ -46,6 +48,7 @@ void checkFileIsWhole(const std::string& path) {
         throw HostError("could not be written: " + std::to_string(error ? 0 : actual) + " of " +
                         std::to_string(expected) + " bytes arrived on the disk; is it full?");
     }
+    return static_cast<uint32_t>(word(header, widthOffset));
 }
 
 }  // namespace
@@ -104,13 +107,12 @@ void ImageWriter::scanline(int y, unsigned char** rows) {
     }
 }
 
-void ImageWriter::close() {
-    if (m_handle == nullptr) return;
+uint32_t ImageWriter::close() {
     ImageHandle* handle = m_handle;
     m_handle = nullptr;
     // The result is the error code of the whole process, which another thread may have set; the file tells.
     handle->closeFunction(handle);
-    checkFileIsWhole(m_path);
+    return checkFileIsWhole(m_path);
 }
 
 }  // namespace kpx::host

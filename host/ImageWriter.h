@@ -36,9 +36,10 @@ public:
     // bottom row of the picture. Throws HostError when the plug-in fails.
     void scanline(int y, unsigned char** rows);
 
-    // Has the plug-in write the file. Throws HostError when the file does not have the size that its header
+    // Has the plug-in write the file, and returns the width that the file declares: plug-ins may round it up.
+    // To be called once, after the last scanline. Throws HostError when the file does not have the size that its header
     // declares, as on a full disk, of which plug-ins do not tell.
-    void close();
+    uint32_t close();
 
 private:
     void openHandle(const Plugin& plugin, const ImageShape& shape);

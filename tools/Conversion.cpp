@@ -1,0 +1,108 @@
+#include "tools/Conversion.h"
+
+#include <filesystem>
+
+#include "tools/PendingFile.h"
+#include "tools/console.h"
+#include "tools/errors.h"
+#include "tools/pluginOptions.h"
+
+namespace kpx::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isToFolder(const ConversionRequest& request) {
+    std::error_code error;
+    if (fs::is_directory(request.output(), error)) return true;
+    if (request.inputs().size() > 1 || request.output().ends_with('/')) {
+        throw UsageError(request.output() + " is not a folder");
+    }
+    return false;
+}
+
+const OutputFormat& knownFormat(const std::string& extension, const std::string& output) {
+    const OutputFormat* format = outputFormat(extension);
+    if (format != nullptr) return *format;
+    std::string known;
+    for (const OutputFormat& row : outputFormats()) known += " ." + std::string(row.extension);
+    throw UsageError(output + ": the name of the output must end in one of" + known);
+}
+
+}  // namespace
+
+Conversion::Conversion(const host::Plugin& plugin, const ConversionRequest& request)
+    : m_request(request), m_isToFolder(isToFolder(request)), m_settings{plugin, request.exposure, {}} {
+    chooseFormat();
+    checkOptions();
+    chooseOptions();
+}
+
+void Conversion::chooseFormat() {
+    if (m_isToFolder) {
+        if (!m_request.format.empty()) m_format = outputFormat(m_request.format);
+        return;
+    }
+    if (!m_request.format.empty()) throw UsageError("--format goes with a folder; a file's name states its format");
+    const std::string extension = fs::path(m_request.output()).extension().string();
+    m_format = &knownFormat(extension.empty() ? extension : extension.substr(1), m_request.output());
+}
+
+void Conversion::checkOptions() const {
+    if (m_format == nullptr) return;
+    const std::string extension(m_format->extension);
+    if (m_request.exposure && !m_format->takesExposure) throw UsageError("--exposure has no use for ." + extension);
+    if (m_format->takesOptions) return;
+    if (!m_request.alpha.empty()) throw UsageError("--alpha has no use for ." + extension);
+    if (!m_request.compression.empty()) throw UsageError("--compression has no use for ." + extension);
+}
+
+void Conversion::chooseOptions() {
+    if (!m_request.alpha.empty()) {
+        const host::Option& option = findOption(m_settings.plugin, "Alpha");
+        const host::OptionValue& value = findValue(option, m_request.alpha);
+        m_settings.options.push_back({option.code, static_cast<uint8_t>(value.code)});
+    }
+    if (!m_request.compression.empty()) {
+        const host::Option& option = findOption(m_settings.plugin, "Compression");
+        const host::OptionValue& value = findValue(option, m_request.compression);
+        m_settings.options.push_back({option.code, static_cast<uint8_t>(value.code)});
+        if (value.code != option.values.front().code) {
+            tell("note: the compression \"" + value.name + "\" does not change the file, which is never compressed");
+        }
+    }
+}
+
+const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
+    if (m_format != nullptr) return *m_format;
+    if (source.kind() == SourceKind::png) return *outputFormat("dds");
+    return *outputFormat(source.layout().isFloat && !m_request.exposure ? "exr" : "png");
+}
+
+std::string Conversion::outputPath(const std::string& input, const OutputFormat& format) {
+    fs::path output = m_request.output();
+    if (m_isToFolder) output /= fs::path(input).stem().string() + "." + std::string(format.extension);
+    std::error_code error;
+    if (fs::equivalent(input, output, error)) throw FileError("would be overwritten by its own conversion");
+    if (!m_outputs.insert(output.string()).second) {
+        throw FileError("would overwrite " + output.string() + ", just made of another input of the same name");
+    }
+    return output.string();
+}
+
+Outcome Conversion::convert(const std::string& input) {
+    const auto source = openSource(m_settings.plugin, input, m_request.depth.has_value());
+    const OutputFormat& format = formatFor(*source);
+    const std::string output = outputPath(input, format);
+    try {
+        PendingFile file(output);
+        format.write(*source, file.path(), output, m_settings);
+        file.commit();
+    } catch (const OutputError& error) {
+        tell(output, error.what());
+        return Outcome::failed;
+    }
+    return Outcome::done;
+}
+
+}  // namespace kpx::tool

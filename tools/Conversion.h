@@ -1,0 +1,50 @@
+// The conversion of one or more images into a file or a folder.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tools/Outcome.h"
+#include "tools/OutputFormat.h"
+
+namespace kpx::tool {
+
+// What the user asks for.
+struct ConversionRequest {
+    std::vector<std::string> paths;  // the inputs, then the output
+    std::string format;              // of files in a folder; empty: by what each image is
+    std::string alpha;               // empty: not chosen
+    std::string compression;         // empty: not chosen
+    std::optional<double> exposure;  // in stops
+    std::optional<int> depth;        // 8: 16-bit channels may be reduced
+
+    [[nodiscard]] std::vector<std::string> inputs() const { return {paths.begin(), paths.end() - 1}; }
+    [[nodiscard]] const std::string& output() const { return paths.back(); }
+};
+
+class Conversion {
+public:
+    // Checks the request as a whole. Throws UsageError. Plug-in and request must outlive the conversion.
+    Conversion(const host::Plugin& plugin, const ConversionRequest& request);
+
+    // Converts one of the inputs. Throws FileError or another std::exception that concerns the input; what
+    // concerns the output is told under its name.
+    Outcome convert(const std::string& input);
+
+private:
+    void chooseFormat();
+    void checkOptions() const;
+    void chooseOptions();
+    [[nodiscard]] const OutputFormat& formatFor(const PixelSource& source) const;
+    std::string outputPath(const std::string& input, const OutputFormat& format);
+
+    const ConversionRequest& m_request;
+    bool m_isToFolder;
+    const OutputFormat* m_format = nullptr;  // null: by what each image is
+    OutputSettings m_settings;
+    std::set<std::string> m_outputs;  // so far
+};
+
+}  // namespace kpx::tool

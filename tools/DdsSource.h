@@ -1,0 +1,27 @@
+// An image read through the host and its plug-in.
+#pragma once
+
+#include "host/ImageReader.h"
+#include "tools/PixelSource.h"
+
+namespace kpx::tool {
+
+// Opens the image while standard output is held back; what the plug-in prints there is told under the file's
+// name. Throws FileError or host::HostError.
+std::unique_ptr<host::ImageReader> openImage(const host::Plugin& plugin, const std::string& path);
+
+class DdsSource : public PixelSource {
+public:
+    DdsSource(const host::Plugin& plugin, const std::string& path);
+
+    [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
+    [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
+    std::span<const unsigned char* const> nextRow() override;
+
+private:
+    std::unique_ptr<host::ImageReader> m_reader;
+    ImageLayout m_layout{};
+    int m_scanline = 0;  // scanlines are numbered from the bottom
+};
+
+}  // namespace kpx::tool

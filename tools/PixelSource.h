@@ -1,0 +1,38 @@
+// An image opened for conversion, whatever file it comes from, read row by row from the top.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+
+#include "host/Plugin.h"
+
+namespace kpx::tool {
+
+struct ImageLayout {
+    int width;   // at least 1
+    int height;  // at least 1
+    int colours;
+    int mattes;
+    bool isFloat;  // values are 32-bit floats, otherwise bytes
+};
+
+enum class SourceKind { dds, png };
+
+class PixelSource {
+public:
+    virtual ~PixelSource() = default;
+
+    [[nodiscard]] virtual SourceKind kind() const = 0;
+    [[nodiscard]] virtual const ImageLayout& layout() const = 0;
+
+    // The next picture row, from the top, as one row of values a channel, colours before the matte. Lasts until
+    // the next call; to be called `height` times. Throws FileError or host::HostError.
+    virtual std::span<const unsigned char* const> nextRow() = 0;
+};
+
+// Opens a PNG file, known by its signature, or an image of the plug-in's format. PNG files of 16 bits a channel
+// are refused unless they may be reduced to 8. Throws FileError or host::HostError.
+std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, const std::string& path, bool reduceTo8Bits);
+
+}  // namespace kpx::tool

@@ -1,0 +1,22 @@
+// The commands of the program: each adds itself to the parser.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+#include "tools/Outcome.h"
+
+namespace kpx::tool {
+
+// What the parser leaves behind for the program to do.
+struct Invocation {
+    std::string pluginPath;        // empty: the usual place
+    std::function<Outcome()> run;  // the chosen command with its arguments
+};
+
+void addFormatsCommand(CLI::App& app, Invocation& invocation);
+void addInfoCommand(CLI::App& app, Invocation& invocation);
+void addConvertCommand(CLI::App& app, Invocation& invocation);
+
+}  // namespace kpx::tool

@@ -1,0 +1,27 @@
+// Messages to standard error, and the work on each of several files with its messages.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/Outcome.h"
+
+namespace kpx::tool {
+
+// Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line.
+void tell(const std::string& message);
+void tell(const std::string& file, const std::string& message);
+
+// Runs `work` on every file; what it throws is told under the file's name and the next file is done, except
+// for a UsageError, which ends the run. Returns the worst outcome.
+Outcome forEachFile(const std::vector<std::string>& files, const std::function<Outcome(const std::string&)>& work);
+
+// Opens any of the standard streams that is closed, so that no other file takes its place: output written to a
+// closed stream still fails.
+void holdStandardStreams();
+
+// Whether all that was written to standard output has arrived; tells when it has not.
+bool flushOutput();
+
+}  // namespace kpx::tool

@@ -1,0 +1,48 @@
+// kpximage convert: images to PNG, OpenEXR or DDS.
+#include "tools/Conversion.h"
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/pluginChoice.h"
+
+namespace kpx::tool {
+namespace {
+
+Outcome run(const std::string& pluginPath, const ConversionRequest& request) {
+    const auto plugin = loadPlugin(pluginPath);
+    Conversion conversion(*plugin, request);
+    return forEachFile(request.inputs(), [&](const std::string& input) { return conversion.convert(input); });
+}
+
+std::vector<std::string> formatNames() {
+    std::vector<std::string> names;
+    for (const OutputFormat& format : outputFormats()) names.emplace_back(format.extension);
+    return names;
+}
+
+}  // namespace
+
+void addConvertCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App* command = app.add_subcommand("convert", "Convert images to PNG, OpenEXR or DDS");
+    auto request = std::make_shared<ConversionRequest>();
+    command
+        ->add_option("FILE", request->paths,
+                     "Inputs (DDS or PNG), then the output: a file whose name ends in .png, .exr or .dds, or a folder")
+        ->required()
+        ->expected(2, -1);
+    command->add_option("--format", request->format, "Format in a folder; else OpenEXR for floats, DDS for PNG, or PNG")
+        ->check(CLI::IsMember(formatNames()));
+    command
+        ->add_option("--exposure", request->exposure,
+                     "Make a PNG of floating-point channels, brightened by this many stops")
+        ->check(CLI::Range(-64.0, 64.0));
+    command->add_option("--depth", request->depth, "8: reduce PNG input of 16 bits a channel")
+        ->check(CLI::IsMember({8}));
+    command->add_option("--alpha", request->alpha, "The plug-in's Alpha option for DDS output, by its value's name");
+    command->add_option("--compression", request->compression,
+                        "The plug-in's Compression option for DDS output, by its value's name");
+    command->callback([&invocation, request] {
+        invocation.run = [&invocation, request] { return run(invocation.pluginPath, *request); };
+    });
+}
+
+}  // namespace kpx::tool

@@ -1,0 +1,26 @@
+// What commands throw. Messages are sentences without the file's name, which is added where they are caught.
+#pragma once
+
+#include <stdexcept>
+
+namespace kpx::tool {
+
+// The work on one file cannot go on; the other files are still done.
+class FileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The same, where the cause lies with the output and not with the input.
+class OutputError : public FileError {
+public:
+    using FileError::FileError;
+};
+
+// The command line asks for what makes no sense; nothing is done.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace kpx::tool

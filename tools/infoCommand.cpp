@@ -1,0 +1,76 @@
+// kpximage info: size and channels of images.
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "tools/DdsSource.h"
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/pluginChoice.h"
+
+namespace kpx::tool {
+namespace {
+
+struct Arguments {
+    std::vector<std::string> files;
+    bool json = false;
+};
+
+using Json = nlohmann::ordered_json;
+
+Json describe(const std::string& file, const host::ImageReader& reader) {
+    return {{"file", file},
+            {"recognised", true},
+            {"width", reader.width()},
+            {"height", reader.height()},
+            {"colourChannels", reader.colourChannels()},
+            {"matteChannels", reader.matteChannels()},
+            {"bits", reader.descriptor().channelBits},
+            {"float", reader.isFloat()}};
+}
+
+void printSentence(const std::string& file, const host::ImageReader& reader) {
+    std::cout << file << ": " << reader.width() << " x " << reader.height() << ", " << reader.colourChannels()
+              << " colour, " << reader.matteChannels() << " matte, " << reader.descriptor().channelBits
+              << (reader.isFloat() ? "-bit float\n" : "-bit\n");
+}
+
+// File names need not be valid UTF-8; JSON has to be.
+void printJson(const Json& object) {
+    std::cout << object.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+// An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
+Outcome showUnrecognised(const std::string& file, bool json) {
+    if (json) printJson({{"file", file}, {"recognised", false}});
+    tell(file, "is not recognised");
+    return Outcome::failed;
+}
+
+Outcome show(const host::Plugin& plugin, const std::string& file, bool json) {
+    if (!plugin.isFile(file)) return showUnrecognised(file, json);
+    const auto reader = openImage(plugin, file);
+    if (json) {
+        printJson(describe(file, *reader));
+    } else {
+        printSentence(file, *reader);
+    }
+    return Outcome::done;
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App* command = app.add_subcommand("info", "Show the size and the channels of images");
+    auto arguments = std::make_shared<Arguments>();
+    command->add_option("FILE", arguments->files, "Images to look at")->required();
+    command->add_flag("--json", arguments->json, "Print one JSON object a line");
+    command->callback([&invocation, arguments] {
+        invocation.run = [&invocation, arguments] {
+            const auto plugin = loadPlugin(invocation.pluginPath);
+            return forEachFile(arguments->files,
+                               [&](const std::string& file) { return show(*plugin, file, arguments->json); });
+        };
+    });
+}
+
+}  // namespace kpx::tool

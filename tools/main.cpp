@@ -1,0 +1,55 @@
+// kpximage: looks at DDS images and converts them, through the host and its plug-in.
+#include <iostream>
+
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/errors.h"
+
+namespace kpx::tool {
+namespace {
+
+constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand, addConvertCommand};
+
+// What the command ended in, or how it could not start.
+Outcome runReporting(const std::function<Outcome()>& command) {
+    try {
+        return command();
+    } catch (const UsageError& error) {
+        tell(error.what());
+        return Outcome::usage;
+    } catch (const std::exception& error) {
+        tell(error.what());
+        return Outcome::failed;
+    }
+}
+
+Outcome runProgram(int argc, char** argv) {
+    CLI::App app("Looks at DDS images and converts them.", "kpximage");
+    Invocation invocation;
+    app.set_version_flag("--version", KPX_VERSION);
+    app.add_option("--plugin", invocation.pluginPath, "Plug-in file (else $KPX_PLUGIN, KPXDDS.so beside the program)");
+    app.footer("Exit status: 0 done, 1 a file failed, 2 wrong usage.");
+    app.require_subcommand(1);
+    app.fallthrough();  // --plugin may stand after the command
+    for (const auto add : commands) add(app, invocation);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& help) {
+        app.exit(help);
+        return Outcome::done;
+    } catch (const CLI::ParseError& error) {
+        tell(std::string(error.what()) + " (--help tells more)");
+        return Outcome::usage;
+    }
+    return runReporting(invocation.run);
+}
+
+}  // namespace
+}  // namespace kpx::tool
+
+int main(int argc, char** argv) {
+    using namespace kpx::tool;
+    holdStandardStreams();
+    const Outcome outcome = runReporting([&] { return runProgram(argc, argv); });
+    return static_cast<int>(flushOutput() ? outcome : worse(outcome, Outcome::failed));
+}
