@@ -626,6 +626,13 @@ TEST(ReaderModel, OnePixelOfEveryByteLayout) {
          3,
          false,
          {255, 0, 0}},
+        {"24-bit mask is not cut", File(1, 1, rgb).masks(24, 0xFFFFFF, 0, 0, 0).add({0, 1, 1}), 0, 3, false, {0, 0, 0}},
+        {"32-bit mask is cut by 8",
+         File(1, 1, rgb).masks(32, 0xFFFFFFFF, 0, 0, 0).add({0, 1, 1, 1}),
+         0,
+         3,
+         false,
+         {1, 0, 0}},
         {"no alpha mask",
          File(1, 1, rgb | alphaPixels).masks(32, 0xFF, 0, 0, 0).add({9, 9, 9, 9}),
          0,
@@ -835,6 +842,18 @@ TEST(ReaderModel, AlphaModeChoosesThePremultipliedDecoding) {
         EXPECT_EQ(File::dxgi(77, 4, 4, mode).add(data).read().channelRow(0, 0), plain) << mode;
     for (const std::uint32_t mode : {2U, 10U})
         EXPECT_EQ(File::dxgi(77, 4, 4, mode).add(data).read().channelRow(0, 0), divided) << mode;
+}
+
+TEST(ReaderModel, OnlyDxgi96IsSignedBC6H) {
+    const Bytes block = {3, 0x40, 0, 1, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    for (const std::uint32_t format : {94U, 95U, 96U}) {
+        const model::Picture picture = File::dxgi(format, 1, 1).add(block).read();
+        const auto value = std::bit_cast<std::uint32_t>(format == 96 ? -65504.0F : 1.5146484375F);
+        EXPECT_EQ(picture.pixelAt(0, 0), (model::Pixel{value, value, value, std::bit_cast<std::uint32_t>(1.0F)}))
+            << format;
+        EXPECT_EQ(picture.layout, 13) << format;
+        EXPECT_EQ(picture.bits, 32) << format;
+    }
 }
 
 TEST(ReaderModel, RejectedDxgiFormats) {

@@ -95,15 +95,15 @@ std::uint8_t bc4Value(std::uint8_t e0, std::uint8_t e1, int index, bool isSigned
 std::uint8_t bc3Alpha(std::uint8_t alpha0, std::uint8_t alpha1, int index) {
     if (index == 0) return alpha0;
     if (index == 1) return alpha1;
-    if (alpha0 >= alpha1) return toByte(((8 - index) * alpha0 + (index - 1) * alpha1) / 7);
+    if (alpha0 >= alpha1) return toByte(((8 - index) * std::int64_t{alpha0} + (index - 1) * std::int64_t{alpha1}) / 7);
     if (index == 6) return 0;
     if (index == 7) return 255;
-    return toByte(((6 - index) * alpha0 + (index - 1) * alpha1) / 5);
+    return toByte(((6 - index) * std::int64_t{alpha0} + (index - 1) * std::int64_t{alpha1}) / 5);
 }
 
 std::uint8_t divideByAlpha(std::uint8_t value, std::uint8_t alpha) {
     if (alpha == 0) return value;
-    return value < alpha ? toByte(value * 256 / alpha) : std::uint8_t{255};
+    return value < alpha ? toByte(std::int64_t{value} * 256 / alpha) : std::uint8_t{255};
 }
 
 Texels decodeBC1(Block8 block, bool isDXT1) {
@@ -123,7 +123,7 @@ Texels decodeBC2(Block16 block, bool premultiplied) {
     Texels texels = decodeBC1(block.last<8>(), false);
     for (int t = 0; t < 16; ++t) {
         Texel& texel = texels[at(t)];
-        texel.a = toByte(bitsOf(block, 4 * t, 4) * 17);
+        texel.a = toByte(std::int64_t{17} * bitsOf(block, 4 * t, 4));
         if (premultiplied) undoPremultiplication(texel);
     }
     return texels;

@@ -141,14 +141,14 @@ std::uint32_t scaleMasked(std::uint32_t value, std::uint32_t mask) {
 }
 
 void showMasked(State& s, std::uint64_t pixelBytes) {
-    s.pixelAt = [data = s.data, width = s.width, masks = s.masks, alphaOnly = (s.flags & ddpfAlpha) != 0,
-                 hasFourth = s.channels == 4, pixelBytes](std::uint64_t x, std::uint64_t y) {
+    s.pixelAt = [data = s.data, width = s.width, masks = s.masks, alphaOnly = (s.flags & ddpfAlpha) != 0, pixelBytes](
+                    std::uint64_t x, std::uint64_t y) {
         std::uint32_t value = 0;
         for (std::uint64_t k = 0; k < std::min<std::uint64_t>(pixelBytes, 4); ++k)
             value |= data.byte((y * width + x) * pixelBytes + k) << (8 * k);
         if (alphaOnly) return Pixel{scaleMasked(value, masks[3]), 0, 0, 0};
         return Pixel{scaleMasked(value, masks[0]), scaleMasked(value, masks[1]), scaleMasked(value, masks[2]),
-                     hasFourth ? scaleMasked(value, masks[3]) : 0U};
+                     scaleMasked(value, masks[3])};
     };
 }
 
@@ -183,7 +183,7 @@ bool loadUncompressed(State& s) {
 struct FloatFormat {
     std::uint32_t code;
     std::uint32_t channels;
-    std::uint32_t valueBytes;
+    std::uint64_t valueBytes;
     int layout;
 };
 
