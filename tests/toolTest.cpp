@@ -1,0 +1,578 @@
+// kpximage run as a user runs it: exit statuses, messages, and outputs read back with the libraries of their formats.
+#include <ImfChannelList.h>
+#include <ImfFrameBuffer.h>
+#include <ImfHeader.h>
+#include <ImfInputFile.h>
+#include <gtest/gtest.h>
+#include <png.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Bytes = std::string;
+
+// Files in memory.
+
+void putWord(Bytes& bytes, size_t offset, uint32_t value) {
+    for (size_t i = 0; i < 4; ++i) bytes[offset + i] = static_cast<char>(value >> (8 * i) & 0xFF);
+}
+
+uint32_t wordAt(const Bytes& bytes, size_t offset) {
+    uint32_t value = 0;
+    for (size_t i = 4; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes.at(offset + i));
+    return value;
+}
+
+struct PixelFormat {
+    uint32_t flags, code, bits, red, green, blue, alpha;
+};
+constexpr PixelFormat rgb24{0x40, 0, 24, 0xFF0000, 0xFF00, 0xFF, 0};
+constexpr PixelFormat rgba32{0x41, 0, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
+constexpr PixelFormat alpha8{0x2, 0, 8, 0, 0, 0, 0xFF};
+constexpr PixelFormat grey8{0x20000, 0, 8, 0xFF, 0, 0, 0};
+constexpr PixelFormat greyAlpha16{0x20001, 0, 16, 0xFF, 0, 0, 0xFF00};
+constexpr PixelFormat twoOf16Bits{0x4, 34, 32, 0, 0, 0, 0};
+constexpr PixelFormat bc1{0x4, 0x31545844, 0, 0, 0, 0, 0};
+constexpr PixelFormat unknownCode{0x4, 0x3F3F3F3F, 0, 0, 0, 0, 0};
+constexpr PixelFormat floatCode(uint32_t code) {
+    return {0x4, code, 0, 0, 0, 0, 0};
+}
+
+Bytes dds(uint32_t width, uint32_t height, const PixelFormat& format, const Bytes& pixels) {
+    Bytes file(128, '\0');
+    file.replace(0, 4, "DDS ");
+    putWord(file, 4, 124);
+    putWord(file, 8, 0x1007);
+    putWord(file, 12, height);
+    putWord(file, 16, width);
+    putWord(file, 76, 32);
+    size_t offset = 80;
+    for (const uint32_t value :
+         {format.flags, format.code, format.bits, format.red, format.green, format.blue, format.alpha}) {
+        putWord(file, offset, value);
+        offset += 4;
+    }
+    return file + pixels;
+}
+
+Bytes floats(const std::vector<float>& values) {
+    Bytes bytes(values.size() * sizeof(float), '\0');
+    std::memcpy(bytes.data(), values.data(), bytes.size());
+    return bytes;
+}
+
+// Bytes without a pattern that a compressor could use, the same in every run.
+Bytes noise(size_t size) {
+    Bytes bytes(size, '\0');
+    uint32_t state = 1;
+    for (char& c : bytes) {
+        state = state * 1664525 + 1013904223;
+        c = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
+
+Bytes readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// PNG files through libpng, whose default error handler ends the test program.
+
+struct Png {
+    int width, height, type, depth;
+    Bytes rows;  // as in the file, without filters
+    bool isInterlaced = false;
+
+    bool operator==(const Png&) const = default;
+};
+
+void writePng(const std::string& path, const Png& image) {
+    FILE* file = std::fopen(path.c_str(), "wb");
+    png_struct* png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_info* info = png_create_info_struct(png);
+    png_init_io(png, file);
+    png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height), image.depth,
+                 image.type, image.isInterlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE,
+                 PNG_FILTER_TYPE_BASE);
+    if (image.type == PNG_COLOR_TYPE_PALETTE) {
+        const std::array<png_color, 2> colours = {{{1, 2, 3}, {4, 5, 6}}};
+        const std::array<png_byte, 2> alphas = {7, 255};
+        png_set_PLTE(png, info, colours.data(), colours.size());
+        png_set_tRNS(png, info, alphas.data(), alphas.size(), nullptr);
+    }
+    png_write_info(png, info);
+    Bytes rows = image.rows;
+    std::vector<png_bytep> pointers;
+    const size_t rowSize = png_get_rowbytes(png, info);
+    for (int y = 0; y < image.height; ++y) {
+        pointers.push_back(reinterpret_cast<png_bytep>(&rows.at(static_cast<size_t>(y) * rowSize)));
+    }
+    png_write_image(png, pointers.data());
+    png_write_end(png, info);
+    png_destroy_write_struct(&png, &info);
+    std::fclose(file);
+}
+
+Png readPng(const std::string& path) {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return {};
+    png_struct* png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_info* info = png_create_info_struct(png);
+    png_init_io(png, file);
+    png_read_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    Png image{static_cast<int>(png_get_image_width(png, info)),
+              static_cast<int>(png_get_image_height(png, info)),
+              png_get_color_type(png, info),
+              png_get_bit_depth(png, info),
+              {}};
+    for (int y = 0; y < image.height; ++y) {
+        image.rows.append(reinterpret_cast<const char*>(png_get_rows(png, info)[y]), png_get_rowbytes(png, info));
+    }
+    png_destroy_read_struct(&png, &info, nullptr);
+    std::fclose(file);
+    return image;
+}
+
+std::vector<float> exrChannel(const std::string& path, const std::string& name) {
+    Imf::InputFile file(path.c_str());
+    const Imath::Box2i window = file.header().dataWindow();
+    const auto width = static_cast<size_t>(window.max.x + 1);
+    std::vector<float> values(width * static_cast<size_t>(window.max.y + 1));
+    Imf::FrameBuffer frame;
+    frame.insert(name,
+                 Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(values.data()), sizeof(float), width * sizeof(float)));
+    file.setFrameBuffer(frame);
+    file.readPixels(window.min.y, window.max.y);
+    return values;
+}
+
+std::string exrNames(const std::string& path) {
+    Imf::InputFile file(path.c_str());
+    std::string names;
+    for (auto i = file.header().channels().begin(); i != file.header().channels().end(); ++i) names += i.name();
+    return names;
+}
+
+// The program.
+
+struct Result {
+    int status;
+    std::string out, err;
+};
+
+class Tool : public testing::Test {
+protected:
+    Tool() {
+        std::string pattern = testing::TempDir() + "kpxtool-XXXXXX";
+        m_folder = mkdtemp(pattern.data());
+    }
+    ~Tool() override { fs::remove_all(m_folder); }
+
+    [[nodiscard]] std::string at(const std::string& name) const { return (m_folder / name).string(); }
+
+    void file(const std::string& name, const Bytes& bytes) const { std::ofstream(at(name), std::ios::binary) << bytes; }
+
+    // Runs the program in the folder, with arguments as a shell takes them, and `before` in front of it.
+    [[nodiscard]] Result run(const std::string& arguments, const std::string& before = "") const {
+        const std::string prefix = m_folder.string();
+        const std::string command = "cd '" + prefix + "' && { " + before + " KPX_PLUGIN='" KPX_PLUGIN_PATH "' '" +
+                                    KPX_TOOL_PATH "' " + arguments + "; } >'" + prefix + ".out' 2>'" + prefix + ".err'";
+        const int status = std::system(command.c_str());
+        Result result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(prefix + ".out"),
+                      readFile(prefix + ".err")};
+        fs::remove(prefix + ".out");
+        fs::remove(prefix + ".err");
+        return result;
+    }
+
+    // The names in the folder, in order.
+    [[nodiscard]] std::string names() const {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::directory_iterator(m_folder)) found.push_back(entry.path().filename());
+        std::sort(found.begin(), found.end());
+        std::string joined;
+        for (const std::string& name : found) joined += (joined.empty() ? "" : " ") + name;
+        return joined;
+    }
+
+private:
+    fs::path m_folder;
+};
+
+#define EXPECT_RUN(result, expectedStatus, expectedErr) \
+    do {                                                \
+        const Result run_ = (result);                   \
+        EXPECT_EQ(run_.status, expectedStatus);         \
+        EXPECT_EQ(run_.err, expectedErr);               \
+    } while (false)
+
+const Bytes twoRows = "abcdefABCDEF";  // 2 x 2 pixels of BGR: abc def / ABC DEF
+
+TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    const char* cases[][2] = {
+        {"", "subcommand is required"},
+        {"info", "FILE is required"},
+        {"info --nonsense a.dds", "--nonsense"},
+        {"convert a.dds", "FILE"},
+        {"convert a.dds a.tga", "a.tga: the name of the output must end in one of .png .exr .dds"},
+        {"convert a.dds out/", "out/ is not a folder"},
+        {"convert a.dds a.dds out.png", "out.png is not a folder"},
+        {"convert a.dds . --format gif", "gif not in"},
+        {"convert a.dds a.png --format png", "--format goes with a folder"},
+        {"convert a.dds a.exr --exposure 1", "--exposure has no use for .exr"},
+        {"convert a.dds a.png --alpha 'Output alpha'", "--alpha has no use for .png"},
+        {"convert a.dds b.dds --compression best", "there are \"Off\", \"DXT1\", \"DXT3\""},
+        {"convert a.dds b.dds --depth 9", "9"},
+    };
+    for (const auto& [arguments, message] : cases) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_TRUE(result.err.starts_with("kpximage: ")) << result.err;
+        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
+        EXPECT_EQ(result.out, "");
+    }
+    EXPECT_EQ(names(), "a.dds");
+}
+
+TEST_F(Tool, EveryCommandHasHelp) {
+    for (const char* command : {"", "formats", "info", "convert"}) {
+        const Result result = run(std::string(command) + " --help");
+        EXPECT_EQ(result.status, 0);
+        EXPECT_NE(result.out.find(std::string("Usage: kpximage ") + command), std::string::npos) << result.out;
+        EXPECT_EQ(result.err, "");
+    }
+}
+
+TEST_F(Tool, FormatsShowsThePluginItsOptionsAndTheTable) {
+    const Result result = run("formats");
+    EXPECT_EQ(result.status, 0);
+    for (const char* text : {"plug-in: " KPX_PLUGIN_PATH "\n", "imageExtension: .dds\n", "imageAccess: 76\n",
+                             "Compression: Off (0), DXT1 (1), DXT3 (3)\n", "BC7_UNORM ", "code \"DXT5\""}) {
+        EXPECT_NE(result.out.find(text), std::string::npos) << text;
+    }
+}
+
+TEST_F(Tool, ThePluginMayBeNamedBeforeOrAfterTheCommand) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    for (const char* arguments : {"--plugin ./no.so info a.dds", "info a.dds --plugin no.so"}) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.err.find("kpximage: cannot load the plug-in: " + at("")), std::string::npos) << result.err;
+    }
+}
+
+TEST_F(Tool, InfoDescribesEveryFileAndFailsIfOneDoes) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    file("b.dds", dds(1, 1, floatCode(116), floats({1, 2, 3, 4})));
+    file("c.txt", Bytes(200, 'c'));
+    file("short.dds", Bytes("DDS ") + Bytes(96, '\0'));
+    const Result result = run("info a.dds c.txt missing.dds short.dds b.dds");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "a.dds: 2 x 2, 3 colour, 0 matte, 8-bit\nb.dds: 1 x 1, 3 colour, 1 matte, 32-bit float\n");
+    EXPECT_EQ(result.err,
+              "kpximage: c.txt: is not recognised\n"
+              "kpximage: missing.dds: cannot open the file: No such file or directory\n"
+              "kpximage: short.dds: is too short: it has 100 bytes, its header alone takes 128\n");
+}
+
+TEST_F(Tool, InfoAsJsonIsOneObjectALineWhateverTheNamesAre) {
+    file("a\"\n\xFF.dds", dds(2, 2, rgba32, Bytes(16, 'x')));
+    file("c.txt", Bytes(200, 'c'));
+    const Result result = run("info --json *");
+    EXPECT_EQ(result.status, 1);
+    std::istringstream lines(result.out);
+    std::vector<nlohmann::json> objects;
+    for (std::string line; std::getline(lines, line);) objects.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(objects.size(), 2U);
+    EXPECT_EQ(objects[0]["file"], "a\"\n\xEF\xBF\xBD.dds");
+    EXPECT_EQ(objects[0]["colourChannels"], 3);
+    EXPECT_EQ(objects[0]["matteChannels"], 1);
+    EXPECT_EQ(objects[0]["float"], false);
+    EXPECT_EQ(objects[1]["recognised"], false);
+    EXPECT_EQ(result.err, "kpximage: c.txt: is not recognised\n");
+}
+
+TEST_F(Tool, WhatThePluginPrintsStaysOutOfTheData) {
+    file("cut.dds", dds(8, 8, bc1, "abc"));
+    const Result result = run("info --json cut.dds");
+    EXPECT_EQ(nlohmann::json::parse(result.out)["width"], 64);
+    EXPECT_EQ(result.err, "kpximage: cut.dds: Error loading DDS pixel data\n");
+}
+
+TEST_F(Tool, AnOutputThatIsNotReadIsAFailure) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    EXPECT_RUN(run("info a.dds >/dev/full"), 1, "kpximage: standard output: No space left on device\n");
+    EXPECT_RUN(run("info a.dds >&-"), 1, "kpximage: standard output: Bad file descriptor\n");
+}
+
+TEST_F(Tool, ClosedStreamsDoNotEndUpInTheOutput) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    EXPECT_EQ(run("convert a.dds a.png <&- >&- 2>&-").status, 0);
+    EXPECT_EQ(readPng(at("a.png")).rows, "cbafedCBAFED");
+}
+
+TEST_F(Tool, EverySetOfByteChannelsHasItsPng) {
+    struct Case {
+        const char* name;
+        PixelFormat format;
+        Bytes pixels;
+        int type;
+        Bytes rows;
+    };
+    const Case cases[] = {
+        {"rgb", rgb24, twoRows, PNG_COLOR_TYPE_RGB, "cbafedCBAFED"},
+        {"rgba", rgba32, "abcdefghABCDEFGH", PNG_COLOR_TYPE_RGBA, "cbadgfehCBADGFEH"},
+        {"grey", grey8, "abcd", PNG_COLOR_TYPE_GRAY, "abcd"},
+        {"greyAlpha", greyAlpha16, "aAbBcCdD", PNG_COLOR_TYPE_GRAY_ALPHA, "aAbBcCdD"},
+        {"alpha", alpha8, "abcd", PNG_COLOR_TYPE_GRAY, "abcd"},
+        {"two", twoOf16Bits, "-a-b-c-d-e-f-g-h", PNG_COLOR_TYPE_RGB, Bytes("ab\0cd\0ef\0gh\0", 12)},
+    };
+    for (const Case& each : cases) {
+        file("a.dds", dds(2, 2, each.format, each.pixels));
+        EXPECT_RUN(run("convert a.dds a.png"), 0, "");
+        EXPECT_EQ(readPng(at("a.png")), (Png{2, 2, each.type, 8, each.rows})) << each.name;
+    }
+}
+
+TEST_F(Tool, ThePictureThatStandsForTheUndecodableIsOpaqueBlack) {
+    file("a.dds", dds(2, 2, unknownCode, ""));
+    EXPECT_EQ(run("convert a.dds a.png").status, 0);
+    Bytes rows;
+    for (int i = 0; i < 64 * 64; ++i) rows += Bytes("\0\0\0\xFF", 4);
+    EXPECT_EQ(readPng(at("a.png")), (Png{64, 64, PNG_COLOR_TYPE_RGBA, 8, rows}));
+}
+
+TEST_F(Tool, FloatsBecomeOpenExrUnchangedWithTheTopRowFirst) {
+    struct Case {
+        uint32_t code;
+        const char* channels;  // in the order of the DDS file
+        const char* sorted;
+    };
+    for (const Case& each : {Case{114, "Y", "Y"}, Case{115, "RG", "GR"}, Case{116, "RGBA", "ABGR"}}) {
+        const Bytes channels = each.channels;
+        std::vector<float> values;
+        for (size_t i = 0; i < 6 * channels.size(); ++i) values.push_back(1e-7F * static_cast<float>(i * i) - 1.0F);
+        file("a.dds", dds(2, 3, floatCode(each.code), floats(values)));
+        EXPECT_RUN(run("convert a.dds a.exr"), 0, "");
+        ASSERT_EQ(exrNames(at("a.exr")), each.sorted);
+        for (size_t channel = 0; channel < channels.size(); ++channel) {
+            std::vector<float> expected;
+            for (size_t i = channel; i < values.size(); i += channels.size()) expected.push_back(values[i]);
+            EXPECT_EQ(exrChannel(at("a.exr"), channels.substr(channel, 1)), expected);
+        }
+    }
+}
+
+TEST_F(Tool, FloatsBecomePngOnlyWithAnExposure) {
+    const float notANumber = std::numeric_limits<float>::quiet_NaN();
+    file("a.dds", dds(2, 1, floatCode(116), floats({0.25F, 0.001F, 9.0F, 0.5F, notANumber, -1.0F, 0.5F, 2.0F})));
+    EXPECT_RUN(run("convert a.dds a.png"), 1,
+               "kpximage: a.dds: has floating-point channels: write .exr, or choose the brightness of a PNG with "
+               "--exposure\n");
+    EXPECT_EQ(names(), "a.dds");
+    EXPECT_RUN(run("convert a.dds a.png --exposure 0"), 0, "");
+    // 0.25 is 0.5371 in sRGB, 0.001 is 0.01292, 0.5 is 0.7354; alpha stays linear.
+    EXPECT_EQ(readPng(at("a.png")).rows, Bytes("\x89\x03\xFF\x80\0\0\xBC\xFF", 8));
+    EXPECT_RUN(run("convert --exposure -2 a.dds a.png"), 0, "");
+    // A quarter of the light: 0.0625 is 0.2777, 0.00025 is 0.00323, 0.125 is 0.3885.
+    EXPECT_EQ(readPng(at("a.png")).rows, Bytes("\x47\x01\xFF\x80\0\0\x63\xFF", 8));
+}
+
+TEST_F(Tool, ByteImagesAreNoOpenExrAndFloatsNoDds) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    file("f.dds", dds(1, 1, floatCode(114), floats({1})));
+    EXPECT_RUN(run("convert a.dds a.exr"), 1,
+               "kpximage: a.dds: has 8-bit channels, which OpenEXR cannot hold as they are: write .png\n");
+    EXPECT_RUN(run("convert f.dds g.dds"), 1,
+               "kpximage: f.dds: has floating-point channels, which cannot be written as DDS: write .exr\n");
+    EXPECT_EQ(names(), "a.dds f.dds");
+}
+
+TEST_F(Tool, PngAndDdsGoRoundWithColumnsOfPadding) {
+    const Png image{5, 2, PNG_COLOR_TYPE_RGBA, 8, noise(40)};
+    writePng(at("a.png"), image);
+    EXPECT_RUN(run("convert a.png a.dds"), 0, "kpximage: a.dds: note: the width 5 is stored as 8\n");
+    const Bytes stored = readFile(at("a.dds"));
+    ASSERT_EQ(stored.size(), 128U + 2 * 8 * 4);
+    EXPECT_EQ(stored.substr(128, 4),
+              Bytes({image.rows[2], image.rows[1], image.rows[0], image.rows[3]}));  // BGRA of the top left pixel
+    EXPECT_RUN(run("convert a.dds b.png"), 0, "");
+    const Png back = readPng(at("b.png"));
+    ASSERT_EQ(back.width, 8);
+    EXPECT_EQ(back.rows.substr(0, 20), image.rows.substr(0, 20));
+    EXPECT_EQ(back.rows.substr(32, 20), image.rows.substr(20, 20));
+}
+
+TEST_F(Tool, PngOfAnyKindIsExpanded) {
+    const Bytes bytes = noise(64);
+    struct Case {
+        const char* name;
+        Png image;
+        const char* options;
+        Png expected;
+    };
+    const Case cases[] = {
+        {"rgb",
+         {4, 2, PNG_COLOR_TYPE_RGB, 8, bytes.substr(0, 24)},
+         "",
+         {4, 2, PNG_COLOR_TYPE_RGB, 8, bytes.substr(0, 24)}},
+        {"interlaced",
+         {4, 2, PNG_COLOR_TYPE_RGB, 8, bytes.substr(0, 24), true},
+         "",
+         {4, 2, PNG_COLOR_TYPE_RGB, 8, bytes.substr(0, 24)}},
+        {"grey", {4, 1, PNG_COLOR_TYPE_GRAY, 8, "abcd"}, "", {4, 1, PNG_COLOR_TYPE_RGB, 8, "aaabbbcccddd"}},
+        {"2-bit grey",
+         {4, 1, PNG_COLOR_TYPE_GRAY, 2, "\x1B"},
+         "",
+         {4, 1, PNG_COLOR_TYPE_RGB, 8, Bytes("\0\0\0UUU\xAA\xAA\xAA\xFF\xFF\xFF", 12)}},
+        {"palette",
+         {4, 1, PNG_COLOR_TYPE_PALETTE, 1, "\xA0"},
+         "",
+         {4, 1, PNG_COLOR_TYPE_RGBA, 8, "\x04\x05\x06\xFF\x01\x02\x03\x07\x04\x05\x06\xFF\x01\x02\x03\x07"}},
+        {"16-bit",
+         {4, 1, PNG_COLOR_TYPE_GRAY, 16, "a-b-c-d-"},
+         "--depth 8",
+         {4, 1, PNG_COLOR_TYPE_RGB, 8, "aaabbbcccddd"}},
+    };
+    for (const Case& each : cases) {
+        writePng(at("a.png"), each.image);
+        EXPECT_RUN(run(std::string("convert a.png a.dds ") + each.options), 0, "");
+        EXPECT_RUN(run("convert a.dds b.png"), 0, "");
+        EXPECT_EQ(readPng(at("b.png")), each.expected) << each.name;
+    }
+}
+
+TEST_F(Tool, PngOf16BitsIsNotReducedUnasked) {
+    writePng(at("a.png"), {1, 1, PNG_COLOR_TYPE_GRAY, 16, "ab"});
+    EXPECT_RUN(run("convert a.png a.dds"), 1, "kpximage: a.png: has 16 bits a channel; --depth 8 reduces it\n");
+    EXPECT_EQ(names(), "a.png");
+}
+
+TEST_F(Tool, OptionsGoByThePluginsNamesInAnyCase) {
+    writePng(at("a.png"), {4, 1, PNG_COLOR_TYPE_RGBA, 8, noise(16)});
+    EXPECT_RUN(run("convert a.png with.dds --alpha 'OUTPUT ALPHA'"), 0, "");
+    EXPECT_RUN(run("convert a.png without.dds --alpha 'do not output alpha'"), 0, "");
+    EXPECT_EQ(wordAt(readFile(at("with.dds")), 88), 32U);
+    EXPECT_EQ(wordAt(readFile(at("without.dds")), 88), 24U);
+    EXPECT_RUN(run("convert a.png packed.dds --compression dxt3"), 0,
+               "kpximage: note: the compression \"DXT3\" does not change the file, which is never compressed\n");
+    EXPECT_EQ(readFile(at("packed.dds")), readFile(at("with.dds")));
+    EXPECT_RUN(run("convert a.png off.dds --compression off"), 0, "");
+}
+
+TEST_F(Tool, DdsOfOtherChannelsIsWrittenAsRgb) {
+    file("grey.dds", dds(4, 1, greyAlpha16, "aAbBcCdD"));
+    file("alpha.dds", dds(4, 1, alpha8, "abcd"));
+    EXPECT_RUN(run("convert grey.dds a.dds"), 0, "");
+    EXPECT_RUN(run("convert alpha.dds b.dds"), 0, "");
+    EXPECT_EQ(readFile(at("a.dds")).substr(128), "aaaAbbbBcccCdddD");
+    EXPECT_EQ(readFile(at("b.dds")).substr(128), Bytes("\0\0\0a\0\0\0b\0\0\0c\0\0\0d", 16));
+}
+
+TEST_F(Tool, AFolderTakesEveryImageInTheFormatThatFitsIt) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    file("f.dds", dds(1, 1, floatCode(114), floats({1})));
+    file("bad.dds", "DDS ");
+    writePng(at("p.png"), {4, 1, PNG_COLOR_TYPE_GRAY, 8, "abcd"});
+    fs::create_directory(at("out"));
+    EXPECT_RUN(run("convert a.dds bad.dds f.dds p.png out"), 1,
+               "kpximage: bad.dds: is too short: it has 4 bytes, its header alone takes 128\n");
+    for (const char* name : {"out/a.png", "out/f.exr", "out/p.dds"}) EXPECT_TRUE(fs::exists(at(name))) << name;
+    EXPECT_RUN(run("convert a.dds out --format dds"), 0, "kpximage: out/a.dds: note: the width 2 is stored as 4\n");
+    EXPECT_RUN(run("convert f.dds out --exposure 1"), 0, "");
+    EXPECT_TRUE(fs::exists(at("out/f.png")));
+}
+
+TEST_F(Tool, NoInputOrOtherOutputIsOverwritten) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    file("A.DDS", dds(2, 2, rgb24, twoRows));
+    fs::create_directories(at("in"));
+    file("in/a.dds", dds(2, 2, rgb24, "GHIJKLghijkl"));
+    fs::create_directory(at("out"));
+    EXPECT_RUN(run("convert a.dds a.dds"), 1, "kpximage: a.dds: would be overwritten by its own conversion\n");
+    EXPECT_RUN(run("convert a.dds in/a.dds out"), 1,
+               "kpximage: in/a.dds: would overwrite out/a.png, just made of another input of the same name\n");
+    EXPECT_EQ(readPng(at("out/a.png")).rows, "cbafedCBAFED");
+}
+
+TEST_F(Tool, AFailureLeavesTheEarlierOutputAndNothingElse) {
+    const Png image{64, 64, PNG_COLOR_TYPE_RGB, 8, noise(64 * 64 * 3)};
+    writePng(at("a.png"), image);
+    const Bytes whole = readFile(at("a.png"));
+    file("cut.png", whole.substr(0, whole.size() / 2));
+    file("endless.png", whole.substr(0, whole.size() - 12));  // all pixels, but no end
+    file("x.dds", "earlier");
+    EXPECT_RUN(run("convert cut.png x.dds"), 1, "kpximage: cut.png: is a broken PNG file: Read Error\n");
+    EXPECT_RUN(run("convert endless.png x.dds"), 1, "kpximage: endless.png: is a broken PNG file: Read Error\n");
+    EXPECT_EQ(readFile(at("x.dds")), "earlier");
+    EXPECT_EQ(names(), "a.png cut.png endless.png x.dds");
+}
+
+// A limit on the size of files stands for a full disk.
+TEST_F(Tool, AFullDiskLeavesNoOutputInAnyFormat) {
+    const Bytes pixels = noise(64 * 64 * 16);
+    file("a.dds", dds(64, 64, rgb24, pixels));
+    file("f.dds", dds(64, 64, floatCode(116), pixels));
+    const std::string full = "trap '' XFSZ; ulimit -f 1;";
+    EXPECT_RUN(run("convert a.dds x.png", full), 1, "kpximage: x.png: cannot be written: File too large\n");
+    EXPECT_RUN(run("convert f.dds x.exr", full), 1, "kpximage: x.exr: cannot be written: File too large\n");
+    const Result result = run("convert a.dds x.dds", full);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("of 12416 bytes arrived on the disk; is it full?"), std::string::npos) << result.err;
+    EXPECT_EQ(names(), "a.dds f.dds");
+}
+
+TEST_F(Tool, DevicesAndPlacesWithoutRoomAreNoOutputs) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    fs::create_symlink("/dev/full", at("full.png"));
+    EXPECT_RUN(run("convert a.dds full.png"), 1, "kpximage: full.png: exists and is not a regular file\n");
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    EXPECT_RUN(run("convert a.dds no/x.png"), 1, "kpximage: no/x.png: cannot be created: No such file or directory\n");
+    const Result result = run("convert a.dds /proc/x.png");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.err.starts_with("kpximage: /proc/x.png: cannot be created: ")) << result.err;
+}
+
+TEST_F(Tool, AnEarlierOutputKeepsItsLinkAndItsPermissions) {
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    file("real.png", "earlier");
+    fs::permissions(at("real.png"), fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink("real.png", at("link.png"));
+    EXPECT_RUN(run("convert a.dds link.png"), 0, "");
+    EXPECT_TRUE(fs::is_symlink(at("link.png")));
+    EXPECT_EQ(readPng(at("real.png")).width, 2);
+    EXPECT_EQ(fs::status(at("real.png")).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_RUN(run("convert a.dds new.png", "umask 026;"), 0, "");
+    EXPECT_EQ(static_cast<int>(fs::status(at("new.png")).permissions()), 0640);
+}
+
+TEST_F(Tool, AnImageWithoutPixelsCannotBeConverted) {
+    file("a.dds", dds(0, 5, rgb24, ""));
+    EXPECT_RUN(run("info a.dds"), 0, "");
+    EXPECT_RUN(run("convert a.dds a.png"), 1, "kpximage: a.dds: has no pixels: it is 0 x 5\n");
+}
+
+TEST_F(Tool, WhatIsNoImageIsNotConverted) {
+    file("a.txt", Bytes(300, 'a'));
+    EXPECT_RUN(run("convert a.txt a.png"), 1, "kpximage: a.txt: is neither a DDS nor a PNG file\n");
+    EXPECT_RUN(run("convert -- -b.dds a.png"), 1,
+               "kpximage: -b.dds: cannot open the file: No such file or directory\n");
+}
+
+}  // namespace
