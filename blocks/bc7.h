@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "blocks/bc7Modes.h"
 #include "blocks/texel.h"
 
 namespace kpx {
@@ -14,20 +15,6 @@ struct Tuint128 {
     std::uint64_t lo;  // block bytes 0 to 7
     std::uint64_t hi;  // block bytes 8 to 15
 };
-
-enum class PBits : std::uint8_t { none, perEndpoint, perSubset };
-
-// A row of the published mode table. Widths are in bits; 0 where a mode has no such field.
-struct Bc7Mode {
-    std::uint8_t subsets, partitionBits, rotationBits, selectionBits;
-    std::uint8_t colourBits, alphaBits;  // of an endpoint channel as stored, without its p-bit
-    PBits pBits;
-    std::uint8_t primaryBits, secondaryBits;  // of an index
-};
-
-// The modes 0 to 7, and last the reserved block: no fields but 2-bit indices, so that both endpoints are 0.
-extern const Bc7Mode bc7Modes[9];
-inline constexpr int bc7ReservedMode = 8;
 
 // The fields of one block. Endpoints are widened to 8 bits; subset s has endpoints 2s and 2s + 1, channels R, G, B, A.
 struct Bc7Block {

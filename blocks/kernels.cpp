@@ -6,7 +6,7 @@
 namespace kpx {
 namespace {
 
-constexpr const KernelSet* sets[] = {&plainKernels};
+constexpr const KernelSet* sets[] = {&plainKernels, &sse41Kernels, &avx2Kernels};
 
 const KernelSet& chooseSet() {
     const KernelSet* best = sets[0];

@@ -80,5 +80,7 @@ std::span<const KernelSet* const> kernelSets();
 const KernelSet& bestKernels();
 
 extern const KernelSet plainKernels;
+extern const KernelSet sse41Kernels;
+extern const KernelSet avx2Kernels;
 
 }  // namespace kpx

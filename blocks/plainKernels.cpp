@@ -105,7 +105,7 @@ void snormToUnorm(unsigned char* bytes, std::size_t count) {
 
 }  // namespace
 
-const KernelSet plainKernels = {
+constinit const KernelSet plainKernels = {
     "plain",
     [] { return true; },
     {nullptr, strip<A8R8G8B8Colour, 8, bc1>, strip<A8R8G8B8Colour, 16, bc2<0>>, strip<A8R8G8B8Colour, 16, bc2<1>>,

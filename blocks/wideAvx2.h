@@ -1,0 +1,193 @@
+// Two 128-bit lanes in one AVX2 register, and the few operations on them that the wide kernels share. wideSse41.h has
+// the same for processors without AVX2. All operations work within lanes unless they say otherwise. Only a file that
+// compiles kernels for AVX2 includes this; everything is local to that file, so that no other may end up with a copy
+// that needs AVX2.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#define KPX_TARGET [[gnu::target("avx2")]]
+
+namespace {
+
+struct Wide {
+    __m256i v;
+};
+
+// Loads: 32 bytes; 8 bytes a lane, each in both halves of its lane; 16 or 8 bytes into every lane (and half).
+KPX_TARGET inline Wide load(const void* from) {
+    return {_mm256_loadu_si256(static_cast<const __m256i*>(from))};
+}
+KPX_TARGET inline Wide loadHalves(const unsigned char* from) {
+    const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    return {_mm256_permute4x64_epi64(_mm256_castsi128_si256(both), 0x50)};
+}
+KPX_TARGET inline Wide loadTwice(const void* from) {
+    return {_mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from)))};
+}
+KPX_TARGET inline Wide spread64(std::uint64_t value) {
+    return {_mm256_set1_epi64x(static_cast<long long>(value))};
+}
+KPX_TARGET inline Wide spread32(int value) {
+    return {_mm256_set1_epi32(value)};
+}
+KPX_TARGET inline Wide spread16(int value) {
+    return {_mm256_set1_epi16(static_cast<short>(value))};
+}
+KPX_TARGET inline Wide spread8(int value) {
+    return {_mm256_set1_epi8(static_cast<char>(value))};
+}
+KPX_TARGET inline Wide zero() {
+    return {_mm256_setzero_si256()};
+}
+
+KPX_TARGET inline void store(void* to, Wide a) {
+    _mm256_storeu_si256(static_cast<__m256i*>(to), a.v);
+}
+KPX_TARGET inline void storeLanes(void* to0, void* to1, Wide a) {
+    _mm_storeu_si128(static_cast<__m128i*>(to0), _mm256_castsi256_si128(a.v));
+    _mm_storeu_si128(static_cast<__m128i*>(to1), _mm256_extracti128_si256(a.v, 1));
+}
+
+KPX_TARGET inline Wide operator&(Wide a, Wide b) {
+    return {_mm256_and_si256(a.v, b.v)};
+}
+KPX_TARGET inline Wide operator|(Wide a, Wide b) {
+    return {_mm256_or_si256(a.v, b.v)};
+}
+KPX_TARGET inline Wide add16(Wide a, Wide b) {
+    return {_mm256_add_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide sub16(Wide a, Wide b) {
+    return {_mm256_sub_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide mulLow16(Wide a, Wide b) {
+    return {_mm256_mullo_epi16(a.v, b.v)};
+}
+// a x b >> 16, unsigned.
+KPX_TARGET inline Wide mulHigh16(Wide a, Wide b) {
+    return {_mm256_mulhi_epu16(a.v, b.v)};
+}
+// (a x b + 0x4000) >> 15, signed.
+KPX_TARGET inline Wide mulRound16(Wide a, Wide b) {
+    return {_mm256_mulhrs_epi16(a.v, b.v)};
+}
+// Pairs of unsigned bytes of a times signed bytes of b, added.
+KPX_TARGET inline Wide mulAddBytes(Wide a, Wide b) {
+    return {_mm256_maddubs_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide abs16(Wide a) {
+    return {_mm256_abs_epi16(a.v)};
+}
+// a with the sign of b; 0 where b is 0.
+KPX_TARGET inline Wide sign16(Wide a, Wide b) {
+    return {_mm256_sign_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide min16(Wide a, Wide b) {
+    return {_mm256_min_epu16(a.v, b.v)};
+}
+KPX_TARGET inline Wide maxSigned8(Wide a, Wide b) {
+    return {_mm256_max_epi8(a.v, b.v)};
+}
+KPX_TARGET inline Wide equal16(Wide a, Wide b) {
+    return {_mm256_cmpeq_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide greater16(Wide a, Wide b) {
+    return {_mm256_cmpgt_epi16(a.v, b.v)};
+}
+// b where the mask is set, else a.
+KPX_TARGET inline Wide choose(Wide a, Wide b, Wide mask) {
+    return {_mm256_blendv_epi8(a.v, b.v, mask.v)};
+}
+template <int bits>
+KPX_TARGET inline Wide shiftRight16(Wide a) {
+    return {_mm256_srli_epi16(a.v, bits)};
+}
+template <int bits>
+KPX_TARGET inline Wide shiftLeft16(Wide a) {
+    return {_mm256_slli_epi16(a.v, bits)};
+}
+// Byte i of a lane becomes byte order[i] of it, or 0 where order[i] has its top bit set.
+KPX_TARGET inline Wide shuffle8(Wide a, Wide order) {
+    return {_mm256_shuffle_epi8(a.v, order.v)};
+}
+KPX_TARGET inline Wide swapHalves(Wide a) {
+    return {_mm256_shuffle_epi32(a.v, 0x4E)};
+}
+KPX_TARGET inline Wide highHalf(Wide a) {
+    return {_mm256_srli_si256(a.v, 8)};
+}
+// 8 bytes, half h (0 to 3 over both lanes), into every half of every lane.
+template <int h>
+KPX_TARGET inline Wide spreadHalf(Wide a) {
+    return {_mm256_permute4x64_epi64(a.v, h * 0x55)};
+}
+KPX_TARGET inline Wide packBytes(Wide a, Wide b) {
+    return {_mm256_packus_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackLow8(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi8(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackHigh8(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi8(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackLow16(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi16(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackHigh16(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi16(a.v, b.v)};
+}
+
+KPX_TARGET inline Wide add32(Wide a, Wide b) {
+    return {_mm256_add_epi32(a.v, b.v)};
+}
+KPX_TARGET inline Wide sub32(Wide a, Wide b) {
+    return {_mm256_sub_epi32(a.v, b.v)};
+}
+KPX_TARGET inline Wide mulLow32(Wide a, Wide b) {
+    return {_mm256_mullo_epi32(a.v, b.v)};
+}
+KPX_TARGET inline Wide abs32(Wide a) {
+    return {_mm256_abs_epi32(a.v)};
+}
+KPX_TARGET inline Wide greater32(Wide a, Wide b) {
+    return {_mm256_cmpgt_epi32(a.v, b.v)};
+}
+template <int bits>
+KPX_TARGET inline Wide shiftRight32(Wide a) {
+    return {_mm256_srli_epi32(a.v, bits)};
+}
+template <int bits>
+KPX_TARGET inline Wide shiftRightSigned32(Wide a) {
+    return {_mm256_srai_epi32(a.v, bits)};
+}
+template <int bits>
+KPX_TARGET inline Wide shiftLeft32(Wide a) {
+    return {_mm256_slli_epi32(a.v, bits)};
+}
+// Integers as floats times a factor, as the bits of the products.
+KPX_TARGET inline Wide scaledFloats(Wide a, float factor) {
+    return {_mm256_castps_si256(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), _mm256_set1_ps(factor)))};
+}
+
+// Sixteen 2-bit indices a lane, bytes 4 to 7 of it, made ready to pick texels from palettes of four.
+struct TexelIndices {
+    __m256i bits;
+};
+KPX_TARGET inline TexelIndices texelIndices(Wide block) {
+    return {_mm256_shuffle_epi32(block.v, 0x55)};
+}
+// Row r (0 to 3) of each lane's tile, picked from the lane's four texels.
+template <int r>
+KPX_TARGET inline Wide pickTexels(Wide palette, TexelIndices indices) {
+    const __m256i shifts =
+        _mm256_setr_epi32(8 * r, 8 * r + 2, 8 * r + 4, 8 * r + 6, 8 * r, 8 * r + 2, 8 * r + 4, 8 * r + 6);
+    // The permutation looks at the two low bits of each word alone.
+    const __m256i control = _mm256_srlv_epi32(indices.bits, shifts);
+    return {_mm256_castps_si256(_mm256_permutevar_ps(_mm256_castsi256_ps(palette.v), control))};
+}
+
+}  // namespace
