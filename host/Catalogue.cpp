@@ -1,6 +1,7 @@
 #include "host/Catalogue.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,10 +14,11 @@ namespace kpx::host {
 
 void openCatalogue(const std::string& path) {
     closeCatalogue();
-    // What catopen returns when it fails; nl_catd is a pointer type.
-    const nl_catd failed = reinterpret_cast<nl_catd>(-1);
-    const nl_catd opened = catopen(path.c_str(), NL_CAT_LOCALE);
-    if (opened == failed) throw HostError("cannot open the message catalogue " + path + ": " + std::strerror(errno));
+    nl_catd opened = catopen(path.c_str(), NL_CAT_LOCALE);
+    // POSIX: a failure is the value -1 in the type of a catalogue, which is a pointer.
+    if (reinterpret_cast<intptr_t>(opened) == -1) {
+        throw HostError("cannot open the message catalogue " + path + ": " + std::strerror(errno));
+    }
     kpx__msg_cat = opened;
 }
 

@@ -27,7 +27,7 @@ public:
     // must outlive the writer.
     ImageWriter(const Plugin& plugin, std::string path, const ImageShape& shape,
                 const std::vector<OptionChoice>& choices);
-    // Ends the writing as the plug-in does, without looking at the file.
+    // Ends an unfinished writing: the plug-in still writes a file of full size, which is not looked at.
     ~ImageWriter();
     ImageWriter(const ImageWriter&) = delete;
     ImageWriter& operator=(const ImageWriter&) = delete;

@@ -105,7 +105,9 @@ void Plugin::checkExports() const {
 
 void Plugin::readOptions() {
     CapabilityEntry* rows = nullptr;
-    int flag1Rows = 0, flag2Rows = 0, rowCount = 0;
+    int flag1Rows = 0;
+    int flag2Rows = 0;
+    int rowCount = 0;
     asFunction<void (*)(CapabilityEntry**, int*, int*, int*)>(symbol("imageCapability"))(&rows, &flag1Rows, &flag2Rows,
                                                                                          &rowCount);
     for (int i = 0; rows != nullptr && i < rowCount; ++i) {

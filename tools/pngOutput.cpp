@@ -1,94 +1,15 @@
 // PNG output: bytes as they are, floats only with an exposure.
-#include <png.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 
 #include "tools/OutputFormat.h"
+#include "tools/PngFile.h"
 #include "tools/channelUse.h"
 #include "tools/errors.h"
 
 namespace kpx::tool {
 namespace {
-
-// An 8-bit PNG file being written.
-class PngFile {
-public:
-    PngFile(const std::string& path, const ImageLayout& layout, size_t channels);
-    ~PngFile() { release(); }
-    PngFile(const PngFile&) = delete;
-    PngFile& operator=(const PngFile&) = delete;
-
-    void writeRow(const unsigned char* pixels);
-    void finish();
-
-private:
-    static void fail(png_struct* png, const char* message);
-    void writeHeader(const ImageLayout& layout, size_t channels);
-    [[noreturn]] void throwError() const { throw OutputError("cannot be written: " + m_error); }
-    void release();
-
-    FILE* m_file;
-    png_struct* m_png = nullptr;
-    png_info* m_info = nullptr;
-    std::string m_error;
-};
-
-PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t channels)
-    : m_file(std::fopen(path.c_str(), "wb")) {
-    try {
-        if (m_file == nullptr) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
-        m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, [](png_struct*, const char*) {});
-        m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
-        if (m_info == nullptr) throw std::bad_alloc();
-        writeHeader(layout, channels);
-    } catch (...) {
-        release();
-        throw;
-    }
-}
-
-void PngFile::release() {
-    png_destroy_write_struct(&m_png, &m_info);
-    if (m_file != nullptr) std::fclose(m_file);
-    m_file = nullptr;
-}
-
-void PngFile::fail(png_struct* png, const char* message) {
-    const int cause = errno;
-    auto* file = static_cast<PngFile*>(png_get_error_ptr(png));
-    file->m_error = std::ferror(file->m_file) != 0 && cause != 0 ? std::strerror(cause) : message;
-    png_longjmp(png, 1);
-}
-
-// Between each setjmp and the step that may jump back to it stand only calls of libpng.
-void PngFile::writeHeader(const ImageLayout& layout, size_t channels) {
-    constexpr int types[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB, PNG_COLOR_TYPE_RGBA};
-    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
-    png_init_io(m_png, m_file);
-    // libpng refuses more than a million rows unless told otherwise.
-    png_set_user_limits(m_png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-    png_set_IHDR(m_png, m_info, static_cast<png_uint_32>(layout.width), static_cast<png_uint_32>(layout.height), 8,
-                 types[channels - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (layout.isFloat) png_set_sRGB(m_png, m_info, PNG_sRGB_INTENT_RELATIVE);
-    png_write_info(m_png, m_info);
-}
-
-void PngFile::writeRow(const unsigned char* pixels) {
-    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
-    png_write_row(m_png, pixels);
-}
-
-void PngFile::finish() {
-    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
-    png_write_end(m_png, m_info);
-    FILE* file = m_file;
-    m_file = nullptr;
-    if (std::fclose(file) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
-}
 
 // A share of full intensity as a byte; what is not a number counts as 0.
 unsigned char toByte(double share) {

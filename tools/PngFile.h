@@ -1,0 +1,37 @@
+// An 8-bit PNG file being written through libpng, row by row. Its methods throw OutputError.
+#pragma once
+
+#include <png.h>
+
+#include <cstdio>
+#include <string>
+
+#include "tools/PixelSource.h"
+
+namespace kpx::tool {
+
+class PngFile {
+public:
+    // channels: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA.
+    PngFile(const std::string& path, const ImageLayout& layout, size_t channels);
+    ~PngFile() { release(); }
+    PngFile(const PngFile&) = delete;
+    PngFile& operator=(const PngFile&) = delete;
+
+    void writeRow(const unsigned char* pixels);
+    // To be called after the last row: the file is whole then.
+    void finish();
+
+private:
+    static void fail(png_struct* png, const char* message);
+    void writeHeader(const ImageLayout& layout, size_t channels);
+    [[noreturn]] void throwError() const;
+    void release();
+
+    FILE* m_file;
+    png_struct* m_png = nullptr;
+    png_info* m_info = nullptr;
+    std::string m_error;
+};
+
+}  // namespace kpx::tool
