@@ -28,6 +28,11 @@ KPX_TARGET inline Wide loadHalves(const unsigned char* from) {
 KPX_TARGET inline Wide loadTwice(const void* from) {
     return {_mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from)))};
 }
+// 16 bytes for each lane.
+KPX_TARGET inline Wide loadLanes(const void* from0, const void* from1) {
+    const __m256i low = _mm256_castsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from0)));
+    return {_mm256_inserti128_si256(low, _mm_loadu_si128(static_cast<const __m128i*>(from1)), 1)};
+}
 KPX_TARGET inline Wide spread64(std::uint64_t value) {
     return {_mm256_set1_epi64x(static_cast<long long>(value))};
 }
@@ -141,6 +146,22 @@ KPX_TARGET inline Wide unpackHigh16(Wide a, Wide b) {
     return {_mm256_unpackhi_epi16(a.v, b.v)};
 }
 
+KPX_TARGET inline Wide unpackLow32(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi32(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackHigh32(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi32(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackLow64(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi64(a.v, b.v)};
+}
+KPX_TARGET inline Wide unpackHigh64(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi64(a.v, b.v)};
+}
+KPX_TARGET inline Wide packWords(Wide a, Wide b) {
+    return {_mm256_packus_epi32(a.v, b.v)};
+}
+
 KPX_TARGET inline Wide add32(Wide a, Wide b) {
     return {_mm256_add_epi32(a.v, b.v)};
 }
@@ -167,6 +188,25 @@ KPX_TARGET inline Wide shiftRightSigned32(Wide a) {
 template <int bits>
 KPX_TARGET inline Wide shiftLeft32(Wide a) {
     return {_mm256_slli_epi32(a.v, bits)};
+}
+KPX_TARGET inline Wide shiftRight32(Wide a, int bits) {
+    return {_mm256_srl_epi32(a.v, _mm_cvtsi32_si128(bits))};
+}
+KPX_TARGET inline Wide shiftLeft32(Wide a, int bits) {
+    return {_mm256_sll_epi32(a.v, _mm_cvtsi32_si128(bits))};
+}
+KPX_TARGET inline Wide shiftRightSigned32(Wide a, int bits) {
+    return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(bits))};
+}
+KPX_TARGET inline Wide max32(Wide a, Wide b) {
+    return {_mm256_max_epi32(a.v, b.v)};
+}
+KPX_TARGET inline Wide equal32(Wide a, Wide b) {
+    return {_mm256_cmpeq_epi32(a.v, b.v)};
+}
+// The float quotient of whole numbers, truncated.
+KPX_TARGET inline Wide divide32(Wide a, Wide b) {
+    return {_mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)))};
 }
 // Integers as floats times a factor, as the bits of the products.
 KPX_TARGET inline Wide scaledFloats(Wide a, float factor) {

@@ -30,6 +30,9 @@ KPX_TARGET inline Wide loadHalves(const unsigned char* from) {
 KPX_TARGET inline Wide loadTwice(const void* from) {
     return twice(_mm_loadu_si128(static_cast<const __m128i*>(from)));
 }
+KPX_TARGET inline Wide loadLanes(const void* from0, const void* from1) {
+    return {{_mm_loadu_si128(static_cast<const __m128i*>(from0)), _mm_loadu_si128(static_cast<const __m128i*>(from1))}};
+}
 KPX_TARGET inline Wide spread64(std::uint64_t value) {
     return twice(_mm_set1_epi64x(static_cast<long long>(value)));
 }
@@ -120,6 +123,27 @@ KPX_TARGET inline Wide mulLow32(Wide a, Wide b) {
 KPX_TARGET inline Wide greater32(Wide a, Wide b) {
     return {{_mm_cmpgt_epi32(a.lane[0], b.lane[0]), _mm_cmpgt_epi32(a.lane[1], b.lane[1])}};
 }
+KPX_TARGET inline Wide unpackLow32(Wide a, Wide b) {
+    return {{_mm_unpacklo_epi32(a.lane[0], b.lane[0]), _mm_unpacklo_epi32(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide unpackHigh32(Wide a, Wide b) {
+    return {{_mm_unpackhi_epi32(a.lane[0], b.lane[0]), _mm_unpackhi_epi32(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide unpackLow64(Wide a, Wide b) {
+    return {{_mm_unpacklo_epi64(a.lane[0], b.lane[0]), _mm_unpacklo_epi64(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide unpackHigh64(Wide a, Wide b) {
+    return {{_mm_unpackhi_epi64(a.lane[0], b.lane[0]), _mm_unpackhi_epi64(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide packWords(Wide a, Wide b) {
+    return {{_mm_packus_epi32(a.lane[0], b.lane[0]), _mm_packus_epi32(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide max32(Wide a, Wide b) {
+    return {{_mm_max_epi32(a.lane[0], b.lane[0]), _mm_max_epi32(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide equal32(Wide a, Wide b) {
+    return {{_mm_cmpeq_epi32(a.lane[0], b.lane[0]), _mm_cmpeq_epi32(a.lane[1], b.lane[1])}};
+}
 KPX_TARGET inline Wide abs16(Wide a) {
     return {{_mm_abs_epi16(a.lane[0]), _mm_abs_epi16(a.lane[1])}};
 }
@@ -162,6 +186,24 @@ template <int h>
 KPX_TARGET inline Wide spreadHalf(Wide a) {
     const __m128i lane = a.lane[h / 2];
     return twice(h % 2 == 0 ? _mm_unpacklo_epi64(lane, lane) : _mm_unpackhi_epi64(lane, lane));
+}
+KPX_TARGET inline Wide shiftRight32(Wide a, int bits) {
+    const __m128i count = _mm_cvtsi32_si128(bits);
+    return {{_mm_srl_epi32(a.lane[0], count), _mm_srl_epi32(a.lane[1], count)}};
+}
+KPX_TARGET inline Wide shiftLeft32(Wide a, int bits) {
+    const __m128i count = _mm_cvtsi32_si128(bits);
+    return {{_mm_sll_epi32(a.lane[0], count), _mm_sll_epi32(a.lane[1], count)}};
+}
+KPX_TARGET inline Wide shiftRightSigned32(Wide a, int bits) {
+    const __m128i count = _mm_cvtsi32_si128(bits);
+    return {{_mm_sra_epi32(a.lane[0], count), _mm_sra_epi32(a.lane[1], count)}};
+}
+KPX_TARGET inline __m128i divide32(__m128i a, __m128i b) {
+    return _mm_cvttps_epi32(_mm_div_ps(_mm_cvtepi32_ps(a), _mm_cvtepi32_ps(b)));
+}
+KPX_TARGET inline Wide divide32(Wide a, Wide b) {
+    return {{divide32(a.lane[0], b.lane[0]), divide32(a.lane[1], b.lane[1])}};
 }
 KPX_TARGET inline __m128i scaledFloats(__m128i a, float factor) {
     return _mm_castps_si128(_mm_mul_ps(_mm_cvtepi32_ps(a), _mm_set1_ps(factor)));
