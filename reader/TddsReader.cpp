@@ -4,14 +4,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
-#include "reader/checkedSize.h"
+#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
 
-constexpr std::uint32_t fallbackSide = 64;
 constexpr std::uint32_t fallbackPixelBytes = 4;
 
 }  // namespace
@@ -120,10 +118,10 @@ int TddsReader::prepareChannelRows() {
     std::free(m_scanlineOut);
     m_scanlineOut = static_cast<unsigned char**>(std::calloc(m_numChannels, sizeof *m_scanlineOut));
     m_channelRows = static_cast<unsigned char**>(std::calloc(m_numChannels, sizeof *m_channelRows));
-    const std::uint64_t rowBytes = std::uint64_t{m_width} * (static_cast<std::uint32_t>(m_bitsPerChannel) / 8);
-    if (m_scanlineOut == nullptr || m_channelRows == nullptr || !m_rowBlock.allocate(rowBytes * m_numChannels)) {
-        return -1;
-    }
+    const auto bits = static_cast<std::uint32_t>(m_bitsPerChannel);
+    const std::uint64_t rowBytes = channelRowsBytes(m_width, 1, bits);
+    const std::uint64_t allBytes = channelRowsBytes(m_width, m_numChannels, bits);
+    if (m_scanlineOut == nullptr || m_channelRows == nullptr || !m_rowBlock.allocate(allBytes)) return -1;
     for (std::uint32_t i = 0; i < m_numChannels; ++i) m_channelRows[i] = m_rowBlock.data() + i * rowBytes;
     return 0;
 }

@@ -1,14 +1,68 @@
-// How many bytes of a file each loader asks for, after the header. The loaders and the explanation of a file use the
-// same functions.
+// How many bytes a picture takes: in the file, after the header, and in memory. The loaders and the verdict on a file
+// use the same functions. Sizes of a row never wrap; those of a picture are limited by largestBlock.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 
+#include "blocks/texel.h"
 #include "reader/checkedSize.h"
 #include "reader/formatTable.h"
 
 namespace kpx {
+
+// The sides of the black picture that stands for one that cannot be decoded.
+inline constexpr std::uint32_t fallbackSide = 64;
+
+// Bit-mask pixels stay in memory as they are in the file.
+inline std::uint64_t maskedRowBytes(const DDS_PIXELFORMAT& pixelFormat, std::uint32_t width) {
+    return std::uint64_t{maskedPixelBytes(pixelFormat)} * width;
+}
+
+// Floats in memory, whatever the file holds.
+constexpr std::uint64_t floatRowBytes(const Format& format, std::uint32_t width) {
+    return std::uint64_t{format.channels} * width * sizeof(float);
+}
+constexpr std::uint64_t floatFileRowBytes(const Format& format, std::uint32_t width) {
+    return std::uint64_t{format.bytesPerPixel} * width;
+}
+
+inline constexpr std::uint32_t paletteEntryBytes = 4;
+
+constexpr std::uint32_t paletteBytes(const Format& format) {
+    return (format.has(smallPalette) ? 16 : 256) * paletteEntryBytes;
+}
+
+// A palette and its indices, which are read in one go.
+constexpr std::uint64_t palettisedBytes(const Format& format, std::uint32_t width, std::uint32_t height) {
+    const std::uint64_t rowBytes = format.has(nibbleIndices) ? ceilQuotient(width, 2) : width;
+    return paletteBytes(format) + rowBytes * height;
+}
+// In memory every index becomes its entry.
+constexpr std::uint64_t palettisedRowBytes(std::uint32_t width) {
+    return std::uint64_t{paletteEntryBytes} * width;
+}
+
+// A row of pixel pairs in the file; a row of odd width ends with a whole pair.
+constexpr std::uint64_t pairRowBytes(std::uint32_t width) {
+    return 4 * ceilQuotient(width, 2);
+}
+
+inline constexpr std::uint32_t expandedPairBytes = 6;
+
+// A row of a Direct3D code in memory, before 16-bit values are reduced. Pixel pairs get the room of a whole pair for
+// every pixel.
+constexpr std::uint64_t codeRowBytes(const Format& format, std::uint32_t width) {
+    return std::uint64_t{format.has(pixelPairs) ? expandedPairBytes : format.bytesPerPixel} * width;
+}
+constexpr std::uint64_t codeFileRowBytes(const Format& format, std::uint32_t width) {
+    return format.has(pixelPairs) ? pairRowBytes(width) : codeRowBytes(format, width);
+}
+
+// Block-compressed pictures; a null format is a code that is not known, which counts as blocks of 16 bytes.
+constexpr std::uint32_t blockBytesOf(const Format* format) {
+    return format == nullptr ? 16 : format->blockBytes;
+}
 
 // Whole blocks of an image.
 constexpr std::uint64_t wholeBlockBytes(std::uint32_t width, std::uint32_t height, std::uint32_t blockBytes) {
@@ -24,19 +78,17 @@ constexpr std::uint64_t compressedBytes(std::uint32_t width, std::uint32_t heigh
     return std::max({byArea, std::uint64_t{linearSize}, wholeBlockBytes(width, height, blockBytes)});
 }
 
-constexpr std::uint32_t paletteEntries(const Format& format) {
-    return format.has(smallPalette) ? 16 : 256;
+inline constexpr std::uint32_t texelBytes = sizeof(A8R8G8B8Colour);
+inline constexpr std::uint32_t floatPixelBytes = 4 * sizeof(float);
+
+constexpr std::uint64_t compressedRowBytes(const Format* format, std::uint32_t width) {
+    const bool isFloat = format != nullptr && layoutRow(format->layout).isFloat;
+    return std::uint64_t{isFloat ? floatPixelBytes : texelBytes} * width;
 }
 
-// A palette of four-byte entries and its indices, which are read in one go.
-constexpr std::uint64_t palettisedBytes(const Format& format, std::uint32_t width, std::uint32_t height) {
-    const std::uint64_t rowBytes = format.has(nibbleIndices) ? ceilQuotient(width, 2) : width;
-    return paletteEntries(format) * std::uint64_t{4} + rowBytes * height;
-}
-
-// A row of pixel pairs; a row of odd width ends with a whole pair.
-constexpr std::uint64_t pairRowBytes(std::uint32_t width) {
-    return 4 * ceilQuotient(width, 2);
+// All the channel rows of a scanline; bits is 8 or 32.
+constexpr std::uint64_t channelRowsBytes(std::uint32_t width, std::uint32_t channels, std::uint32_t bits) {
+    return std::uint64_t{width} * channels * (bits / 8);
 }
 
 }  // namespace kpx

@@ -334,10 +334,8 @@ Choice refused(Loader loader, Refusal refusal, std::uint32_t code) {
 }
 
 Choice chooseCompressed(std::uint32_t code) {
-    const Format* row = findCode(code);
-    if (row == nullptr || row->loader != Loader::compressed) {
-        return refused(Loader::compressed, Refusal::unknownCode, code);
-    }
+    const Format* row = findBlockCode(code);
+    if (row == nullptr) return refused(Loader::compressed, Refusal::unknownCode, code);
     return {Loader::compressed, row, Refusal::none, code};
 }
 
@@ -354,16 +352,6 @@ Choice chooseD3DFormat(std::uint32_t code) {
 std::uint32_t luminanceCode(const DDS_PIXELFORMAT& format) {
     if ((format.dwFlags & DDPF_ALPHAPIXELS) != 0) return CODE_DUAL8;
     return format.dwRGBBitCount == 16 ? CODE_SINGLE16 : CODE_SINGLE8;
-}
-
-Choice chooseUncompressed(const DDS_PIXELFORMAT& format) {
-    const std::uint32_t channels = (format.dwFlags & DDPF_ALPHA) != 0         ? 1
-                                   : (format.dwFlags & DDPF_ALPHAPIXELS) != 0 ? 4
-                                                                              : 3;
-    const std::uint32_t bytes = format.dwRGBBitCount / 8;
-    const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
-    const Format& row = findMasks(channels, bytes == 0 ? channels : bytes, masks);
-    return {Loader::uncompressed, &row, Refusal::none, format.dwFourCC};
 }
 
 Choice chooseWithCode(const DDS_HEADER& header) {
@@ -399,11 +387,29 @@ const Format* findCode(std::uint32_t code) {
     return findIn(codeRows, code);
 }
 
+const Format* findBlockCode(std::uint32_t code) {
+    const Format* row = findCode(code);
+    return row != nullptr && row->loader == Loader::compressed ? row : nullptr;
+}
+
 const Format* findDxgi(std::uint32_t dxgiFormat) {
     return findIn(dxgiRows, dxgiFormat);
 }
 
-const Format& findMasks(std::uint32_t channels, std::uint64_t bytesPerPixel, const Masks& masks) {
+std::uint32_t maskedChannels(const DDS_PIXELFORMAT& pixelFormat) {
+    if ((pixelFormat.dwFlags & DDPF_ALPHA) != 0) return 1;
+    return (pixelFormat.dwFlags & DDPF_ALPHAPIXELS) != 0 ? 4 : 3;
+}
+
+std::uint32_t maskedPixelBytes(const DDS_PIXELFORMAT& pixelFormat) {
+    const std::uint32_t bytes = pixelFormat.dwRGBBitCount / 8;
+    return bytes == 0 ? maskedChannels(pixelFormat) : bytes;
+}
+
+const Format& findMasks(const DDS_PIXELFORMAT& pixelFormat) {
+    const std::uint32_t channels = maskedChannels(pixelFormat);
+    const std::uint32_t bytesPerPixel = maskedPixelBytes(pixelFormat);
+    const Masks masks{pixelFormat.dwRBitMask, pixelFormat.dwGBitMask, pixelFormat.dwBBitMask, pixelFormat.dwABitMask};
     for (const Format& row : maskRows) {
         const bool sameSize = row.bytesPerPixel == 0 || row.bytesPerPixel == bytesPerPixel;
         const bool named = &row != &anyAlphaMask && &row != &anyMasks;
@@ -423,7 +429,9 @@ Choice chooseLoader(const DDS_HEADER& header) {
     const std::uint32_t flags = header.ddspf.dwFlags;
     const std::uint32_t code = header.ddspf.dwFourCC;
     if (code >= 111 && code <= 116) return {Loader::floatingPoint, findCode(code), Refusal::none, code};
-    if ((flags & (DDPF_RGB | DDPF_ALPHA)) != 0) return chooseUncompressed(header.ddspf);
+    if ((flags & (DDPF_RGB | DDPF_ALPHA)) != 0) {
+        return {Loader::uncompressed, &findMasks(header.ddspf), Refusal::none, code};
+    }
     if ((flags & DDPF_FOURCC) != 0) return chooseWithCode(header);
     return chooseWithoutCode(header.ddspf);
 }
@@ -435,6 +443,24 @@ Choice chooseDxgi(const DDS_HEADER_DXT10& dx10Header) {
     if (row == nullptr) row = findDxgi(dx10Header.dxgiFormat);
     if (row == nullptr) return refused(Loader::none, Refusal::dxgiRejected, 0);
     return {row->loader, row, Refusal::none, row->code};
+}
+
+void describeDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat) {
+    const Format& format = *choice.format;
+    if (format.loader != Loader::uncompressed) {
+        if (choice.code != 0) pixelFormat.dwFourCC = choice.code;
+    } else if (format.channels == 1) {
+        pixelFormat.dwFlags |= DDPF_ALPHA;
+        pixelFormat.dwRGBBitCount = 8;
+        if (pixelFormat.dwABitMask == 0) pixelFormat.dwABitMask = format.masks.a;
+    } else {
+        pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
+        pixelFormat.dwRGBBitCount = 32;
+        pixelFormat.dwRBitMask = format.masks.r;
+        pixelFormat.dwGBitMask = format.masks.g;
+        pixelFormat.dwBBitMask = format.masks.b;
+        pixelFormat.dwABitMask = format.masks.a;
+    }
 }
 
 }  // namespace kpx

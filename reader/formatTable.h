@@ -68,9 +68,17 @@ std::span<const Format> formatTable();
 // The row of a format code or of a DXGI format; null when there is none.
 const Format* findCode(std::uint32_t code);
 const Format* findDxgi(std::uint32_t dxgiFormat);
+// The row of a format code that names block-compressed data; null when there is none.
+const Format* findBlockCode(std::uint32_t code);
 
-// The row of bit-mask data; never null. channels is 1 (alpha only), 3 or 4.
-const Format& findMasks(std::uint32_t channels, std::uint64_t bytesPerPixel, const Masks& masks);
+// Channels of bit-mask data: 1 (alpha only), 3 or 4.
+std::uint32_t maskedChannels(const DDS_PIXELFORMAT& pixelFormat);
+
+// Bytes of a bit-mask pixel: of fewer than 8 bits, as many as there are channels.
+std::uint32_t maskedPixelBytes(const DDS_PIXELFORMAT& pixelFormat);
+
+// The row of bit-mask data.
+const Format& findMasks(const DDS_PIXELFORMAT& pixelFormat);
 
 // The row of palette flags, of which one at least is set.
 const Format& findPalette(std::uint32_t pixelFormatFlags);
@@ -97,5 +105,8 @@ Choice chooseLoader(const DDS_HEADER& header);
 
 // The loader for a DX10 header; never Loader::dx10.
 Choice chooseDxgi(const DDS_HEADER_DXT10& dx10Header);
+
+// Describes a chosen DXGI format in the terms of its loader: by code in dwFourCC, or by masks.
+void describeDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat);
 
 }  // namespace kpx

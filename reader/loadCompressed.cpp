@@ -10,35 +10,24 @@
 #include "reader/loading.h"
 
 namespace kpx {
-namespace {
-
-constexpr std::uint32_t largestBlockBytes = 16;
-constexpr std::size_t texelBytes = sizeof(A8R8G8B8Colour);
-constexpr std::size_t floatPixelBytes = 4 * sizeof(float);
-
-}  // namespace
-
 int TddsReader::loadCompressedImage(std::FILE* stream) {
     DDS_HEADER& header = m_header.header;
     header.ddspf.dwRGBBitCount = 32;
     header.ddspf.dwFlags |= DDPF_ALPHAPIXELS;
     m_numChannels = 4;
     m_pixelLayout = BytesARGB;
-    std::uint64_t rowBytes = std::uint64_t{m_width} * texelBytes;
 
     // An unknown code is noticed only after its data has been read, as blocks of 16 bytes.
-    const Format* format = findCode(header.ddspf.dwFourCC);
-    if (format != nullptr && format->loader != Loader::compressed) format = nullptr;
+    const Format* format = findBlockCode(header.ddspf.dwFourCC);
     if (format != nullptr && format->layout == HalfRGBA) {
         m_pixelLayout = HalfRGBA;
         m_bitsPerChannel = 32;
         m_bytesPerPixel = 8;
-        rowBytes = std::uint64_t{m_width} * floatPixelBytes;
     }
     m_rowBytes = 4 * m_width;
-    if (!allocateImage(rowBytes)) return failWithoutMemory();
+    if (!allocateImage(compressedRowBytes(format, m_width))) return failWithoutMemory();
 
-    const std::uint32_t blockBytes = format == nullptr ? largestBlockBytes : format->blockBytes;
+    const std::uint32_t blockBytes = blockBytesOf(format);
     const std::uint64_t bytes = compressedBytes(m_width, m_height, blockBytes, header.dwPitchOrLinearSize);
     LazyBuffer blocks;
     if (!blocks.allocate(bytes)) return failWithoutMemory();

@@ -3,14 +3,11 @@
 #include <cstring>
 
 #include "reader/TddsReader.h"
-#include "reader/checkedSize.h"
 #include "reader/dataSize.h"
 #include "reader/loading.h"
 
 namespace kpx {
 namespace {
-
-constexpr std::uint64_t expandedPairBytes = 6;
 
 // Expands pairs of pixels in place, from the last to the first so that no unread byte is overwritten. "RGBG" holds
 // R, G0, B, G1 and "GRGB" G0, R, G1, B; both pixels take the pair's R and B. A row of odd width uses only the first
@@ -39,8 +36,8 @@ int TddsReader::loadD3DFormatImage(std::FILE* stream) {
     if (format->loader != Loader::d3dFormat) return -1;
 
     applyFormat(*format);
-    m_bytesPerPixel = format->has(pixelPairs) ? static_cast<std::int32_t>(expandedPairBytes) : format->bytesPerPixel;
-    const std::uint64_t rowBytes = saturatingProduct(static_cast<std::uint32_t>(m_bytesPerPixel), m_width);
+    m_bytesPerPixel = format->bytesPerPixel;
+    const std::uint64_t rowBytes = codeRowBytes(*format, m_width);
     if (!allocateImage(rowBytes)) return failWithoutMemory();
     m_rowBytes = static_cast<std::uint32_t>(rowBytes);
 
@@ -83,26 +80,9 @@ int TddsReader::loadDX10Image(std::FILE* stream) {
     if (std::fread(&m_dx10Header, 1, sizeof m_dx10Header, stream) != sizeof m_dx10Header) return -1;
     const Choice choice = chooseDxgi(m_dx10Header);
     if (choice.format == nullptr) return -1;
-    const Format& format = *choice.format;
-    m_isSnorm = format.has(isSnorm);
-
-    DDS_PIXELFORMAT& pixelFormat = m_header.header.ddspf;
-    if (format.loader != Loader::uncompressed) {
-        if (choice.code != 0) pixelFormat.dwFourCC = choice.code;
-    } else if (format.channels == 1) {
-        pixelFormat.dwFlags |= DDPF_ALPHA;
-        pixelFormat.dwRGBBitCount = 8;
-        if (pixelFormat.dwABitMask == 0) pixelFormat.dwABitMask = format.masks.a;
-    } else {
-        pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
-        pixelFormat.dwRGBBitCount = 32;
-        pixelFormat.dwRBitMask = format.masks.r;
-        pixelFormat.dwGBitMask = format.masks.g;
-        pixelFormat.dwBBitMask = format.masks.b;
-        pixelFormat.dwABitMask = format.masks.a;
-        m_numChannels = format.channels;
-    }
-    return loadWith(format.loader, stream);
+    describeDxgi(choice, m_header.header.ddspf);
+    m_isSnorm = choice.format->has(isSnorm);
+    return loadWith(choice.loader, stream);
 }
 
 }  // namespace kpx

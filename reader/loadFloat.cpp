@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "reader/TddsReader.h"
-#include "reader/checkedSize.h"
+#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
@@ -49,12 +49,12 @@ int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
     applyFormat(format);
     const std::uint64_t rowFloats = std::uint64_t{m_numChannels} * m_width;
     m_rowBytes = static_cast<std::uint32_t>(rowFloats);
-    const std::uint64_t fileRowBytes = std::uint64_t{format.bytesPerPixel} * m_width;
+    const std::uint64_t fileRowBytes = floatFileRowBytes(format, m_width);
     const std::uint64_t groupRows =
         fileRowBytes == 0 ? 1 : std::clamp<std::uint64_t>(groupBytes / fileRowBytes, 1, std::max(m_height, 1U));
 
     LazyBuffer rows;
-    if (!allocateImage(rowFloats * sizeof(float)) || !rows.allocate(fileRowBytes * groupRows)) return -1;
+    if (!allocateImage(floatRowBytes(format, m_width)) || !rows.allocate(fileRowBytes * groupRows)) return -1;
     const RowConversion conversion = conversionOf(format, m_kernels, m_width);
 
     auto* out = reinterpret_cast<float*>(m_pixels.data());

@@ -2,17 +2,14 @@
 #include <cstring>
 
 #include "reader/TddsReader.h"
-#include "reader/checkedSize.h"
 #include "reader/dataSize.h"
 #include "reader/loading.h"
 
 namespace kpx {
 namespace {
 
-constexpr std::size_t entryBytes = 4;
-
 void copyEntry(const unsigned char* palette, unsigned index, unsigned char* pixel) {
-    std::memcpy(pixel, palette + index * entryBytes, entryBytes);
+    std::memcpy(pixel, palette + index * paletteEntryBytes, paletteEntryBytes);
 }
 
 }  // namespace
@@ -20,11 +17,11 @@ void copyEntry(const unsigned char* palette, unsigned index, unsigned char* pixe
 int TddsReader::loadPalletisedImage(std::FILE* stream) {
     DDS_PIXELFORMAT& pixelFormat = m_header.header.ddspf;
     const Format& format = findPalette(pixelFormat.dwFlags);
-    pixelFormat.dwRGBBitCount = 8 * entryBytes;
+    pixelFormat.dwRGBBitCount = 8 * paletteEntryBytes;
     applyFormat(format);
-    m_bytesPerPixel = entryBytes;
+    m_bytesPerPixel = paletteEntryBytes;
 
-    const std::uint64_t rowBytes = std::uint64_t{m_width} * entryBytes;
+    const std::uint64_t rowBytes = palettisedRowBytes(m_width);
     if (!allocateImage(rowBytes)) return failWithoutMemory();
     m_rowBytes = static_cast<std::uint32_t>(rowBytes);
 
@@ -36,16 +33,16 @@ int TddsReader::loadPalletisedImage(std::FILE* stream) {
     // A picture without columns may have four thousand million rows.
     if (m_width == 0) return 0;
     const unsigned char* palette = data.data();
-    const unsigned char* index = palette + paletteEntries(format) * entryBytes;
+    const unsigned char* index = palette + paletteBytes(format);
     unsigned char* pixel = m_pixels.data();
     for (std::uint64_t y = 0; y < m_height; ++y) {
         if (format.has(nibbleIndices)) {
-            for (std::uint64_t x = 0; x < m_width; ++x, pixel += entryBytes) {
+            for (std::uint64_t x = 0; x < m_width; ++x, pixel += paletteEntryBytes) {
                 copyEntry(palette, (x & 1) == 0 ? index[x / 2] & 15U : index[x / 2] >> 4U, pixel);
             }
             index += ceilQuotient(m_width, 2);
         } else {
-            for (std::uint64_t x = 0; x < m_width; ++x, pixel += entryBytes) copyEntry(palette, *index++, pixel);
+            for (std::uint64_t x = 0; x < m_width; ++x, pixel += paletteEntryBytes) copyEntry(palette, *index++, pixel);
         }
     }
     return 0;

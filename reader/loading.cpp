@@ -18,11 +18,11 @@ int failWith(const char* message) {
 }  // namespace
 
 int failWithoutMemory() {
-    return failWith("Insufficient memory to load DDS file");
+    return failWith(noMemoryMessage);
 }
 
 int failWithoutData() {
-    return failWith("Error loading DDS pixel data");
+    return failWith(noDataMessage);
 }
 
 void TddsReader::applyFormat(const Format& format) {

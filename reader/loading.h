@@ -1,12 +1,13 @@
 // What the loaders share: their two messages.
 #pragma once
 
-#include <cstdint>
-
 namespace kpx {
 
+inline constexpr const char* noMemoryMessage = "Insufficient memory to load DDS file";
+inline constexpr const char* noDataMessage = "Error loading DDS pixel data";
+
 // Print a message on the process's standard output, followed by a newline and a flush, and return -1.
-int failWithoutMemory();  // "Insufficient memory to load DDS file"
-int failWithoutData();    // "Error loading DDS pixel data"
+int failWithoutMemory();
+int failWithoutData();
 
 }  // namespace kpx
