@@ -1,0 +1,34 @@
+// Example files: one per format that can be read, and one per fault that a file may have. Tests and fuzzers take them
+// as their seeds; kpxexamples writes them to a folder.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "examples/DdsFile.h"
+
+namespace kpx::example {
+
+// What a reader makes of a file.
+enum class Outcome : std::uint8_t {
+    decoded,
+    fallback,  // the 64 by 64 black picture
+    refused,   // not opened
+};
+
+struct Example {
+    const char* name;  // of the file, without ".dds"; those with a fault stand in the folder "bad"
+    Naming naming;
+    Encoder encoder;
+    Painter painter;
+    Size size;
+    Outcome outcome = Outcome::decoded;
+    void (*damage)(DdsFile&) = nullptr;  // makes the fault in a file that is sound; null where the naming is the fault
+    std::size_t keptBytes = SIZE_MAX;    // the file is cut to these
+
+    Bytes bytes() const;
+};
+
+std::span<const Example> examples();
+
+}  // namespace kpx::example

@@ -1,0 +1,38 @@
+#!/bin/sh
+# Installs the Debian packages that are missing for a set of work: build, test (build and more) or ci (test and more).
+# Needs neither network nor rights when all are there.
+set -eu
+
+build='g++ cmake ninja-build libpng-dev libcli11-dev nlohmann-json3-dev libopenexr-dev'
+test='libgtest-dev libgmock-dev libbenchmark-dev'
+ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user'
+
+case "${1:-build}" in
+build) wanted=$build ;;
+test) wanted="$build $test" ;;
+ci) wanted="$build $test $ci" ;;
+*)
+    echo "usage: install-packages.sh [build|test|ci]" >&2
+    exit 2
+    ;;
+esac
+
+missing=
+for package in $wanted; do
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || status=
+    [ "$status" = installed ] || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+echo "Installing$missing"
+asRoot=
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "Not root, and there is no sudo. As root: apt-get install$missing" >&2
+        exit 1
+    fi
+    asRoot=sudo
+fi
+$asRoot apt-get -qq update
+# shellcheck disable=SC2086 # a list of words
+$asRoot env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends install $missing >/dev/null

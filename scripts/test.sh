@@ -1,0 +1,8 @@
+#!/bin/sh
+# Builds everything and runs the tests.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh test
+cmake --preset release
+cmake --build build -j2
+ctest --test-dir build --output-on-failure -j2
