@@ -36,6 +36,10 @@ KPX_TARGET inline Wide loadLanes(const void* from0, const void* from1) {
 KPX_TARGET inline Wide spread64(std::uint64_t value) {
     return {_mm256_set1_epi64x(static_cast<long long>(value))};
 }
+// Three words and a 0 in each lane.
+KPX_TARGET inline Wide fromWords(int a0, int b0, int c0, int a1, int b1, int c1) {
+    return {_mm256_setr_epi32(a0, b0, c0, 0, a1, b1, c1, 0)};
+}
 KPX_TARGET inline Wide spread32(int value) {
     return {_mm256_set1_epi32(value)};
 }
@@ -47,6 +51,11 @@ KPX_TARGET inline Wide spread8(int value) {
 }
 KPX_TARGET inline Wide zero() {
     return {_mm256_setzero_si256()};
+}
+
+// Brings the 64 bytes at an address nearer; the address may be anything.
+KPX_TARGET inline void fetch(const void* from) {
+    _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }
 
 KPX_TARGET inline void store(void* to, Wide a) {
@@ -62,6 +71,9 @@ KPX_TARGET inline Wide operator&(Wide a, Wide b) {
 }
 KPX_TARGET inline Wide operator|(Wide a, Wide b) {
     return {_mm256_or_si256(a.v, b.v)};
+}
+KPX_TARGET inline Wide operator^(Wide a, Wide b) {
+    return {_mm256_xor_si256(a.v, b.v)};
 }
 KPX_TARGET inline Wide add16(Wide a, Wide b) {
     return {_mm256_add_epi16(a.v, b.v)};
@@ -130,6 +142,15 @@ template <int h>
 KPX_TARGET inline Wide spreadHalf(Wide a) {
     return {_mm256_permute4x64_epi64(a.v, h * 0x55)};
 }
+// 16 bytes, of one lane, into both.
+template <int lane>
+KPX_TARGET inline Wide spreadLane(Wide a) {
+    return {_mm256_permute4x64_epi64(a.v, lane == 0 ? 0x44 : 0xEE)};
+}
+// Lane 0 into lane 1; lane 0 becomes 0.
+KPX_TARGET inline Wide raiseLane(Wide a) {
+    return {_mm256_permute2x128_si256(a.v, a.v, 0x08)};
+}
 KPX_TARGET inline Wide packBytes(Wide a, Wide b) {
     return {_mm256_packus_epi16(a.v, b.v)};
 }
@@ -197,6 +218,9 @@ KPX_TARGET inline Wide shiftLeft32(Wide a, int bits) {
 }
 KPX_TARGET inline Wide shiftRightSigned32(Wide a, int bits) {
     return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(bits))};
+}
+KPX_TARGET inline Wide sign32(Wide a, Wide b) {
+    return {_mm256_sign_epi32(a.v, b.v)};
 }
 KPX_TARGET inline Wide max32(Wide a, Wide b) {
     return {_mm256_max_epi32(a.v, b.v)};

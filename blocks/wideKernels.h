@@ -7,7 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
+#include "blocks/bc6hLayout.h"
+#include "blocks/bc7Modes.h"
 #include "blocks/bcTables.h"
 #include "blocks/kernels.h"
 #include "blocks/littleEndian.h"
@@ -249,56 +252,81 @@ KPX_TARGET inline Wide gather(Wide lanes, const kpx::FieldGather& fields) {
 }
 
 // For each texel the weights 64 - w and w of the two endpoints, in the low and the high byte of its word.
-KPX_TARGET inline Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fields, const kpx::WideWords& width,
-                                   const std::uint8_t* weights) {
-    const Wide indices = mulHigh16(gather(spread64(indexBits), fields), load(&width));
-    const Wide w = shuffle8(load(weights), indices);
+template <int width>
+KPX_TARGET inline Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fields,
+                                   const kpx::WideBytes& weights) {
+    const Wide indices = shiftRight16<16 - width>(gather(spread64(indexBits), fields));
+    const Wide w = shuffle8(load(&weights), indices);
     return add16(sub16(shiftLeft16<8>(w), w), spread16(64));
 }
 
 // One channel of all sixteen texels: (e0 x (64 - w) + e1 x w + 32) >> 6, the shift by a rounding multiplication with
 // 2^15 / 64.
-KPX_TARGET inline Wide interpolate(Wide endpoints, Wide subsets, Wide pairs) {
-    return mulRound16(mulAddBytes(shuffle8(endpoints, subsets), pairs), spread16(512));
+KPX_TARGET inline Wide interpolate(Wide pairs, Wide weights) {
+    return mulRound16(mulAddBytes(pairs, weights), spread16(512));
 }
 
-KPX_TARGET inline void bc7Tile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
-    const std::uint64_t low = load64(block);
-    const auto mode = static_cast<unsigned>(__builtin_ctz(static_cast<unsigned>(low & 0xFF) | 0x100U));
-    const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
-    const std::uint64_t header = low >> (mode + 1);
-    const std::size_t partition = header & layout.partitionMask;
+// Half of a block's endpoints, widened to 8 bits: fields at the top of their words, p-bits below them, and then the
+// replication of the top bits.
+template <int mode>
+KPX_TARGET inline Wide bc7Endpoints(Wide lanes, int half) {
+    constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
+    constexpr const kpx::Bc7Mode& row = kpx::bc7Modes[mode];
+    constexpr int pBit = row.pBits == kpx::PBits::none ? 0 : 1;
+    Wide ends = gather(lanes, layout.endpoints[half]) & load(&layout.stored[half]);
+    if constexpr (pBit != 0) ends = ends | (gather(lanes, layout.pBits[half]) & load(&layout.pBit[half]));
+    if constexpr (row.colourBits + pBit < 8) ends = ends | mulHigh16(ends, load(&layout.replicate[half]));
+    return shiftRight16<8>(ends);
+}
 
-    // Endpoints, lifted to the top of their words; p-bits below them; then the widening to 8 bits by replication.
-    const Wide lanes = loadTwice(block);
-    const Wide pBits = gather(lanes, layout.pBits) & load(&layout.pBit);
-    Wide ends[2];
-    for (int half = 0; half < 2; ++half) {
-        const Wide stored = (gather(lanes, layout.endpoints[half]) & load(&layout.stored[half])) | pBits;
-        const Wide widened = stored | mulHigh16(stored, load(&layout.replicate[half]));
-        ends[half] = shiftRight16<8>(widened | load(&layout.filled[half]));
+// The endpoint pair of each texel, in one channel.
+template <int mode, int channel>
+KPX_TARGET inline Wide pairsOfTexels(Wide endpoints, Wide subsets) {
+    constexpr int slot = kpx::bc7Wide[mode].slot;
+    if constexpr (slot == 2) return shuffle8(endpoints, spread16(2 * channel | (2 * channel + 1) << 8));
+    if constexpr (slot == 4) {
+        const Wide order = channel % 2 == 0 ? subsets : add16(subsets, spread8(4));
+        return shuffle8(spreadHalf<channel / 2 * 2>(endpoints), order);
     }
-    const Wide endpoints = packBytes(ends[0], ends[1]);  // lanes R, B and G, A
+    // Packed, the lanes hold R, B and G, A.
+    return shuffle8(spreadHalf<channel / 2 + channel % 2 * 2>(endpoints), subsets);
+}
+
+template <int mode>
+KPX_TARGET inline void bc7Tile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
+    constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
+    constexpr const kpx::Bc7Mode& row = kpx::bc7Modes[mode];
+    const std::uint64_t header = load64(block) >> (mode + 1);
+    const std::size_t partition = header & ((1U << row.partitionBits) - 1);
+
+    const Wide lanes = loadTwice(block);
+    const Wide ends = bc7Endpoints<mode>(lanes, 0);
+    const Wide endpoints = packBytes(ends, layout.slot == 8 ? bc7Endpoints<mode>(lanes, 1) : ends);
 
     std::uint64_t primary = load64(block + layout.primaryByte) >> layout.primaryShift;
     primary += primary & layout.primaryAnchor;
-    primary += primary & layout.anchors[partition][0];
-    primary += primary & layout.anchors[partition][1];
-    Wide colourPairs = weightPairs(primary, layout.primary, layout.primaryWidth, layout.primaryWeights);
-    Wide alphaPairs = colourPairs;
-    if (layout.hasSecondary) {
+    if constexpr (row.subsets > 1) primary += primary & layout.anchors[partition][0];
+    if constexpr (row.subsets > 2) primary += primary & layout.anchors[partition][1];
+    Wide colourWeights = weightPairs<row.primaryBits>(primary, layout.primary, layout.primaryWeights);
+    Wide alphaWeights = colourWeights;
+    if constexpr (row.secondaryBits != 0) {
         std::uint64_t secondary = load64(block + 8) >> layout.secondaryShift;
         secondary += secondary & layout.secondaryAnchor;
-        alphaPairs = weightPairs(secondary, layout.secondary, layout.secondaryWidth, layout.secondaryWeights);
-        // Mode 4 alone has a selection bit, the one after its rotation.
-        if (mode == 4 && (header >> 2 & 1) != 0) std::swap(colourPairs, alphaPairs);
+        alphaWeights = weightPairs<row.secondaryBits>(secondary, layout.secondary, layout.secondaryWeights);
+        if (row.selectionBits != 0) {
+            const Wide exchange = spread8(-static_cast<int>(header >> row.rotationBits & 1));
+            const Wide primaryWeights = colourWeights;
+            colourWeights = choose(primaryWeights, alphaWeights, exchange);
+            alphaWeights = choose(alphaWeights, primaryWeights, exchange);
+        }
     }
 
     const Wide subsets = load(&layout.subsets[partition]);
-    const Wide r = interpolate(spreadHalf<0>(endpoints), subsets, colourPairs);
-    const Wide b = interpolate(spreadHalf<1>(endpoints), subsets, colourPairs);
-    const Wide g = interpolate(spreadHalf<2>(endpoints), subsets, colourPairs);
-    const Wide a = interpolate(spreadHalf<3>(endpoints), subsets, alphaPairs);
+    const Wide r = interpolate(pairsOfTexels<mode, 0>(endpoints, subsets), colourWeights);
+    const Wide g = interpolate(pairsOfTexels<mode, 1>(endpoints, subsets), colourWeights);
+    const Wide b = interpolate(pairsOfTexels<mode, 2>(endpoints, subsets), colourWeights);
+    const Wide a =
+        row.alphaBits == 0 ? spread16(255) : interpolate(pairsOfTexels<mode, 3>(endpoints, subsets), alphaWeights);
 
     // Lane 0 holds rows 0 and 1, lane 1 rows 2 and 3.
     constexpr LaneBytes interleave{{0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15}};
@@ -306,7 +334,7 @@ KPX_TARGET inline void bc7Tile(const unsigned char* block, unsigned char* out, s
     const Wide gb = shuffle8(packBytes(g, b), loadTwice(&interleave));
     Wide rows02 = unpackLow16(ar, gb);
     Wide rows13 = unpackHigh16(ar, gb);
-    if (layout.hasSecondary) {
+    if constexpr (row.rotationBits != 0) {
         const Wide rotation = load(&kpx::bc7Rotations[header & 3]);
         rows02 = shuffle8(rows02, rotation);
         rows13 = shuffle8(rows13, rotation);
@@ -315,57 +343,163 @@ KPX_TARGET inline void bc7Tile(const unsigned char* block, unsigned char* out, s
     storeLanes(out + rowBytes, out + 3 * rowBytes, rows13);
 }
 
+KPX_TARGET inline void bc7ReservedTile(const unsigned char*, unsigned char* out, std::size_t rowBytes) {
+    for (std::size_t r = 0; r < 4; ++r) storeLanes(out + r * rowBytes, out + r * rowBytes, spread32(255));
+}
+
+// Blocks of formats with modes are decoded in stretches, in each the blocks of one mode after the other: a choice of
+// the mode from block to block would be mispredicted half the time.
+constexpr std::size_t stretch = 64;
+
+// Decodes the blocks that the order names, all of one mode.
+using ModeRun = void (*)(const unsigned char* blocks, const std::uint8_t* order, std::size_t count, unsigned char* out,
+                         std::size_t rowBytes);
+
+template <auto tile, std::size_t tileBytes>
+KPX_TARGET void runOf(const unsigned char* blocks, const std::uint8_t* order, std::size_t count, unsigned char* out,
+                      std::size_t rowBytes) {
+    for (std::size_t i = 0; i < count; ++i) tile(blocks + 16 * order[i], out + tileBytes * order[i], rowBytes);
+}
+
+struct FileOrder {
+    std::uint8_t index[stretch];
+};
+constexpr FileOrder fileOrder = [] {
+    FileOrder order{};
+    for (std::size_t i = 0; i < stretch; ++i) order.index[i] = static_cast<std::uint8_t>(i);
+    return order;
+}();
+
+template <std::size_t modes, std::size_t tileBytes, typename ModeOf>
+KPX_TARGET inline void decodeByModes(const unsigned char* blocks, std::size_t count, unsigned char* out,
+                                     std::size_t rowBytes, const ModeRun (&runs)[modes], ModeOf modeOf) {
+    for (std::size_t n = 0; count != 0; count -= n, blocks += 16 * n, out += tileBytes * n) {
+        n = std::min(count, stretch);
+        std::uint8_t mode[stretch];
+        unsigned differences = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            mode[i] = modeOf(blocks[16 * i]);
+            differences |= mode[i] ^ unsigned { mode[0] };
+        }
+        if (differences == 0) {
+            runs[mode[0]](blocks, fileOrder.index, n, out, rowBytes);
+            continue;
+        }
+        std::uint8_t order[modes][stretch];
+        std::size_t counts[modes] = {};
+        for (std::size_t i = 0; i < n; ++i) order[mode[i]][counts[mode[i]]++] = static_cast<std::uint8_t>(i);
+        for (std::size_t m = 0; m < modes; ++m) {
+            if (counts[m] != 0) runs[m](blocks, order[m], counts[m], out, rowBytes);
+        }
+    }
+}
+
+constexpr ModeRun bc7Runs[9] = {
+    runOf<bc7Tile<0>, tileRowBytes>, runOf<bc7Tile<1>, tileRowBytes>, runOf<bc7Tile<2>, tileRowBytes>,
+    runOf<bc7Tile<3>, tileRowBytes>, runOf<bc7Tile<4>, tileRowBytes>, runOf<bc7Tile<5>, tileRowBytes>,
+    runOf<bc7Tile<6>, tileRowBytes>, runOf<bc7Tile<7>, tileRowBytes>, runOf<bc7ReservedTile, tileRowBytes>,
+};
+
 KPX_TARGET void bc7Strip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
-    for (std::size_t i = 0; i < count; ++i) bc7Tile(blocks + 16 * i, out + tileRowBytes * i, rowBytes);
+    decodeByModes<9, tileRowBytes>(blocks, count, out, rowBytes, bc7Runs, [](unsigned char first) {
+        return static_cast<std::uint8_t>(__builtin_ctz(first | 0x100U));
+    });
 }
 
 constexpr std::size_t pixelBytes = 16;
+constexpr std::size_t floatTileBytes = 4 * pixelBytes;
 
-// The endpoint channels of a BC6H block, in order E0 to E3, each R, G, B and 0.
-struct Bc6Endpoints {
-    alignas(32) std::int32_t value[16];
+// The bits of one run, in their place.
+template <kpx::Bc6Run run>
+KPX_TARGET inline std::int32_t runBits(std::uint64_t low, std::uint64_t high) {
+    constexpr std::uint32_t mask = (1U << run.count) - 1;
+    const std::uint64_t from = run.firstBit >= 64               ? high >> (run.firstBit - 64)
+                               : run.firstBit + run.count <= 64 ? low >> run.firstBit
+                                                                : low >> run.firstBit | high << (64 - run.firstBit);
+    return static_cast<std::int32_t>((static_cast<std::uint32_t>(from) & mask) << run.shift);
+}
+
+// One endpoint channel of a mode, from all its runs.
+template <int mode, int field, std::size_t... runs>
+KPX_TARGET inline std::int32_t fieldBits(std::uint64_t low, std::uint64_t high, std::index_sequence<runs...>) {
+    constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
+    return (0 | ... | (row.runs[runs].field == field ? runBits<row.runs[runs]>(low, high) : 0));
+}
+
+constexpr std::size_t runCount(const kpx::Bc6Mode& mode) {
+    std::size_t count = 0;
+    while (mode.runs[count].count != 0) ++count;
+    return count;
+}
+
+// Endpoints first and first + 1 as stored, one a lane: R, G, B and 0.
+template <int mode, int first>
+KPX_TARGET inline Wide gatherEndpoints(std::uint64_t low, std::uint64_t high) {
+    constexpr auto runs = std::make_index_sequence<runCount(kpx::bc6Modes[mode])>();
+    constexpr int field = 3 * first;
+    // From registers: words that went through memory one by one could not be loaded as a vector without a long wait.
+    return fromWords(fieldBits<mode, field>(low, high, runs), fieldBits<mode, field + 1>(low, high, runs),
+                     fieldBits<mode, field + 2>(low, high, runs), fieldBits<mode, field + 3>(low, high, runs),
+                     fieldBits<mode, field + 4>(low, high, runs), fieldBits<mode, field + 5>(low, high, runs));
+}
+
+// The top bits of four channels of given widths; a width of 0 has none.
+constexpr std::int32_t topBit(int width) {
+    return width == 0 ? 0 : static_cast<std::int32_t>(1U << (width - 1));
+}
+KPX_TARGET inline Wide topBits(int r0, int g0, int b0, int r1, int g1, int b1) {
+    return fromWords(topBit(r0), topBit(g0), topBit(b0), topBit(r1), topBit(g1), topBit(b1));
+}
+// Numbers without bits above the top bit, read as two's complement.
+KPX_TARGET inline Wide signExtend(Wide value, Wide top) {
+    return sub32(value ^ top, top);
+}
+
+struct EndpointPairs {
+    Wide region[2];
 };
 
-inline std::int32_t signExtended(std::int32_t value, int lift) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value) << lift) >> lift;
-}
-
-// Sign extension and the inverse of the transform.
-template <bool isSigned>
-KPX_TARGET inline void finishEndpoints(Bc6Endpoints& ends, const kpx::Bc6Wide& mode) {
-    const int lift = 32 - mode.precision;
-    if (isSigned) {
-        for (int c = 0; c < 3; ++c) ends.value[c] = signExtended(ends.value[c], lift);
+// All endpoints of a block, sign-extended and with the transform undone.
+template <int mode, bool isSigned>
+KPX_TARGET inline EndpointPairs bc6Endpoints(std::uint64_t low, std::uint64_t high) {
+    constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
+    constexpr int r = row.deltaBits[0];
+    constexpr int g = row.deltaBits[1];
+    constexpr int b = row.deltaBits[2];
+    constexpr int whole = isSigned ? row.precision : 0;
+    Wide first = gatherEndpoints<mode, 0>(low, high);
+    Wide second = row.regions == 2 ? gatherEndpoints<mode, 2>(low, high) : zero();
+    if constexpr (isSigned || row.transformed) {
+        first = signExtend(first, topBits(whole, whole, whole, r, g, b));
+        second = signExtend(second, topBits(r, g, b, r, g, b));
     }
-    if (!isSigned && !mode.transformed) return;
-    for (int e = 4; e < 16; ++e) ends.value[e] = signExtended(ends.value[e], mode.deltaLift[e % 4]);
-    if (!mode.transformed) return;
-    const std::int32_t mask = static_cast<std::int32_t>((1U << mode.precision) - 1);
-    for (int e = 4; e < 16; ++e) {
-        const std::int32_t whole = (ends.value[e] + ends.value[e % 4]) & mask;
-        ends.value[e] = isSigned ? signExtended(whole, lift) : whole;
-    }
-}
-
-// All channels widened to 16 bits, or to 15 bits and a sign.
-template <bool isSigned>
-KPX_TARGET inline void unquantize(Bc6Endpoints& ends, int precision) {
-    if (precision >= (isSigned ? 16 : 15)) return;
-    if (!isSigned) {
-        const std::int32_t maximum = (1 << precision) - 1;
-        for (std::int32_t& value : ends.value) {
-            const std::int32_t widened = ((value << 16) + 0x8000) >> precision;
-            value = value == 0 ? 0 : value == maximum ? 0xFFFF : widened;
+    if constexpr (row.transformed) {
+        const Wide mask = spread32(static_cast<std::int32_t>((1U << row.precision) - 1));
+        second = add32(second, spreadLane<0>(first)) & mask;
+        first = add32(first, raiseLane(first)) & mask;
+        if constexpr (isSigned) {
+            const Wide top = topBits(whole, whole, whole, whole, whole, whole);
+            first = signExtend(first, top);
+            second = signExtend(second, top);
         }
-        return;
     }
-    const std::int32_t maximum = (1 << (precision - 1)) - 1;
-    for (std::int32_t& value : ends.value) {
-        const std::int32_t magnitude = value < 0 ? -value : value;
-        const std::int32_t widened = ((magnitude << 15) + 0x4000) >> (precision - 1);
-        const std::int32_t result = magnitude == 0 ? 0 : magnitude >= maximum ? 0x7FFF : widened;
-        value = value < 0 ? -result : result;
+    return {{first, second}};
+}
+
+// Two endpoints' channels widened to 16 bits, or to 15 bits and a sign.
+template <int precision, bool isSigned>
+KPX_TARGET inline Wide unquantize(Wide value) {
+    if constexpr (precision >= (isSigned ? 16 : 15)) return value;
+    if constexpr (!isSigned) {
+        const Wide widened = shiftRight32<precision>(add32(shiftLeft32<16>(value), spread32(0x8000)));
+        const Wide most = choose(widened, spread32(0xFFFF), equal32(value, spread32((1 << precision) - 1)));
+        return choose(most, zero(), equal32(value, zero()));
     }
+    constexpr int maximum = (1 << (precision - 1)) - 1;
+    const Wide magnitude = abs32(value);
+    const Wide widened = shiftRight32<precision - 1>(add32(shiftLeft32<15>(magnitude), spread32(0x4000)));
+    const Wide most = choose(widened, spread32(0x7FFF), greater32(magnitude, spread32(maximum - 1)));
+    return sign32(most, value);
 }
 
 // Interpolated values as the bits of floats: scaled by 31 / 64 or 31 / 32 to half floats and widened. Half floats
@@ -382,71 +516,101 @@ KPX_TARGET inline Wide finishColours(Wide values) {
     return bits | (negative & spread32(static_cast<int>(0x80000000U)));
 }
 
-// The colours of one region, as many as there are weights; alpha is 1.0.
-template <bool isSigned>
-KPX_TARGET inline void makePalette(const std::int32_t* ends, const std::uint16_t* weights, int count, float* palette) {
+// Interpolation weights of two entries of a palette, each in all words of its lane.
+struct PairWeights {
+    alignas(32) std::int32_t word[8];
+};
+template <std::size_t entries>
+struct PaletteWeights {
+    PairWeights pairs[entries / 2];
+};
+template <std::size_t entries>
+constexpr PaletteWeights<entries> paletteWeights(const std::uint16_t (&weights)[entries]) {
+    PaletteWeights<entries> all{};
+    for (std::size_t i = 0; i < entries; ++i) {
+        for (std::size_t k = 0; k < 4; ++k) all.pairs[i / 2].word[i % 2 * 4 + k] = weights[i];
+    }
+    return all;
+}
+constexpr auto paletteWeights3 = paletteWeights(kpx::bcWeights3);
+constexpr auto paletteWeights4 = paletteWeights(kpx::bcWeights4);
+
+// The colours of one region between the endpoints of two lanes; alpha is 1.0.
+template <bool isSigned, std::size_t entries>
+KPX_TARGET inline void makePalette(Wide ends, const PaletteWeights<entries>& weights, float (*palette)[4]) {
     alignas(16) constexpr std::uint32_t alphaMask[4] = {0, 0, 0, 0xFFFFFFFF};
-    const Wide e0 = loadTwice(ends);
-    const Wide difference = sub32(loadTwice(ends + 4), e0);
+    const Wide e0 = spreadLane<0>(ends);
+    const Wide difference = sub32(spreadLane<1>(ends), e0);
     // (64 - w) x e0 + w x e1 + 32 = 64 x e0 + 32 + w x (e1 - e0)
     const Wide base = add32(shiftLeft32<6>(e0), spread32(32));
-    const Wide one = spread32(0x3F800000);
-    for (int i = 0; i < count; i += 2) {
-        const std::int32_t w0 = weights[i];
-        const std::int32_t w1 = weights[i + 1];
-        alignas(32) const std::int32_t w[8] = {w0, w0, w0, w0, w1, w1, w1, w1};
-        const Wide values = shiftRightSigned32<6>(add32(base, mulLow32(difference, load(w))));
-        store(palette + 4 * i, choose(finishColours<isSigned>(values), one, loadTwice(alphaMask)));
+    for (std::size_t i = 0; i < entries / 2; ++i) {
+        const Wide values = shiftRightSigned32<6>(add32(base, mulLow32(difference, load(&weights.pairs[i]))));
+        store(palette[2 * i], choose(finishColours<isSigned>(values), spread32(0x3F800000), loadTwice(alphaMask)));
     }
 }
 
-template <bool isSigned>
+template <int mode, bool isSigned>
 KPX_TARGET inline void bc6hTile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
+    constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
     alignas(32) float palette[16][4];
-    const kpx::Bc6Wide* mode = kpx::bc6WideByValue[block[0] & 31];
-    if (mode == nullptr) {
-        const float black[4] = {0.0F, 0.0F, 0.0F, 1.0F};
-        for (std::size_t t = 0; t < 16; ++t)
-            std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, black, pixelBytes);
-        return;
-    }
-    Bc6Endpoints ends{};
-    for (int i = 0; i < mode->runCount; ++i) {
-        const kpx::Bc6Gather& run = mode->runs[i];
-        const auto bits = static_cast<std::uint32_t>(load64(block + run.firstByte) >> run.shift) & run.mask;
-        ends.value[run.field] |= static_cast<std::int32_t>(bits << run.place);
-    }
-    finishEndpoints<isSigned>(ends, *mode);
-    unquantize<isSigned>(ends, mode->precision);
-
-    const auto* entries = reinterpret_cast<const unsigned char*>(palette);
     const std::uint64_t high = load64(block + 8);
-    if (mode->twoRegions) {
+    const EndpointPairs ends = bc6Endpoints<mode, isSigned>(load64(block), high);
+
+    constexpr int width = row.regions == 2 ? 3 : 4;
+    constexpr std::uint64_t indexMask = (1U << width) - 1;
+    std::uint64_t indices = high >> (row.regions == 2 ? 18 : 1);
+    indices += indices & ~(indexMask >> 1);
+    const std::uint8_t* regions = nullptr;
+    if constexpr (row.regions == 2) {
         const std::size_t partition = high >> 13 & 31;
-        makePalette<isSigned>(ends.value, kpx::bcWeights3, 8, palette[0]);
-        makePalette<isSigned>(ends.value + 8, kpx::bcWeights3, 8, palette[8]);
-        std::uint64_t indices = high >> 18;
-        indices += indices & ~std::uint64_t{3};
-        indices += indices & kpx::bc6Anchors[partition][0];
-        const std::uint8_t* regions = kpx::bcPartitions[0][partition];
-        for (std::size_t t = 0; t < 16; ++t) {
-            const std::size_t entry = 8 * std::size_t{regions[t]} + (indices >> (3 * t) & 7);
-            std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, entries + entry * pixelBytes, pixelBytes);
-        }
+        indices += indices & kpx::twoSubsets3.rows[partition][0];
+        regions = kpx::bcPartitions[0][partition];
+        makePalette<isSigned>(unquantize<row.precision, isSigned>(ends.region[0]), paletteWeights3, palette);
+        makePalette<isSigned>(unquantize<row.precision, isSigned>(ends.region[1]), paletteWeights3, palette + 8);
     } else {
-        makePalette<isSigned>(ends.value, kpx::bcWeights4, 16, palette[0]);
-        std::uint64_t indices = high >> 1;
-        indices += indices & ~std::uint64_t{7};
-        for (std::size_t t = 0; t < 16; ++t) {
-            const std::size_t entry = indices >> (4 * t) & 15;
-            std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, entries + entry * pixelBytes, pixelBytes);
-        }
+        makePalette<isSigned>(unquantize<row.precision, isSigned>(ends.region[0]), paletteWeights4, palette);
+    }
+    for (std::size_t t = 0; t < 16; ++t) {
+        std::size_t entry = indices >> (width * t) & indexMask;
+        if constexpr (row.regions == 2) entry += 8 * std::size_t{regions[t]};
+        std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, palette[entry], pixelBytes);
     }
 }
+
+KPX_TARGET inline void bc6hReservedTile(const unsigned char*, unsigned char* out, std::size_t rowBytes) {
+    const float black[4] = {0.0F, 0.0F, 0.0F, 1.0F};
+    for (std::size_t t = 0; t < 16; ++t) std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, black, pixelBytes);
+}
+
+template <bool isSigned, std::size_t... modes>
+constexpr auto makeBc6hRuns(std::index_sequence<modes...>) {
+    struct {
+        ModeRun runs[sizeof...(modes) + 1];
+    } table{{runOf<bc6hTile<static_cast<int>(modes), isSigned>, floatTileBytes>...,
+             runOf<bc6hReservedTile, floatTileBytes>}};
+    return table;
+}
+template <bool isSigned>
+constexpr auto bc6hRuns = makeBc6hRuns<isSigned>(std::make_index_sequence<14>());
+
+// Rows of bc6Modes by the low five bits of a block, of which the first two modes take two; 14 for reserved blocks.
+struct Bc6ModeRows {
+    std::uint8_t row[32];
+};
+constexpr Bc6ModeRows bc6ModeRows = [] {
+    Bc6ModeRows rows{};
+    for (unsigned value = 0; value < 32; ++value) {
+        const unsigned low = value & 3;
+        const unsigned high = value >> 2;
+        rows.row[value] = static_cast<std::uint8_t>(low < 2 ? low : low == 2 ? 2 + high : high < 4 ? 10 + high : 14);
+    }
+    return rows;
+}();
 
 template <bool isSigned>
 KPX_TARGET void bc6hStrip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
-    for (std::size_t i = 0; i < count; ++i) bc6hTile<isSigned>(blocks + 16 * i, out + 4 * pixelBytes * i, rowBytes);
+    decodeByModes<15, floatTileBytes>(blocks, count, out, rowBytes, bc6hRuns<isSigned>.runs,
+                                      [](unsigned char first) { return bc6ModeRows.row[first & 31]; });
 }
 
 // Rows. What remains of a row after whole vectors goes to the plain kernels.

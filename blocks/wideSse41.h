@@ -36,6 +36,9 @@ KPX_TARGET inline Wide loadLanes(const void* from0, const void* from1) {
 KPX_TARGET inline Wide spread64(std::uint64_t value) {
     return twice(_mm_set1_epi64x(static_cast<long long>(value)));
 }
+KPX_TARGET inline Wide fromWords(int a0, int b0, int c0, int a1, int b1, int c1) {
+    return {{_mm_setr_epi32(a0, b0, c0, 0), _mm_setr_epi32(a1, b1, c1, 0)}};
+}
 KPX_TARGET inline Wide spread32(int value) {
     return twice(_mm_set1_epi32(value));
 }
@@ -47,6 +50,10 @@ KPX_TARGET inline Wide spread8(int value) {
 }
 KPX_TARGET inline Wide zero() {
     return twice(_mm_setzero_si128());
+}
+
+KPX_TARGET inline void fetch(const void* from) {
+    _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }
 
 KPX_TARGET inline void storeLanes(void* to0, void* to1, Wide a) {
@@ -62,6 +69,9 @@ KPX_TARGET inline Wide operator&(Wide a, Wide b) {
 }
 KPX_TARGET inline Wide operator|(Wide a, Wide b) {
     return {{_mm_or_si128(a.lane[0], b.lane[0]), _mm_or_si128(a.lane[1], b.lane[1])}};
+}
+KPX_TARGET inline Wide operator^(Wide a, Wide b) {
+    return {{_mm_xor_si128(a.lane[0], b.lane[0]), _mm_xor_si128(a.lane[1], b.lane[1])}};
 }
 KPX_TARGET inline Wide add16(Wide a, Wide b) {
     return {{_mm_add_epi16(a.lane[0], b.lane[0]), _mm_add_epi16(a.lane[1], b.lane[1])}};
@@ -138,6 +148,9 @@ KPX_TARGET inline Wide unpackHigh64(Wide a, Wide b) {
 KPX_TARGET inline Wide packWords(Wide a, Wide b) {
     return {{_mm_packus_epi32(a.lane[0], b.lane[0]), _mm_packus_epi32(a.lane[1], b.lane[1])}};
 }
+KPX_TARGET inline Wide sign32(Wide a, Wide b) {
+    return {{_mm_sign_epi32(a.lane[0], b.lane[0]), _mm_sign_epi32(a.lane[1], b.lane[1])}};
+}
 KPX_TARGET inline Wide max32(Wide a, Wide b) {
     return {{_mm_max_epi32(a.lane[0], b.lane[0]), _mm_max_epi32(a.lane[1], b.lane[1])}};
 }
@@ -186,6 +199,13 @@ template <int h>
 KPX_TARGET inline Wide spreadHalf(Wide a) {
     const __m128i lane = a.lane[h / 2];
     return twice(h % 2 == 0 ? _mm_unpacklo_epi64(lane, lane) : _mm_unpackhi_epi64(lane, lane));
+}
+KPX_TARGET inline Wide raiseLane(Wide a) {
+    return {{_mm_setzero_si128(), a.lane[0]}};
+}
+template <int lane>
+KPX_TARGET inline Wide spreadLane(Wide a) {
+    return twice(a.lane[lane]);
 }
 KPX_TARGET inline Wide shiftRight32(Wide a, int bits) {
     const __m128i count = _mm_cvtsi32_si128(bits);

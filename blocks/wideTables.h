@@ -1,8 +1,11 @@
-// What the wide kernels look up: where the fields of a BC7 or BC6H block lie, worked out at compile time from the
-// same rows of numbers that the plain decoders read.
+// What the wide kernels look up for BC7: where the fields of a block lie, worked out at compile time from the same rows
+// of numbers that the plain decoder reads.
 #pragma once
 
 #include <cstdint>
+
+#include "blocks/bc7Modes.h"
+#include "blocks/bcTables.h"
 
 namespace kpx {
 
@@ -21,50 +24,182 @@ struct FieldGather {
     WideWords lift;
 };
 
-// How a BC7 block of one mode is taken apart. Lanes of endpoints: first R and G, then B and A; word e of a lane is
-// endpoint e.
+// How a BC7 block of one mode is taken apart. Endpoint fields go to words: of each channel, R to A, a slot of 2, 4 or 8
+// words for one, two or three subsets; 16 words a vector, with slots of 2 in both lanes alike.
 struct Bc7Wide {
-    FieldGather endpoints[2];
+    int slot;
+    FieldGather endpoints[2];        // the second only for slots of 8: B and A
     WideWords stored[2];             // the bits of a lifted field that are stored in the block
-    WideWords filled[2];             // bits to set besides: alpha is 255 where a mode has none
-    FieldGather pBits;               // lifted to just below the stored bits, the same for every channel
-    WideWords pBit;                  // the bit that a p-bit comes to
     WideWords replicate[2];          // multiplied by this, the high 16 bits are the field shifted right by its width
+    FieldGather pBits[2];            // lifted to just below the stored bits, the same for every channel
+    WideWords pBit[2];               // the bit that a p-bit comes to
     FieldGather primary, secondary;  // indices, from two equal halves of a lane
-    WideWords primaryWidth, secondaryWidth;                 // 2^width: the high 16 bits of a product are the index
-    std::uint8_t primaryWeights[32], secondaryWeights[32];  // of an index, for each lane
-    std::uint64_t primaryAnchor, secondaryAnchor;           // the bits above the first texel's index
-    const WideBytes* subsets;                               // by partition: bytes 2s and 2s + 1 for each texel
+    WideBytes primaryWeights, secondaryWeights;    // of an index, for each lane
+    std::uint64_t primaryAnchor, secondaryAnchor;  // the bits above the first texel's index
+    const WideBytes* subsets;                      // by partition: bytes 2s and 2s + 1 for each texel
     const std::uint64_t (*anchors)[2];  // by partition: the bits above the indices of the other anchors, ascending
-    std::uint8_t partitionMask;         // after the mode bits; 0 in modes of one subset
-    std::uint8_t primaryByte, primaryShift, secondaryShift;  // where in the block the indices start
-    bool hasSecondary;
+    int primaryByte, primaryShift, secondaryShift;  // where in the block the indices start
 };
 
-// Rows 0 to 7 are the modes, row 8 the reserved block.
-extern const Bc7Wide bc7Wide[9];
+inline constexpr std::uint8_t nothing = 0x80;  // a byte order that gives 0
+
+// Gathers a field of a block, its bits first to first + width - 1, into word w so that its top bit is bit top.
+constexpr void gatherField(FieldGather& gather, int w, int first, int width, int top) {
+    const int byte = first / 8;
+    gather.bytes.byte[2 * w] = static_cast<std::uint8_t>(byte);
+    // The window's second byte; past the block's end there is nothing that the field needs.
+    gather.bytes.byte[2 * w + 1] = byte < 15 ? static_cast<std::uint8_t>(byte + 1) : nothing;
+    gather.lift.word[w] = static_cast<std::uint16_t>(1U << (top + 1 - width - first % 8));
+}
+
+constexpr FieldGather emptyGather() {
+    FieldGather gather{};
+    for (auto& byte : gather.bytes.byte) byte = nothing;
+    return gather;
+}
+
+constexpr int pBitCount(const Bc7Mode& mode) {
+    return mode.pBits == PBits::perEndpoint ? 2 * mode.subsets : mode.pBits == PBits::perSubset ? mode.subsets : 0;
+}
+
+// Sixteen indices of a 64-bit word, a word each with the index on top.
+constexpr FieldGather gatherIndices(int width) {
+    FieldGather gather = emptyGather();
+    for (int t = 0; t < 16; ++t) {
+        gatherField(gather, t, t * width, width, 15);
+        // The 64-bit word is repeated, and no index needs the repetition.
+        if (gather.bytes.byte[2 * t + 1] > 7) gather.bytes.byte[2 * t + 1] = nothing;
+    }
+    return gather;
+}
+
+constexpr WideBytes weightsOf(int width) {
+    WideBytes weights{};
+    for (int i = 0; i < 1 << width; ++i) {
+        const std::uint16_t weight = width == 2 ? bcWeights2[i] : width == 3 ? bcWeights3[i] : bcWeights4[i];
+        weights.byte[i] = weights.byte[16 + i] = static_cast<std::uint8_t>(weight);
+    }
+    return weights;
+}
+
+constexpr std::uint64_t bitsFrom(int bit) {
+    return ~((std::uint64_t{1} << bit) - 1);
+}
+
+struct SubsetTable {
+    WideBytes rows[64];
+};
+
+inline constexpr SubsetTable makeSubsets(int subsets) {
+    SubsetTable table{};
+    for (int partition = 0; partition < 64; ++partition) {
+        for (int t = 0; t < 16; ++t) {
+            const int subset = subsets == 1 ? 0 : bcPartitions[subsets - 2][partition][t];
+            table.rows[partition].byte[2 * t] = static_cast<std::uint8_t>(2 * subset);
+            table.rows[partition].byte[2 * t + 1] = static_cast<std::uint8_t>(2 * subset + 1);
+        }
+    }
+    return table;
+}
+
+struct AnchorTable {
+    std::uint64_t rows[64][2];
+};
+
+// Adding the bits above an anchor's index to the whole makes room for the top bit that the anchor does not store:
+// low + high + high = low + 2 x high. Bits that no later index needs fall off the top.
+inline constexpr AnchorTable makeAnchors(int subsets, int width) {
+    AnchorTable table{};
+    for (int partition = 0; partition < 64; ++partition) {
+        int first = bcAnchors[subsets - 2][partition][1];
+        int second = subsets == 3 ? bcAnchors[1][partition][2] : 16;
+        if (first > second) {
+            const int larger = first;
+            first = second;
+            second = larger;
+        }
+        table.rows[partition][0] = bitsFrom(first * width + width - 1);
+        table.rows[partition][1] = second == 16 ? 0 : bitsFrom(second * width + width - 1);
+    }
+    return table;
+}
+
+inline constexpr SubsetTable oneSubset = makeSubsets(1);
+inline constexpr SubsetTable twoSubsets = makeSubsets(2);
+inline constexpr SubsetTable threeSubsets = makeSubsets(3);
+inline constexpr AnchorTable noAnchors{};
+inline constexpr AnchorTable twoSubsets2 = makeAnchors(2, 2);
+inline constexpr AnchorTable twoSubsets3 = makeAnchors(2, 3);
+inline constexpr AnchorTable threeSubsets2 = makeAnchors(3, 2);
+inline constexpr AnchorTable threeSubsets3 = makeAnchors(3, 3);
+
+constexpr const WideBytes* subsetsOf(const Bc7Mode& mode) {
+    return mode.subsets == 1 ? oneSubset.rows : mode.subsets == 2 ? twoSubsets.rows : threeSubsets.rows;
+}
+
+constexpr const std::uint64_t (*anchorsOf(const Bc7Mode& mode))[2] {
+    if (mode.subsets == 1) return noAnchors.rows;
+    if (mode.subsets == 2) return mode.primaryBits == 2 ? twoSubsets2.rows : twoSubsets3.rows;
+    return mode.primaryBits == 2 ? threeSubsets2.rows : threeSubsets3.rows;
+}
+
+constexpr Bc7Wide makeBc7Wide(int number) {
+    const Bc7Mode& mode = bc7Modes[number];
+    const int pBit = mode.pBits == PBits::none ? 0 : 1;
+    Bc7Wide wide{};
+    wide.slot = mode.subsets == 1 ? 2 : mode.subsets == 2 ? 4 : 8;
+    for (int half = 0; half < 2; ++half) wide.endpoints[half] = wide.pBits[half] = emptyGather();
+
+    int bit = number + 1 + mode.partitionBits + mode.rotationBits + mode.selectionBits;
+    const int firstPBit = bit + 2 * mode.subsets * (3 * mode.colourBits + mode.alphaBits);
+    for (int channel = 0; channel < 4; ++channel) {
+        const int width = channel < 3 ? mode.colourBits : mode.alphaBits;
+        for (int e = 0; e < 2 * mode.subsets && width != 0; ++e, bit += width) {
+            const int word = channel * wide.slot + e;
+            for (int copy = word; copy < (wide.slot == 2 ? 16 : word + 1); copy += 8) {
+                const int half = copy / 16;
+                const int w = copy % 16;
+                gatherField(wide.endpoints[half], w, bit, width, 15);
+                wide.stored[half].word[w] = static_cast<std::uint16_t>(0xFFFFU << (16 - width));
+                wide.replicate[half].word[w] = static_cast<std::uint16_t>(1U << (16 - width - pBit));
+                if (pBit == 0) continue;
+                gatherField(wide.pBits[half], w, firstPBit + (mode.pBits == PBits::perSubset ? e / 2 : e), 1,
+                            15 - width);
+                wide.pBit[half].word[w] = static_cast<std::uint16_t>(1U << (15 - width));
+            }
+        }
+    }
+    bit += pBitCount(mode);
+
+    wide.primary = gatherIndices(mode.primaryBits);
+    wide.primaryWeights = weightsOf(mode.primaryBits);
+    wide.primaryAnchor = bitsFrom(mode.primaryBits - 1);
+    wide.primaryByte = bit < 64 ? bit / 8 : 8;
+    wide.primaryShift = bit - 8 * wide.primaryByte;
+    bit += 16 * mode.primaryBits - mode.subsets;
+    if (mode.secondaryBits != 0) {
+        wide.secondary = gatherIndices(mode.secondaryBits);
+        wide.secondaryWeights = weightsOf(mode.secondaryBits);
+        wide.secondaryAnchor = bitsFrom(mode.secondaryBits - 1);
+        wide.secondaryShift = bit - 64;
+    }
+    wide.subsets = subsetsOf(mode);
+    wide.anchors = anchorsOf(mode);
+    return wide;
+}
+
+inline constexpr Bc7Wide bc7Wide[8] = {makeBc7Wide(0), makeBc7Wide(1), makeBc7Wide(2), makeBc7Wide(3),
+                                       makeBc7Wide(4), makeBc7Wide(5), makeBc7Wide(6), makeBc7Wide(7)};
 
 // The bytes of a texel a, r, g, b with alpha exchanged: for rotation 0 to 3, in each lane.
-extern const WideBytes bc7Rotations[4];
-
-// A run of bits of one BC6H endpoint channel: bits of the 64-bit word at byte firstByte.
-struct Bc6Gather {
-    std::uint8_t firstByte, shift, field, place;
-    std::uint32_t mask;
-};
-
-struct Bc6Wide {
-    Bc6Gather runs[24];
-    std::uint8_t runCount;
-    std::uint8_t precision;
-    bool twoRegions, transformed;
-    std::int32_t deltaLift[4];  // 32 minus the delta bits of R, G, B, and 0
-};
-
-// By the low five bits of a block; null for reserved blocks.
-extern const Bc6Wide* const bc6WideByValue[32];
-
-// The bits above the index of the second region's anchor, by partition, for 3-bit indices.
-extern const std::uint64_t (*const bc6Anchors)[2];
+constexpr WideBytes makeRotation(int exchanged) {
+    WideBytes order{};
+    for (int i = 0; i < 32; ++i) {
+        const int channel = i % 4 == 0 ? exchanged : i % 4 == exchanged ? 0 : i % 4;
+        order.byte[i] = static_cast<std::uint8_t>(i % 16 / 4 * 4 + channel);
+    }
+    return order;
+}
+inline constexpr WideBytes bc7Rotations[4] = {makeRotation(0), makeRotation(1), makeRotation(2), makeRotation(3)};
 
 }  // namespace kpx
