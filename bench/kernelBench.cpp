@@ -94,7 +94,7 @@ void decodeBlocks(benchmark::State& state, const kpx::KernelSet& set, const Bloc
 }
 
 // Scanline output: all rows of an image in turn into the same channel rows, as the reader gives them.
-using RowWork = std::function<void(const kpx::KernelSet& set, const unsigned char* row, unsigned char* const* rows)>;
+using RowWork = std::function<void(const kpx::KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows)>;
 
 struct RowCase {
     const char* name;
@@ -103,29 +103,29 @@ struct RowCase {
     RowWork work;
 };
 
-void outputFloats4(const kpx::KernelSet& set, const unsigned char* row, unsigned char* const* rows) {
+void outputFloats4(const kpx::KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows) {
     float* floatRows[4];
     for (int i = 0; i < 4; ++i) floatRows[i] = reinterpret_cast<float*>(rows[i]);
-    set.splitFloats4(reinterpret_cast<const float*>(row), side, floatRows);
+    set.splitFloats4(row, floatRows);
 }
 
 RowWork masks(std::size_t bytesPerPixel, std::vector<std::uint32_t> fieldMasks) {
     return
-        [bytesPerPixel, fieldMasks](const kpx::KernelSet& set, const unsigned char* row, unsigned char* const* rows) {
+        [bytesPerPixel, fieldMasks](const kpx::KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows) {
             kpx::MaskField fields[4];
             for (std::size_t i = 0; i < fieldMasks.size(); ++i) fields[i] = kpx::makeMaskField(fieldMasks[i]);
-            set.extractMasks(row, side, bytesPerPixel, fields, fieldMasks.size(), rows);
+            set.extractMasks(row, bytesPerPixel, fields, fieldMasks.size(), rows);
         };
 }
 
 const RowCase rowCases[] = {
     {"scanlineBytes4", 4, 4,
-     [](const kpx::KernelSet& set, const unsigned char* row, unsigned char* const* rows) {
-         set.splitBytes4(row, side, rows);
+     [](const kpx::KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows) {
+         set.splitBytes4(row, rows);
      }},
     {"scanlineBytes3", 3, 3,
-     [](const kpx::KernelSet& set, const unsigned char* row, unsigned char* const* rows) {
-         set.splitBytes3(row, side, rows);
+     [](const kpx::KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows) {
+         set.splitBytes3(row, rows);
      }},
     {"scanlineFloats4", 16, 16, outputFloats4},
     {"scanlineMasks565", 2, 3, masks(2, {0xF800, 0x7E0, 0x1F})},
@@ -134,11 +134,15 @@ const RowCase rowCases[] = {
 
 void outputRows(benchmark::State& state, const kpx::KernelSet& set, const RowCase& rowCase) {
     std::vector<unsigned char> image(pixels * rowCase.bytesPerPixel, 0x5A);
+    const std::size_t rowBytes = side * rowCase.bytesPerPixel;
     std::vector<unsigned char> channels(side * 16);
     unsigned char* rows[4];
     for (std::size_t i = 0; i < 4; ++i) rows[i] = channels.data() + i * side * 4;
     bench::againstCopy(state, pixels * rowCase.outputBytesPerPixel, [&] {
-        for (std::size_t y = side; y-- > 0;) rowCase.work(set, image.data() + y * side * rowCase.bytesPerPixel, rows);
+        for (std::size_t y = side; y-- > 0;) {
+            const unsigned char* row = image.data() + y * rowBytes;
+            rowCase.work(set, {row, side, y == 0 ? row : row - rowBytes}, rows);
+        }
         benchmark::DoNotOptimize(channels.data());
     });
 }

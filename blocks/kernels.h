@@ -30,6 +30,15 @@ enum class BlockKernel : std::uint8_t {
 };
 inline constexpr std::size_t blockKernelCount = 13;
 
+// A row of stored pixels, of bytes or of floats.
+struct PixelRow {
+    const unsigned char* pixels;
+    std::size_t count;
+    // Where the row lies that is likely to be asked for next; kernels may bring it nearer meanwhile. Hosts ask for
+    // scanlines from the bottom up, against the order in memory, which processors do not foresee.
+    const unsigned char* next;
+};
+
 // One channel of a bit-mask pixel, made ready by makeMaskField.
 struct MaskField {
     std::uint32_t mask;        // 0: the channel is 0 everywhere
@@ -53,16 +62,16 @@ struct KernelSet {
 
     // Splits pixels of N units into N rows, unit k of pixel x to rows[k][x]. The last row may be null, of splitBytes4
     // only: that unit is skipped.
-    void (*splitBytes2)(const unsigned char* pixels, std::size_t count, unsigned char* const* rows);
-    void (*splitBytes3)(const unsigned char* pixels, std::size_t count, unsigned char* const* rows);
-    void (*splitBytes4)(const unsigned char* pixels, std::size_t count, unsigned char* const* rows);
-    void (*splitFloats2)(const float* pixels, std::size_t count, float* const* rows);
-    void (*splitFloats3)(const float* pixels, std::size_t count, float* const* rows);
-    void (*splitFloats4)(const float* pixels, std::size_t count, float* const* rows);
+    void (*splitBytes2)(const PixelRow& pixels, unsigned char* const* rows);
+    void (*splitBytes3)(const PixelRow& pixels, unsigned char* const* rows);
+    void (*splitBytes4)(const PixelRow& pixels, unsigned char* const* rows);
+    void (*splitFloats2)(const PixelRow& pixels, float* const* rows);
+    void (*splitFloats3)(const PixelRow& pixels, float* const* rows);
+    void (*splitFloats4)(const PixelRow& pixels, float* const* rows);
 
     // Bit-mask pixels of bytesPerPixel bytes each (the first four count), a row a field.
-    void (*extractMasks)(const unsigned char* pixels, std::size_t count, std::size_t bytesPerPixel,
-                         const MaskField* fields, std::size_t fieldCount, unsigned char* const* rows);
+    void (*extractMasks)(const PixelRow& pixels, std::size_t bytesPerPixel, const MaskField* fields,
+                         std::size_t fieldCount, unsigned char* const* rows);
 
     void (*halfsToFloats)(const unsigned char* halfs, std::size_t count, float* out);
     void (*r11g11b10ToFloats)(const unsigned char* words, std::size_t count, float* out);  // three floats a word

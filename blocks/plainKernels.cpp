@@ -49,20 +49,21 @@ void bc3(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride) {
 }
 
 template <typename Unit, int units>
-void split(const Unit* pixels, std::size_t count, Unit* const* rows) {
+void split(const PixelRow& row, Unit* const* rows) {
+    const auto* pixels = reinterpret_cast<const Unit*>(row.pixels);
     for (int unit = 0; unit < units; ++unit) {
-        Unit* row = rows[unit];
-        if (row == nullptr) continue;
-        for (std::size_t x = 0; x < count; ++x) row[x] = pixels[x * units + static_cast<std::size_t>(unit)];
+        Unit* out = rows[unit];
+        if (out == nullptr) continue;
+        for (std::size_t x = 0; x < row.count; ++x) out[x] = pixels[x * units + static_cast<std::size_t>(unit)];
     }
 }
 
-void extractMasks(const unsigned char* pixels, std::size_t count, std::size_t bytesPerPixel, const MaskField* fields,
-                  std::size_t fieldCount, unsigned char* const* rows) {
+void extractMasks(const PixelRow& row, std::size_t bytesPerPixel, const MaskField* fields, std::size_t fieldCount,
+                  unsigned char* const* rows) {
     const std::size_t valueBytes = bytesPerPixel < 4 ? bytesPerPixel : 4;
-    for (std::size_t x = 0; x < count; ++x) {
+    for (std::size_t x = 0; x < row.count; ++x) {
         std::uint32_t pixel = 0;
-        std::memcpy(&pixel, pixels + x * bytesPerPixel, valueBytes);
+        std::memcpy(&pixel, row.pixels + x * bytesPerPixel, valueBytes);
         for (std::size_t f = 0; f < fieldCount; ++f) {
             const std::uint32_t mask = fields[f].mask;
             rows[f][x] = static_cast<unsigned char>(mask == 0 ? 0 : scaleMasked(pixel, mask));

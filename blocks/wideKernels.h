@@ -615,12 +615,23 @@ KPX_TARGET void bc6hStrip(const unsigned char* blocks, std::size_t count, unsign
 
 // Rows. What remains of a row after whole vectors goes to the plain kernels.
 
-template <typename Unit>
-KPX_TARGET void split2(const Unit* pixels, std::size_t count, Unit* const* rows) {
-    kpx::splitUnits2(pixels, count, rows[0], rows[1]);
+// What is left of a row from pixel x on.
+inline kpx::PixelRow restOf(const kpx::PixelRow& row, std::size_t x, std::size_t bytesPerPixel) {
+    return {row.pixels + x * bytesPerPixel, row.count - x, row.next};
 }
-KPX_TARGET void splitFloats3(const float* pixels, std::size_t count, float* const* rows) {
-    kpx::splitUnits3(pixels, count, rows[0], rows[1], rows[2]);
+
+// Brings bytes of the next row nearer, as many as are read of this row meanwhile.
+template <std::size_t bytes>
+KPX_TARGET inline void fetchNext(const kpx::PixelRow& row, std::size_t at) {
+    for (std::size_t line = 0; line < bytes; line += 64) fetch(row.next + at + line);
+}
+
+template <typename Unit>
+KPX_TARGET void split2(const kpx::PixelRow& row, Unit* const* rows) {
+    kpx::splitUnits2(reinterpret_cast<const Unit*>(row.pixels), row.count, rows[0], rows[1]);
+}
+KPX_TARGET void splitFloats3(const kpx::PixelRow& row, float* const* rows) {
+    kpx::splitUnits3(reinterpret_cast<const float*>(row.pixels), row.count, rows[0], rows[1], rows[2]);
 }
 
 constexpr std::size_t laneBytes = 16;
@@ -645,24 +656,25 @@ KPX_TARGET inline void transpose(Wide (&w)[4]) {
 }
 
 template <int channels>
-KPX_TARGET inline void splitFourBytes(const unsigned char* pixels, std::size_t count, unsigned char* const* rows) {
+KPX_TARGET inline void splitFourBytes(const kpx::PixelRow& row, unsigned char* const* rows) {
     constexpr LaneBytes byChannel{{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
     std::size_t x = 0;
-    for (; x + 32 <= count; x += 32) {
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<128>(row, 4 * x);
         Wide w[4];
-        loadApart(pixels + 4 * x, 64, w);
+        loadApart(row.pixels + 4 * x, 64, w);
         for (Wide& four : w) four = shuffle8(four, loadTwice(&byChannel));
         transpose(w);
         for (int c = 0; c < channels; ++c) store(rows[c] + x, w[c]);
     }
     unsigned char* const rest[4] = {rows[0] + x, rows[1] + x, rows[2] + x, channels == 4 ? rows[3] + x : nullptr};
-    kpx::plainKernels.splitBytes4(pixels + 4 * x, count - x, rest);
+    kpx::plainKernels.splitBytes4(restOf(row, x, 4), rest);
 }
-KPX_TARGET void splitBytes4(const unsigned char* pixels, std::size_t count, unsigned char* const* rows) {
+KPX_TARGET void splitBytes4(const kpx::PixelRow& row, unsigned char* const* rows) {
     if (rows[3] != nullptr) {
-        splitFourBytes<4>(pixels, count, rows);
+        splitFourBytes<4>(row, rows);
     } else {
-        splitFourBytes<3>(pixels, count, rows);
+        splitFourBytes<3>(row, rows);
     }
 }
 
@@ -680,11 +692,12 @@ constexpr LaneBytes threeByteOrders[3][3] = {
     {threeByteOrder(1, 0), threeByteOrder(1, 1), threeByteOrder(1, 2)},
     {threeByteOrder(2, 0), threeByteOrder(2, 1), threeByteOrder(2, 2)},
 };
-KPX_TARGET void splitBytes3(const unsigned char* pixels, std::size_t count, unsigned char* const* rows) {
+KPX_TARGET void splitBytes3(const kpx::PixelRow& row, unsigned char* const* rows) {
     std::size_t x = 0;
-    for (; x + 32 <= count; x += 32) {
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<96>(row, 3 * x);
         Wide w[3];
-        loadApart(pixels + 3 * x, 48, w);
+        loadApart(row.pixels + 3 * x, 48, w);
         for (int c = 0; c < 3; ++c) {
             store(rows[c] + x, shuffle8(w[0], loadTwice(&threeByteOrders[0][c])) |
                                    shuffle8(w[1], loadTwice(&threeByteOrders[1][c])) |
@@ -692,19 +705,20 @@ KPX_TARGET void splitBytes3(const unsigned char* pixels, std::size_t count, unsi
         }
     }
     unsigned char* const rest[3] = {rows[0] + x, rows[1] + x, rows[2] + x};
-    kpx::plainKernels.splitBytes3(pixels + 3 * x, count - x, rest);
+    kpx::plainKernels.splitBytes3(restOf(row, x, 3), rest);
 }
 
-KPX_TARGET void splitFloats4(const float* pixels, std::size_t count, float* const* rows) {
+KPX_TARGET void splitFloats4(const kpx::PixelRow& row, float* const* rows) {
     std::size_t x = 0;
-    for (; x + 8 <= count; x += 8) {
+    for (; x + 8 <= row.count; x += 8) {
+        fetchNext<128>(row, 16 * x);
         Wide w[4];
-        loadApart(pixels + 4 * x, 64, w);
+        loadApart(row.pixels + 16 * x, 64, w);
         transpose(w);
         for (int c = 0; c < 4; ++c) store(rows[c] + x, w[c]);
     }
     float* const rest[4] = {rows[0] + x, rows[1] + x, rows[2] + x, rows[3] + x};
-    kpx::plainKernels.splitFloats4(pixels + 4 * x, count - x, rest);
+    kpx::plainKernels.splitFloats4(restOf(row, x, 16), rest);
 }
 
 // 32 pixels of 2 or 4 bytes as words of 32 bits: vector v holds pixels 4v to 4v + 3, and 16 further on.
@@ -728,12 +742,13 @@ KPX_TARGET inline Wide scaleField(Wide pixel, const kpx::MaskField& field) {
 }
 
 template <std::size_t bytesPerPixel>
-KPX_TARGET inline void extractFields(const unsigned char* pixels, std::size_t count, const kpx::MaskField* fields,
-                                     std::size_t fieldCount, unsigned char* const* rows) {
+KPX_TARGET inline void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                                     unsigned char* const* rows) {
     std::size_t x = 0;
-    for (; x + 32 <= count; x += 32) {
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
         Wide words[4];
-        loadPixels<bytesPerPixel>(pixels + bytesPerPixel * x, words);
+        loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
             const Wide low = packWords(scaleField(words[0], fields[f]), scaleField(words[1], fields[f]));
             const Wide high = packWords(scaleField(words[2], fields[f]), scaleField(words[3], fields[f]));
@@ -742,22 +757,22 @@ KPX_TARGET inline void extractFields(const unsigned char* pixels, std::size_t co
     }
     unsigned char* rest[4] = {};
     for (std::size_t f = 0; f < fieldCount; ++f) rest[f] = rows[f] + x;
-    kpx::plainKernels.extractMasks(pixels + bytesPerPixel * x, count - x, bytesPerPixel, fields, fieldCount, rest);
+    kpx::plainKernels.extractMasks(restOf(row, x, bytesPerPixel), bytesPerPixel, fields, fieldCount, rest);
 }
 
 // Fields that are no fields of up to 12 bits in a row have only the division. A mask of 0 has the multiplier 0, which
 // gives 0 as it should.
-KPX_TARGET void extractMasks(const unsigned char* pixels, std::size_t count, std::size_t bytesPerPixel,
-                             const kpx::MaskField* fields, std::size_t fieldCount, unsigned char* const* rows) {
+KPX_TARGET void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
+                             std::size_t fieldCount, unsigned char* const* rows) {
     const bool multiplied = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
         return field.multiplier != 0 || field.mask == 0;
     });
     if (multiplied && bytesPerPixel == 4) {
-        extractFields<4>(pixels, count, fields, fieldCount, rows);
+        extractFields<4>(row, fields, fieldCount, rows);
     } else if (multiplied && bytesPerPixel == 2) {
-        extractFields<2>(pixels, count, fields, fieldCount, rows);
+        extractFields<2>(row, fields, fieldCount, rows);
     } else {
-        kpx::plainKernels.extractMasks(pixels, count, bytesPerPixel, fields, fieldCount, rows);
+        kpx::plainKernels.extractMasks(row, bytesPerPixel, fields, fieldCount, rows);
     }
 }
 

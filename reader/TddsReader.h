@@ -87,9 +87,9 @@ private:
     int loadPixelPairs(std::FILE* stream, const Format& format);
     int loadFloats(std::FILE* stream, const Format& format);
     void decompressBlocks(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes);
-    void outputMasked(const unsigned char* source);
-    void outputBytes(const unsigned char* source, const LayoutRow& layout);
-    void outputFloats(const unsigned char* source, const LayoutRow& layout);
+    void outputMasked(const PixelRow& row);
+    void outputBytes(const PixelRow& row, const LayoutRow& layout);
+    void outputFloats(const PixelRow& row, const LayoutRow& layout);
     bool isBC6HSigned() const { return m_dx10Header.dxgiFormat == dxgiBC6HSigned; }
 
     std::uint32_t m_width;

@@ -10,60 +10,60 @@ unsigned char** TddsReader::getScanlineChannelsAsBytes(int y) {
     if (m_channelRows == nullptr || y < 0 || static_cast<std::uint32_t>(y) >= m_height) return nullptr;
     const LayoutRow& layout = layoutRow(m_pixelLayout);
     const std::uint64_t storedRow = m_height - 1 - static_cast<std::uint32_t>(y);
-    const std::uint64_t unitBytes = layout.isFloat ? sizeof(float) : 1;
-    const unsigned char* source = m_pixels.data() + storedRow * m_rowBytes * unitBytes;
+    const std::uint64_t rowBytes = std::uint64_t{m_rowBytes} * (layout.isFloat ? sizeof(float) : 1);
+    const unsigned char* source = m_pixels.data() + storedRow * rowBytes;
+    const PixelRow row{source, m_width, storedRow == 0 ? source : source - rowBytes};
     std::copy_n(m_channelRows, m_numChannels, m_scanlineOut);
     if (layout.units == 0) {
-        outputMasked(source);
+        outputMasked(row);
     } else if (layout.isFloat) {
-        outputFloats(source, layout);
+        outputFloats(row, layout);
     } else {
-        outputBytes(source, layout);
+        outputBytes(row, layout);
     }
     return m_channelRows;
 }
 
-void TddsReader::outputMasked(const unsigned char* source) {
+void TddsReader::outputMasked(const PixelRow& row) {
     const bool alphaOnly = (m_header.header.ddspf.dwFlags & DDPF_ALPHA) != 0;
     const MaskField colours[4] = {makeMaskField(m_redMask), makeMaskField(m_greenMask), makeMaskField(m_blueMask),
                                   makeMaskField(m_alphaMask)};
-    m_kernels.extractMasks(source, m_width, static_cast<std::size_t>(m_bytesPerPixel),
-                           alphaOnly ? &colours[3] : colours, m_numChannels, m_scanlineOut);
+    m_kernels.extractMasks(row, static_cast<std::size_t>(m_bytesPerPixel), alphaOnly ? &colours[3] : colours,
+                           m_numChannels, m_scanlineOut);
 }
 
-void TddsReader::outputBytes(const unsigned char* source, const LayoutRow& layout) {
+void TddsReader::outputBytes(const PixelRow& row, const LayoutRow& layout) {
     unsigned char* rows[4] = {};
     for (unsigned unit = 0; unit < layout.units; ++unit) rows[unit] = m_scanlineOut[layout.channel[unit]];
     if (layout.units == 1) {
-        std::memcpy(rows[0], source, m_width);
+        std::memcpy(rows[0], row.pixels, m_width);
     } else if (layout.units == 2) {
-        m_kernels.splitBytes2(source, m_width, rows);
+        m_kernels.splitBytes2(row, rows);
     } else if (layout.units == 4 || m_bytesPerPixel == 4) {
         // Three channels in four bytes leave the last row null.
-        m_kernels.splitBytes4(source, m_width, rows);
+        m_kernels.splitBytes4(row, rows);
     } else {
-        m_kernels.splitBytes3(source, m_width, rows);
+        m_kernels.splitBytes3(row, rows);
     }
 }
 
-void TddsReader::outputFloats(const unsigned char* source, const LayoutRow& layout) {
-    const auto* pixels = reinterpret_cast<const float*>(source);
+void TddsReader::outputFloats(const PixelRow& row, const LayoutRow& layout) {
     float* rows[4] = {};
     for (unsigned unit = 0; unit < layout.units; ++unit) {
         rows[unit] = reinterpret_cast<float*>(m_scanlineOut[layout.channel[unit]]);
     }
     switch (layout.units) {
         case 1:
-            std::memcpy(rows[0], pixels, m_width * sizeof(float));
+            std::memcpy(rows[0], row.pixels, m_width * sizeof(float));
             break;
         case 2:
-            m_kernels.splitFloats2(pixels, m_width, rows);
+            m_kernels.splitFloats2(row, rows);
             break;
         case 3:
-            m_kernels.splitFloats3(pixels, m_width, rows);
+            m_kernels.splitFloats3(row, rows);
             break;
         default:
-            m_kernels.splitFloats4(pixels, m_width, rows);
+            m_kernels.splitFloats4(row, rows);
     }
 }
 
