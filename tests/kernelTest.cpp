@@ -1,0 +1,324 @@
+// Every kernel at every level, held against the model: random and extreme blocks, small spaces whole, odd counts and
+// strides, and nothing written beside the tiles.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "blocks/bc2bc3.h"
+#include "blocks/bc6h.h"
+#include "blocks/bcTables.h"
+#include "blocks/half.h"
+#include "blocks/kernels.h"
+#include "blocks/walker.h"
+#include "tests/model/blockModel.h"
+#include "tests/model/floatModel.h"
+#include "tests/model/randomBlocks.h"
+
+using namespace kpx;
+
+namespace {
+
+using Tile = std::vector<unsigned char>;  // 16 texels, row by row
+
+template <typename Texels>
+Tile bytesOf(const Texels& texels) {
+    Tile tile(sizeof texels);
+    std::memcpy(tile.data(), texels.data(), sizeof texels);
+    return tile;
+}
+
+template <std::size_t n>
+std::span<const unsigned char, n> blockOf(const unsigned char* bytes) {
+    return std::span<const unsigned char, n>(bytes, n);
+}
+
+struct Decoder {
+    const char* name;
+    BlockKernel kernel;
+    std::size_t blockBytes, texelBytes;
+    Tile (*model)(const unsigned char* block);
+};
+
+const Decoder decoders[] = {
+    {"bc1", BlockKernel::bc1, 8, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC1(blockOf<8>(b), true)); }},
+    {"bc2", BlockKernel::bc2, 16, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC2(blockOf<16>(b), false)); }},
+    {"bc2Premultiplied", BlockKernel::bc2Premultiplied, 16, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC2(blockOf<16>(b), true)); }},
+    {"bc3", BlockKernel::bc3, 16, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC3(blockOf<16>(b), false)); }},
+    {"bc3Premultiplied", BlockKernel::bc3Premultiplied, 16, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC3(blockOf<16>(b), true)); }},
+    {"bc4Unsigned", BlockKernel::bc4Unsigned, 8, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC4(blockOf<8>(b), false)); }},
+    {"bc4Signed", BlockKernel::bc4Signed, 8, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC4(blockOf<8>(b), true)); }},
+    {"bc5Unsigned", BlockKernel::bc5Unsigned, 16, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC5(blockOf<16>(b), false)); }},
+    {"bc5Signed", BlockKernel::bc5Signed, 16, 4,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC5(blockOf<16>(b), true)); }},
+    {"bc6hUnsigned", BlockKernel::bc6hUnsigned, 16, 16,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC6H(blockOf<16>(b), false)); }},
+    {"bc6hSigned", BlockKernel::bc6hSigned, 16, 16,
+     [](const unsigned char* b) { return bytesOf(model::decodeBC6H(blockOf<16>(b), true)); }},
+    {"bc7", BlockKernel::bc7, 16, 4, [](const unsigned char* b) { return bytesOf(model::decodeBC7(blockOf<16>(b))); }},
+};
+
+constexpr unsigned char canary = 0xA5;
+constexpr std::uint64_t seed = 20;
+
+// Decodes blocks in one strip between canaries and compares each tile with the model's.
+testing::AssertionResult decodesLikeModel(const KernelSet& set, const Decoder& decoder, const Tile& blocks,
+                                          std::size_t oddStride) {
+    const std::size_t count = blocks.size() / decoder.blockBytes;
+    const std::size_t tileBytes = 4 * decoder.texelBytes;
+    const std::size_t margin = 64;
+    const std::size_t rowBytes = count * tileBytes + oddStride;
+    Tile image(margin + 4 * rowBytes + margin, canary);
+    Tile expected = image;
+    set.strips[static_cast<std::size_t>(decoder.kernel)](blocks.data(), count, image.data() + margin, rowBytes);
+    for (std::size_t i = 0; i < count; ++i) {
+        const Tile tile = decoder.model(blocks.data() + i * decoder.blockBytes);
+        for (std::size_t row = 0; row < 4; ++row) {
+            std::memcpy(expected.data() + margin + row * rowBytes + i * tileBytes, tile.data() + row * tileBytes,
+                        tileBytes);
+        }
+    }
+    if (image == expected) return testing::AssertionSuccess();
+    std::size_t at = 0;
+    while (image[at] == expected[at]) ++at;
+    const std::size_t block = at < margin ? 0 : (at - margin) % rowBytes / tileBytes;
+    return testing::AssertionFailure() << set.name << ' ' << decoder.name << ": byte " << at << " of a strip of "
+                                       << count << " blocks is " << int{image[at]} << " and not " << int{expected[at]}
+                                       << ", near block " << block << ", seed " << seed;
+}
+
+void append(Tile& blocks, const model::PackedBlock& block, std::size_t bytes) {
+    blocks.insert(blocks.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(bytes));
+}
+
+class EveryLevel : public testing::TestWithParam<const KernelSet*> {
+protected:
+    void SetUp() override {
+        if (!GetParam()->runsHere()) GTEST_SKIP() << "this processor cannot run the kernels " << GetParam()->name;
+    }
+    const KernelSet& set() const { return *GetParam(); }
+};
+
+std::vector<const KernelSet*> allSets() {
+    return {kernelSets().begin(), kernelSets().end()};
+}
+
+// A single-channel block with the indices 0 to 7, twice.
+model::PackedBlock channelBlock(int e0, int e1) {
+    model::PackedBlock block{static_cast<unsigned char>(e0), static_cast<unsigned char>(e1)};
+    std::uint64_t bits = 0;
+    for (unsigned t = 0; t < 16; ++t) bits |= std::uint64_t{t & 7} << (3 * t);
+    for (unsigned i = 0; i < 6; ++i) block[2 + i] = static_cast<unsigned char>(bits >> (8 * i));
+    std::copy_n(block.begin(), 8, block.begin() + 8);
+    return block;
+}
+
+}  // namespace
+
+TEST_P(EveryLevel, DecodesRandomAndExtremeBlocksAsTheModelDoes) {
+    model::Random random(seed);
+    for (const Decoder& decoder : decoders) {
+        Tile special;
+        for (const auto& block : model::extremeBlocks()) append(special, block, decoder.blockBytes);
+        for (const auto& block : model::equalEndpointBlocks(random, 200)) append(special, block, decoder.blockBytes);
+        if (decoder.kernel == BlockKernel::bc7) {
+            for (const auto& block : model::everyBC7Shape(random)) append(special, block, 16);
+        }
+        if (decoder.texelBytes == 16) {
+            for (const auto& block : model::everyBC6HShape(random)) append(special, block, 16);
+        }
+        EXPECT_TRUE(decodesLikeModel(set(), decoder, special, 0));
+        for (int round = 0; round < 40; ++round) {
+            Tile blocks;
+            const int count = round < 10 ? round : 130 + random.below(130);
+            for (int i = 0; i < count; ++i) append(blocks, model::randomBlock(random), decoder.blockBytes);
+            ASSERT_TRUE(decodesLikeModel(set(), decoder, blocks, static_cast<std::size_t>(random.below(3)) * 16));
+        }
+    }
+}
+
+TEST_P(EveryLevel, DecodesEveryPairOfEndpointsAsTheModelDoes) {
+    for (int e0 = 0; e0 < 256; ++e0) {
+        Tile singles;
+        Tile doubles;
+        for (int e1 = 0; e1 < 256; ++e1) {
+            append(singles, channelBlock(e0, e1), 8);
+            append(doubles, channelBlock(e0, e1), 16);
+        }
+        for (const Decoder& decoder : decoders) {
+            const bool channels = decoder.kernel == BlockKernel::bc3 || decoder.kernel == BlockKernel::bc4Signed ||
+                                  decoder.kernel == BlockKernel::bc4Unsigned;
+            if (!channels) continue;
+            ASSERT_TRUE(decodesLikeModel(set(), decoder, decoder.blockBytes == 8 ? singles : doubles, 0));
+        }
+    }
+    // Each channel of BC1 apart, both modes: 32 x 32, 64 x 64 and 32 x 32 pairs.
+    for (const auto& [shift, values] : {std::pair{11, 32}, std::pair{5, 64}, std::pair{0, 32}}) {
+        Tile blocks;
+        for (int pair = 0; pair < values * values; ++pair) {
+            const int colours[2] = {pair / values << shift, pair % values << shift};
+            for (const int colour : colours) {
+                blocks.push_back(static_cast<unsigned char>(colour));
+                blocks.push_back(static_cast<unsigned char>(colour >> 8));
+            }
+            blocks.insert(blocks.end(), 4, 0xE4);
+        }
+        ASSERT_TRUE(decodesLikeModel(set(), decoders[0], blocks, 0));
+    }
+}
+
+TEST_P(EveryLevel, DividesEveryPremultipliedPair) {
+    // A BC3 block of alpha a, its colour halves all values of the three channels.
+    for (int alpha = 0; alpha < 256; ++alpha) {
+        Tile blocks;
+        for (int colour = 0; colour < 65536; colour += 37) {
+            model::PackedBlock block = channelBlock(alpha, alpha);
+            for (unsigned i = 8; i < 12; ++i) block[i] = static_cast<unsigned char>(i % 2 == 0 ? colour : colour >> 8);
+            append(blocks, block, 16);
+        }
+        ASSERT_TRUE(decodesLikeModel(set(), decoders[4], blocks, 0)) << alpha;
+    }
+    for (int alpha = 0; alpha < 256; ++alpha) {
+        for (int v = 0; v < 256; ++v) {
+            ASSERT_EQ(dividePremultiplied(static_cast<std::uint8_t>(v), static_cast<std::uint8_t>(alpha)),
+                      model::divideByAlpha(static_cast<std::uint8_t>(v), static_cast<std::uint8_t>(alpha)));
+        }
+    }
+}
+
+TEST_P(EveryLevel, PutsImagesOfEverySmallSizeTogetherFromTheirBlocks) {
+    model::Random random(seed);
+    for (const Decoder& decoder : decoders) {
+        for (std::uint32_t height = 1; height <= 9; ++height) {
+            for (std::uint32_t width = 1; width <= 13; ++width) {
+                const std::size_t columns = (width + 3) / 4;
+                Tile blocks;
+                for (std::size_t i = 0; i < columns * ((height + 3) / 4); ++i)
+                    append(blocks, model::randomBlock(random), decoder.blockBytes);
+                const std::size_t imageBytes = std::size_t{width} * height * decoder.texelBytes;
+                Tile image(imageBytes + 256, canary);
+                walkBlocks(set().strips[static_cast<std::size_t>(decoder.kernel)], blocks.data(), decoder.blockBytes,
+                           {image.data(), width, height, decoder.texelBytes});
+                Tile expected(imageBytes + 256, canary);
+                for (std::size_t i = 0; i < std::size_t{width} * height; ++i) {
+                    const std::size_t x = i % width;
+                    const std::size_t y = i / width;
+                    const Tile tile = decoder.model(blocks.data() + (y / 4 * columns + x / 4) * decoder.blockBytes);
+                    std::memcpy(expected.data() + i * decoder.texelBytes,
+                                tile.data() + (y % 4 * 4 + x % 4) * decoder.texelBytes, decoder.texelBytes);
+                }
+                ASSERT_EQ(image, expected) << set().name << ' ' << decoder.name << ", " << width << " by " << height;
+            }
+        }
+    }
+}
+
+TEST_P(EveryLevel, WidensEveryHalfAndUnsignsEveryByte) {
+    std::vector<std::uint16_t> halfs(65536);
+    for (std::size_t i = 0; i < halfs.size(); ++i) halfs[i] = static_cast<std::uint16_t>(i);
+    std::vector<float> floats(halfs.size() + 1, 7.0F);
+    set().halfsToFloats(reinterpret_cast<const unsigned char*>(halfs.data()), halfs.size() - 3, floats.data());
+    set().halfsToFloats(reinterpret_cast<const unsigned char*>(&halfs[65533]), 3, &floats[65533]);
+    for (std::size_t i = 0; i < halfs.size(); ++i) {
+        const float expected = model::halfToFloat(halfs[i]);
+        ASSERT_EQ(std::memcmp(&floats[i], &expected, sizeof expected), 0) << i;
+    }
+    EXPECT_EQ(floats.back(), 7.0F);
+
+    Tile bytes(256 + 5);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i);
+    set().snormToUnorm(bytes.data(), bytes.size());
+    for (int i = 0; i < 256; ++i) {
+        const int s = i < 128 ? i : i - 256;
+        ASSERT_EQ(bytes[static_cast<std::size_t>(i)], s == -128 ? 0 : (s + 127) * 255 / 254);
+    }
+
+    Tile words(2 * 65536);
+    for (std::size_t i = 0; i < 65536; ++i) std::memcpy(&words[2 * i], &halfs[i], 2);
+    set().highBytes(words.data(), 65536, words.data());
+    for (std::size_t i = 0; i < 65536; ++i) ASSERT_EQ(words[i], i >> 8);
+}
+
+TEST_P(EveryLevel, ScalesEveryValueOfEveryMask) {
+    for (int bits = 1; bits <= 16; ++bits) {
+        for (const int shift : {0, 1, 5, 8, 10, 16, 20, 24, 31}) {
+            if (shift + bits > 32) continue;
+            const auto mask = static_cast<std::uint32_t>(((std::uint64_t{1} << bits) - 1) << shift);
+            const MaskField field = makeMaskField(mask);
+            std::vector<std::uint32_t> pixels;
+            for (std::uint32_t q = 0; q < 1U << bits; ++q) pixels.push_back(q << shift | ~mask);
+            Tile row(pixels.size());
+            unsigned char* rows[1] = {row.data()};
+            const auto* bytes = reinterpret_cast<const unsigned char*>(pixels.data());
+            set().extractMasks({bytes, pixels.size(), bytes}, 4, &field, 1, rows);
+            for (std::size_t q = 0; q < pixels.size(); ++q) {
+                const std::uint64_t w = pixels[q] & mask;
+                const std::uint64_t expected = mask <= 0x01000000 ? w * 255 / mask : (w >> 8) * 255 / (mask >> 8);
+                ASSERT_EQ(row[q], expected) << std::hex << mask << ' ' << q;
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kernels, EveryLevel, testing::ValuesIn(allSets()),
+                         [](const auto& instance) { return std::string(instance.param->name); });
+
+TEST(KernelSets, AreChosenByWhatTheProcessorHas) {
+    EXPECT_EQ(kernelSets().front(), &plainKernels);
+    EXPECT_TRUE(bestKernels().runsHere());
+    EXPECT_EQ(&bestKernels(), &bestKernels());
+}
+
+TEST(Bc7Interpolation, OverEveryEndpointIndexAndWidthIsThePublishedOne) {
+    for (int width = 2; width <= 4; ++width) {
+        for (int index = 0; index < 1 << width; ++index) {
+            for (int e0 = 0; e0 < 256; ++e0) {
+                for (int e1 = 0; e1 < 256; ++e1) {
+                    ASSERT_EQ(
+                        bc7Interpolate(static_cast<unsigned char>(e0), static_cast<unsigned char>(e1), index, width),
+                        model::interpolate(e0, e1, index, width));
+                }
+            }
+        }
+    }
+}
+
+TEST(Bc6Unquantization, OfEveryWidthIsThePublishedOne) {
+    for (int bits = 1; bits <= 16; ++bits) {
+        for (std::int64_t v = 0; v < std::int64_t{1} << bits; ++v) {
+            const std::int64_t whole = (std::int64_t{1} << bits) - 1;
+            const std::int64_t expected = bits >= 15 || v == 0 ? v : v == whole ? 0xFFFF : (v * 65536 + 0x8000) >> bits;
+            ASSERT_EQ(bc6Unquantize(static_cast<int>(v), bits, false), expected) << bits << ' ' << v;
+        }
+        for (std::int64_t v = -(std::int64_t{1} << (bits - 1)); v < std::int64_t{1} << (bits - 1); ++v) {
+            const std::int64_t u = v < 0 ? -v : v;
+            const std::int64_t most = (std::int64_t{1} << (bits - 1)) - 1;
+            const std::int64_t magnitude = u >= most ? 0x7FFF : (u * 32768 + 0x4000) >> (bits - 1);
+            const std::int64_t expected = bits >= 16 || v == 0 ? v : v < 0 ? -magnitude : magnitude;
+            ASSERT_EQ(bc6Unquantize(static_cast<int>(v), bits, true), expected) << bits << ' ' << v;
+        }
+    }
+}
+
+TEST(SharedHelpers, ReadAnchorsAndSignsAsTheModelDoes) {
+    for (int subsets = 1; subsets <= 3; ++subsets) {
+        for (int partition = 0; partition < 64; ++partition) {
+            for (int texel = 0; texel < 16; ++texel) {
+                ASSERT_EQ(isFixup(subsets, partition, texel), model::isAnchor(subsets, partition, texel));
+            }
+        }
+    }
+    EXPECT_FALSE(isFixup(0, 0, 0));
+    for (int bits = 1; bits <= 16; ++bits) {
+        for (int v = 0; v < 1 << bits; ++v) ASSERT_EQ(signExtend(v, bits), model::signExtend(v, bits));
+    }
+    EXPECT_EQ(signExtend(-7, 32), -7);
+}
