@@ -26,7 +26,8 @@ bool describe(ImageHandle* handle, const TddsReader& reader) {
     image.height = static_cast<std::int32_t>(height);
     image.width = static_cast<std::int32_t>(width);
     // The host's ratio is a whole number. A picture without rows has none; 0 says so.
-    image.aspectRatio = height == 0 ? 0.0F : static_cast<float>(width / height);
+    const unsigned wholeRatio = height == 0 ? 0 : width / height;
+    image.aspectRatio = static_cast<float>(wholeRatio);
     image.channelFormat = STR_save(KPX_LITERAL_HARD_FORMAT_TYPE_RGB);
     if (image.channelFormat == nullptr) return false;
     image.channelCount = reader.numColourChannels();
