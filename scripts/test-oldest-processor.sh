@@ -1,0 +1,9 @@
+#!/bin/sh
+# Runs the tests on an emulated x86-64 processor without any later instructions, so that one that slips into the plug-in
+# crashes here: test-oldest-processor.sh BUILD_DIR. Kernels that need more skip themselves there.
+set -eu
+build=${1:?usage: test-oldest-processor.sh BUILD_DIR}
+for test in kernelTest readerTest pluginTest; do
+    echo "$test on the oldest x86-64"
+    qemu-x86_64 -cpu qemu64,-sse3,-ssse3,-sse4.1,-sse4.2,-popcnt "$build/$test" --gtest_brief=1
+done
