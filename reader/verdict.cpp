@@ -246,6 +246,11 @@ Verdict Judgement::reach() {
 
 }  // namespace
 
+const char* resultName(Result result) {
+    constexpr const char* names[] = {"decoded", "black", "refused"};
+    return names[static_cast<std::size_t>(result)];
+}
+
 FileFacts factsOf(std::span<const unsigned char> start, std::uint64_t fileBytes) {
     FileFacts facts{};
     facts.fileBytes = fileBytes;

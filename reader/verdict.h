@@ -33,6 +33,9 @@ enum class Result : std::uint8_t {
     refused,  // no picture: the file cannot be opened
 };
 
+// decoded, black or refused.
+const char* resultName(Result result);
+
 // Why a picture comes out black, or a file is refused.
 enum class Cause : std::uint8_t {
     none,

@@ -46,7 +46,7 @@ TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
 TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
     model::Random random(2);
     for (const Format& format : formatTable()) {
-        for (const std::size_t bytes : {0, 1, 3, 17, 64, 97, 130, 200, 255, 1090}) {
+        for (const std::size_t bytes : {0U, 1U, 3U, 17U, 64U, 97U, 130U, 200U, 255U, 1090U}) {
             Bytes file = headerFor(format, 13, 9);
             const Bytes data = randomBytes(random, bytes);
             file.insert(file.end(), data.begin(), data.end());
@@ -137,7 +137,7 @@ TEST(Reader, RefusesWhatHasNoWholeHeader) {
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(reader.open("/"), -1);
     EXPECT_EQ(errno, EISDIR);
-    for (const std::size_t bytes : {0, 3, 127, 128}) EXPECT_TRUE(readsLikeModel(Bytes(bytes, 0))) << bytes;
+    for (const std::size_t bytes : {0U, 3U, 127U, 128U}) EXPECT_TRUE(readsLikeModel(Bytes(bytes, 0))) << bytes;
 }
 
 TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {

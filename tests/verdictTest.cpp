@@ -21,9 +21,8 @@ Verdict judgeBytes(const Bytes& file) {
 // What can be told of a file in either way, as text that a failure shows.
 std::string describe(Result result, const char* printed, std::uint32_t width, std::uint32_t height,
                      std::uint32_t colours, bool hasAlpha, std::uint32_t bits) {
-    constexpr const char* names[] = {"decoded", "black", "refused"};
     std::ostringstream text;
-    text << names[static_cast<int>(result)] << " \"" << printed << "\"";
+    text << resultName(result) << " \"" << printed << "\"";
     if (result != Result::refused) {
         text << ", " << width << " x " << height << ", " << colours << (hasAlpha ? " + alpha" : "") << ", " << bits;
     }

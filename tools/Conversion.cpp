@@ -92,6 +92,8 @@ std::string Conversion::outputPath(const std::string& input, const OutputFormat&
 
 Outcome Conversion::convert(const std::string& input) {
     const auto source = openSource(m_settings.plugin, input, m_request.depth.has_value());
+    const Outcome outcome = source->isBlack() ? Outcome::fallback : Outcome::done;
+    if (source->isBlack() && m_request.isStrict) return outcome;
     const OutputFormat& format = formatFor(*source);
     const std::string output = outputPath(input, format);
     try {
@@ -102,7 +104,7 @@ Outcome Conversion::convert(const std::string& input) {
         tell(output, error.what());
         return Outcome::failed;
     }
-    return Outcome::done;
+    return outcome;
 }
 
 }  // namespace kpx::tool

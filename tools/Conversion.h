@@ -19,6 +19,7 @@ struct ConversionRequest {
     std::string compression;         // empty: not chosen
     std::optional<double> exposure;  // in stops
     std::optional<int> depth;        // 8: 16-bit channels may be reduced
+    bool isStrict = false;           // what cannot be decoded is not written as a black picture
 
     [[nodiscard]] std::vector<std::string> inputs() const { return {paths.begin(), paths.end() - 1}; }
     [[nodiscard]] const std::string& output() const { return paths.back(); }

@@ -5,41 +5,55 @@
 
 #include "host/HostError.h"
 #include "tools/StdoutCapture.h"
+#include "tools/causes.h"
 #include "tools/console.h"
 #include "tools/errors.h"
+#include "tools/fileFacts.h"
 
 namespace kpx::tool {
 namespace {
-
-constexpr uintmax_t headerSize = 128;
 
 // A plug-in quotes the system's last error even where a file is merely too short.
 void explainShortFile(const std::string& path) {
     std::error_code error;
     const uintmax_t size = std::filesystem::file_size(path, error);
-    if (error || size >= headerSize) return;
+    if (error || size >= sizeof(DdsFileHeader)) return;
     throw FileError("is too short: it has " + std::to_string(size) + " bytes, its header alone takes " +
-                    std::to_string(headerSize));
+                    std::to_string(sizeof(DdsFileHeader)));
+}
+
+// By the rules of the reader; a plug-in that decodes more shows a picture of another size. A message of the plug-in's
+// says the same of what the rules cannot foresee, such as a lack of memory.
+bool isBlack(const std::string& path, const host::ImageReader& reader, bool hasPrinted) {
+    const FileFacts facts = readFacts(path);
+    const Verdict verdict = judge(facts);
+    const bool hasItsSize =
+        reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
+    if (verdict.result != Result::black || !hasItsSize) return hasPrinted;
+    tell(path, "comes out as a black picture. " + causeText(facts, verdict));
+    return true;
 }
 
 }  // namespace
 
-std::unique_ptr<host::ImageReader> openImage(const host::Plugin& plugin, const std::string& path) {
+OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
     StdoutCapture capture;
     try {
         auto reader = std::make_unique<host::ImageReader>(plugin, path);
-        std::istringstream printed(capture.finish());
-        for (std::string line; std::getline(printed, line);) tell(path, line);
-        return reader;
+        const std::string printed = capture.finish();
+        std::istringstream lines(printed);
+        for (std::string line; std::getline(lines, line);) tell(path, line);
+        const bool black = isBlack(path, *reader, !printed.empty());
+        return {std::move(reader), black};
     } catch (const host::HostError&) {
         explainShortFile(path);
         throw;
     }
 }
 
-DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_reader(openImage(plugin, path)) {
-    m_layout = {m_reader->width(), m_reader->height(), m_reader->colourChannels(), m_reader->matteChannels(),
-                m_reader->isFloat()};
+DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_image(openImage(plugin, path)) {
+    const host::ImageReader& reader = *m_image.reader;
+    m_layout = {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(), reader.isFloat()};
     if (m_layout.width < 1 || m_layout.height < 1) {
         throw FileError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
                         std::to_string(m_layout.height));
@@ -48,7 +62,7 @@ DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_re
 }
 
 std::span<const unsigned char* const> DdsSource::nextRow() {
-    return m_reader->scanline(--m_scanline);
+    return m_image.reader->scanline(--m_scanline);
 }
 
 }  // namespace kpx::tool

@@ -6,9 +6,14 @@
 
 namespace kpx::tool {
 
-// Opens the image while standard output is held back; what the plug-in prints there is told under the file's
-// name. Throws FileError or host::HostError.
-std::unique_ptr<host::ImageReader> openImage(const host::Plugin& plugin, const std::string& path);
+struct OpenedImage {
+    std::unique_ptr<host::ImageReader> reader;
+    bool isBlack;  // the plug-in's stand-in for what it cannot decode
+};
+
+// Opens the image while standard output is held back; what the plug-in prints there, and why the picture is black, is
+// told under the file's name. Throws FileError or host::HostError.
+OpenedImage openImage(const host::Plugin& plugin, const std::string& path);
 
 class DdsSource : public PixelSource {
 public:
@@ -16,10 +21,11 @@ public:
 
     [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
+    [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }
     std::span<const unsigned char* const> nextRow() override;
 
 private:
-    std::unique_ptr<host::ImageReader> m_reader;
+    OpenedImage m_image;
     ImageLayout m_layout{};
     int m_scanline = 0;  // scanlines are numbered from the bottom
 };

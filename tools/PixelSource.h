@@ -26,6 +26,9 @@ public:
     [[nodiscard]] virtual SourceKind kind() const = 0;
     [[nodiscard]] virtual const ImageLayout& layout() const = 0;
 
+    // Whether the picture only stands for one that cannot be decoded.
+    [[nodiscard]] virtual bool isBlack() const { return false; }
+
     // The next picture row, from the top, as one row of values a channel, colours before the matte. Lasts until
     // the next call; to be called `height` times. Throws FileError or host::HostError.
     virtual std::span<const unsigned char* const> nextRow() = 0;

@@ -16,6 +16,7 @@ struct Invocation {
 };
 
 void addFormatsCommand(CLI::App& app, Invocation& invocation);
+void addExplainCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
 

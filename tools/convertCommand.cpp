@@ -40,6 +40,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     command->add_option("--alpha", request->alpha, "The plug-in's Alpha option for DDS output, by its value's name");
     command->add_option("--compression", request->compression,
                         "The plug-in's Compression option for DDS output, by its value's name");
+    command->add_flag("--strict", request->isStrict, "Write nothing for what comes out as a black picture");
     command->callback([&invocation, request] {
         invocation.run = [&invocation, request] { return run(invocation.pluginPath, *request); };
     });

@@ -4,7 +4,9 @@
 
 #include "reader/formatTable.h"
 #include "tools/commands.h"
+#include "tools/formatNames.h"
 #include "tools/pluginChoice.h"
+#include "tools/text.h"
 
 namespace kpx::tool {
 namespace {
@@ -17,19 +19,6 @@ void printOption(const host::Option& option) {
         separator = ", ";
     }
     std::cout << "\n";
-}
-
-std::string hex(uint32_t value) {
-    std::ostringstream text;
-    text << "0x" << std::hex << std::uppercase << value;
-    return text.str();
-}
-
-// The four characters of a code, or its number where it is no text.
-std::string codeText(uint32_t code) {
-    std::string text = "\"";
-    for (int shift = 0; shift < 32; shift += 8) text += static_cast<char>(code >> shift & 0xFF);
-    return code >> 24 == 0 ? std::to_string(code) : text + "\"";
 }
 
 std::string headerText(const Format& format) {

@@ -1,10 +1,10 @@
 // kpximage info: size and channels of images.
 #include <iostream>
-#include <nlohmann/json.hpp>
 
 #include "tools/DdsSource.h"
 #include "tools/commands.h"
 #include "tools/console.h"
+#include "tools/json.h"
 #include "tools/pluginChoice.h"
 
 namespace kpx::tool {
@@ -15,11 +15,11 @@ struct Arguments {
     bool json = false;
 };
 
-using Json = nlohmann::ordered_json;
-
-Json describe(const std::string& file, const host::ImageReader& reader) {
+Json describe(const std::string& file, const OpenedImage& image) {
+    const host::ImageReader& reader = *image.reader;
     return {{"file", file},
             {"recognised", true},
+            {"black", image.isBlack},
             {"width", reader.width()},
             {"height", reader.height()},
             {"colourChannels", reader.colourChannels()},
@@ -34,11 +34,6 @@ void printSentence(const std::string& file, const host::ImageReader& reader) {
               << (reader.isFloat() ? "-bit float\n" : "-bit\n");
 }
 
-// File names need not be valid UTF-8; JSON has to be.
-void printJson(const Json& object) {
-    std::cout << object.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
-}
-
 // An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
 Outcome showUnrecognised(const std::string& file, bool json) {
     if (json) printJson({{"file", file}, {"recognised", false}});
@@ -48,13 +43,13 @@ Outcome showUnrecognised(const std::string& file, bool json) {
 
 Outcome show(const host::Plugin& plugin, const std::string& file, bool json) {
     if (!plugin.isFile(file)) return showUnrecognised(file, json);
-    const auto reader = openImage(plugin, file);
+    const OpenedImage image = openImage(plugin, file);
     if (json) {
-        printJson(describe(file, *reader));
+        printJson(describe(file, image));
     } else {
-        printSentence(file, *reader);
+        printSentence(file, *image.reader);
     }
-    return Outcome::done;
+    return image.isBlack ? Outcome::fallback : Outcome::done;
 }
 
 }  // namespace

@@ -8,7 +8,8 @@
 namespace kpx::tool {
 namespace {
 
-constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand, addConvertCommand};
+constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand, addExplainCommand,
+                                                        addConvertCommand};
 
 // What the command ended in, or how it could not start.
 Outcome runReporting(const std::function<Outcome()>& command) {
@@ -28,7 +29,7 @@ Outcome runProgram(int argc, char** argv) {
     Invocation invocation;
     app.set_version_flag("--version", KPX_VERSION);
     app.add_option("--plugin", invocation.pluginPath, "Plug-in file (else $KPX_PLUGIN, KPXDDS.so beside the program)");
-    app.footer("Exit status: 0 done, 1 a file failed, 2 wrong usage.");
+    app.footer("Exit status: 0 done, 1 a file failed, 2 wrong usage, 3 a file comes out as a black picture.");
     app.require_subcommand(1);
     app.fallthrough();  // --plugin may stand after the command
     for (const auto add : commands) add(app, invocation);

@@ -1,0 +1,28 @@
+#include "tools/fileFacts.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "tools/errors.h"
+
+namespace kpx::tool {
+
+FileFacts readFacts(const std::string& path) {
+    // A pipe is not opened: that would wait for its other end.
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
+    if (!S_ISREG(status.st_mode)) throw FileError("is not a regular file");
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (file == nullptr) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
+    std::array<unsigned char, factBytes> start{};
+    const size_t count = std::fread(start.data(), 1, start.size(), file.get());
+    if (std::ferror(file.get()) != 0) throw FileError(std::string("cannot read the file: ") + std::strerror(errno));
+    return factsOf(std::span(start).first(count), static_cast<uint64_t>(status.st_size));
+}
+
+}  // namespace kpx::tool
