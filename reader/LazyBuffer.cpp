@@ -16,7 +16,7 @@ constexpr std::uint64_t smallestMapping = std::uint64_t{1} << 20;
 
 }  // namespace
 
-bool LazyBuffer::allocate(std::uint64_t bytes) {
+bool LazyBuffer::allocate(std::uint64_t bytes, Touched touched) {
     release();
     if (bytes > largestBlock) return false;
     if (bytes < smallestMapping) {
@@ -31,7 +31,7 @@ bool LazyBuffer::allocate(std::uint64_t bytes) {
     const auto address = reinterpret_cast<std::uintptr_t>(mapping);
     m_data = static_cast<unsigned char*>(mapping) + (largePage - address % largePage) % largePage;
     // Advice only: without large pages the block is the same, and slower to touch.
-    (void)madvise(m_data, bytes, MADV_HUGEPAGE);
+    if (touched == Touched::mostly) (void)madvise(m_data, bytes, MADV_HUGEPAGE);
     return true;
 }
 

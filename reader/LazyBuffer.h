@@ -7,6 +7,10 @@
 
 namespace kpx {
 
+// How a large block will be written: mostly, which large pages make faster, or here and there, where each of them would
+// cost time and memory for nothing.
+enum class Touched : std::uint8_t { mostly, hereAndThere };
+
 class LazyBuffer {
 public:
     LazyBuffer() = default;
@@ -16,7 +20,7 @@ public:
 
     // Takes bytes (0 is allowed) after releasing what was held. False, and nothing is held, when there is no memory or
     // bytes exceeds largestBlock.
-    bool allocate(std::uint64_t bytes);
+    bool allocate(std::uint64_t bytes, Touched touched = Touched::mostly);
     void release();
 
     // Aligned for every scalar type; null when nothing is held.
