@@ -10,6 +10,9 @@
 #include <cstdint>
 
 #define KPX_TARGET [[gnu::target("avx2")]]
+// Whatever takes or returns vectors is inlined without exception: g++ 12 clears the upper half of a vector that a
+// function of a wider target returns.
+#define KPX_INLINE [[gnu::target("avx2"), gnu::always_inline]] inline
 
 namespace {
 
@@ -18,222 +21,222 @@ struct Wide {
 };
 
 // Loads: 32 bytes; 8 bytes a lane, each in both halves of its lane; 16 or 8 bytes into every lane (and half).
-KPX_TARGET inline Wide load(const void* from) {
+KPX_INLINE Wide load(const void* from) {
     return {_mm256_loadu_si256(static_cast<const __m256i*>(from))};
 }
-KPX_TARGET inline Wide loadHalves(const unsigned char* from) {
+KPX_INLINE Wide loadHalves(const unsigned char* from) {
     const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     return {_mm256_permute4x64_epi64(_mm256_castsi128_si256(both), 0x50)};
 }
-KPX_TARGET inline Wide loadTwice(const void* from) {
+KPX_INLINE Wide loadTwice(const void* from) {
     return {_mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from)))};
 }
 // 16 bytes for each lane.
-KPX_TARGET inline Wide loadLanes(const void* from0, const void* from1) {
+KPX_INLINE Wide loadLanes(const void* from0, const void* from1) {
     const __m256i low = _mm256_castsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from0)));
     return {_mm256_inserti128_si256(low, _mm_loadu_si128(static_cast<const __m128i*>(from1)), 1)};
 }
-KPX_TARGET inline Wide spread64(std::uint64_t value) {
+KPX_INLINE Wide spread64(std::uint64_t value) {
     return {_mm256_set1_epi64x(static_cast<long long>(value))};
 }
 // Three words and a 0 in each lane.
-KPX_TARGET inline Wide fromWords(int a0, int b0, int c0, int a1, int b1, int c1) {
+KPX_INLINE Wide fromWords(int a0, int b0, int c0, int a1, int b1, int c1) {
     return {_mm256_setr_epi32(a0, b0, c0, 0, a1, b1, c1, 0)};
 }
-KPX_TARGET inline Wide spread32(int value) {
+KPX_INLINE Wide spread32(int value) {
     return {_mm256_set1_epi32(value)};
 }
-KPX_TARGET inline Wide spread16(int value) {
+KPX_INLINE Wide spread16(int value) {
     return {_mm256_set1_epi16(static_cast<short>(value))};
 }
-KPX_TARGET inline Wide spread8(int value) {
+KPX_INLINE Wide spread8(int value) {
     return {_mm256_set1_epi8(static_cast<char>(value))};
 }
-KPX_TARGET inline Wide zero() {
+KPX_INLINE Wide zero() {
     return {_mm256_setzero_si256()};
 }
 
 // Brings the 64 bytes at an address nearer; the address may be anything.
-KPX_TARGET inline void fetch(const void* from) {
+KPX_INLINE void fetch(const void* from) {
     _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }
 
-KPX_TARGET inline void store(void* to, Wide a) {
+KPX_INLINE void store(void* to, Wide a) {
     _mm256_storeu_si256(static_cast<__m256i*>(to), a.v);
 }
-KPX_TARGET inline void storeLanes(void* to0, void* to1, Wide a) {
+KPX_INLINE void storeLanes(void* to0, void* to1, Wide a) {
     _mm_storeu_si128(static_cast<__m128i*>(to0), _mm256_castsi256_si128(a.v));
     _mm_storeu_si128(static_cast<__m128i*>(to1), _mm256_extracti128_si256(a.v, 1));
 }
 
-KPX_TARGET inline Wide operator&(Wide a, Wide b) {
+KPX_INLINE Wide operator&(Wide a, Wide b) {
     return {_mm256_and_si256(a.v, b.v)};
 }
-KPX_TARGET inline Wide operator|(Wide a, Wide b) {
+KPX_INLINE Wide operator|(Wide a, Wide b) {
     return {_mm256_or_si256(a.v, b.v)};
 }
-KPX_TARGET inline Wide operator^(Wide a, Wide b) {
+KPX_INLINE Wide operator^(Wide a, Wide b) {
     return {_mm256_xor_si256(a.v, b.v)};
 }
-KPX_TARGET inline Wide add16(Wide a, Wide b) {
+KPX_INLINE Wide add16(Wide a, Wide b) {
     return {_mm256_add_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide sub16(Wide a, Wide b) {
+KPX_INLINE Wide sub16(Wide a, Wide b) {
     return {_mm256_sub_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide mulLow16(Wide a, Wide b) {
+KPX_INLINE Wide mulLow16(Wide a, Wide b) {
     return {_mm256_mullo_epi16(a.v, b.v)};
 }
 // a x b >> 16, unsigned.
-KPX_TARGET inline Wide mulHigh16(Wide a, Wide b) {
+KPX_INLINE Wide mulHigh16(Wide a, Wide b) {
     return {_mm256_mulhi_epu16(a.v, b.v)};
 }
 // (a x b + 0x4000) >> 15, signed.
-KPX_TARGET inline Wide mulRound16(Wide a, Wide b) {
+KPX_INLINE Wide mulRound16(Wide a, Wide b) {
     return {_mm256_mulhrs_epi16(a.v, b.v)};
 }
 // Pairs of unsigned bytes of a times signed bytes of b, added.
-KPX_TARGET inline Wide mulAddBytes(Wide a, Wide b) {
+KPX_INLINE Wide mulAddBytes(Wide a, Wide b) {
     return {_mm256_maddubs_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide abs16(Wide a) {
+KPX_INLINE Wide abs16(Wide a) {
     return {_mm256_abs_epi16(a.v)};
 }
 // a with the sign of b; 0 where b is 0.
-KPX_TARGET inline Wide sign16(Wide a, Wide b) {
+KPX_INLINE Wide sign16(Wide a, Wide b) {
     return {_mm256_sign_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide min16(Wide a, Wide b) {
+KPX_INLINE Wide min16(Wide a, Wide b) {
     return {_mm256_min_epu16(a.v, b.v)};
 }
-KPX_TARGET inline Wide maxSigned8(Wide a, Wide b) {
+KPX_INLINE Wide maxSigned8(Wide a, Wide b) {
     return {_mm256_max_epi8(a.v, b.v)};
 }
-KPX_TARGET inline Wide equal16(Wide a, Wide b) {
+KPX_INLINE Wide equal16(Wide a, Wide b) {
     return {_mm256_cmpeq_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide greater16(Wide a, Wide b) {
+KPX_INLINE Wide greater16(Wide a, Wide b) {
     return {_mm256_cmpgt_epi16(a.v, b.v)};
 }
 // b where the mask is set, else a.
-KPX_TARGET inline Wide choose(Wide a, Wide b, Wide mask) {
+KPX_INLINE Wide choose(Wide a, Wide b, Wide mask) {
     return {_mm256_blendv_epi8(a.v, b.v, mask.v)};
 }
 template <int bits>
-KPX_TARGET inline Wide shiftRight16(Wide a) {
+KPX_INLINE Wide shiftRight16(Wide a) {
     return {_mm256_srli_epi16(a.v, bits)};
 }
 template <int bits>
-KPX_TARGET inline Wide shiftLeft16(Wide a) {
+KPX_INLINE Wide shiftLeft16(Wide a) {
     return {_mm256_slli_epi16(a.v, bits)};
 }
 // Byte i of a lane becomes byte order[i] of it, or 0 where order[i] has its top bit set.
-KPX_TARGET inline Wide shuffle8(Wide a, Wide order) {
+KPX_INLINE Wide shuffle8(Wide a, Wide order) {
     return {_mm256_shuffle_epi8(a.v, order.v)};
 }
-KPX_TARGET inline Wide swapHalves(Wide a) {
+KPX_INLINE Wide swapHalves(Wide a) {
     return {_mm256_shuffle_epi32(a.v, 0x4E)};
 }
-KPX_TARGET inline Wide highHalf(Wide a) {
+KPX_INLINE Wide highHalf(Wide a) {
     return {_mm256_srli_si256(a.v, 8)};
 }
 // 8 bytes, half h (0 to 3 over both lanes), into every half of every lane.
 template <int h>
-KPX_TARGET inline Wide spreadHalf(Wide a) {
+KPX_INLINE Wide spreadHalf(Wide a) {
     return {_mm256_permute4x64_epi64(a.v, h * 0x55)};
 }
 // 16 bytes, of one lane, into both.
 template <int lane>
-KPX_TARGET inline Wide spreadLane(Wide a) {
+KPX_INLINE Wide spreadLane(Wide a) {
     return {_mm256_permute4x64_epi64(a.v, lane == 0 ? 0x44 : 0xEE)};
 }
 // Lane 0 into lane 1; lane 0 becomes 0.
-KPX_TARGET inline Wide raiseLane(Wide a) {
+KPX_INLINE Wide raiseLane(Wide a) {
     return {_mm256_permute2x128_si256(a.v, a.v, 0x08)};
 }
-KPX_TARGET inline Wide packBytes(Wide a, Wide b) {
+KPX_INLINE Wide packBytes(Wide a, Wide b) {
     return {_mm256_packus_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackLow8(Wide a, Wide b) {
+KPX_INLINE Wide unpackLow8(Wide a, Wide b) {
     return {_mm256_unpacklo_epi8(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackHigh8(Wide a, Wide b) {
+KPX_INLINE Wide unpackHigh8(Wide a, Wide b) {
     return {_mm256_unpackhi_epi8(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackLow16(Wide a, Wide b) {
+KPX_INLINE Wide unpackLow16(Wide a, Wide b) {
     return {_mm256_unpacklo_epi16(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackHigh16(Wide a, Wide b) {
+KPX_INLINE Wide unpackHigh16(Wide a, Wide b) {
     return {_mm256_unpackhi_epi16(a.v, b.v)};
 }
 
-KPX_TARGET inline Wide unpackLow32(Wide a, Wide b) {
+KPX_INLINE Wide unpackLow32(Wide a, Wide b) {
     return {_mm256_unpacklo_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackHigh32(Wide a, Wide b) {
+KPX_INLINE Wide unpackHigh32(Wide a, Wide b) {
     return {_mm256_unpackhi_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackLow64(Wide a, Wide b) {
+KPX_INLINE Wide unpackLow64(Wide a, Wide b) {
     return {_mm256_unpacklo_epi64(a.v, b.v)};
 }
-KPX_TARGET inline Wide unpackHigh64(Wide a, Wide b) {
+KPX_INLINE Wide unpackHigh64(Wide a, Wide b) {
     return {_mm256_unpackhi_epi64(a.v, b.v)};
 }
-KPX_TARGET inline Wide packWords(Wide a, Wide b) {
+KPX_INLINE Wide packWords(Wide a, Wide b) {
     return {_mm256_packus_epi32(a.v, b.v)};
 }
 
-KPX_TARGET inline Wide add32(Wide a, Wide b) {
+KPX_INLINE Wide add32(Wide a, Wide b) {
     return {_mm256_add_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide sub32(Wide a, Wide b) {
+KPX_INLINE Wide sub32(Wide a, Wide b) {
     return {_mm256_sub_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide mulLow32(Wide a, Wide b) {
+KPX_INLINE Wide mulLow32(Wide a, Wide b) {
     return {_mm256_mullo_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide abs32(Wide a) {
+KPX_INLINE Wide abs32(Wide a) {
     return {_mm256_abs_epi32(a.v)};
 }
-KPX_TARGET inline Wide greater32(Wide a, Wide b) {
+KPX_INLINE Wide greater32(Wide a, Wide b) {
     return {_mm256_cmpgt_epi32(a.v, b.v)};
 }
 template <int bits>
-KPX_TARGET inline Wide shiftRight32(Wide a) {
+KPX_INLINE Wide shiftRight32(Wide a) {
     return {_mm256_srli_epi32(a.v, bits)};
 }
 template <int bits>
-KPX_TARGET inline Wide shiftRightSigned32(Wide a) {
+KPX_INLINE Wide shiftRightSigned32(Wide a) {
     return {_mm256_srai_epi32(a.v, bits)};
 }
 template <int bits>
-KPX_TARGET inline Wide shiftLeft32(Wide a) {
+KPX_INLINE Wide shiftLeft32(Wide a) {
     return {_mm256_slli_epi32(a.v, bits)};
 }
-KPX_TARGET inline Wide shiftRight32(Wide a, int bits) {
+KPX_INLINE Wide shiftRight32(Wide a, int bits) {
     return {_mm256_srl_epi32(a.v, _mm_cvtsi32_si128(bits))};
 }
-KPX_TARGET inline Wide shiftLeft32(Wide a, int bits) {
+KPX_INLINE Wide shiftLeft32(Wide a, int bits) {
     return {_mm256_sll_epi32(a.v, _mm_cvtsi32_si128(bits))};
 }
-KPX_TARGET inline Wide shiftRightSigned32(Wide a, int bits) {
+KPX_INLINE Wide shiftRightSigned32(Wide a, int bits) {
     return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(bits))};
 }
-KPX_TARGET inline Wide sign32(Wide a, Wide b) {
+KPX_INLINE Wide sign32(Wide a, Wide b) {
     return {_mm256_sign_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide max32(Wide a, Wide b) {
+KPX_INLINE Wide max32(Wide a, Wide b) {
     return {_mm256_max_epi32(a.v, b.v)};
 }
-KPX_TARGET inline Wide equal32(Wide a, Wide b) {
+KPX_INLINE Wide equal32(Wide a, Wide b) {
     return {_mm256_cmpeq_epi32(a.v, b.v)};
 }
 // The float quotient of whole numbers, truncated.
-KPX_TARGET inline Wide divide32(Wide a, Wide b) {
+KPX_INLINE Wide divide32(Wide a, Wide b) {
     return {_mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)))};
 }
 // Integers as floats times a factor, as the bits of the products.
-KPX_TARGET inline Wide scaledFloats(Wide a, float factor) {
+KPX_INLINE Wide scaledFloats(Wide a, float factor) {
     return {_mm256_castps_si256(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), _mm256_set1_ps(factor)))};
 }
 
@@ -241,12 +244,12 @@ KPX_TARGET inline Wide scaledFloats(Wide a, float factor) {
 struct TexelIndices {
     __m256i bits;
 };
-KPX_TARGET inline TexelIndices texelIndices(Wide block) {
+KPX_INLINE TexelIndices texelIndices(Wide block) {
     return {_mm256_shuffle_epi32(block.v, 0x55)};
 }
 // Row r (0 to 3) of each lane's tile, picked from the lane's four texels.
 template <int r>
-KPX_TARGET inline Wide pickTexels(Wide palette, TexelIndices indices) {
+KPX_INLINE Wide pickTexels(Wide palette, TexelIndices indices) {
     const __m256i shifts =
         _mm256_setr_epi32(8 * r, 8 * r + 2, 8 * r + 4, 8 * r + 6, 8 * r, 8 * r + 2, 8 * r + 4, 8 * r + 6);
     // The permutation looks at the two low bits of each word alone.

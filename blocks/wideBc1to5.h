@@ -11,12 +11,12 @@
 namespace {
 
 // Both tiles' row r, side by side.
-KPX_TARGET inline void storeRows(unsigned char* out, std::size_t rowBytes, const Wide (&rows)[4]) {
+KPX_INLINE void storeRows(unsigned char* out, std::size_t rowBytes, const Wide (&rows)[4]) {
     for (std::size_t r = 0; r < 4; ++r) store(out + r * rowBytes, rows[r]);
 }
 
 // Four planes of a tile, 16 bytes of each channel a lane, as rows of texels a, r, g, b.
-KPX_TARGET inline void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wide r, Wide g, Wide b) {
+KPX_INLINE void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wide r, Wide g, Wide b) {
     const Wide ar0 = unpackLow8(a, r);
     const Wide ar1 = unpackHigh8(a, r);
     const Wide gb0 = unpackLow8(g, b);
@@ -32,7 +32,7 @@ KPX_TARGET inline void storePlanes(unsigned char* out, std::size_t rowBytes, Wid
 // than the distance 1 / (2^n - 1) of a quotient from the next whole number. The blends divide sums of at most 765 by 3
 // in the same way: 21846 / 65536 exceeds 1 / 3 by 0.00001, which is 0.008 at most.
 template <bool opaque, bool isDXT1>
-KPX_TARGET inline Wide colourPalette(Wide block) {
+KPX_INLINE Wide colourPalette(Wide block) {
     constexpr LaneBytes fieldBytes{{none, none, 0, 1, 0, 1, none, 0, none, none, 2, 3, 2, 3, none, 2}};
     constexpr LaneWords fieldMasks{{0, 0xF800, 0x07E0, 0x1F00, 0, 0xF800, 0x07E0, 0x1F00}};
     constexpr LaneWords align{{0, 1 << 9, 1 << 14, 1 << 12, 0, 1 << 9, 1 << 14, 1 << 12}};
@@ -55,7 +55,7 @@ KPX_TARGET inline Wide colourPalette(Wide block) {
     return packBytes(ends, blends);
 }
 
-KPX_TARGET inline void bc1Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc1Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = loadHalves(blocks);
     const Wide palette = colourPalette<true, true>(block);
     const TexelIndices indices = texelIndices(block);
@@ -65,7 +65,7 @@ KPX_TARGET inline void bc1Pair(const unsigned char* blocks, unsigned char* out, 
 }
 
 // Stores tiles from colour blocks (bytes 0 to 7 of a lane, four-colour mode) and planes of alpha.
-KPX_TARGET inline void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha) {
+KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha) {
     const Wide palette = colourPalette<false, false>(colourBlock);
     const TexelIndices indices = texelIndices(colourBlock);
     const Wide low = unpackLow8(alpha, zero());
@@ -77,7 +77,7 @@ KPX_TARGET inline void storeColourAndAlpha(unsigned char* out, std::size_t rowBy
                pickTexels<3>(palette, indices) | unpackHigh16(high, zero())});
 }
 
-KPX_TARGET inline void bc2Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc2Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = load(blocks);
     const Wide nibble = spread8(15);
     const Wide values = unpackLow8(block & nibble, shiftRight16<4>(block) & nibble);
@@ -99,7 +99,7 @@ constexpr LaneBytes secondEndpoint{{none, 1, none, 1, none, 1, none, 1, none, 1,
 
 // Eight bytes, in both halves of each lane.
 template <bool equalIsSeven>
-KPX_TARGET inline Wide unsignedPalette(Wide block) {
+KPX_INLINE Wide unsignedPalette(Wide block) {
     const Wide pairs = shuffle8(block, loadTwice(&endpointPairs));
     const Wide eight = mulHigh16(mulAddBytes(pairs, loadTwice(&weights7)), spread16(seventh));
     const Wide six = mulHigh16(mulAddBytes(pairs, loadTwice(&weights5)), spread16(fifth)) | loadTwice(&lastEntry);
@@ -111,7 +111,7 @@ KPX_TARGET inline Wide unsignedPalette(Wide block) {
 }
 
 // Magnitudes are divided and get their sign back, which truncates toward zero; a value v becomes the byte v + 128.
-KPX_TARGET inline Wide signedPalette(Wide block) {
+KPX_INLINE Wide signedPalette(Wide block) {
     constexpr LaneWords interpolated{{0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 0}};
     const Wide endpoints = maxSigned8(block, spread8(-127));
     const Wide pairs = shuffle8(endpoints, loadTwice(&endpointPairs));
@@ -128,7 +128,7 @@ KPX_TARGET inline Wide signedPalette(Wide block) {
 }
 
 // Sixteen 3-bit indices from bit 16 of each lane, a byte each.
-KPX_TARGET inline Wide threeBitIndices(Wide block) {
+KPX_INLINE Wide threeBitIndices(Wide block) {
     constexpr LaneBytes low{{2, 3, 2, 3, 2, 3, 3, 4, 3, 4, 3, 4, 4, 5, 4, 5}};
     constexpr LaneBytes high{{5, 6, 5, 6, 5, 6, 6, 7, 6, 7, 6, 7, 7, none, 7, none}};
     constexpr LaneWords lift{{1 << 13, 1 << 10, 1 << 7, 1 << 12, 1 << 9, 1 << 6, 1 << 11, 1 << 8}};
@@ -137,24 +137,24 @@ KPX_TARGET inline Wide threeBitIndices(Wide block) {
     return packBytes(shiftRight16<13>(first), shiftRight16<13>(second));
 }
 
-KPX_TARGET inline void bc3Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc3Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = load(blocks);
     storeColourAndAlpha(out, rowBytes, highHalf(block), shuffle8(unsignedPalette<true>(block), threeBitIndices(block)));
 }
 
 template <bool isSigned>
-KPX_TARGET inline Wide channelPlane(Wide block) {
+KPX_INLINE Wide channelPlane(Wide block) {
     return shuffle8(isSigned ? signedPalette(block) : unsignedPalette<false>(block), threeBitIndices(block));
 }
 
 template <bool isSigned>
-KPX_TARGET inline void bc4Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc4Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide grey = channelPlane<isSigned>(loadHalves(blocks));
     storePlanes(out, rowBytes, spread8(-1), grey, grey, grey);
 }
 
 template <bool isSigned>
-KPX_TARGET inline void bc5Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc5Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = load(blocks);
     storePlanes(out, rowBytes, spread8(-1), channelPlane<isSigned>(block), channelPlane<isSigned>(highHalf(block)),
                 zero());
@@ -186,7 +186,7 @@ KPX_PAIR_STRIP(bc5SignedStrip, 16, bc5Pair<true>)
 // Divides the colours of premultiplied texels (a, r, g, b) by their alpha. The quotient of two whole numbers below 2^16
 // and 2^8 is a whole number or at least 1 / 255 away from one, so that a correctly rounded float division truncates to
 // the same value.
-KPX_TARGET inline Wide divideTexels(Wide texels) {
+KPX_INLINE Wide divideTexels(Wide texels) {
     const Wide byte = spread32(255);
     const Wide alpha = texels & byte;
     const Wide divisor = max32(alpha, spread32(1));

@@ -20,7 +20,7 @@ constexpr std::size_t floatTileBytes = 4 * pixelBytes;
 
 // The bits of one run, in their place.
 template <kpx::Bc6Run run>
-KPX_TARGET inline std::int32_t runBits(std::uint64_t low, std::uint64_t high) {
+KPX_INLINE std::int32_t runBits(std::uint64_t low, std::uint64_t high) {
     constexpr std::uint32_t mask = (1U << run.count) - 1;
     std::uint64_t from = 0;
     if constexpr (run.firstBit >= 64) {
@@ -34,7 +34,7 @@ KPX_TARGET inline std::int32_t runBits(std::uint64_t low, std::uint64_t high) {
 
 // One endpoint channel of a mode, from all its runs.
 template <int mode, int field, std::size_t... runs>
-KPX_TARGET inline std::int32_t fieldBits(std::uint64_t low, std::uint64_t high, std::index_sequence<runs...>) {
+KPX_INLINE std::int32_t fieldBits(std::uint64_t low, std::uint64_t high, std::index_sequence<runs...>) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
     return (0 | ... | (row.runs[runs].field == field ? runBits<row.runs[runs]>(low, high) : 0));
 }
@@ -47,7 +47,7 @@ constexpr std::size_t runCount(const kpx::Bc6Mode& mode) {
 
 // Endpoints first and first + 1 as stored, one a lane: R, G, B and 0.
 template <int mode, int first>
-KPX_TARGET inline Wide gatherEndpoints(std::uint64_t low, std::uint64_t high) {
+KPX_INLINE Wide gatherEndpoints(std::uint64_t low, std::uint64_t high) {
     constexpr auto runs = std::make_index_sequence<runCount(kpx::bc6Modes[mode])>();
     constexpr int field = 3 * first;
     // From registers: words that went through memory one by one could not be loaded as a vector without a long wait.
@@ -60,11 +60,11 @@ KPX_TARGET inline Wide gatherEndpoints(std::uint64_t low, std::uint64_t high) {
 constexpr std::int32_t topBit(int width) {
     return width == 0 ? 0 : static_cast<std::int32_t>(1U << (width - 1));
 }
-KPX_TARGET inline Wide topBits(int r0, int g0, int b0, int r1, int g1, int b1) {
+KPX_INLINE Wide topBits(int r0, int g0, int b0, int r1, int g1, int b1) {
     return fromWords(topBit(r0), topBit(g0), topBit(b0), topBit(r1), topBit(g1), topBit(b1));
 }
 // Numbers without bits above the top bit, read as two's complement.
-KPX_TARGET inline Wide signExtend(Wide value, Wide top) {
+KPX_INLINE Wide signExtend(Wide value, Wide top) {
     return sub32(value ^ top, top);
 }
 
@@ -74,7 +74,7 @@ struct EndpointPairs {
 
 // All endpoints of a block, sign-extended and with the transform undone.
 template <int mode, bool isSigned>
-KPX_TARGET inline EndpointPairs bc6Endpoints(std::uint64_t low, std::uint64_t high) {
+KPX_INLINE EndpointPairs bc6Endpoints(std::uint64_t low, std::uint64_t high) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
     constexpr int r = row.deltaBits[0];
     constexpr int g = row.deltaBits[1];
@@ -101,7 +101,7 @@ KPX_TARGET inline EndpointPairs bc6Endpoints(std::uint64_t low, std::uint64_t hi
 
 // Two endpoints' channels widened to 16 bits, or to 15 bits and a sign.
 template <int precision, bool isSigned>
-KPX_TARGET inline Wide unquantize(Wide value) {
+KPX_INLINE Wide unquantize(Wide value) {
     if constexpr (precision >= (isSigned ? 16 : 15)) return value;
     if constexpr (!isSigned) {
         const Wide widened = shiftRight32<precision>(add32(shiftLeft32<16>(value), spread32(0x8000)));
@@ -118,7 +118,7 @@ KPX_TARGET inline Wide unquantize(Wide value) {
 // Interpolated values as the bits of floats: scaled by 31 / 64 or 31 / 32 to half floats and widened. Half floats
 // below 0x400 are subnormal: whole multiples of 2^-24.
 template <bool isSigned>
-KPX_TARGET inline Wide finishColours(Wide values) {
+KPX_INLINE Wide finishColours(Wide values) {
     const Wide magnitude = isSigned ? abs32(values) : values;
     const Wide by31 = sub32(shiftLeft32<5>(magnitude), magnitude);
     const Wide half = isSigned ? shiftRight32<5>(by31) : shiftRight32<6>(by31);
@@ -150,7 +150,7 @@ constexpr auto paletteWeights4 = paletteWeights(kpx::bcWeights4);
 
 // The colours of one region between the endpoints of two lanes; alpha is 1.0.
 template <bool isSigned, std::size_t entries>
-KPX_TARGET inline void makePalette(Wide ends, const PaletteWeights<entries>& weights, float (*palette)[4]) {
+KPX_INLINE void makePalette(Wide ends, const PaletteWeights<entries>& weights, float (*palette)[4]) {
     alignas(16) constexpr std::uint32_t alphaMask[4] = {0, 0, 0, 0xFFFFFFFF};
     const Wide e0 = spreadLane<0>(ends);
     const Wide difference = sub32(spreadLane<1>(ends), e0);
@@ -163,7 +163,7 @@ KPX_TARGET inline void makePalette(Wide ends, const PaletteWeights<entries>& wei
 }
 
 template <int mode, bool isSigned>
-KPX_TARGET inline void bc6hTile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc6hTile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
     alignas(32) float palette[16][4];
     const std::uint64_t high = load64(block + 8);
@@ -190,7 +190,7 @@ KPX_TARGET inline void bc6hTile(const unsigned char* block, unsigned char* out, 
     }
 }
 
-KPX_TARGET inline void bc6hReservedTile(const unsigned char*, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc6hReservedTile(const unsigned char*, unsigned char* out, std::size_t rowBytes) {
     const float black[4] = {0.0F, 0.0F, 0.0F, 1.0F};
     for (std::size_t t = 0; t < 16; ++t) std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, black, pixelBytes);
 }

@@ -12,14 +12,13 @@
 namespace {
 
 // The fields of a lane, each in a word.
-KPX_TARGET inline Wide gather(Wide lanes, const kpx::FieldGather& fields) {
+KPX_INLINE Wide gather(Wide lanes, const kpx::FieldGather& fields) {
     return mulLow16(shuffle8(lanes, load(&fields.bytes)), load(&fields.lift));
 }
 
 // For each texel the weights 64 - w and w of the two endpoints, in the low and the high byte of its word.
 template <int width>
-KPX_TARGET inline Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fields,
-                                   const kpx::WideBytes& weights) {
+KPX_INLINE Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fields, const kpx::WideBytes& weights) {
     const Wide indices = shiftRight16<16 - width>(gather(spread64(indexBits), fields));
     const Wide w = shuffle8(load(&weights), indices);
     return add16(sub16(shiftLeft16<8>(w), w), spread16(64));
@@ -27,14 +26,14 @@ KPX_TARGET inline Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGath
 
 // One channel of all sixteen texels: (e0 x (64 - w) + e1 x w + 32) >> 6, the shift by a rounding multiplication with
 // 2^15 / 64.
-KPX_TARGET inline Wide interpolate(Wide pairs, Wide weights) {
+KPX_INLINE Wide interpolate(Wide pairs, Wide weights) {
     return mulRound16(mulAddBytes(pairs, weights), spread16(512));
 }
 
 // Half of a block's endpoints, widened to 8 bits: fields at the top of their words, p-bits below them, and then the
 // replication of the top bits.
 template <int mode>
-KPX_TARGET inline Wide bc7Endpoints(Wide lanes, int half) {
+KPX_INLINE Wide bc7Endpoints(Wide lanes, int half) {
     constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
     constexpr const kpx::Bc7Mode& row = kpx::bc7Modes[mode];
     constexpr int pBit = row.pBits == kpx::PBits::none ? 0 : 1;
@@ -46,7 +45,7 @@ KPX_TARGET inline Wide bc7Endpoints(Wide lanes, int half) {
 
 // The endpoint pair of each texel, in one channel.
 template <int mode, int channel>
-KPX_TARGET inline Wide pairsOfTexels(Wide endpoints, Wide subsets) {
+KPX_INLINE Wide pairsOfTexels(Wide endpoints, Wide subsets) {
     constexpr int slot = kpx::bc7Wide[mode].slot;
     if constexpr (slot == 2) return shuffle8(endpoints, spread16(2 * channel | (2 * channel + 1) << 8));
     if constexpr (slot == 4) {
@@ -58,7 +57,7 @@ KPX_TARGET inline Wide pairsOfTexels(Wide endpoints, Wide subsets) {
 }
 
 template <int mode>
-KPX_TARGET inline void bc7Tile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc7Tile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
     constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
     constexpr const kpx::Bc7Mode& row = kpx::bc7Modes[mode];
     const std::uint64_t header = load64(block) >> (mode + 1);
@@ -108,7 +107,7 @@ KPX_TARGET inline void bc7Tile(const unsigned char* block, unsigned char* out, s
     storeLanes(out + rowBytes, out + 3 * rowBytes, rows13);
 }
 
-KPX_TARGET inline void bc7ReservedTile(const unsigned char*, unsigned char* out, std::size_t rowBytes) {
+KPX_INLINE void bc7ReservedTile(const unsigned char*, unsigned char* out, std::size_t rowBytes) {
     for (std::size_t r = 0; r < 4; ++r) storeLanes(out + r * rowBytes, out + r * rowBytes, spread32(255));
 }
 

@@ -33,11 +33,11 @@ constexpr FileOrder fileOrder = [] {
 }();
 
 template <std::size_t modes, std::size_t tileBytes, typename ModeOf>
-KPX_TARGET inline void decodeByModes(const unsigned char* blocks, std::size_t count, unsigned char* out,
-                                     std::size_t rowBytes, const ModeRun (&runs)[modes], ModeOf modeOf) {
+KPX_INLINE void decodeByModes(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes,
+                              const ModeRun (&runs)[modes], ModeOf modeOf) {
     for (std::size_t n = 0; count != 0; count -= n, blocks += 16 * n, out += tileBytes * n) {
         n = std::min(count, stretch);
-        std::uint8_t mode[stretch];
+        std::uint8_t mode[stretch] = {};
         unsigned differences = 0;
         for (std::size_t i = 0; i < n; ++i) {
             mode[i] = modeOf(blocks[16 * i]);

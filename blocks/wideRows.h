@@ -20,7 +20,7 @@ inline kpx::PixelRow restOf(const kpx::PixelRow& row, std::size_t x, std::size_t
 
 // Brings bytes of the next row nearer, as many as are read of this row meanwhile.
 template <std::size_t bytes>
-KPX_TARGET inline void fetchNext(const kpx::PixelRow& row, std::size_t at) {
+KPX_INLINE void fetchNext(const kpx::PixelRow& row, std::size_t at) {
     for (std::size_t line = 0; line < bytes; line += 64) fetch(row.next + at + line);
 }
 
@@ -36,13 +36,13 @@ constexpr std::size_t laneBytes = 16;
 
 // Lane 0 takes the bytes from pixels, lane 1 those that lie apart bytes further, 16 at a time for each of the vectors.
 template <int vectors>
-KPX_TARGET inline void loadApart(const void* pixels, std::size_t apart, Wide (&to)[vectors]) {
+KPX_INLINE void loadApart(const void* pixels, std::size_t apart, Wide (&to)[vectors]) {
     const auto* from = static_cast<const unsigned char*>(pixels);
     for (std::size_t i = 0; i < vectors; ++i) to[i] = loadLanes(from + i * laneBytes, from + apart + i * laneBytes);
 }
 
 // Transposes the 4 by 4 words of each lane.
-KPX_TARGET inline void transpose(Wide (&w)[4]) {
+KPX_INLINE void transpose(Wide (&w)[4]) {
     const Wide low01 = unpackLow32(w[0], w[1]);
     const Wide low23 = unpackLow32(w[2], w[3]);
     const Wide high01 = unpackHigh32(w[0], w[1]);
@@ -54,7 +54,7 @@ KPX_TARGET inline void transpose(Wide (&w)[4]) {
 }
 
 template <int channels>
-KPX_TARGET inline void splitFourBytes(const kpx::PixelRow& row, unsigned char* const* rows) {
+KPX_INLINE void splitFourBytes(const kpx::PixelRow& row, unsigned char* const* rows) {
     constexpr LaneBytes byChannel{{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
     std::size_t x = 0;
     for (; x + 32 <= row.count; x += 32) {
@@ -121,7 +121,7 @@ KPX_TARGET void splitFloats4(const kpx::PixelRow& row, float* const* rows) {
 
 // 32 pixels of 2 or 4 bytes as words of 32 bits: vector v holds pixels 4v to 4v + 3, and 16 further on.
 template <std::size_t bytesPerPixel>
-KPX_TARGET inline void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
+KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
     if constexpr (bytesPerPixel == 4) {
         loadApart(pixels, 64, words);
     } else {
@@ -134,14 +134,14 @@ KPX_TARGET inline void loadPixels(const unsigned char* pixels, Wide (&words)[4])
     }
 }
 
-KPX_TARGET inline Wide scaleField(Wide pixel, const kpx::MaskField& field) {
+KPX_INLINE Wide scaleField(Wide pixel, const kpx::MaskField& field) {
     const Wide q = shiftRight32(pixel, field.fieldShift) & spread32(static_cast<int>(field.fieldMask));
     return shiftRight32<24>(mulLow32(q, spread32(static_cast<int>(field.multiplier))));
 }
 
 template <std::size_t bytesPerPixel>
-KPX_TARGET inline void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
-                                     unsigned char* const* rows) {
+KPX_INLINE void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                              unsigned char* const* rows) {
     std::size_t x = 0;
     for (; x + 32 <= row.count; x += 32) {
         fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
@@ -174,7 +174,7 @@ KPX_TARGET void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel
     }
 }
 
-KPX_TARGET inline Wide widenHalfs(Wide words) {
+KPX_INLINE Wide widenHalfs(Wide words) {
     const Wide magnitude = words & spread32(0x7FFF);
     const Wide sign = shiftLeft32<16>(words & spread32(0x8000));
     const Wide normal = add32(shiftLeft32<13>(magnitude), spread32(112 << 23));
