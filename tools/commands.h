@@ -19,5 +19,6 @@ void addFormatsCommand(CLI::App& app, Invocation& invocation);
 void addExplainCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
+void addRepairCommand(CLI::App& app, Invocation& invocation);
 
 }  // namespace kpx::tool

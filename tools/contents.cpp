@@ -3,16 +3,11 @@
 #include <algorithm>
 #include <bit>
 
+#include "tools/headerFlags.h"
 #include "tools/text.h"
 
 namespace kpx::tool {
 namespace {
-
-constexpr std::uint32_t DDSCAPS2_CUBEMAP = 0x200;
-constexpr std::uint32_t DDSCAPS2_CUBEMAP_ALLFACES = 0xFC00;
-constexpr std::uint32_t DDSCAPS2_VOLUME = 0x200000;
-constexpr std::uint32_t D3D10_RESOURCE_DIMENSION_TEXTURE3D = 4;
-constexpr std::uint32_t D3D10_RESOURCE_MISC_TEXTURECUBE = 4;
 
 constexpr const char* alphaModes[] = {"unknown", "straight", "premultiplied", "opaque", "custom"};
 

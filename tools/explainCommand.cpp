@@ -11,6 +11,7 @@
 #include "tools/flagNames.h"
 #include "tools/formatNames.h"
 #include "tools/json.h"
+#include "tools/mends.h"
 #include "tools/surprises.h"
 #include "tools/text.h"
 
@@ -28,12 +29,19 @@ struct Explanation {
     Contents contents;
     std::vector<Remark> causes;
     std::vector<Remark> surprises;
+    std::vector<Remark> mends;  // that repair would make; none where it does not help
 };
 
 Explanation explain(const std::string& file) {
     const FileFacts facts = readFacts(file);
     const Verdict verdict = judge(facts);
-    return {facts, verdict, contentsOf(facts, verdict), causesOf(facts, verdict), surprisesOf(facts, verdict)};
+    const Repair repair = repairOf(facts);
+    return {facts,
+            verdict,
+            contentsOf(facts, verdict),
+            causesOf(facts, verdict),
+            surprisesOf(facts, verdict),
+            repair.helps() ? repair.mends : std::vector<Remark>()};
 }
 
 // Luminance is read by a code that does not stand in the file.
@@ -119,6 +127,8 @@ void printText(const std::string& name, const Explanation& file) {
     std::cout << name << ": " << headlines[static_cast<int>(file.verdict.result)] << "\n";
     for (const Remark& cause : file.causes) printLine("why", cause.sentence);
     for (const Remark& surprise : file.surprises) printLine("note", surprise.sentence);
+    if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy that is read well:");
+    for (const Remark& mend : file.mends) printLine("", mend.sentence);
     if (file.verdict.result == Result::refused) return;
     printWhatItIs(file);
     printHowItIsRead(file);
@@ -168,6 +178,7 @@ Json asJson(const std::string& name, const Explanation& file) {
                    {"verdict", resultName(file.verdict.result)},
                    {"causes", remarksAsJson(file.causes)},
                    {"surprises", remarksAsJson(file.surprises)},
+                   {"mends", remarksAsJson(file.mends)},
                    {"fileBytes", file.facts.fileBytes}};
     if (file.verdict.result == Result::refused) return object;
     object["bytesPresent"] = file.verdict.bytesPresent;

@@ -9,7 +9,7 @@ namespace kpx::tool {
 namespace {
 
 constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand, addExplainCommand,
-                                                        addConvertCommand};
+                                                        addConvertCommand, addRepairCommand};
 
 // What the command ended in, or how it could not start.
 Outcome runReporting(const std::function<Outcome()>& command) {
