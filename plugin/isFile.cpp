@@ -9,9 +9,11 @@ extern "C" int imageIsFile(const char* path, std::FILE* stream) {
     if (file != nullptr) {
         std::rewind(file);
     } else {
-        file = std::fopen(path, "r");
+        errno = ENOENT;
+        file = path == nullptr ? nullptr : std::fopen(path, "r");
         if (file == nullptr) {
-            ERR_printf(3, "imageIsFile, can't open `%s'. %s\n", path, std::strerror(errno));
+            const char* reason = std::strerror(errno);
+            ERR_printf(3, "imageIsFile, can't open `%s'. %s\n", path == nullptr ? "" : path, reason);
             return 0;
         }
     }
