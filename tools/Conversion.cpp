@@ -15,7 +15,9 @@ namespace fs = std::filesystem;
 bool isToFolder(const ConversionRequest& request) {
     std::error_code error;
     if (fs::is_directory(request.output(), error)) return true;
-    if (request.inputs().size() > 1 || request.output().ends_with('/')) {
+    const std::vector<std::string> inputs = request.inputs();
+    const bool isMany = inputs.size() > 1 || fs::is_directory(inputs.front(), error);
+    if (isMany || request.output().ends_with('/')) {
         throw UsageError(request.output() + " is not a folder");
     }
     return false;
@@ -79,19 +81,28 @@ const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
     return *outputFormat(source.layout().isFloat && !m_request.exposure ? "exr" : "png");
 }
 
-std::string Conversion::outputPath(const std::string& input, const OutputFormat& format) {
+void Conversion::claim(const std::string& output) {
+    const std::lock_guard lock(m_mutex);
+    if (m_outputs.insert(output).second) return;
+    throw FileError("would overwrite " + output + ", just made of another input of the same name");
+}
+
+// What lies below a folder comes to lie below the output folder in the same way.
+std::string Conversion::outputPath(const InputFile& input, const OutputFormat& format) {
     fs::path output = m_request.output();
-    if (m_isToFolder) output /= fs::path(input).stem().string() + "." + std::string(format.extension);
-    std::error_code error;
-    if (fs::equivalent(input, output, error)) throw FileError("would be overwritten by its own conversion");
-    if (!m_outputs.insert(output.string()).second) {
-        throw FileError("would overwrite " + output.string() + ", just made of another input of the same name");
+    if (m_isToFolder) {
+        output /= fs::path(input.folder) / (fs::path(input.path).stem().string() + "." + std::string(format.extension));
     }
+    std::error_code error;
+    if (fs::equivalent(input.path, output, error)) throw FileError("would be overwritten by its own conversion");
+    claim(output.string());
+    // Where the folder cannot be made, neither can the file in it, which is told.
+    if (m_isToFolder && !input.folder.empty()) fs::create_directories(output.parent_path(), error);
     return output.string();
 }
 
-Outcome Conversion::convert(const std::string& input) {
-    const auto source = openSource(m_settings.plugin, input, m_request.depth.has_value());
+Outcome Conversion::convert(const InputFile& input) {
+    const auto source = openSource(m_settings.plugin, input.path, m_request.depth.has_value());
     const Outcome outcome = source->isBlack() ? Outcome::fallback : Outcome::done;
     if (source->isBlack() && m_request.isStrict) return outcome;
     const OutputFormat& format = formatFor(*source);

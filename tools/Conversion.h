@@ -1,6 +1,7 @@
 // The conversion of one or more images into a file or a folder.
 #pragma once
 
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "tools/Outcome.h"
 #include "tools/OutputFormat.h"
+#include "tools/inputFiles.h"
 
 namespace kpx::tool {
 
@@ -31,21 +33,23 @@ public:
     Conversion(const host::Plugin& plugin, const ConversionRequest& request);
 
     // Converts one of the inputs. Throws FileError or another std::exception that concerns the input; what
-    // concerns the output is told under its name.
-    Outcome convert(const std::string& input);
+    // concerns the output is told under its name. May be called by several threads.
+    Outcome convert(const InputFile& input);
 
 private:
     void chooseFormat();
     void checkOptions() const;
     void chooseOptions();
     [[nodiscard]] const OutputFormat& formatFor(const PixelSource& source) const;
-    std::string outputPath(const std::string& input, const OutputFormat& format);
+    std::string outputPath(const InputFile& input, const OutputFormat& format);
+    void claim(const std::string& output);
 
     const ConversionRequest& m_request;
     bool m_isToFolder;
     const OutputFormat* m_format = nullptr;  // null: by what each image is
     OutputSettings m_settings;
-    std::set<std::string> m_outputs;  // so far
+    std::mutex m_mutex;
+    std::set<std::string> m_outputs;  // so far; under the mutex
 };
 
 }  // namespace kpx::tool

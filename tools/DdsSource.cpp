@@ -1,10 +1,11 @@
 #include "tools/DdsSource.h"
 
 #include <filesystem>
-#include <sstream>
 
 #include "host/HostError.h"
-#include "tools/StdoutCapture.h"
+#include "reader/dataSize.h"
+#include "reader/loading.h"
+#include "tools/StdoutSilence.h"
 #include "tools/causes.h"
 #include "tools/console.h"
 #include "tools/errors.h"
@@ -22,33 +23,37 @@ void explainShortFile(const std::string& path) {
                     std::to_string(sizeof(DdsFileHeader)));
 }
 
-// By the rules of the reader; a plug-in that decodes more shows a picture of another size. A message of the plug-in's
-// says the same of what the rules cannot foresee, such as a lack of memory.
-bool isBlack(const std::string& path, const host::ImageReader& reader, bool hasPrinted) {
+// By the rules of the reader; a plug-in that decodes more shows a picture of another size.
+bool isBlack(const std::string& path, const host::ImageReader& reader) {
     const FileFacts facts = readFacts(path);
     const Verdict verdict = judge(facts);
+    constexpr int side = static_cast<int>(fallbackSide);
     const bool hasItsSize =
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
-    if (verdict.result != Result::black || !hasItsSize) return hasPrinted;
-    tell(path, "comes out as a black picture. " + causeText(facts, verdict));
+    if (verdict.result == Result::black && hasItsSize) {
+        if (verdict.printed != nullptr) tell(path, verdict.printed);
+        tell(path, "comes out as a black picture. " + causeText(facts, verdict));
+        return true;
+    }
+    // What the rules cannot foresee.
+    if (hasItsSize || reader.width() != side || reader.height() != side) return false;
+    tell(path, noMemoryMessage);
     return true;
 }
 
 }  // namespace
 
 OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
-    StdoutCapture capture;
+    std::unique_ptr<host::ImageReader> reader;
     try {
-        auto reader = std::make_unique<host::ImageReader>(plugin, path);
-        const std::string printed = capture.finish();
-        std::istringstream lines(printed);
-        for (std::string line; std::getline(lines, line);) tell(path, line);
-        const bool black = isBlack(path, *reader, !printed.empty());
-        return {std::move(reader), black};
+        const StdoutSilence silence;
+        reader = std::make_unique<host::ImageReader>(plugin, path);
     } catch (const host::HostError&) {
         explainShortFile(path);
         throw;
     }
+    const bool black = isBlack(path, *reader);
+    return {std::move(reader), black};
 }
 
 DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_image(openImage(plugin, path)) {

@@ -11,8 +11,8 @@ struct OpenedImage {
     bool isBlack;  // the plug-in's stand-in for what it cannot decode
 };
 
-// Opens the image while standard output is held back; what the plug-in prints there, and why the picture is black, is
-// told under the file's name. Throws FileError or host::HostError.
+// Opens the image while standard output is silent; why the picture is black is told under the file's name. Throws
+// FileError or host::HostError.
 OpenedImage openImage(const host::Plugin& plugin, const std::string& path);
 
 class DdsSource : public PixelSource {

@@ -27,8 +27,12 @@ std::string replaceableFile(const std::string& destination) {
 mode_t permissionsOf(const std::string& destination) {
     struct stat earlier {};
     if (stat(destination.c_str(), &earlier) == 0) return earlier.st_mode & 0777;
-    const mode_t mask = umask(0);
-    umask(mask);
+    // Read once: the only way to read it changes it, for all threads.
+    static const mode_t mask = [] {
+        const mode_t found = umask(0);
+        umask(found);
+        return found;
+    }();
     return 0666 & ~mask;
 }
 

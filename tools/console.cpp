@@ -7,11 +7,20 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <mutex>
 #include <new>
 
 #include "tools/errors.h"
 
 namespace kpx::tool {
+namespace {
+
+std::mutex mutex;      // of standard error and the progress on it
+std::string progress;  // shown below the messages
+
+constexpr const char* clearedLine = "\r\x1B[K";
+
+}  // namespace
 
 void tell(const std::string& message) {
     std::string line = "kpximage: " + message;
@@ -19,28 +28,37 @@ void tell(const std::string& message) {
         // A file name may hold line ends and escape sequences.
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
     }
-    std::cerr << line + "\n";
+    line += "\n";
+    const std::lock_guard lock(mutex);
+    std::cerr << (progress.empty() ? line : clearedLine + line + progress);
 }
 
 void tell(const std::string& file, const std::string& message) {
     tell(file + ": " + message);
 }
 
+void showProgress(const std::string& text) {
+    const std::lock_guard lock(mutex);
+    progress = text;
+    std::cerr << clearedLine + progress << std::flush;
+}
+
+Outcome workOnFile(const std::string& file, const std::function<Outcome()>& work) {
+    try {
+        return work();
+    } catch (const UsageError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        tell(file, "not enough memory");
+    } catch (const std::exception& error) {
+        tell(file, error.what());
+    }
+    return Outcome::failed;
+}
+
 Outcome forEachFile(const std::vector<std::string>& files, const std::function<Outcome(const std::string&)>& work) {
     Outcome outcome = Outcome::done;
-    for (const std::string& file : files) {
-        Outcome one = Outcome::failed;
-        try {
-            one = work(file);
-        } catch (const UsageError&) {
-            throw;
-        } catch (const std::bad_alloc&) {
-            tell(file, "not enough memory");
-        } catch (const std::exception& error) {
-            tell(file, error.what());
-        }
-        outcome = worse(outcome, one);
-    }
+    for (const std::string& file : files) outcome = worse(outcome, workOnFile(file, [&] { return work(file); }));
     return outcome;
 }
 

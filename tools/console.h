@@ -9,9 +9,15 @@
 
 namespace kpx::tool {
 
-// Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line.
+// Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line, from any thread.
 void tell(const std::string& message);
 void tell(const std::string& file, const std::string& message);
+
+// Shows how far the work is, below the messages; a text replaces the one before, an empty one ends it. For terminals.
+void showProgress(const std::string& text);
+
+// Runs `work` on a file; what it throws is told under the file's name, except for a UsageError, which is thrown on.
+Outcome workOnFile(const std::string& file, const std::function<Outcome()>& work);
 
 // Runs `work` on every file; what it throws is told under the file's name and the next file is done, except
 // for a UsageError, which ends the run. Returns the worst outcome.

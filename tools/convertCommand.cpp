@@ -1,4 +1,5 @@
 // kpximage convert: images to PNG, OpenEXR or DDS.
+#include "tools/Batch.h"
 #include "tools/Conversion.h"
 #include "tools/commands.h"
 #include "tools/console.h"
@@ -7,10 +8,10 @@
 namespace kpx::tool {
 namespace {
 
-Outcome run(const std::string& pluginPath, const ConversionRequest& request) {
+Outcome run(const std::string& pluginPath, const ConversionRequest& request, const BatchOptions& options) {
     const auto plugin = loadPlugin(pluginPath);
     Conversion conversion(*plugin, request);
-    return forEachFile(request.inputs(), [&](const std::string& input) { return conversion.convert(input); });
+    return runBatch(request.inputs(), options, [&](const InputFile& input) { return conversion.convert(input); });
 }
 
 std::vector<std::string> formatNames() {
@@ -24,9 +25,11 @@ std::vector<std::string> formatNames() {
 void addConvertCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("convert", "Convert images to PNG, OpenEXR or DDS");
     auto request = std::make_shared<ConversionRequest>();
+    auto options = std::make_shared<BatchOptions>();
     command
         ->add_option("FILE", request->paths,
-                     "Inputs (DDS or PNG), then the output: a file whose name ends in .png, .exr or .dds, or a folder")
+                     "Inputs (DDS or PNG files, or folders of .dds files), then the output: a file whose name ends in "
+                     ".png, .exr or .dds, or a folder")
         ->required()
         ->expected(2, -1);
     command->add_option("--format", request->format, "Format in a folder; else OpenEXR for floats, DDS for PNG, or PNG")
@@ -41,8 +44,10 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     command->add_option("--compression", request->compression,
                         "The plug-in's Compression option for DDS output, by its value's name");
     command->add_flag("--strict", request->isStrict, "Write nothing for what comes out as a black picture");
-    command->callback([&invocation, request] {
-        invocation.run = [&invocation, request] { return run(invocation.pluginPath, *request); };
+    options->addTo(*command);
+    command->add_option("--jobs", options->jobs, "How many files to convert at once")->check(CLI::Range(1, 256));
+    command->callback([&invocation, request, options] {
+        invocation.run = [&invocation, request, options] { return run(invocation.pluginPath, *request, *options); };
     });
 }
 

@@ -1,6 +1,7 @@
 // kpximage info: size and channels of images.
 #include <iostream>
 
+#include "tools/Batch.h"
 #include "tools/DdsSource.h"
 #include "tools/commands.h"
 #include "tools/console.h"
@@ -13,6 +14,7 @@ namespace {
 struct Arguments {
     std::vector<std::string> files;
     bool json = false;
+    BatchOptions batch;
 };
 
 Json describe(const std::string& file, const OpenedImage& image) {
@@ -57,13 +59,15 @@ Outcome show(const host::Plugin& plugin, const std::string& file, bool json) {
 void addInfoCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("info", "Show the size and the channels of images");
     auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->files, "Images to look at")->required();
+    command->add_option("FILE", arguments->files, "Images to look at, or folders of .dds files")->required();
     command->add_flag("--json", arguments->json, "Print one JSON object a line");
+    arguments->batch.isPrinting = true;
+    arguments->batch.addTo(*command);
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] {
             const auto plugin = loadPlugin(invocation.pluginPath);
-            return forEachFile(arguments->files,
-                               [&](const std::string& file) { return show(*plugin, file, arguments->json); });
+            return runBatch(arguments->files, arguments->batch,
+                            [&](const InputFile& file) { return show(*plugin, file.path, arguments->json); });
         };
     });
 }

@@ -49,7 +49,7 @@ Outcome repair(const Arguments& arguments) {
 
 Outcome run(const Arguments& arguments) {
     if (arguments.output.empty() && !arguments.isDryRun) throw UsageError("OUT is required, or --dry-run");
-    return forEachFile({arguments.input}, [&](const std::string& /*input*/) {
+    return workOnFile(arguments.input, [&] {
         try {
             return repair(arguments);
         } catch (const OutputError& error) {

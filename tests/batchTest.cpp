@@ -1,0 +1,166 @@
+// kpximage over many files and folders, as a user runs it, and the schema of its JSON.
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "tests/support/Tool.h"
+#include "tests/support/ddsFiles.h"
+#include "tests/support/jsonSchema.h"
+
+using namespace kpx;
+using namespace testing_support;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Luminance of the width.
+Bytes grey(std::uint32_t width) {
+    DdsFileHeader header = headerOf(width, 1);
+    header.header.ddspf = {32, DDPF_LUMINANCE, 0, 8, 0xFF, 0, 0, 0};
+    return fileOf(header, Bytes(width, 7));
+}
+
+Bytes cutBlocks() {
+    return fileOf(codeHeader(fourCC("DXT1"), 64, 64), Bytes(3));
+}
+
+class BatchRun : public Tool {
+protected:
+    void put(const std::string& name, const Bytes& content) const {
+        fs::create_directories(fs::path(at(name)).parent_path());
+        file(name, {reinterpret_cast<const char*>(content.data()), content.size()});
+    }
+
+    // Good files and a black one, other files beside them, and folders below.
+    void putTree() const {
+        put("in/b.dds", grey(2));
+        put("in/A.DDS", grey(1));
+        put("in/notes.txt", Bytes(200));
+        put("in/low/b.dds", grey(4));
+        put("in/low/deep/c.dds", cutBlocks());
+        put("empty/notes.txt", Bytes(200));
+        fs::create_directory(at("out"));
+    }
+
+    [[nodiscard]] std::string filesBelow(const std::string& folder) const {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(at(folder))) {
+            if (entry.is_regular_file()) found.push_back(entry.path().lexically_relative(at(folder)));
+        }
+        std::sort(found.begin(), found.end());
+        std::string joined;
+        for (const std::string& name : found) joined += (joined.empty() ? "" : " ") + name;
+        return joined;
+    }
+};
+
+TEST_F(BatchRun, FoldersStandForTheDdsFilesInThem) {
+    putTree();
+    struct Case {
+        const char* arguments;
+        int status;
+        const char* out;
+        const char* lastLine;
+    };
+    const Case cases[] = {
+        {"info in", 0, "in/A.DDS: 1 x 1, 1 colour, 0 matte, 8-bit\nin/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
+         "kpximage: 2 files: 2 done\n"},
+        {"info -r in/low", 3,
+         "in/low/b.dds: 4 x 1, 1 colour, 0 matte, 8-bit\nin/low/deep/c.dds: 64 x 64, 3 colour, 1 matte, 8-bit\n",
+         "kpximage: 2 files: 1 done, 1 black\n"},
+        {"info in/low missing.dds", 1, "in/low/b.dds: 4 x 1, 1 colour, 0 matte, 8-bit\n",
+         "kpximage: 2 files: 1 done, 1 failed\n"},
+        {"info in/low", 0, "in/low/b.dds: 4 x 1, 1 colour, 0 matte, 8-bit\n", ""},
+        {"info in --quiet", 0, "in/A.DDS: 1 x 1, 1 colour, 0 matte, 8-bit\nin/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
+         ""},
+        {"info empty", 1, "", "kpximage: empty: holds no .dds files itself; -r looks below\n"},
+        {"info empty -r in/b.dds", 1, "in/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
+         "kpximage: empty: holds no .dds files\n"},
+        {"convert in out.png", 2, "", "kpximage: out.png is not a folder\n"},
+    };
+    for (const Case& each : cases) {
+        const RunResult result = run(each.arguments);
+        EXPECT_EQ(result.status, each.status) << each.arguments;
+        EXPECT_EQ(result.out, each.out);
+        EXPECT_TRUE(result.err.ends_with(each.lastLine)) << result.err;
+        EXPECT_TRUE(*each.lastLine != '\0' || result.err.empty()) << result.err;
+    }
+}
+
+TEST_F(BatchRun, AConvertedTreeKeepsItsFolders) {
+    putTree();
+    EXPECT_EQ(run("convert -r in out --jobs 2").status, 3);
+    EXPECT_EQ(filesBelow("out"), "A.png b.png low/b.png low/deep/c.png");
+    EXPECT_EQ(run("convert in low out").status, 1);
+}
+
+TEST_F(BatchRun, SeveralThreadsGiveTheFilesAndMessagesOfOne) {
+    for (int i = 0; i < 40; ++i) put("in/" + std::to_string(i) + ".dds", i % 4 == 3 ? cutBlocks() : grey(64));
+    put("in/x.dds", Bytes(5));
+    const auto convert = [&](const std::string& jobs) {
+        fs::create_directory(at(jobs));
+        RunResult result = run("convert in " + jobs + " --jobs " + jobs, "umask 026;");
+        std::istringstream lines(result.err);
+        std::vector<std::string> sorted;
+        for (std::string line; std::getline(lines, line);) sorted.push_back(line);
+        EXPECT_EQ(sorted.back(), "kpximage: 41 files: 30 done, 10 black, 1 failed");
+        std::sort(sorted.begin(), sorted.end());
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.out, "");
+        return sorted;
+    };
+    const std::vector<std::string> messages = convert("1");
+    EXPECT_EQ(messages.size(), 22U);  // two for each black picture
+    EXPECT_EQ(std::count(messages.begin(), messages.end(), "kpximage: in/3.dds: Error loading DDS pixel data"), 1);
+    EXPECT_EQ(convert("8"), messages);
+    EXPECT_EQ(filesBelow("8"), filesBelow("1"));
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "/" + std::to_string(i) + ".png";
+        EXPECT_EQ(textOfFile(at("8" + name)), textOfFile(at("1" + name))) << name;
+        EXPECT_EQ(static_cast<int>(fs::status(at("8" + name)).permissions()), 0640) << name;
+    }
+}
+
+TEST_F(BatchRun, EachLineOfJsonFollowsTheSchema) {
+    const JsonSchema schema(nlohmann::json::parse(textOfFile(KPX_SOURCE_DIR "/docs/kpximage.schema.json")));
+    put("a/black.dds", dx10File(89, 4, 4));
+    put("a/cut.dds", cutBlocks());
+    put("a/float.dds", fileOf(codeHeader(113, 1, 1), Bytes(8)));
+    put("a/good.dds", grey(4));
+    put("a/mendable.dds", dx10File(85, 4, 4, Bytes(32), 2));
+    put("a/no.dds", Bytes(200));
+    put("a/short.dds", Bytes(5));
+    for (const auto& [command, count] : {std::pair{"info --json a", 7}, {"explain --json a/*", 7}}) {
+        std::istringstream lines(run(command).out);
+        int objects = 0;
+        for (std::string line; std::getline(lines, line); ++objects) {
+            EXPECT_EQ(schema.fault(nlohmann::json::parse(line)), "") << line;
+        }
+        EXPECT_EQ(objects, count) << command;
+    }
+    // The check itself can fail.
+    const auto line = nlohmann::json::parse(run("explain --json a/mendable.dds").out);
+    for (const char* change : {R"({"verdict": "grey"})", R"({"mends": [{"id": "x"}]})", R"({"picture": {"bits": 9}})",
+                               R"({"fileBytes": -1})", R"({"more": 1})", R"({"header": null})"}) {
+        nlohmann::json wrong = line;
+        wrong.merge_patch(nlohmann::json::parse(change));
+        EXPECT_EQ(schema.fault(wrong) == "", std::string(change).find("null") != std::string::npos) << change;
+    }
+}
+
+// A terminal is what script(1) makes of a pipe.
+TEST_F(BatchRun, ProgressIsShownOnATerminalOnly) {
+    if (std::system("command -v script >/dev/null") != 0) GTEST_SKIP() << "there is no script(1)";
+    put("in/a.dds", grey(1));
+    put("in/b.dds", cutBlocks());
+    fs::create_directory(at("out"));
+    const std::string tool = "'KPX_PLUGIN=" KPX_PLUGIN_PATH " " KPX_TOOL_PATH " convert in out";
+    const std::string shown = run("--version >/dev/null; script -qec " + tool + "' /dev/null").out;
+    EXPECT_NE(shown.find("\r\x1B[K1 of 2 files"), std::string::npos) << shown;
+    EXPECT_TRUE(shown.ends_with("2 files: 1 done, 1 black\r\n")) << shown;
+    EXPECT_EQ(run("--version >/dev/null; script -qec " + tool + " --quiet' /dev/null").out.find(" of 2"),
+              std::string::npos);
+    EXPECT_EQ(run("convert in out").err.find(" of 2"), std::string::npos);
+}
+
+}  // namespace
