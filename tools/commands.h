@@ -20,5 +20,6 @@ void addExplainCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);
+void addSplitCommand(CLI::App& app, Invocation& invocation);
 
 }  // namespace kpx::tool

@@ -8,8 +8,8 @@
 namespace kpx::tool {
 namespace {
 
-constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand, addExplainCommand,
-                                                        addConvertCommand, addRepairCommand};
+constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand,   addExplainCommand,
+                                                        addConvertCommand, addRepairCommand, addSplitCommand};
 
 // What the command ended in, or how it could not start.
 Outcome runReporting(const std::function<Outcome()>& command) {
