@@ -200,6 +200,8 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
         {"convert a.dds a.png --alpha 'Output alpha'", "--alpha has no use for .png"},
         {"convert a.dds b.dds --compression best", "there are \"Off\", \"DXT1\", \"DXT3\""},
         {"convert a.dds b.dds --depth 9", "9"},
+        {"convert a.dds b.png --exr half", "--exr has no use for .png"},
+        {"convert a.dds b.png --opaque=some", "some not in"},
     };
     for (const auto& [arguments, message] : cases) {
         const RunResult result = run(arguments);
@@ -382,6 +384,93 @@ TEST_F(Tool, FloatsBecomePngOnlyWithAnExposure) {
     EXPECT_RUN(run("convert --exposure -2 a.dds a.png"), 0, "");
     // A quarter of the light: 0.0625 is 0.2777, 0.00025 is 0.00323, 0.125 is 0.3885.
     EXPECT_EQ(readPng(at("a.png")).rows, Bytes("\x47\x01\xFF\x80\0\0\x63\xFF", 8));
+}
+
+TEST_F(Tool, OpenExrHasTheBitsOfTheSourceOrThoseAskedFor) {
+    struct Case {
+        uint32_t code;
+        const char* options;
+        Imf::PixelType type;
+    };
+    const Case cases[] = {{111, "", Imf::HALF},
+                          {111, "--exr source", Imf::HALF},
+                          {111, "--exr float", Imf::FLOAT},
+                          {114, "", Imf::FLOAT},
+                          {114, "--exr half", Imf::HALF}};
+    for (const Case& each : cases) {
+        file("a.dds", dds(1, 1, floatCode(each.code), each.code == 111 ? Bytes("\x00\x3E", 2) : floats({1.5F})));
+        EXPECT_RUN(run(std::string("convert a.dds a.exr ") + each.options), 0, "");
+        Imf::InputFile exr(at("a.exr").c_str());
+        EXPECT_EQ(exr.header().channels().findChannel("Y")->type, each.type) << each.code << each.options;
+        EXPECT_EQ(exrChannel(at("a.exr"), "Y"), std::vector<float>{1.5F});
+    }
+}
+
+// A 1 x 1 file under a DX10 header.
+Bytes dx10Pixel(uint32_t dxgi, const Bytes& pixel) {
+    Bytes extension(20, '\0');
+    putWord(extension, 0, dxgi);
+    putWord(extension, 4, 3);
+    putWord(extension, 12, 1);
+    return dds(1, 1, {0x4, 0x30315844, 0, 0, 0, 0, 0}, extension + pixel);
+}
+
+TEST_F(Tool, PngFilesOfSrgbFormatsSaySo) {
+    for (const auto& [dxgi, isSrgb] : {std::pair{28U, false}, {29U, true}, {91U, true}}) {
+        file("a.dds", dx10Pixel(dxgi, "abcd"));
+        EXPECT_RUN(run("convert a.dds a.png"), 0, "");
+        EXPECT_EQ(textOfFile(at("a.png")).find("sRGB") != Bytes::npos, isSrgb) << dxgi;
+    }
+}
+
+TEST_F(Tool, AlphaIsLeftOutWhenAsked) {
+    struct Case {
+        Bytes file;
+        const char* options;
+        Bytes pixel;
+    };
+    const Case cases[] = {
+        {dx10Pixel(88, "abcd"), "", "cbad"},          {dx10Pixel(88, "abcd"), "--opaque=x8", "cba"},
+        {dx10Pixel(88, "abcd"), "--opaque", "cba"},   {dx10Pixel(87, "abcd"), "--opaque=x8", "cbad"},
+        {dx10Pixel(87, "abcd"), "--opaque", "cba"},   {dds(1, 1, greyAlpha16, "aA"), "--opaque", "a"},
+        {dds(1, 1, rgb24, "abc"), "--opaque", "cba"},
+    };
+    for (const Case& each : cases) {
+        file("a.dds", each.file);
+        EXPECT_RUN(run(std::string("convert a.dds a.png ") + each.options), 0, "");
+        EXPECT_EQ(readPng(at("a.png")).rows, each.pixel) << each.options;
+    }
+    file("a.dds", dds(1, 1, alpha8, "a"));
+    EXPECT_RUN(run("convert a.dds b.png --opaque"), 1,
+               "kpximage: a.dds: is nothing but alpha, of which --opaque leaves nothing\n");
+}
+
+TEST_F(Tool, BlueOfANormalMapIsWorkedOutWhenAsked) {
+    // Endpoints of both blocks alike, so that red and green are the same everywhere.
+    const Bytes flat("\x80\x80\0\0\0\0\0\0\x80\x80\0\0\0\0\0\0", 16);
+    const struct {
+        Bytes file;
+        Bytes start;
+    } cases[] = {
+        {dds(1, 1, twoOf16Bits, Bytes("\0\x80\0\x80", 4)), "\x80\x80\xFF"},
+        {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\x80", 4)), "\xFF\x80\x80"},  // lies in the plane
+        {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\xFF", 4)), "\xFF\xFF\x80"},  // longer than a unit vector
+        {dds(4, 4, {0x4, 0x32495441, 0, 0, 0, 0, 0}, flat), "\x80\x80\xFF\xFF"},
+    };
+    for (const auto& each : cases) {
+        file("a.dds", each.file);
+        EXPECT_RUN(run("convert a.dds a.png --normal-z"), 0, "");
+        EXPECT_EQ(readPng(at("a.png")).rows.substr(0, each.start.size()), each.start);
+    }
+    file("f.dds", dds(1, 1, floatCode(115), floats({0.6F, 0.0F})));
+    EXPECT_RUN(run("convert f.dds a.exr --normal-z"), 0, "");
+    EXPECT_FLOAT_EQ(exrChannel(at("a.exr"), "B").at(0), 0.8F);
+    file("a.dds", dds(2, 2, rgb24, twoRows));
+    EXPECT_RUN(run("convert a.dds b.png --normal-z"), 1,
+               "kpximage: a.dds: has 3 colour channels, blue among them; --normal-z takes a normal map of two\n");
+    file("a.dds", dds(1, 1, grey8, "a"));
+    EXPECT_RUN(run("convert a.dds b.png --normal-z"), 1,
+               "kpximage: a.dds: has 1 colour channels; --normal-z takes a normal map of two\n");
 }
 
 TEST_F(Tool, ByteImagesAreNoOpenExrAndFloatsNoDds) {

@@ -31,10 +31,24 @@ const OutputFormat& knownFormat(const std::string& extension, const std::string&
     throw UsageError(output + ": the name of the output must end in one of" + known);
 }
 
+ExrValues exrValues(const std::string& name) {
+    return name == "half" ? ExrValues::half : name == "float" ? ExrValues::float32 : ExrValues::source;
+}
+
+Adjustments adjustmentsOf(const ConversionRequest& request) {
+    const Opaque opaque = request.opaque == "all"  ? Opaque::all
+                          : request.opaque == "x8" ? Opaque::whereUnused
+                                                   : Opaque::no;
+    return {request.normalZ, opaque};
+}
+
 }  // namespace
 
 Conversion::Conversion(const host::Plugin& plugin, const ConversionRequest& request)
-    : m_request(request), m_isToFolder(isToFolder(request)), m_settings{plugin, request.exposure, {}} {
+    : m_request(request),
+      m_isToFolder(isToFolder(request)),
+      m_adjustments(adjustmentsOf(request)),
+      m_settings{plugin, request.exposure, exrValues(request.exr), {}} {
     chooseFormat();
     checkOptions();
     chooseOptions();
@@ -54,6 +68,7 @@ void Conversion::checkOptions() const {
     if (m_format == nullptr) return;
     const std::string extension(m_format->extension);
     if (m_request.exposure && !m_format->takesExposure) throw UsageError("--exposure has no use for ." + extension);
+    if (!m_request.exr.empty() && extension != "exr") throw UsageError("--exr has no use for ." + extension);
     if (m_format->takesOptions) return;
     if (!m_request.alpha.empty()) throw UsageError("--alpha has no use for ." + extension);
     if (!m_request.compression.empty()) throw UsageError("--compression has no use for ." + extension);
@@ -102,9 +117,10 @@ std::string Conversion::outputPath(const InputFile& input, const OutputFormat& f
 }
 
 Outcome Conversion::convert(const InputFile& input) {
-    const auto source = openSource(m_settings.plugin, input.path, m_request.depth.has_value());
+    auto source = openSource(m_settings.plugin, input.path, m_request.depth.has_value());
     const Outcome outcome = source->isBlack() ? Outcome::fallback : Outcome::done;
     if (source->isBlack() && m_request.isStrict) return outcome;
+    source = adjusted(std::move(source), m_adjustments);
     const OutputFormat& format = formatFor(*source);
     const std::string output = outputPath(input, format);
     try {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/AdjustedSource.h"
 #include "tools/Outcome.h"
 #include "tools/OutputFormat.h"
 #include "tools/inputFiles.h"
@@ -21,6 +22,9 @@ struct ConversionRequest {
     std::string compression;         // empty: not chosen
     std::optional<double> exposure;  // in stops
     std::optional<int> depth;        // 8: 16-bit channels may be reduced
+    std::string exr;                 // half, float or source; empty: not chosen
+    std::string opaque;              // all or x8; empty: alpha is written
+    bool normalZ = false;            // blue of a two-channel normal map is worked out
     bool isStrict = false;           // what cannot be decoded is not written as a black picture
 
     [[nodiscard]] std::vector<std::string> inputs() const { return {paths.begin(), paths.end() - 1}; }
@@ -46,6 +50,7 @@ private:
 
     const ConversionRequest& m_request;
     bool m_isToFolder;
+    Adjustments m_adjustments;
     const OutputFormat* m_format = nullptr;  // null: by what each image is
     OutputSettings m_settings;
     std::mutex m_mutex;

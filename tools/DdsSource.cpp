@@ -1,5 +1,6 @@
 #include "tools/DdsSource.h"
 
+#include <cstring>
 #include <filesystem>
 
 #include "host/HostError.h"
@@ -23,10 +24,26 @@ void explainShortFile(const std::string& path) {
                     std::to_string(sizeof(DdsFileHeader)));
 }
 
+SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
+    if (verdict.result != Result::decoded) return {};
+    const Format& format = *verdict.format;
+    const auto isDxgi = [&](const char* part) {
+        return format.namedBy == NamedBy::dxgi && std::strstr(format.name, part) != nullptr;
+    };
+    const auto isKernel = [&](BlockKernel one, BlockKernel other) {
+        return format.kernel == one || format.kernel == other;
+    };
+    SourceTraits traits;
+    traits.isSrgb = isDxgi("_SRGB");
+    traits.isHalf = format.has(isHalf) || isKernel(BlockKernel::bc6hUnsigned, BlockKernel::bc6hSigned);
+    traits.lacksBlue = isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed) ||
+                       (verdict.decoder == Loader::uncompressed && loadedPixelFormat(facts).dwBBitMask == 0);
+    traits.ignoresAlpha = isDxgi("X8_");
+    return traits;
+}
+
 // By the rules of the reader; a plug-in that decodes more shows a picture of another size.
-bool isBlack(const std::string& path, const host::ImageReader& reader) {
-    const FileFacts facts = readFacts(path);
-    const Verdict verdict = judge(facts);
+bool isBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict, const host::ImageReader& reader) {
     constexpr int side = static_cast<int>(fallbackSide);
     const bool hasItsSize =
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
@@ -52,8 +69,10 @@ OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
         explainShortFile(path);
         throw;
     }
-    const bool black = isBlack(path, *reader);
-    return {std::move(reader), black};
+    const FileFacts facts = readFacts(path);
+    const Verdict verdict = judge(facts);
+    const bool black = isBlack(path, facts, verdict, *reader);
+    return {std::move(reader), black, traitsOf(facts, verdict)};
 }
 
 DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_image(openImage(plugin, path)) {

@@ -9,6 +9,7 @@ namespace kpx::tool {
 struct OpenedImage {
     std::unique_ptr<host::ImageReader> reader;
     bool isBlack;  // the plug-in's stand-in for what it cannot decode
+    SourceTraits traits;
 };
 
 // Opens the image while standard output is silent; why the picture is black is told under the file's name. Throws
@@ -21,6 +22,7 @@ public:
 
     [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
+    [[nodiscard]] SourceTraits traits() const override { return m_image.traits; }
     [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }
     std::span<const unsigned char* const> nextRow() override;
 

@@ -13,9 +13,12 @@
 
 namespace kpx::tool {
 
+enum class ExrValues { source, half, float32 };
+
 struct OutputSettings {
     const host::Plugin& plugin;
     std::optional<double> exposure;           // in stops: makes bytes of floats
+    ExrValues exrValues;                      // source: as many bits as the file has
     std::vector<host::OptionChoice> options;  // of the plug-in
 };
 

@@ -19,12 +19,22 @@ struct ImageLayout {
 
 enum class SourceKind { dds, png };
 
+// What the format of a file says of its values.
+struct SourceTraits {
+    bool isSrgb = false;
+    bool isHalf = false;        // floats that were stored with 16 bits
+    bool lacksBlue = false;     // blue is 0, as the format has only red and green
+    bool ignoresAlpha = false;  // what is delivered as alpha has no meaning
+};
+
 class PixelSource {
 public:
     virtual ~PixelSource() = default;
 
     [[nodiscard]] virtual SourceKind kind() const = 0;
     [[nodiscard]] virtual const ImageLayout& layout() const = 0;
+
+    [[nodiscard]] virtual SourceTraits traits() const { return {}; }
 
     // Whether the picture only stands for one that cannot be decoded.
     [[nodiscard]] virtual bool isBlack() const { return false; }

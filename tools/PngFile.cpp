@@ -8,14 +8,14 @@
 
 namespace kpx::tool {
 
-PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t channels)
+PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t channels, bool isSrgb)
     : m_file(std::fopen(path.c_str(), "wb")) {
     try {
         if (m_file == nullptr) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
         m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, [](png_struct*, const char*) {});
         m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
         if (m_info == nullptr) throw std::bad_alloc();
-        writeHeader(layout, channels);
+        writeHeader(layout, channels, isSrgb);
     } catch (...) {
         release();
         throw;
@@ -40,7 +40,7 @@ void PngFile::throwError() const {
 }
 
 // Between each setjmp and the step that may jump back to it stand only calls of libpng.
-void PngFile::writeHeader(const ImageLayout& layout, size_t channels) {
+void PngFile::writeHeader(const ImageLayout& layout, size_t channels, bool isSrgb) {
     constexpr int types[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB, PNG_COLOR_TYPE_RGBA};
     if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
     png_init_io(m_png, m_file);
@@ -48,7 +48,7 @@ void PngFile::writeHeader(const ImageLayout& layout, size_t channels) {
     png_set_user_limits(m_png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_IHDR(m_png, m_info, static_cast<png_uint_32>(layout.width), static_cast<png_uint_32>(layout.height), 8,
                  types[channels - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (layout.isFloat) png_set_sRGB(m_png, m_info, PNG_sRGB_INTENT_RELATIVE);
+    if (isSrgb) png_set_sRGB(m_png, m_info, PNG_sRGB_INTENT_RELATIVE);
     png_write_info(m_png, m_info);
 }
 

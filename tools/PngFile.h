@@ -12,8 +12,8 @@ namespace kpx::tool {
 
 class PngFile {
 public:
-    // channels: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA.
-    PngFile(const std::string& path, const ImageLayout& layout, size_t channels);
+    // The file says that its colours are sRGB where they are. channels: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA.
+    PngFile(const std::string& path, const ImageLayout& layout, size_t channels, bool isSrgb);
     ~PngFile() { release(); }
     PngFile(const PngFile&) = delete;
     PngFile& operator=(const PngFile&) = delete;
@@ -24,7 +24,7 @@ public:
 
 private:
     static void fail(png_struct* png, const char* message);
-    void writeHeader(const ImageLayout& layout, size_t channels);
+    void writeHeader(const ImageLayout& layout, size_t channels, bool isSrgb);
     [[noreturn]] void throwError() const;
     void release();
 

@@ -44,6 +44,15 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     command->add_option("--compression", request->compression,
                         "The plug-in's Compression option for DDS output, by its value's name");
     command->add_flag("--strict", request->isStrict, "Write nothing for what comes out as a black picture");
+    command
+        ->add_option("--exr", request->exr,
+                     "Bits of OpenEXR values: half (16), float (32), or as the source (the default)")
+        ->check(CLI::IsMember({"half", "float", "source"}));
+    command->add_flag("--normal-z", request->normalZ, "Work out blue of a normal map that stores red and green only");
+    command
+        ->add_flag("--opaque{all}", request->opaque,
+                   "Write no alpha; --opaque=x8: only where the format leaves it without meaning (X8)")
+        ->check(CLI::IsMember({"all", "x8"}));
     options->addTo(*command);
     command->add_option("--jobs", options->jobs, "How many files to convert at once")->check(CLI::Range(1, 256));
     command->callback([&invocation, request, options] {

@@ -1,9 +1,11 @@
-// OpenEXR output: 32-bit float channels, compressed without loss.
+// OpenEXR output: float channels of 16 or 32 bits, compressed without loss.
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
 #include <ImfIO.h>
 #include <ImfOutputFile.h>
+
+#include <half.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -55,36 +57,70 @@ private:
     int m_error = 0;
 };
 
-Imf::Header headerOf(const ImageLayout& layout, std::string_view names) {
+Imf::PixelType typeOf(const PixelSource& source, ExrValues values) {
+    const bool isHalf = values == ExrValues::source ? source.traits().isHalf : values == ExrValues::half;
+    return isHalf ? Imf::HALF : Imf::FLOAT;
+}
+
+Imf::Header headerOf(const ImageLayout& layout, std::string_view names, Imf::PixelType type) {
     Imf::Header header(layout.width, layout.height);
     header.compression() = Imf::ZIP_COMPRESSION;
-    for (const char name : names) header.channels().insert(std::string(1, name), Imf::Channel(Imf::FLOAT));
+    for (const char name : names) header.channels().insert(std::string(1, name), Imf::Channel(type));
     return header;
 }
 
-// Every row of the picture lies in the same memory, hence a stride of 0 between rows.
-Imf::FrameBuffer frameOf(std::span<const unsigned char* const> rows, std::string_view names) {
-    Imf::FrameBuffer frame;
-    for (size_t i = 0; i < names.size(); ++i) {
-        // The interface takes no pointer to constants; writing a file only reads them.
-        char* row = reinterpret_cast<char*>(const_cast<unsigned char*>(rows[i]));
-        frame.insert(std::string(1, names[i]), Imf::Slice(Imf::FLOAT, row, sizeof(float), 0));
+// The rows of a picture on their way to the file, rounded to 16 bits where the file has no more.
+class ExrRows {
+public:
+    ExrRows(const ImageLayout& layout, std::string_view names, Imf::PixelType type)
+        : m_width(static_cast<size_t>(layout.width)), m_names(names), m_type(type) {
+        if (type == Imf::HALF) m_halves.resize(m_width * names.size());
     }
-    return frame;
-}
+
+    // Every row of the picture lies in the same memory, hence a stride of 0 between rows.
+    Imf::FrameBuffer frameOf(std::span<const unsigned char* const> rows) {
+        Imf::FrameBuffer frame;
+        for (size_t i = 0; i < m_names.size(); ++i) {
+            // The interface takes no pointer to constants; writing a file only reads them.
+            char* row = m_type == Imf::HALF ? roundedRow(rows[i], i)
+                                            : reinterpret_cast<char*>(const_cast<unsigned char*>(rows[i]));
+            const size_t bytes = m_type == Imf::HALF ? sizeof(Imath::half) : sizeof(float);
+            frame.insert(std::string(1, m_names[i]), Imf::Slice(m_type, row, bytes, 0));
+        }
+        return frame;
+    }
+
+private:
+    char* roundedRow(const unsigned char* row, size_t channel) {
+        Imath::half* halves = &m_halves[channel * m_width];
+        for (size_t x = 0; x < m_width; ++x) {
+            float value = 0.0F;
+            std::memcpy(&value, row + x * sizeof value, sizeof value);
+            halves[x] = Imath::half(value);
+        }
+        return reinterpret_cast<char*>(halves);
+    }
+
+    size_t m_width;
+    std::string_view m_names;
+    Imf::PixelType m_type;
+    std::vector<Imath::half> m_halves;  // one row of each channel in turn
+};
 
 }  // namespace
 
 void writeExr(PixelSource& source, const std::string& path, const std::string& /*name*/,
-              const OutputSettings& /*settings*/) {
+              const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
     if (!layout.isFloat) throw FileError("has 8-bit channels, which OpenEXR cannot hold as they are: write .png");
     const std::string_view names = channelUse(layout).exrNames;
+    const Imf::PixelType type = typeOf(source, settings.exrValues);
+    ExrRows rows(layout, names, type);
     ExrStream stream(path);
     {
-        Imf::OutputFile file(stream, headerOf(layout, names));
+        Imf::OutputFile file(stream, headerOf(layout, names, type));
         for (int y = 0; y < layout.height; ++y) {
-            file.setFrameBuffer(frameOf(source.nextRow(), names));
+            file.setFrameBuffer(rows.frameOf(source.nextRow()));
             file.writePixels(1);
         }
     }

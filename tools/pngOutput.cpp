@@ -73,7 +73,8 @@ void writePng(PixelSource& source, const std::string& path, const std::string& /
     }
     const std::string_view use = channelUse(layout).png;
     RowPacker packer(layout, use, settings.exposure.value_or(0.0));
-    PngFile file(path, layout, use.size());
+    // Floats are encoded as sRGB.
+    PngFile file(path, layout, use.size(), layout.isFloat || source.traits().isSrgb);
     for (int y = 0; y < layout.height; ++y) file.writeRow(packer.pack(source.nextRow()));
     file.finish();
 }
