@@ -95,7 +95,8 @@ TEST_F(BatchRun, AConvertedTreeKeepsItsFolders) {
 }
 
 TEST_F(BatchRun, SeveralThreadsGiveTheFilesAndMessagesOfOne) {
-    for (int i = 0; i < 40; ++i) put("in/" + std::to_string(i) + ".dds", i % 4 == 3 ? cutBlocks() : grey(64));
+    for (int i = 0; i < 40; ++i)
+        put(std::string("in/").append(std::to_string(i)).append(".dds"), i % 4 == 3 ? cutBlocks() : grey(64));
     put("in/x.dds", Bytes(5));
     const auto convert = [&](const std::string& jobs) {
         fs::create_directory(at(jobs));
@@ -115,7 +116,7 @@ TEST_F(BatchRun, SeveralThreadsGiveTheFilesAndMessagesOfOne) {
     EXPECT_EQ(convert("8"), messages);
     EXPECT_EQ(filesBelow("8"), filesBelow("1"));
     for (int i = 0; i < 40; ++i) {
-        const std::string name = "/" + std::to_string(i) + ".png";
+        const std::string name = std::string("/").append(std::to_string(i)).append(".png");
         EXPECT_EQ(textOfFile(at("8" + name)), textOfFile(at("1" + name))) << name;
         EXPECT_EQ(static_cast<int>(fs::status(at("8" + name)).permissions()), 0640) << name;
     }
