@@ -28,12 +28,17 @@ void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, c
 }  // namespace
 
 testing::AssertionResult readsLikeModel(std::span<const unsigned char> file, const kpx::KernelSet& kernels) {
-    const model::Picture picture = model::read(file);
     const TemporaryFile temporary(file);
+    return readsLikeModel(temporary.path(), file, kernels);
+}
+
+testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
+                                        const kpx::KernelSet& kernels) {
+    const model::Picture picture = model::read(file);
     kpx::TddsReader reader(kernels);
 
     testing::internal::CaptureStdout();
-    const int result = reader.open(temporary.path());
+    const int result = reader.open(path);
     const std::string printed = testing::internal::GetCapturedStdout();
 
     std::ostringstream differences;

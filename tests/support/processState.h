@@ -1,0 +1,74 @@
+// What a test asks of its own process and narrows in it: open files, memory in use, limits.
+#pragma once
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KPX_UNDER_ADDRESS_SANITIZER 1
+#elif __has_feature(thread_sanitizer)
+#define KPX_UNDER_THREAD_SANITIZER 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define KPX_UNDER_ADDRESS_SANITIZER 1
+#elif defined(__SANITIZE_THREAD__)
+#define KPX_UNDER_THREAD_SANITIZER 1
+#endif
+
+namespace testing_support {
+
+#if defined(KPX_UNDER_ADDRESS_SANITIZER)
+inline constexpr bool underAddressSanitizer = true;
+#else
+inline constexpr bool underAddressSanitizer = false;
+#endif
+#if defined(KPX_UNDER_THREAD_SANITIZER)
+inline constexpr bool underThreadSanitizer = true;
+#else
+inline constexpr bool underThreadSanitizer = false;
+#endif
+
+// The files that the process has open, the one with which they are counted included.
+inline std::ptrdiff_t openDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+// A size from /proc/self/status in bytes: "VmRSS" for the memory in use, "VmHWM" for the most that ever was.
+inline std::int64_t statusBytes(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        std::int64_t kibibytes = 0;
+        if (word == name + ":" && status >> kibibytes) return kibibytes * 1024;
+    }
+    return -1;
+}
+
+// A limit of the process, lowered as long as the object lives.
+class LoweredLimit {
+public:
+    LoweredLimit(int resource, rlim_t limit) : m_resource(resource) {
+        getrlimit(limitOf(resource), &m_before);
+        const rlimit lowered{limit, m_before.rlim_max};
+        setrlimit(limitOf(resource), &lowered);
+    }
+    ~LoweredLimit() { setrlimit(limitOf(m_resource), &m_before); }
+    LoweredLimit(const LoweredLimit&) = delete;
+    LoweredLimit& operator=(const LoweredLimit&) = delete;
+
+private:
+    static __rlimit_resource limitOf(int resource) { return static_cast<__rlimit_resource>(resource); }
+
+    int m_resource;
+    rlimit m_before{};
+};
+
+}  // namespace testing_support
