@@ -120,6 +120,7 @@ void Plugin::readOptions() {
 
 std::vector<std::pair<std::string, std::string>> Plugin::descriptor() const {
     std::vector<std::pair<std::string, std::string>> values;
+    values.reserve(std::size(texts) + std::size(numbers));
     for (const char* name : texts) values.emplace_back(name, text(name) == nullptr ? "" : text(name));
     for (const char* name : numbers) values.emplace_back(name, std::to_string(number(name)));
     return values;
