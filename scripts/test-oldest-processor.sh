@@ -5,5 +5,7 @@ set -eu
 build=${1:?usage: test-oldest-processor.sh BUILD_DIR}
 for test in kernelTest readerTest pluginTest; do
     echo "$test on the oldest x86-64"
-    qemu-x86_64 -cpu qemu64,-sse3,-ssse3,-sse4.1,-sse4.2,-popcnt "$build/$test" --gtest_brief=1
+    # The emulator's own memory grows with the code that it translates, which is no growth of the plug-in's.
+    qemu-x86_64 -cpu qemu64,-sse3,-ssse3,-sse4.1,-sse4.2,-popcnt "$build/$test" --gtest_brief=1 \
+        --gtest_filter=-Loading.AThousandTimesTakesNoMoreMemory
 done
