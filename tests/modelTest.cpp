@@ -532,11 +532,8 @@ TEST(Sha256, PublishedExamples) {
 // ---- files ----
 
 constexpr std::uint32_t alphaPixels = 0x1;
-constexpr std::uint32_t alphaOnly = 0x2;
 constexpr std::uint32_t fourCCFlag = 0x4;
 constexpr std::uint32_t rgb = 0x40;
-constexpr std::uint32_t luminance = 0x20000;
-constexpr std::uint32_t linearSizeFlag = 0x80000;
 
 std::uint32_t fourCC(const char* text) {
     std::uint32_t code = 0;
