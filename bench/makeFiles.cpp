@@ -1,18 +1,18 @@
 // Writes the large files that compare.sh reads, into a folder: makeFiles FOLDER. 4096 by 4096, blocks of random bits
 // under the mix of modes that encoders make of real pictures.
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <vector>
 
 #include "reader/ddsFile.h"
 #include "tests/model/randomBlocks.h"
+#include "tests/support/ddsFiles.h"
 
 namespace {
 
 constexpr std::uint32_t side = 4096;
 constexpr std::size_t blockCount = std::size_t{side} / 4 * side / 4;
-using Bytes = std::vector<unsigned char>;
+using testing_support::append;
+using testing_support::Bytes;
 
 kpx::DdsFileHeader headerOf(std::uint32_t code, std::uint32_t linearSize) {
     kpx::DdsFileHeader file{};
@@ -26,13 +26,6 @@ kpx::DdsFileHeader headerOf(std::uint32_t code, std::uint32_t linearSize) {
     file.header.ddspf.dwFlags = kpx::DDPF_FOURCC;
     file.header.ddspf.dwFourCC = code;
     return file;
-}
-
-template <typename Record>
-void append(Bytes& bytes, const Record& record) {
-    const std::size_t end = bytes.size();
-    bytes.resize(end + sizeof record);
-    std::memcpy(bytes.data() + end, &record, sizeof record);
 }
 
 void write(const std::filesystem::path& path, const Bytes& bytes) {
