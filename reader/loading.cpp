@@ -1,3 +1,4 @@
+// The loaders' messages, and the steps of TddsReader that every loader takes: fields, buffer, reading.
 #include "reader/loading.h"
 
 #include <algorithm>

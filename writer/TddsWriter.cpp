@@ -1,3 +1,4 @@
+// The writer: rows gathered in file order, and the header and pixels written in two pieces when it is closed.
 #include "writer/TddsWriter.h"
 
 #include <algorithm>
