@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace fuzz {
@@ -37,14 +38,16 @@ private:
     char m_path[32];
 };
 
-// Takes over the process's standard output, and gives what was printed since the last call.
+// Takes over the process's standard output, and gives what was printed since the last call; the text is good until more
+// is printed.
 class PrintedText {
 public:
     PrintedText();
-    Bytes take();
+    std::string_view take();
 
 private:
-    int m_descriptor;
+    char* m_text = nullptr;
+    std::size_t m_size = 0;
 };
 
 // Bytes of the input as numbers; zero after its end.
