@@ -225,6 +225,18 @@ TEST_F(InFolder, AFileThatIsNoPluginIsRefusedWithASentence) {
     EXPECT_NE(loadingError("libm.so.6").find("it does not export imageKey"), std::string::npos);
 }
 
+// The plug-in's own file, with another text in place of the version in its data.
+TEST_F(InFolder, APluginOfAnotherVersionIsRefusedWithASentence) {
+    std::ifstream file(KPX_PLUGIN_PATH, std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const std::string version("\0003.2\0", 5);
+    const size_t place = bytes.find(version);
+    ASSERT_NE(place, std::string::npos);
+    ASSERT_EQ(bytes.find(version, place + 1), std::string::npos);
+    const std::string path = write("other.so", bytes.replace(place, version.size(), std::string("\0003.9\0", 5)));
+    EXPECT_EQ(loadingError(path), "cannot use the plug-in " + path + ": its version is \"3.9\", not \"3.2\"");
+}
+
 TEST(LoadedPlugin, OffersItsOptionsWithTheirValues) {
     const Plugin plugin(KPX_PLUGIN_PATH);
     ASSERT_EQ(plugin.options().size(), 2U);

@@ -52,11 +52,12 @@ void printFormats() {
 }
 
 Outcome run(const std::string& pluginPath) {
-    const auto plugin = loadPlugin(pluginPath);
-    std::cout << "plug-in: " << plugin->path() << "\n";
-    for (const auto& [name, value] : plugin->descriptor()) std::cout << name << ": " << value << "\n";
-    std::cout << "writes: " << (plugin->canWrite() ? "yes" : "no") << "\noptions:\n";
-    for (const host::Option& option : plugin->options()) printOption(option);
+    const PluginChoice choice = choosePlugin(pluginPath);
+    const host::Plugin plugin(choice.path);
+    std::cout << "plug-in: " << choice.path << "\nfound by: " << choice.place << "\n";
+    for (const auto& [name, value] : plugin.descriptor()) std::cout << name << ": " << value << "\n";
+    std::cout << "writes: " << (plugin.canWrite() ? "yes" : "no") << "\noptions:\n";
+    for (const host::Option& option : plugin.options()) printOption(option);
     std::cout << "\n";
     printFormats();
     return Outcome::done;

@@ -28,7 +28,9 @@ Outcome runProgram(int argc, char** argv) {
     CLI::App app("Looks at DDS images and converts them.", "kpximage");
     Invocation invocation;
     app.set_version_flag("--version", KPX_VERSION);
-    app.add_option("--plugin", invocation.pluginPath, "Plug-in file (else $KPX_PLUGIN, KPXDDS.so beside the program)");
+    app.add_option(
+        "--plugin", invocation.pluginPath,
+        "Plug-in file (else $KPX_PLUGIN, or KPXDDS.so in $KPX_PLUGIN_PATH, beside the program or installed)");
     app.footer("Exit status: 0 done, 1 a file failed, 2 wrong usage, 3 a file comes out as a black picture.");
     app.require_subcommand(1);
     app.fallthrough();  // --plugin may stand after the command

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
+#include <vector>
 
 #include "tools/errors.h"
 
@@ -11,28 +13,51 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* pluginFile = "KPXDDS.so";
-constexpr const char* installedFolder = KPX_PLUGIN_DIR;
 
-std::string foundPath() {
-    std::error_code error;
-    const fs::path beside = fs::read_symlink("/proc/self/exe", error).replace_filename(pluginFile);
-    const fs::path installed = fs::path(installedFolder) / pluginFile;
-    for (const fs::path& candidate : {beside, installed}) {
-        if (fs::exists(candidate, error)) return candidate;
+std::string environment(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value == nullptr ? "" : value;
+}
+
+struct Folder {
+    fs::path path;
+    const char* place;
+};
+
+std::vector<Folder> searchedFolders() {
+    std::vector<Folder> folders;
+    std::istringstream list(environment("KPX_PLUGIN_PATH"));
+    for (std::string folder; std::getline(list, folder, ':');) {
+        // An empty element would be the current folder, which may be anybody's.
+        if (!folder.empty()) folders.push_back({folder, "KPX_PLUGIN_PATH"});
     }
-    throw FileError("found no plug-in: there is neither " + beside.string() + " nor " + installed.string() +
-                    "; name one with --plugin or in KPX_PLUGIN");
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
+    folders.push_back({program, "beside the program"});
+    folders.push_back({(program / KPX_PLUGIN_DIR_FROM_PROGRAM).lexically_normal(), "the installed place"});
+    folders.push_back({KPX_PLUGIN_DIR, "the installed place"});
+    return folders;
 }
 
 }  // namespace
 
-std::unique_ptr<host::Plugin> loadPlugin(const std::string& path) {
-    const char* fromEnvironment = std::getenv("KPX_PLUGIN");
-    std::string chosen = path;
-    if (chosen.empty() && fromEnvironment != nullptr) chosen = fromEnvironment;
-    if (chosen.empty()) chosen = foundPath();
+PluginChoice choosePlugin(const std::string& option) {
     // A bare file name would be searched for in the system's library folders.
-    return std::make_unique<host::Plugin>(fs::absolute(chosen).string());
+    if (!option.empty()) return {fs::absolute(option), "--plugin"};
+    const std::string named = environment("KPX_PLUGIN");
+    if (!named.empty()) return {fs::absolute(named), "KPX_PLUGIN"};
+    std::string missing;
+    for (const Folder& folder : searchedFolders()) {
+        std::error_code error;
+        const fs::path file = fs::absolute(folder.path / pluginFile);
+        if (fs::exists(file, error)) return {file, folder.place};
+        missing += (missing.empty() ? "" : ", ") + file.string();
+    }
+    throw FileError("found no plug-in: there is none of " + missing + "; name one with --plugin or in KPX_PLUGIN");
+}
+
+std::unique_ptr<host::Plugin> loadPlugin(const std::string& option) {
+    return std::make_unique<host::Plugin>(choosePlugin(option).path);
 }
 
 }  // namespace kpx::tool

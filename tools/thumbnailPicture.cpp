@@ -102,6 +102,7 @@ std::vector<Light> averaged(PixelSource& source, int width, int height) {
     const ImageLayout& layout = source.layout();
     const PixelReader pixels(layout, source.traits());
     std::vector<Share> columns;
+    columns.reserve(static_cast<size_t>(layout.width));
     for (int x = 0; x < layout.width; ++x) columns.push_back(shareOf(x, layout.width, width));
 
     const auto rowSize = static_cast<size_t>(width);

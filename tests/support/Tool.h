@@ -41,9 +41,14 @@ protected:
 
     // Runs the program in the folder, with arguments as a shell takes them, and `before` in front of it.
     [[nodiscard]] RunResult run(const std::string& arguments, const std::string& before = "") const {
+        return shell(before + " KPX_PLUGIN='" KPX_PLUGIN_PATH "' '" KPX_TOOL_PATH "' " + arguments);
+    }
+
+    // Runs any command of a shell in the folder.
+    [[nodiscard]] RunResult shell(const std::string& line) const {
         const std::string prefix = m_folder.string();
-        const std::string command = "cd '" + prefix + "' && { " + before + " KPX_PLUGIN='" KPX_PLUGIN_PATH "' '" +
-                                    KPX_TOOL_PATH "' " + arguments + "; } >'" + prefix + ".out' 2>'" + prefix + ".err'";
+        const std::string command =
+            "cd '" + prefix + "' && { " + line + "; } >'" + prefix + ".out' 2>'" + prefix + ".err'";
         const int status = std::system(command.c_str());
         RunResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, textOfFile(prefix + ".out"),
                          textOfFile(prefix + ".err")};

@@ -1,0 +1,12 @@
+# Where things are installed, below CMAKE_INSTALL_PREFIX, in components: plugin, host, host-dev and tool.
+include(GNUInstallDirs)
+
+# The plug-ins' folder, below the prefix or absolute; -DKPX_PLUGIN_DIR=... sets another.
+if(NOT DEFINED KPX_PLUGIN_DIR)
+  set(KPX_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/KPXbase/plugins)
+endif()
+cmake_path(ABSOLUTE_PATH KPX_PLUGIN_DIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE KPX_FULL_PLUGIN_DIR)
+
+# The same folders as an installed program sees them, wherever it has been moved to.
+file(RELATIVE_PATH KPX_PLUGIN_DIR_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${KPX_FULL_PLUGIN_DIR})
+file(RELATIVE_PATH KPX_LIBDIR_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
