@@ -12,14 +12,25 @@ nl_catd kpx__msg_cat = nullptr;
 
 namespace kpx::host {
 
+namespace {
+
+constexpr const char* usualName = "kpxbase.cat";
+
+// Null, with errno set, when there is none.
+nl_catd opened(const char* name) {
+    nl_catd catalogue = catopen(name, NL_CAT_LOCALE);
+    // POSIX: a failure is the value -1 in the type of a catalogue, which is a pointer.
+    return reinterpret_cast<intptr_t>(catalogue) == -1 ? nullptr : catalogue;
+}
+
+}  // namespace
+
 void openCatalogue(const std::string& path) {
     closeCatalogue();
-    nl_catd opened = catopen(path.c_str(), NL_CAT_LOCALE);
-    // POSIX: a failure is the value -1 in the type of a catalogue, which is a pointer.
-    if (reinterpret_cast<intptr_t>(opened) == -1) {
+    kpx__msg_cat = opened(path.c_str());
+    if (kpx__msg_cat == nullptr) {
         throw HostError("cannot open the message catalogue " + path + ": " + std::strerror(errno));
     }
-    kpx__msg_cat = opened;
 }
 
 void closeCatalogue() {
@@ -28,8 +39,13 @@ void closeCatalogue() {
 }
 
 void openCatalogueOfEnvironment() {
+    if (kpx__msg_cat != nullptr) return;
     const char* path = std::getenv("KPX_CATALOG");
-    if (path != nullptr && *path != '\0' && kpx__msg_cat == nullptr) openCatalogue(path);
+    if (path != nullptr && *path != '\0') {
+        openCatalogue(path);
+    } else {
+        kpx__msg_cat = opened(usualName);
+    }
 }
 
 std::string catalogueText(int set, int number, const char* defaultText) {

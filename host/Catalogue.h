@@ -11,7 +11,9 @@ namespace kpx::host {
 void openCatalogue(const std::string& path);
 void closeCatalogue();
 
-// Opens the catalogue that the environment variable KPX_CATALOG names, if it is set and none is open.
+// Unless one is open: opens the catalogue that the environment variable KPX_CATALOG names, else kpxbase.cat where
+// catopen finds it (NLSPATH, then the system's folders) for the locale that the program has set. That there is no
+// kpxbase.cat is no error.
 void openCatalogueOfEnvironment();
 
 // The catalogue's text, or the default where no catalogue is open or it lacks the message.

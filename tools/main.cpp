@@ -1,4 +1,5 @@
 // kpximage: looks at DDS images and converts them, through the host and its plug-in.
+#include <clocale>
 #include <iostream>
 
 #include "tools/commands.h"
@@ -52,6 +53,9 @@ Outcome runProgram(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace kpx::tool;
+    // The user's language of messages, in the user's characters. Numbers keep their form.
+    std::setlocale(LC_CTYPE, "");
+    std::setlocale(LC_MESSAGES, "");
     holdStandardStreams();
     const Outcome outcome = runReporting([&] { return runProgram(argc, argv); });
     return static_cast<int>(flushOutput() ? outcome : worse(outcome, Outcome::failed));
