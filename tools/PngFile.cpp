@@ -52,6 +52,13 @@ void PngFile::writeHeader(const ImageLayout& layout, size_t channels, bool isSrg
     png_write_info(m_png, m_info);
 }
 
+void PngFile::writeText(const std::string& key, const std::string& text) {
+    const std::string chunk = key + '\0' + text;
+    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
+    png_write_chunk(m_png, reinterpret_cast<png_const_bytep>("tEXt"), reinterpret_cast<png_const_bytep>(chunk.data()),
+                    chunk.size());
+}
+
 void PngFile::writeRow(const unsigned char* pixels) {
     if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
     png_write_row(m_png, pixels);

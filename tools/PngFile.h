@@ -18,6 +18,8 @@ public:
     PngFile(const PngFile&) = delete;
     PngFile& operator=(const PngFile&) = delete;
 
+    // Before the first row: key and text in Latin-1.
+    void writeText(const std::string& key, const std::string& text);
     void writeRow(const unsigned char* pixels);
     // To be called after the last row: the file is whole then.
     void finish();

@@ -15,11 +15,15 @@ struct Invocation {
     std::function<Outcome()> run;  // the chosen command with its arguments
 };
 
+// Everything that the command line may hold. The invocation has to last as long as the parser.
+void defineProgram(CLI::App& app, Invocation& invocation);
+
 void addFormatsCommand(CLI::App& app, Invocation& invocation);
 void addExplainCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);
 void addSplitCommand(CLI::App& app, Invocation& invocation);
+void addThumbnailCommand(CLI::App& app, Invocation& invocation);
 
 }  // namespace kpx::tool

@@ -9,9 +9,6 @@
 namespace kpx::tool {
 namespace {
 
-constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand,   addExplainCommand,
-                                                        addConvertCommand, addRepairCommand, addSplitCommand};
-
 // What the command ended in, or how it could not start.
 Outcome runReporting(const std::function<Outcome()>& command) {
     try {
@@ -26,16 +23,9 @@ Outcome runReporting(const std::function<Outcome()>& command) {
 }
 
 Outcome runProgram(int argc, char** argv) {
-    CLI::App app("Looks at DDS images and converts them.", "kpximage");
+    CLI::App app;
     Invocation invocation;
-    app.set_version_flag("--version", KPX_VERSION);
-    app.add_option(
-        "--plugin", invocation.pluginPath,
-        "Plug-in file (else $KPX_PLUGIN, or KPXDDS.so in $KPX_PLUGIN_PATH, beside the program or installed)");
-    app.footer("Exit status: 0 done, 1 a file failed, 2 wrong usage, 3 a file comes out as a black picture.");
-    app.require_subcommand(1);
-    app.fallthrough();  // --plugin may stand after the command
-    for (const auto add : commands) add(app, invocation);
+    defineProgram(app, invocation);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {

@@ -1,0 +1,122 @@
+// kpximage thumbnail as a file manager runs it.
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "tests/support/Tool.h"
+#include "tests/support/ddsFiles.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing_support::Bytes;
+using testing_support::RunResult;
+using testing_support::textOfFile;
+using testing_support::Tool;
+
+struct Thumbnail {
+    unsigned width, height;
+    int type;
+    std::map<std::string, std::string> texts;  // those before the pixels
+};
+
+Thumbnail read(const std::string& path) {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return {};
+    png_struct* png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_info* info = png_create_info_struct(png);
+    png_init_io(png, file);
+    png_read_info(png, info);
+    Thumbnail thumbnail{
+        png_get_image_width(png, info), png_get_image_height(png, info), png_get_color_type(png, info), {}};
+    png_text* texts = nullptr;
+    const int count = png_get_text(png, info, &texts, nullptr);
+    for (int i = 0; i < count; ++i) thumbnail.texts[texts[i].key] = texts[i].text;
+    png_destroy_read_struct(&png, &info, nullptr);
+    std::fclose(file);
+    return thumbnail;
+}
+
+class ThumbnailCommand : public Tool {
+protected:
+    // An opaque file of 8-bit RGBA.
+    void image(const std::string& name, std::uint32_t width, std::uint32_t height) const {
+        const Bytes bytes = testing_support::dx10File(28, width, height, Bytes(width * height * 4, 255));
+        file(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    }
+    [[nodiscard]] std::string uri(const std::string& escapedName) const { return "file://" + at(escapedName); }
+};
+
+TEST_F(ThumbnailCommand, SaysWhatItIsOf) {
+    image("a ü;%#.dds", 40, 20);
+    ASSERT_EQ(shell("touch -d @1234567890 'a ü;%#.dds'").status, 0);
+    const std::string escaped = uri("a%20%C3%BC%3B%25%23.dds");
+    for (const std::string& input : {std::string("a ü;%#.dds"), at("a ü;%#.dds"), escaped}) {
+        const RunResult result = run("thumbnail -s 16 '" + input + "' out.png");
+        ASSERT_EQ(result.status, 0) << result.err;
+        const Thumbnail thumbnail = read(at("out.png"));
+        EXPECT_EQ(thumbnail.width, 16U);
+        EXPECT_EQ(thumbnail.height, 8U);
+        EXPECT_EQ(thumbnail.type, PNG_COLOR_TYPE_RGBA);
+        const std::map<std::string, std::string> texts = {
+            {"Thumb::URI", escaped},       {"Thumb::MTime", "1234567890"}, {"Thumb::Mimetype", "image/x-dds"},
+            {"Thumb::Image::Width", "40"}, {"Thumb::Image::Height", "20"}, {"Software", "kpximage"}};
+        EXPECT_EQ(thumbnail.texts, texts) << input;
+        fs::remove(at("out.png"));
+    }
+}
+
+TEST_F(ThumbnailCommand, IsMadeByTheLineOfItsThumbnailer) {
+    image("a b.dds", 300, 100);
+    const std::string entry = textOfFile(KPX_SOURCE_DIR "/tools/kpximage.thumbnailer");
+    EXPECT_NE(entry.find("\nMimeType=image/x-dds;\n"), std::string::npos);
+    const size_t start = entry.find("\nExec=") + 6;
+    std::string line = entry.substr(start, entry.find('\n', start) - start);
+    const auto replace = [&](const std::string& code, const std::string& value) {
+        ASSERT_NE(line.find(code), std::string::npos);
+        line.replace(line.find(code), code.size(), value);
+    };
+    replace("%s", "256");
+    replace("%i", "'" + at("a b.dds") + "'");
+    replace("%o", "'" + at("out.png") + "'");
+    const std::string programs = fs::path(KPX_TOOL_PATH).parent_path();
+    const RunResult result = shell("PATH='" + programs + "':$PATH KPX_PLUGIN='" KPX_PLUGIN_PATH "' " + line);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(read(at("out.png")).width, 256U);
+    EXPECT_EQ(read(at("out.png")).height, 85U);
+}
+
+TEST_F(ThumbnailCommand, FailsWithoutLeavingAFile) {
+    image("good.dds", 4, 4);
+    file("text.dds", "no texture");
+    file("black.dds", "DDS " + std::string(200, '\0'));
+    const struct {
+        std::string arguments;
+        int status;
+        const char* message;
+    } cases[] = {
+        {"text.dds out.png", 1, "text.dds: is neither a DDS nor a PNG file\n"},
+        {"missing.dds out.png", 1, "missing.dds: "},
+        {"black.dds out.png", 3, "black.dds: comes out as a black picture. "},
+        {"file:///a%0.dds out.png", 1, "is not a URI: what follows a '%' is no byte\n"},
+        {"file:///a%00.dds out.png", 1, "is not a URI: what follows a '%' is no byte\n"},
+        {"file:///a%2 out.png", 1, "is not a URI: what follows a '%' is no byte\n"},
+        {"file://elsewhere/a.dds out.png", 1, "is not a file of this computer\n"},
+        {"good.dds nowhere/out.png", 1, "nowhere/out.png: cannot be created: No such file or directory\n"},
+        {"good.dds ./good.dds", 1, "good.dds: would be overwritten by its own thumbnail\n"},
+        {"-s 0 good.dds out.png", 2, "-s"},
+        {"-s 1025 good.dds out.png", 2, "-s"},
+    };
+    for (const auto& c : cases) {
+        const RunResult result = run("thumbnail " + c.arguments);
+        EXPECT_EQ(result.status, c.status) << c.arguments;
+        EXPECT_NE(result.err.find(c.message), std::string::npos) << c.arguments << ": " << result.err;
+    }
+    EXPECT_EQ(names(), "black.dds good.dds text.dds");
+}
+
+}  // namespace
