@@ -1,0 +1,128 @@
+// The manual page and the completions: well-formed, complete by the program's own help, and working in bash.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <set>
+#include <string>
+
+#include "tests/support/Tool.h"
+
+namespace {
+
+using testing_support::RunResult;
+using testing_support::textOfFile;
+using testing_support::Tool;
+
+constexpr const char* folder = KPX_DOCUMENTS;
+
+class Documents : public Tool {
+protected:
+    [[nodiscard]] bool isInstalled(const std::string& program) const {
+        return shell("command -v " + program).status == 0;
+    }
+
+    [[nodiscard]] std::string page() const { return shell(std::string("zcat ") + folder + "/kpximage.1.gz").out; }
+
+    // What a command's help offers: the names in the first column below the heading.
+    [[nodiscard]] std::set<std::string> offered(const std::string& command, const std::string& heading,
+                                                const std::string& pattern) const {
+        std::string help = run(command + " --help").out;
+        help.erase(0, help.find(heading));
+        std::set<std::string> names;
+        const std::regex line("\n  (" + pattern + ")");
+        const std::regex name("[a-z-]*[a-z]");
+        for (std::sregex_iterator i(help.begin(), help.end(), line), end; i != end; ++i) {
+            const std::string column = (*i)[1];
+            for (std::sregex_iterator j(column.begin(), column.end(), name); j != end; ++j) names.insert(j->str());
+        }
+        return names;
+    }
+    [[nodiscard]] std::set<std::string> commands() const { return offered("", "Subcommands:", "[a-z]+"); }
+    [[nodiscard]] std::set<std::string> options(const std::string& command) const {
+        return offered(command, "Options:", "-[a-z,-]+");
+    }
+
+    // What bash completes a line of words to; the last word is the unfinished one.
+    [[nodiscard]] std::string completed(const std::string& words, int last) const {
+        return shell("bash --norc --noprofile -uc 'source " + std::string(folder) + "/kpximage; COMP_WORDS=(" + words +
+                     "); COMP_CWORD=" + std::to_string(last) + "; _kpximage; echo \"${COMPREPLY[*]}\"'")
+            .out;
+    }
+};
+
+TEST_F(Documents, TheManualPageIsFormattedWithoutAWarning) {
+    if (!isInstalled("groff")) GTEST_SKIP() << "there is no groff";
+    const RunResult result = shell(std::string("zcat ") + folder + "/kpximage.1.gz | groff -man -ww -Tutf8 >/dev/null");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST_F(Documents, ShellsAcceptTheirCompletions) {
+    const struct {
+        const char *shell, *file;
+    } cases[] = {{"bash", "kpximage"}, {"zsh", "_kpximage"}, {"fish", "kpximage.fish"}};
+    std::string missing;
+    for (const auto& c : cases) {
+        if (!isInstalled(c.shell)) {
+            missing += std::string(" ") + c.shell;
+            continue;
+        }
+        const RunResult result = shell(std::string(c.shell) + " -n " + folder + "/" + c.file);
+        EXPECT_EQ(result.status, 0) << c.shell;
+        EXPECT_EQ(result.err, "") << c.shell;
+    }
+    if (!missing.empty()) GTEST_SKIP() << "not installed:" << missing;
+}
+
+TEST_F(Documents, HaveEveryCommandAndOption) {
+    const std::string manual = page();
+    const std::string bash = textOfFile(std::string(folder) + "/kpximage");
+    const std::string zsh = textOfFile(std::string(folder) + "/_kpximage");
+    const std::string fish = textOfFile(std::string(folder) + "/kpximage.fish");
+    const auto has = [](const std::string& text, const std::string& part) { return text.find(part) != text.npos; };
+    ASSERT_TRUE(commands().contains("convert"));
+    ASSERT_TRUE(options("convert").contains("--normal-z"));
+    for (const std::string& command : commands()) {
+        EXPECT_TRUE(has(manual, ".SS " + command + "\n")) << command;
+        EXPECT_TRUE(has(bash, command + ") words=")) << command;
+        EXPECT_TRUE(has(zsh, "'" + command + ":")) << command;
+        EXPECT_TRUE(has(fish, " -a " + command + " ")) << command;
+        for (const std::string& option : options(command)) {
+            const bool isLong = option.starts_with("--");
+            EXPECT_TRUE(has(manual, "\\fB" + std::regex_replace(option, std::regex("-"), "\\-"))) << option;
+            EXPECT_TRUE(has(bash, option)) << option;
+            EXPECT_TRUE(has(zsh, option)) << option;
+            EXPECT_TRUE(has(fish, isLong ? " -l " + option.substr(2) : " -s " + option.substr(1))) << option;
+        }
+    }
+}
+
+TEST_F(Documents, TheManualHasItsTables) {
+    const std::string manual = page();
+    for (const char* part : {".SH EXIT STATUS\n.TP\n\\fB0", "\\fB3\\fR\n", ".SH ENVIRONMENT", "KPX_PLUGIN_PATH",
+                             "KPX_CATALOG", ".SH SEARCH ORDER", "beside the program"}) {
+        EXPECT_NE(manual.find(part), std::string::npos) << part;
+    }
+}
+
+TEST_F(Documents, BashCompletes) {
+    const struct {
+        const char* words;
+        int last;
+        const char* expected;
+    } cases[] = {
+        {"kpximage con", 1, "convert\n"},
+        {"kpximage --plug", 1, "--plugin\n"},
+        {"kpximage --plugin x.so ex", 3, "explain\n"},
+        {"kpximage convert --norm", 2, "--normal-z\n"},
+        {"kpximage convert --exr ha", 3, "half\n"},
+        {"kpximage convert --exr float --op", 4, "--opaque\n"},
+        {"kpximage thumbnail --si", 2, "--size\n"},
+        {"kpximage info --norm", 2, "\n"},
+        // Files are completed by bash itself.
+        {"kpximage convert con", 2, "\n"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(completed(c.words, c.last), c.expected) << c.words;
+}
+
+}  // namespace
