@@ -1,11 +1,28 @@
 // The wide kernels for processors with AVX2. They use neither pdep nor pext, which some of these processors run as
 // slow microcode: fields are gathered by byte shuffles and multiplications instead.
+#include <cpuid.h>
+
 #include "blocks/wideAvx2.h"
 //
 #include "blocks/wideKernels.h"
 
 namespace kpx {
 
-constinit const KernelSet avx2Kernels = makeWideSet("avx2", [] { return __builtin_cpu_supports("avx2") != 0; });
+namespace {
+
+// Half float conversion came before AVX2 in every processor, but has a flag of its own, which not every compiler's
+// builtin knows.
+bool convertsHalfs() {
+    unsigned eax = 0;
+    unsigned ebx = 0;
+    unsigned ecx = 0;
+    unsigned edx = 0;
+    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
+}
+
+}  // namespace
+
+constinit const KernelSet avx2Kernels =
+    makeWideSet("avx2", [] { return __builtin_cpu_supports("avx2") != 0 && convertsHalfs(); });
 
 }  // namespace kpx

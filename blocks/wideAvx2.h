@@ -9,10 +9,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#define KPX_TARGET [[gnu::target("avx2")]]
+#define KPX_TARGET [[gnu::target("avx2,f16c")]]
 // Whatever takes or returns vectors is inlined without exception: g++ 12 clears the upper half of a vector that a
 // function of a wider target returns.
-#define KPX_INLINE [[gnu::target("avx2"), gnu::always_inline]] inline
+#define KPX_INLINE [[gnu::target("avx2,f16c"), gnu::always_inline]] inline
 
 namespace {
 
@@ -38,10 +38,6 @@ KPX_INLINE Wide loadLanes(const void* from0, const void* from1) {
 }
 KPX_INLINE Wide spread64(std::uint64_t value) {
     return {_mm256_set1_epi64x(static_cast<long long>(value))};
-}
-// Three words and a 0 in each lane.
-KPX_INLINE Wide fromWords(int a0, int b0, int c0, int a1, int b1, int c1) {
-    return {_mm256_setr_epi32(a0, b0, c0, 0, a1, b1, c1, 0)};
 }
 KPX_INLINE Wide spread32(int value) {
     return {_mm256_set1_epi32(value)};
@@ -99,6 +95,10 @@ KPX_INLINE Wide mulRound16(Wide a, Wide b) {
 KPX_INLINE Wide mulAddBytes(Wide a, Wide b) {
     return {_mm256_maddubs_epi16(a.v, b.v)};
 }
+// Pairs of signed words multiplied and added.
+KPX_INLINE Wide mulAddWords(Wide a, Wide b) {
+    return {_mm256_madd_epi16(a.v, b.v)};
+}
 KPX_INLINE Wide abs16(Wide a) {
     return {_mm256_abs_epi16(a.v)};
 }
@@ -145,14 +145,9 @@ template <int h>
 KPX_INLINE Wide spreadHalf(Wide a) {
     return {_mm256_permute4x64_epi64(a.v, h * 0x55)};
 }
-// 16 bytes, of one lane, into both.
-template <int lane>
-KPX_INLINE Wide spreadLane(Wide a) {
-    return {_mm256_permute4x64_epi64(a.v, lane == 0 ? 0x44 : 0xEE)};
-}
-// Lane 0 into lane 1; lane 0 becomes 0.
-KPX_INLINE Wide raiseLane(Wide a) {
-    return {_mm256_permute2x128_si256(a.v, a.v, 0x08)};
+// Exchanges the high half of lane 0 and the low half of lane 1.
+KPX_INLINE Wide crossHalves(Wide a) {
+    return {_mm256_permute4x64_epi64(a.v, 0xD8)};
 }
 KPX_INLINE Wide packBytes(Wide a, Wide b) {
     return {_mm256_packus_epi16(a.v, b.v)};
@@ -185,6 +180,9 @@ KPX_INLINE Wide unpackHigh64(Wide a, Wide b) {
 KPX_INLINE Wide packWords(Wide a, Wide b) {
     return {_mm256_packus_epi32(a.v, b.v)};
 }
+KPX_INLINE Wide packSignedWords(Wide a, Wide b) {
+    return {_mm256_packs_epi32(a.v, b.v)};
+}
 
 KPX_INLINE Wide add32(Wide a, Wide b) {
     return {_mm256_add_epi32(a.v, b.v)};
@@ -194,9 +192,6 @@ KPX_INLINE Wide sub32(Wide a, Wide b) {
 }
 KPX_INLINE Wide mulLow32(Wide a, Wide b) {
     return {_mm256_mullo_epi32(a.v, b.v)};
-}
-KPX_INLINE Wide abs32(Wide a) {
-    return {_mm256_abs_epi32(a.v)};
 }
 KPX_INLINE Wide greater32(Wide a, Wide b) {
     return {_mm256_cmpgt_epi32(a.v, b.v)};
@@ -222,9 +217,6 @@ KPX_INLINE Wide shiftLeft32(Wide a, int bits) {
 KPX_INLINE Wide shiftRightSigned32(Wide a, int bits) {
     return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(bits))};
 }
-KPX_INLINE Wide sign32(Wide a, Wide b) {
-    return {_mm256_sign_epi32(a.v, b.v)};
-}
 KPX_INLINE Wide max32(Wide a, Wide b) {
     return {_mm256_max_epi32(a.v, b.v)};
 }
@@ -238,6 +230,13 @@ KPX_INLINE Wide divide32(Wide a, Wide b) {
 // Integers as floats times a factor, as the bits of the products.
 KPX_INLINE Wide scaledFloats(Wide a, float factor) {
     return {_mm256_castps_si256(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), _mm256_set1_ps(factor)))};
+}
+
+// The half floats of each lane as floats: not for exponent 31, which becomes infinity.
+constexpr bool hasHalfConversion = true;
+KPX_INLINE void storeFiniteHalfs(unsigned char* to0, unsigned char* to1, Wide halfs) {
+    _mm256_storeu_ps(reinterpret_cast<float*>(to0), _mm256_cvtph_ps(_mm256_castsi256_si128(halfs.v)));
+    _mm256_storeu_ps(reinterpret_cast<float*>(to1), _mm256_cvtph_ps(_mm256_extracti128_si256(halfs.v, 1)));
 }
 
 // Sixteen 2-bit indices a lane, bytes 4 to 7 of it, made ready to pick texels from palettes of four.

@@ -1,5 +1,5 @@
-// BC6H: endpoints of one block in words, a palette two entries at a time, and pixels copied from it. Each mode is an
-// instance of the same routine over its row of the mode table.
+// BC6H: all endpoint fields of one block in words, a palette of sixteen half floats a channel, and texels picked from
+// it byte by byte. Each mode is an instance of the same routine over its row of the mode table.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 #include <cstring>
 #include <utility>
 
-#include "blocks/bc6hLayout.h"
 #include "blocks/bcTables.h"
+#include "blocks/wideBc6hTables.h"
 #include "blocks/wideLanes.h"
 #include "blocks/wideModes.h"
 #include "blocks/wideTables.h"
@@ -18,175 +18,150 @@ namespace {
 constexpr std::size_t pixelBytes = 16;
 constexpr std::size_t floatTileBytes = 4 * pixelBytes;
 
-// The bits of one run, in their place.
-template <kpx::Bc6Run run>
-KPX_INLINE std::int32_t runBits(std::uint64_t low, std::uint64_t high) {
-    constexpr std::uint32_t mask = (1U << run.count) - 1;
-    std::uint64_t from = 0;
-    if constexpr (run.firstBit >= 64) {
-        from = high >> (run.firstBit - 64);
-    } else {
-        from = low >> run.firstBit;
-        if constexpr (run.firstBit + run.count > 64) from |= high << (64 - run.firstBit);
-    }
-    return static_cast<std::int32_t>((static_cast<std::uint32_t>(from) & mask) << run.shift);
-}
-
-// One endpoint channel of a mode, from all its runs.
-template <int mode, int field, std::size_t... runs>
-KPX_INLINE std::int32_t fieldBits(std::uint64_t low, std::uint64_t high, std::index_sequence<runs...>) {
-    constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
-    return (0 | ... | (row.runs[runs].field == field ? runBits<row.runs[runs]>(low, high) : 0));
-}
-
-constexpr std::size_t runCount(const kpx::Bc6Mode& mode) {
-    std::size_t count = 0;
-    while (mode.runs[count].count != 0) ++count;
-    return count;
-}
-
-// Endpoints first and first + 1 as stored, one a lane: R, G, B and 0.
-template <int mode, int first>
-KPX_INLINE Wide gatherEndpoints(std::uint64_t low, std::uint64_t high) {
-    constexpr auto runs = std::make_index_sequence<runCount(kpx::bc6Modes[mode])>();
-    constexpr int field = 3 * first;
-    // From registers: words that went through memory one by one could not be loaded as a vector without a long wait.
-    return fromWords(fieldBits<mode, field>(low, high, runs), fieldBits<mode, field + 1>(low, high, runs),
-                     fieldBits<mode, field + 2>(low, high, runs), fieldBits<mode, field + 3>(low, high, runs),
-                     fieldBits<mode, field + 4>(low, high, runs), fieldBits<mode, field + 5>(low, high, runs));
-}
-
-// The top bits of four channels of given widths; a width of 0 has none.
-constexpr std::int32_t topBit(int width) {
-    return width == 0 ? 0 : static_cast<std::int32_t>(1U << (width - 1));
-}
-KPX_INLINE Wide topBits(int r0, int g0, int b0, int r1, int g1, int b1) {
-    return fromWords(topBit(r0), topBit(g0), topBit(b0), topBit(r1), topBit(g1), topBit(b1));
-}
-// Numbers without bits above the top bit, read as two's complement.
+// Numbers without bits above the top bit, read as two's complement; a top bit of 0 changes nothing.
 KPX_INLINE Wide signExtend(Wide value, Wide top) {
-    return sub32(value ^ top, top);
+    return sub16(value ^ top, top);
 }
 
-struct EndpointPairs {
-    Wide region[2];
-};
+// The endpoints as stored.
+template <int mode>
+KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
+    constexpr const kpx::Bc6Wide& layout = kpx::bc6Wide<mode>;
+    const Wide lanes = loadTwice(block);
+    Wide ends = zero();
+    for (int i = 0; i < layout.passes; ++i) {
+        const kpx::Bc6Pass& pass = layout.pass[i];
+        const Wide lowered = mulHigh16(shuffle8(lanes, load(&pass.bytes)), load(&pass.lower));
+        ends = ends | mulLow16(lowered & load(&pass.stored), load(&pass.place));
+    }
+    return ends;
+}
 
-// All endpoints of a block, sign-extended and with the transform undone.
+// The endpoints, sign-extended and with the transform undone.
 template <int mode, bool isSigned>
-KPX_INLINE EndpointPairs bc6Endpoints(std::uint64_t low, std::uint64_t high) {
+KPX_INLINE Wide bc6Endpoints(const unsigned char* block) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
-    constexpr int r = row.deltaBits[0];
-    constexpr int g = row.deltaBits[1];
-    constexpr int b = row.deltaBits[2];
-    constexpr int whole = isSigned ? row.precision : 0;
-    Wide first = gatherEndpoints<mode, 0>(low, high);
-    Wide second = row.regions == 2 ? gatherEndpoints<mode, 2>(low, high) : zero();
-    if constexpr (isSigned || row.transformed) {
-        first = signExtend(first, topBits(whole, whole, whole, r, g, b));
-        second = signExtend(second, topBits(r, g, b, r, g, b));
-    }
+    constexpr const kpx::Bc6Wide& layout = kpx::bc6Wide<mode>;
+    const Wide top = spread16(1 << (row.precision - 1));
+    Wide ends = gatherEndpoints<mode>(block);
+    if constexpr (isSigned || row.transformed) ends = signExtend(ends, load(&layout.deltaTop));
     if constexpr (row.transformed) {
-        const Wide mask = spread32(static_cast<std::int32_t>((1U << row.precision) - 1));
-        second = add32(second, spreadLane<0>(first)) & mask;
-        first = add32(first, raiseLane(first)) & mask;
-        if constexpr (isSigned) {
-            const Wide top = topBits(whole, whole, whole, whole, whole, whole);
-            first = signExtend(first, top);
-            second = signExtend(second, top);
-        }
+        const Wide base = spreadHalf<0>(ends) & load(&layout.isDelta);
+        ends = add16(ends, base) & spread16((1 << row.precision) - 1);
     }
-    return {{first, second}};
+    if constexpr (isSigned) ends = signExtend(ends, row.transformed ? top : top & load(&layout.isBase));
+    return ends;
 }
 
-// Two endpoints' channels widened to 16 bits, or to 15 bits and a sign.
+// Endpoint channels widened to 16 bits: of the published ((value << 16) + 0x8000) >> precision, every bit below 1 is 0.
 template <int precision, bool isSigned>
 KPX_INLINE Wide unquantize(Wide value) {
-    if constexpr (precision >= (isSigned ? 16 : 15)) return value;
-    if constexpr (!isSigned) {
-        const Wide widened = shiftRight32<precision>(add32(shiftLeft32<16>(value), spread32(0x8000)));
-        const Wide most = choose(widened, spread32(0xFFFF), equal32(value, spread32((1 << precision) - 1)));
-        return choose(most, zero(), equal32(value, zero()));
+    if constexpr (precision >= (isSigned ? 16 : 15)) {
+        return value;
+    } else if constexpr (isSigned) {
+        constexpr int maximum = (1 << (precision - 1)) - 1;
+        const Wide magnitude = abs16(value);
+        const Wide widened = add16(shiftLeft16<16 - precision>(magnitude), spread16(1 << (15 - precision)));
+        const Wide most = choose(widened, spread16(0x7FFF), greater16(magnitude, spread16(maximum - 1)));
+        return sign16(most, value);
+    } else {
+        const Wide widened = add16(shiftLeft16<16 - precision>(value), spread16(1 << (15 - precision)));
+        const Wide most = widened | equal16(value, spread16((1 << precision) - 1));
+        return most & greater16(value, zero());
     }
-    constexpr int maximum = (1 << (precision - 1)) - 1;
-    const Wide magnitude = abs32(value);
-    const Wide widened = shiftRight32<precision - 1>(add32(shiftLeft32<15>(magnitude), spread32(0x4000)));
-    const Wide most = choose(widened, spread32(0x7FFF), greater32(magnitude, spread32(maximum - 1)));
-    return sign32(most, value);
 }
 
-// Interpolated values as the bits of floats: scaled by 31 / 64 or 31 / 32 to half floats and widened. Half floats
-// below 0x400 are subnormal: whole multiples of 2^-24.
-template <bool isSigned>
-KPX_INLINE Wide finishColours(Wide values) {
-    const Wide magnitude = isSigned ? abs32(values) : values;
-    const Wide by31 = sub32(shiftLeft32<5>(magnitude), magnitude);
-    const Wide half = isSigned ? shiftRight32<5>(by31) : shiftRight32<6>(by31);
-    const Wide normal = add32(shiftLeft32<13>(half), spread32(112 << 23));
-    const Wide bits = choose(normal, scaledFloats(half, 0x1p-24F), greater32(spread32(0x400), half));
-    if (!isSigned) return bits;
-    const Wide negative = greater32(zero(), values) & greater32(half, zero());
-    return bits | (negative & spread32(static_cast<int>(0x80000000U)));
-}
-
-// Interpolation weights of two entries of a palette, each in all words of its lane.
-struct PairWeights {
-    alignas(32) std::int32_t word[8];
-};
-template <std::size_t entries>
+// Interpolation weights 64 - w and w: of entries 0 to 3 and 8 to 11 of a palette, and of 4 to 7 and 12 to 15, so that
+// packing puts all in order. Palettes of eight entries are repeated, for the second region.
 struct PaletteWeights {
-    PairWeights pairs[entries / 2];
+    kpx::WideWords pairs[2];
 };
 template <std::size_t entries>
-constexpr PaletteWeights<entries> paletteWeights(const std::uint16_t (&weights)[entries]) {
-    PaletteWeights<entries> all{};
-    for (std::size_t i = 0; i < entries; ++i) {
-        for (std::size_t k = 0; k < 4; ++k) all.pairs[i / 2].word[i % 2 * 4 + k] = weights[i];
+constexpr PaletteWeights paletteWeights(const std::uint16_t (&weights)[entries]) {
+    PaletteWeights all{};
+    for (std::size_t i = 0; i < 16; ++i) {
+        const std::size_t word = i / 8 * 8 + i % 4 * 2;
+        const std::uint16_t w = weights[i % entries];
+        all.pairs[i / 4 % 2].word[word] = static_cast<std::uint16_t>(64 - w);
+        all.pairs[i / 4 % 2].word[word + 1] = w;
     }
     return all;
 }
-constexpr auto paletteWeights3 = paletteWeights(kpx::bcWeights3);
-constexpr auto paletteWeights4 = paletteWeights(kpx::bcWeights4);
+constexpr PaletteWeights paletteWeights3 = paletteWeights(kpx::bcWeights3);
+constexpr PaletteWeights paletteWeights4 = paletteWeights(kpx::bcWeights4);
 
-// The colours of one region between the endpoints of two lanes; alpha is 1.0.
-template <bool isSigned, std::size_t entries>
-KPX_INLINE void makePalette(Wide ends, const PaletteWeights<entries>& weights, float (*palette)[4]) {
-    alignas(16) constexpr std::uint32_t alphaMask[4] = {0, 0, 0, 0xFFFFFFFF};
-    const Wide e0 = spreadLane<0>(ends);
-    const Wide difference = sub32(spreadLane<1>(ends), e0);
-    // (64 - w) x e0 + w x e1 + 32 = 64 x e0 + 32 + w x (e1 - e0)
-    const Wide base = add32(shiftLeft32<6>(e0), spread32(32));
-    for (std::size_t i = 0; i < entries / 2; ++i) {
-        const Wide values = shiftRightSigned32<6>(add32(base, mulLow32(difference, load(&weights.pairs[i]))));
-        store(palette[2 * i], choose(finishColours<isSigned>(values), spread32(0x3F800000), loadTwice(alphaMask)));
+// The sixteen colours of a channel as half floats. Scaling by 31 / 64 or 31 / 32 is a high multiplication, exactly.
+template <bool isSigned>
+KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
+    if constexpr (isSigned) {
+        const Wide first = add32(mulAddWords(pairs, load(&weights.pairs[0])), spread32(32));
+        const Wide second = add32(mulAddWords(pairs, load(&weights.pairs[1])), spread32(32));
+        const Wide values = packSignedWords(shiftRightSigned32<6>(first), shiftRightSigned32<6>(second));
+        const Wide halfs = mulHigh16(abs16(values), spread16(31 << 11));
+        return halfs | (sign16(halfs, values) & spread16(0x8000));
+    } else {
+        // The multiplication is signed, so that 0x8000 was taken from the endpoints: 64 x 0x8000 from each sum.
+        const Wide base = spread32((64 << 15) + 32);
+        const Wide first = add32(mulAddWords(pairs, load(&weights.pairs[0])), base);
+        const Wide second = add32(mulAddWords(pairs, load(&weights.pairs[1])), base);
+        return mulHigh16(packWords(shiftRight32<6>(first), shiftRight32<6>(second)), spread16(31 << 10));
+    }
+}
+
+// One channel of all texels: those of rows 0 and 1 in lane 0, of rows 2 and 3 in lane 1.
+template <bool isSigned, int channel>
+KPX_INLINE Wide pickChannel(Wide ends, const PaletteWeights& weights, Wide indices) {
+    constexpr std::uint8_t c = 2 * channel;
+    constexpr LaneBytes pair{{c, c + 1, c + 8, c + 9, c, c + 1, c + 8, c + 9,  //
+                              c, c + 1, c + 8, c + 9, c, c + 1, c + 8, c + 9}};
+    constexpr LaneBytes apart{{0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15}};
+    constexpr LaneBytes together{{0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15}};
+    const Wide palette = makePalette<isSigned>(shuffle8(ends, loadTwice(&pair)), weights);
+    // Low bytes in lane 0 and high bytes in lane 1, so that one index serves both.
+    const Wide bytes = crossHalves(shuffle8(palette, loadTwice(&apart)));
+    return shuffle8(crossHalves(shuffle8(bytes, indices)), loadTwice(&together));
+}
+
+// The palette entry of each texel, in both lanes.
+template <int regions>
+KPX_INLINE Wide bc6Indices(std::uint64_t high) {
+    if constexpr (regions == 1) {
+        std::uint64_t bits = high >> 1;
+        bits += bits & ~std::uint64_t{7};
+        const Wide nibbles = spread64(bits);
+        return unpackLow8(nibbles & spread8(15), shiftRight16<4>(nibbles) & spread8(15));
+    } else {
+        const std::size_t partition = high >> 13 & 31;
+        std::uint64_t bits = high >> 18;
+        bits += bits & ~std::uint64_t{3};
+        bits += bits & kpx::twoSubsets3.rows[partition][0];
+        const Wide words = shiftRight16<13>(gather(spread64(bits), kpx::bc6Indices3));
+        const Wide eights = shiftLeft16<3>(loadTwice(kpx::bcPartitions[0][partition]));
+        return crossHalves(packBytes(words, words)) | eights;
     }
 }
 
 template <int mode, bool isSigned>
 KPX_INLINE void bc6hTile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
-    alignas(32) float palette[16][4];
-    const std::uint64_t high = load64(block + 8);
-    const EndpointPairs ends = bc6Endpoints<mode, isSigned>(load64(block), high);
+    Wide ends = unquantize<row.precision, isSigned>(bc6Endpoints<mode, isSigned>(block));
+    if constexpr (!isSigned) ends = ends ^ spread16(0x8000);
+    constexpr const PaletteWeights& weights = row.regions == 2 ? paletteWeights3 : paletteWeights4;
+    const Wide indices = bc6Indices<row.regions>(load64(block + 8));
+    const Wide r = pickChannel<isSigned, 0>(ends, weights, indices);
+    const Wide g = pickChannel<isSigned, 1>(ends, weights, indices);
+    const Wide b = pickChannel<isSigned, 2>(ends, weights, indices);
 
-    constexpr int width = row.regions == 2 ? 3 : 4;
-    constexpr std::uint64_t indexMask = (1U << width) - 1;
-    std::uint64_t indices = high >> (row.regions == 2 ? 18 : 1);
-    indices += indices & ~(indexMask >> 1);
-    const std::uint8_t* regions = nullptr;
-    if constexpr (row.regions == 2) {
-        const std::size_t partition = high >> 13 & 31;
-        indices += indices & kpx::twoSubsets3.rows[partition][0];
-        regions = kpx::bcPartitions[0][partition];
-        makePalette<isSigned>(unquantize<row.precision, isSigned>(ends.region[0]), paletteWeights3, palette);
-        makePalette<isSigned>(unquantize<row.precision, isSigned>(ends.region[1]), paletteWeights3, palette + 8);
-    } else {
-        makePalette<isSigned>(unquantize<row.precision, isSigned>(ends.region[0]), paletteWeights4, palette);
-    }
-    for (std::size_t t = 0; t < 16; ++t) {
-        std::size_t entry = indices >> (width * t) & indexMask;
-        if constexpr (row.regions == 2) entry += 8 * std::size_t{regions[t]};
-        std::memcpy(out + t / 4 * rowBytes + t % 4 * pixelBytes, palette[entry], pixelBytes);
+    // Only whole 16-bit endpoints reach -65536.0, which has the exponent that other half floats keep for infinity.
+    constexpr bool finite = !(isSigned && row.precision == 16);
+    const Wide one = spread16(0x3C00);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const Wide rg = i == 0 ? unpackLow16(r, g) : unpackHigh16(r, g);
+        const Wide ba = i == 0 ? unpackLow16(b, one) : unpackHigh16(b, one);
+        unsigned char* const upper = out + i * rowBytes;
+        unsigned char* const lower = upper + 2 * rowBytes;
+        storeAsFloats<finite>(upper, lower, unpackLow32(rg, ba));
+        storeAsFloats<finite>(upper + 2 * pixelBytes, lower + 2 * pixelBytes, unpackHigh32(rg, ba));
     }
 }
 

@@ -11,11 +11,6 @@
 
 namespace {
 
-// The fields of a lane, each in a word.
-KPX_INLINE Wide gather(Wide lanes, const kpx::FieldGather& fields) {
-    return mulLow16(shuffle8(lanes, load(&fields.bytes)), load(&fields.lift));
-}
-
 // For each texel the weights 64 - w and w of the two endpoints, in the low and the high byte of its word.
 template <int width>
 KPX_INLINE Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fields, const kpx::WideBytes& weights) {

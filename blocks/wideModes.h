@@ -20,7 +20,13 @@ using ModeRun = void (*)(const unsigned char* blocks, const std::uint8_t* order,
 template <auto tile, std::size_t tileBytes>
 KPX_TARGET void runOf(const unsigned char* blocks, const std::uint8_t* order, std::size_t count, unsigned char* out,
                       std::size_t rowBytes) {
-    for (std::size_t i = 0; i < count; ++i) tile(blocks + 16 * order[i], out + tileBytes * order[i], rowBytes);
+    for (std::size_t i = 0; i < count; ++i) {
+        unsigned char* to = out + tileBytes * order[i];
+        if constexpr (tileBytes == 64) {
+            for (std::size_t r = 0; r < 4; ++r) fetch(to + r * rowBytes + stretch * tileBytes);
+        }
+        tile(blocks + 16 * order[i], to, rowBytes);
+    }
 }
 
 struct FileOrder {

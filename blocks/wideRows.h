@@ -174,14 +174,6 @@ KPX_TARGET void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel
     }
 }
 
-KPX_INLINE Wide widenHalfs(Wide words) {
-    const Wide magnitude = words & spread32(0x7FFF);
-    const Wide sign = shiftLeft32<16>(words & spread32(0x8000));
-    const Wide normal = add32(shiftLeft32<13>(magnitude), spread32(112 << 23));
-    const Wide subnormal = greater32(spread32(0x400), magnitude);
-    return choose(normal, scaledFloats(magnitude, 0x1p-24F), subnormal) | sign;
-}
-
 KPX_TARGET void halfsToFloats(const unsigned char* halfs, std::size_t count, float* out) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {

@@ -37,9 +37,6 @@ KPX_INLINE Wide loadLanes(const void* from0, const void* from1) {
 KPX_INLINE Wide spread64(std::uint64_t value) {
     return twice(_mm_set1_epi64x(static_cast<long long>(value)));
 }
-KPX_INLINE Wide fromWords(int a0, int b0, int c0, int a1, int b1, int c1) {
-    return {{_mm_setr_epi32(a0, b0, c0, 0), _mm_setr_epi32(a1, b1, c1, 0)}};
-}
 KPX_INLINE Wide spread32(int value) {
     return twice(_mm_set1_epi32(value));
 }
@@ -91,6 +88,9 @@ KPX_INLINE Wide mulRound16(Wide a, Wide b) {
 }
 KPX_INLINE Wide mulAddBytes(Wide a, Wide b) {
     return {{_mm_maddubs_epi16(a.lane[0], b.lane[0]), _mm_maddubs_epi16(a.lane[1], b.lane[1])}};
+}
+KPX_INLINE Wide mulAddWords(Wide a, Wide b) {
+    return {{_mm_madd_epi16(a.lane[0], b.lane[0]), _mm_madd_epi16(a.lane[1], b.lane[1])}};
 }
 KPX_INLINE Wide sign16(Wide a, Wide b) {
     return {{_mm_sign_epi16(a.lane[0], b.lane[0]), _mm_sign_epi16(a.lane[1], b.lane[1])}};
@@ -149,8 +149,11 @@ KPX_INLINE Wide unpackHigh64(Wide a, Wide b) {
 KPX_INLINE Wide packWords(Wide a, Wide b) {
     return {{_mm_packus_epi32(a.lane[0], b.lane[0]), _mm_packus_epi32(a.lane[1], b.lane[1])}};
 }
-KPX_INLINE Wide sign32(Wide a, Wide b) {
-    return {{_mm_sign_epi32(a.lane[0], b.lane[0]), _mm_sign_epi32(a.lane[1], b.lane[1])}};
+KPX_INLINE Wide packSignedWords(Wide a, Wide b) {
+    return {{_mm_packs_epi32(a.lane[0], b.lane[0]), _mm_packs_epi32(a.lane[1], b.lane[1])}};
+}
+KPX_INLINE Wide crossHalves(Wide a) {
+    return {{_mm_unpacklo_epi64(a.lane[0], a.lane[1]), _mm_unpackhi_epi64(a.lane[0], a.lane[1])}};
 }
 KPX_INLINE Wide max32(Wide a, Wide b) {
     return {{_mm_max_epi32(a.lane[0], b.lane[0]), _mm_max_epi32(a.lane[1], b.lane[1])}};
@@ -160,9 +163,6 @@ KPX_INLINE Wide equal32(Wide a, Wide b) {
 }
 KPX_INLINE Wide abs16(Wide a) {
     return {{_mm_abs_epi16(a.lane[0]), _mm_abs_epi16(a.lane[1])}};
-}
-KPX_INLINE Wide abs32(Wide a) {
-    return {{_mm_abs_epi32(a.lane[0]), _mm_abs_epi32(a.lane[1])}};
 }
 KPX_INLINE Wide shuffle8(Wide a, Wide order) {
     return {{_mm_shuffle_epi8(a.lane[0], order.lane[0]), _mm_shuffle_epi8(a.lane[1], order.lane[1])}};
@@ -201,13 +201,6 @@ KPX_INLINE Wide spreadHalf(Wide a) {
     const __m128i lane = a.lane[h / 2];
     return twice(h % 2 == 0 ? _mm_unpacklo_epi64(lane, lane) : _mm_unpackhi_epi64(lane, lane));
 }
-KPX_INLINE Wide raiseLane(Wide a) {
-    return {{_mm_setzero_si128(), a.lane[0]}};
-}
-template <int lane>
-KPX_INLINE Wide spreadLane(Wide a) {
-    return twice(a.lane[lane]);
-}
 KPX_INLINE Wide shiftRight32(Wide a, int bits) {
     const __m128i count = _mm_cvtsi32_si128(bits);
     return {{_mm_srl_epi32(a.lane[0], count), _mm_srl_epi32(a.lane[1], count)}};
@@ -232,6 +225,9 @@ KPX_INLINE __m128i scaledFloats(__m128i a, float factor) {
 KPX_INLINE Wide scaledFloats(Wide a, float factor) {
     return {{scaledFloats(a.lane[0], factor), scaledFloats(a.lane[1], factor)}};
 }
+
+constexpr bool hasHalfConversion = false;
+KPX_INLINE void storeFiniteHalfs(unsigned char*, unsigned char*, Wide) {}
 
 // SSE has no permutation of words by a register: texels are picked byte by byte.
 struct TexelIndices {

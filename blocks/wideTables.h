@@ -52,10 +52,14 @@ constexpr void gatherField(FieldGather& gather, int w, int first, int width, int
     gather.lift.word[w] = static_cast<std::uint16_t>(1U << (top + 1 - width - first % 8));
 }
 
+constexpr WideBytes noBytes() {
+    WideBytes bytes{};
+    for (auto& byte : bytes.byte) byte = nothing;
+    return bytes;
+}
+
 constexpr FieldGather emptyGather() {
-    FieldGather gather{};
-    for (auto& byte : gather.bytes.byte) byte = nothing;
-    return gather;
+    return {noBytes(), {}};
 }
 
 constexpr int pBitCount(const Bc7Mode& mode) {
