@@ -11,13 +11,16 @@ namespace kpx {
 namespace {
 
 // Half float conversion came before AVX2 in every processor, but has a flag of its own, which not every compiler's
-// builtin knows.
+// builtin knows. Virtual machines take long over the question: it is asked once.
 bool convertsHalfs() {
-    unsigned eax = 0;
-    unsigned ebx = 0;
-    unsigned ecx = 0;
-    unsigned edx = 0;
-    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
+    static const bool answer = [] {
+        unsigned eax = 0;
+        unsigned ebx = 0;
+        unsigned ecx = 0;
+        unsigned edx = 0;
+        return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
+    }();
+    return answer;
 }
 
 }  // namespace

@@ -28,6 +28,8 @@ void compare(BlockKernel kernel, const unsigned char* block, std::size_t texelBy
 
 }  // namespace
 
+const bool fuzz::inputsAreBlocks = true;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     unsigned char block[16] = {};
     std::memcpy(block, data, size < sizeof block ? size : sizeof block);

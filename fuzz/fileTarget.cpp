@@ -57,6 +57,8 @@ void compareWithVerdict(kpx::TddsReader& reader, int result, const kpx::Verdict&
 
 }  // namespace
 
+const bool fuzz::inputsAreBlocks = false;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static fuzz::MemoryFile file;
     static fuzz::PrintedText printed;

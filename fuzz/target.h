@@ -72,6 +72,9 @@ private:
 // most bytes. The same seed makes the same change.
 std::size_t mutateDds(unsigned char* bytes, std::size_t size, std::size_t most, std::uint64_t seed);
 
+// Whether the target of this program takes single blocks and not files.
+extern const bool inputsAreBlocks;
+
 }  // namespace fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
