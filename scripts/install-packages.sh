@@ -5,7 +5,7 @@ set -eu
 
 build='g++ cmake ninja-build libpng-dev libcli11-dev nlohmann-json3-dev libopenexr-dev'
 test='libgtest-dev libgmock-dev libbenchmark-dev'
-ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user'
+ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver'
 
 case "${1:-build}" in
 build) wanted=$build ;;

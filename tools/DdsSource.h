@@ -26,6 +26,9 @@ public:
     [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }
     std::span<const unsigned char* const> nextRow() override;
 
+    // The next row is the top one again.
+    void rewind() { m_scanline = m_layout.height; }
+
 private:
     OpenedImage m_image;
     ImageLayout m_layout{};

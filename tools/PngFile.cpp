@@ -9,7 +9,9 @@
 namespace kpx::tool {
 
 PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t channels, bool isSrgb)
-    : m_file(std::fopen(path.c_str(), "wb")) {
+    : PngFile(std::fopen(path.c_str(), "wb"), layout, channels, isSrgb) {}
+
+PngFile::PngFile(FILE* file, const ImageLayout& layout, size_t channels, bool isSrgb) : m_file(file) {
     try {
         if (m_file == nullptr) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
         m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, [](png_struct*, const char*) {});

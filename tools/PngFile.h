@@ -14,6 +14,8 @@ class PngFile {
 public:
     // The file says that its colours are sRGB where they are. channels: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA.
     PngFile(const std::string& path, const ImageLayout& layout, size_t channels, bool isSrgb);
+    // Into an open stream, which it closes; null is a failure to open it.
+    PngFile(FILE* file, const ImageLayout& layout, size_t channels, bool isSrgb);
     ~PngFile() { release(); }
     PngFile(const PngFile&) = delete;
     PngFile& operator=(const PngFile&) = delete;

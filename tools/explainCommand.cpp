@@ -3,16 +3,12 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "tools/causes.h"
+#include "tools/Explanation.h"
 #include "tools/commands.h"
 #include "tools/console.h"
-#include "tools/contents.h"
-#include "tools/fileFacts.h"
 #include "tools/flagNames.h"
 #include "tools/formatNames.h"
 #include "tools/json.h"
-#include "tools/mends.h"
-#include "tools/surprises.h"
 #include "tools/text.h"
 
 namespace kpx::tool {
@@ -22,62 +18,6 @@ struct Arguments {
     std::vector<std::string> files;
     bool json = false;
 };
-
-struct Explanation {
-    FileFacts facts;
-    Verdict verdict;
-    Contents contents;
-    std::vector<Remark> causes;
-    std::vector<Remark> surprises;
-    std::vector<Remark> mends;  // that repair would make; none where it does not help
-};
-
-Explanation explain(const std::string& file) {
-    const FileFacts facts = readFacts(file);
-    const Verdict verdict = judge(facts);
-    const Repair repair = repairOf(facts);
-    return {facts,
-            verdict,
-            contentsOf(facts, verdict),
-            causesOf(facts, verdict),
-            surprisesOf(facts, verdict),
-            repair.helps() ? repair.mends : std::vector<Remark>()};
-}
-
-// Luminance is read by a code that does not stand in the file.
-bool isLuminance(const Explanation& file) {
-    const Format* format = file.verdict.format;
-    return format != nullptr && format->namedBy == NamedBy::code &&
-           format->id != file.facts.header.header.ddspf.dwFourCC;
-}
-
-std::string decodedName(const Explanation& file) {
-    const Format& format = *file.verdict.format;
-    const DDS_PIXELFORMAT& header = file.facts.header.header.ddspf;
-    if (isLuminance(file)) return textOf("luminance of ", header.dwRGBBitCount, " bits, read as ", format.name);
-    if (format.namedBy != NamedBy::masks) return formatText(format);
-    return textOf(formatText(format), " (", hex(header.dwRBitMask), " ", hex(header.dwGBitMask), " ",
-                  hex(header.dwBBitMask), " ", hex(header.dwABitMask), ", ", header.dwRGBBitCount, " bits)");
-}
-
-std::string undecodedName(const Explanation& file) {
-    if (file.verdict.loader == Loader::dx10 && file.verdict.cause != Cause::dx10HeaderCut) {
-        return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
-    }
-    const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
-    const UndecodedFormat* known = findUndecodedCode(code);
-    if (code == 0) return "none";
-    return "code " + codeText(code) + (known != nullptr && code <= 0xFFFF ? textOf(" ", known->name) : "");
-}
-
-std::string namedFormat(const Explanation& file) {
-    return file.verdict.format == nullptr ? undecodedName(file) : decodedName(file);
-}
-
-std::string sameAs(const Explanation& file) {
-    const bool hasOther = file.verdict.format != nullptr && !isLuminance(file);
-    return hasOther ? otherName(*file.verdict.format) : "";
-}
 
 std::uint64_t bytesNotRead(const Verdict& verdict) {
     return verdict.bytesPresent > verdict.bytesExpected ? verdict.bytesPresent - verdict.bytesExpected : 0;

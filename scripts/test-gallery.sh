@@ -1,0 +1,34 @@
+#!/bin/bash
+# Makes a gallery of all example files, of hidden colours and of a hostile name, and looks at it in a headless browser:
+# test-gallery.sh [BUILD_DIR]. Needs a finished build.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/install-packages.sh" ci
+build=$(cd "${1:-$root/build}" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+"$build/kpxexamples" .
+cp bad/*.dds .
+rm -r bad
+# 32-bit BGRA of two by two texels.
+{
+    printf 'DDS \174\0\0\0\7\20\0\0\2\0\0\0\2\0\0\0'
+    head -c 56 /dev/zero
+    printf '\40\0\0\0\101\0\0\0\0\0\0\0\40\0\0\0\0\0\377\0\0\377\0\0\377\0\0\0\0\0\0\377'
+    head -c 20 /dev/zero
+    printf '\62\144\310\0\36\24\12\377\200\377\0\377\132\0\377\115'
+} >hidden.dds
+cp dxt5.dds "<img src=x onerror=alert(1)>.dds"
+cp dxt5.dds "\"' onload=alert(2) & <b>&lt;.dds"
+cp header-cut.dds "<script>alert(3)<!--.dds"
+echo text >text.dds
+
+files=(*.dds)
+# Some of the files fail, which is not what is tested.
+"$build/kpximage" info --json "${files[@]}" >info.json 2>messages.txt || true
+"$build/kpximage" explain --json "${files[@]}" >explain.json 2>>messages.txt || true
+"$build/kpximage" gallery "${files[@]}" -o gallery.html 2>>messages.txt || [ $? -eq 1 ]
+python3 "$root/tests/galleryChecker.py" gallery.html info.json explain.json
+echo "The gallery of ${#files[@]} files is as it should be"

@@ -1,0 +1,185 @@
+// kpximage gallery as a user runs it, and its page as a text; scripts/test-gallery.sh looks at it in a browser.
+#include <cmath>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "tests/support/Tool.h"
+#include "tests/support/ddsFiles.h"
+
+using namespace kpx;
+using namespace testing_support;
+
+namespace {
+
+std::string textOf(const Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+// One pixel of a code, with the data of floats.
+std::string floatFile(std::uint32_t code, const std::vector<float>& values) {
+    Bytes file = fileOf(codeHeader(code, 1, 1));
+    for (const float value : values) append(file, value);
+    return textOf(file);
+}
+
+const std::string decoded = floatFile(116, {0.5F, 0.25F, 0.0F, 1.0F});
+const std::string undecodable = textOf(fileOf(codeHeader(fourCC("????"), 8, 4)));
+
+struct Page {
+    explicit Page(std::string content) : text(std::move(content)) {
+        const std::regex block("<script type=\"application/json\" (class|id)=\"([^\"]*)\">([^<]*)</script>");
+        for (std::sregex_iterator i(text.begin(), text.end(), block); i != std::sregex_iterator(); ++i) {
+            const auto object = nlohmann::json::parse((*i)[3].str());
+            if ((*i)[2] == "file")
+                files.push_back(object);
+            else
+                blocks[(*i)[2]] = object;
+        }
+    }
+
+    std::string text;
+    std::vector<nlohmann::json> files;
+    std::map<std::string, nlohmann::json> blocks;  // by id
+};
+
+TEST_F(Tool, GalleryRefusesWrongUsageAndWritesNothing) {
+    file("a.dds", decoded);
+    const char* cases[][2] = {{"gallery a.dds", "--output is required"},
+                              {"gallery -o out.html", "FILE is required"},
+                              {"gallery a.dds -o a.dds", "must end in .html"},
+                              {"gallery a.dds -o out.html --exposure bright", "bright"}};
+    for (const auto& [arguments, message] : cases) {
+        const RunResult result = run(arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
+    }
+    file("a.html", decoded);
+    EXPECT_EQ(run("gallery a.html -o ./a.html").status, 2);
+    EXPECT_EQ(textOfFile(at("a.html")), decoded);
+    EXPECT_EQ(names(), "a.dds a.html");
+}
+
+TEST_F(Tool, GalleryStatusIsThatOfTheWorstFileAndThePageIsWrittenAllTheSame) {
+    file("fine.dds", decoded);
+    file("black.dds", undecodable);
+    file("empty.dds", textOf(fileOf(codeHeader(116, 0, 4))));
+    file("cut.dds", decoded.substr(0, 100));
+    file("text.dds", std::string(200, 'x'));
+    struct Case {
+        const char* files;
+        int status;
+        std::vector<std::pair<std::string, std::string>> told;  // the state and the first remark of each
+    };
+    const std::string undecodedCode = "The code \"????\" is not known.";
+    const Case cases[] = {{"fine.dds", 0, {{"fine", ""}}},
+                          {"black.dds fine.dds", 3, {{"black", undecodedCode}, {"fine", ""}}},
+                          {"cut.dds black.dds missing.dds text.dds empty.dds fine.dds",
+                           1,
+                           {{"failed", "The file has 100 bytes; the header alone takes 128."},
+                            {"black", undecodedCode},
+                            {"failed", "cannot open the file: No such file or directory"},
+                            {"failed", "is not recognised"},
+                            {"failed", "has no pixels: it is 0 x 4"},
+                            {"fine", ""}}},
+                          {"/dev/null", 1, {{"failed", "is not a regular file"}}}};
+    for (const Case& each : cases) {
+        EXPECT_EQ(run(std::string("gallery -o out.html ") + each.files).status, each.status) << each.files;
+        const Page page(textOfFile(at("out.html")));
+        std::vector<std::pair<std::string, std::string>> told;
+        for (const auto& one : page.files) {
+            const auto& remarks = one["remarks"];
+            told.emplace_back(one["state"], remarks.empty() ? "" : remarks[0]["text"]);
+            EXPECT_EQ(one.contains("thumbnail"), one["state"] != "failed") << one;
+        }
+        EXPECT_EQ(told, each.told) << each.files;
+        std::filesystem::remove(at("out.html"));
+    }
+}
+
+TEST_F(Tool, GalleryTakesFoldersAsConvertDoes) {
+    std::filesystem::create_directories(at("in/below"));
+    file("in/a.dds", decoded);
+    file("in/below/b.dds", decoded);
+    for (const auto& [options, count] : {std::pair("", 1U), std::pair("-r ", 2U)}) {
+        EXPECT_EQ(run(std::string("gallery in -o out.html ") + options).status, 0);
+        EXPECT_EQ(Page(textOfFile(at("out.html"))).files.size(), count);
+    }
+}
+
+TEST_F(Tool, GalleryPageHasNothingOfAFileInItsMarkup) {
+    const std::string hostile[] = {"<img src=x onerror=alert(1)>.dds", "\"' onload=\"x\" & &lt;.dds",
+                                   "-->]]><!--<script>.dds"};
+    for (const std::string& name : hostile) file(name, decoded);
+    file("\xFF\xE2\x80.dds", decoded);
+    EXPECT_EQ(run("gallery . --quiet -o out.html").status, 0);
+    EXPECT_EQ(run("gallery nothing --quiet -o empty.html").status, 1);
+    const Page page(textOfFile(at("out.html")));
+    std::vector<std::string> found;
+    for (const auto& told : page.files) found.push_back(told["name"]);
+    for (const std::string& name : hostile) EXPECT_EQ(std::count(found.begin(), found.end(), "./" + name), 1) << name;
+    EXPECT_EQ(found.back(), "./\uFFFD\uFFFD.dds");
+
+    // Without the blocks of JSON nothing is left but the page itself.
+    const std::regex blocks("<script type=\"application/json\"[^<]*</script>\n");
+    EXPECT_EQ(std::regex_replace(page.text, blocks, ""), std::regex_replace(textOfFile(at("empty.html")), blocks, ""));
+}
+
+TEST_F(Tool, GalleryPageAsksForNothingOutsideItself) {
+    file("a.dds", decoded);
+    EXPECT_EQ(run("gallery a.dds -o out.html").status, 0);
+    const std::string text = textOfFile(at("out.html"));
+    for (const char* reference : {"://", "@import", "<link", "<iframe", "fetch(", "XMLHttpRequest", "{{"}) {
+        EXPECT_EQ(text.find(reference), std::string::npos) << reference;
+    }
+    const std::regex policy(
+        "content=\"default-src 'none'; img-src data:; script-src 'sha256-[A-Za-z0-9+/]{43}='; "
+        "style-src 'sha256-[A-Za-z0-9+/]{43}='; base-uri 'none'; form-action 'none'\"");
+    EXPECT_TRUE(std::regex_search(text, policy));
+}
+
+TEST_F(Tool, GalleryShowsFloatsAtAnExposureThatItStates) {
+    struct Case {
+        const char* options;
+        std::vector<float> values;
+        double exposure;
+        bool isChosen;
+    };
+    const float infinity = std::numeric_limits<float>::infinity(), notANumber = std::numeric_limits<float>::quiet_NaN();
+    const Case cases[] = {{"", {1.0F, 0.5F, 0.0F, 9.0F}, 0.0, true},
+                          {"", {0.25F, 0.1F, 0.0F, 1.0F}, 0.0, true},
+                          {"", {8.0F, 1.0F, 0.0F, 1.0F}, -3.0, true},
+                          {"", {0.0F, 0.0F, 0.03125F, 1.0F}, 5.0, true},
+                          {"", {0.0F, -3.0F, notANumber, 1.0F}, 0.0, true},
+                          {"", {infinity, 0.0F, 0.0F, 1.0F}, -24.0, true},
+                          {"--exposure 1.25", {8.0F, 1.0F, 0.0F, 1.0F}, 1.25, false}};
+    for (const Case& each : cases) {
+        file("a.dds", floatFile(116, each.values));
+        EXPECT_EQ(run(std::string("gallery a.dds -o out.html ") + each.options).status, 0);
+        const Page page(textOfFile(at("out.html")));
+        EXPECT_EQ(page.files.at(0)["exposure"], each.exposure);
+        EXPECT_EQ(page.files.at(0)["exposureIsChosen"], each.isChosen);
+    }
+}
+
+// Alpha is a picture of its own where it is not 255 throughout; where there is none, colour is all.
+TEST_F(Tool, GalleryHoldsAlphaApartOnlyWhereThereIsAny) {
+    for (const auto& [alpha, isApart] : {std::pair(1.0F, false), std::pair(0.5F, true), std::pair(0.0F, true)}) {
+        file("a.dds", floatFile(116, {1.0F, 0.5F, 0.0F, alpha}));
+        EXPECT_EQ(run("gallery a.dds -o out.html").status, 0);
+        EXPECT_EQ(Page(textOfFile(at("out.html"))).blocks.at("pictures-0").contains("alpha"), isApart) << alpha;
+    }
+}
+
+TEST_F(Tool, GalleryThatCannotBeWrittenLeavesNothingBehind) {
+    file("a.dds", decoded);
+    const RunResult result = run("gallery a.dds -o missing/out.html");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "kpximage: missing/out.html: cannot be created: No such file or directory\n");
+    const RunResult limited = run("gallery a.dds -o out.html", "ulimit -f 4; trap '' XFSZ;");
+    EXPECT_EQ(limited.status, 1);
+    EXPECT_EQ(limited.err, "kpximage: out.html: cannot be written: File too large\n");
+    EXPECT_EQ(names(), "a.dds");
+}
+
+}  // namespace
