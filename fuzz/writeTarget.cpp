@@ -78,6 +78,8 @@ void readBack(const Image& image, const char* path) {
 
 }  // namespace
 
+const bool fuzz::inputsAreBlocks = false;
+
 extern "C" {
 
 nl_catd kpx__msg_cat = nullptr;
