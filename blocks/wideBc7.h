@@ -25,8 +25,8 @@ KPX_INLINE Wide interpolate(Wide pairs, Wide weights) {
     return mulRound16(mulAddBytes(pairs, weights), spread16(512));
 }
 
-// Half of a block's endpoints, widened to 8 bits: fields at the top of their words, p-bits below them, and then the
-// replication of the top bits.
+// Half of a block's endpoints, widened to 8 bits in the high bytes of their words: fields at the top, p-bits below
+// them, and then the replication of the top bits.
 template <int mode>
 KPX_INLINE Wide bc7Endpoints(Wide lanes, int half) {
     constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
@@ -35,14 +35,14 @@ KPX_INLINE Wide bc7Endpoints(Wide lanes, int half) {
     Wide ends = gather(lanes, layout.endpoints[half]) & load(&layout.stored[half]);
     if constexpr (pBit != 0) ends = ends | (gather(lanes, layout.pBits[half]) & load(&layout.pBit[half]));
     if constexpr (row.colourBits + pBit < 8) ends = ends | mulHigh16(ends, load(&layout.replicate[half]));
-    return shiftRight16<8>(ends);
+    return ends;
 }
 
-// The endpoint pair of each texel, in one channel.
+// The endpoint pair of each texel, in one channel. One subset has its endpoints in words, more have them in bytes.
 template <int mode, int channel>
 KPX_INLINE Wide pairsOfTexels(Wide endpoints, Wide subsets) {
     constexpr int slot = kpx::bc7Wide[mode].slot;
-    if constexpr (slot == 2) return shuffle8(endpoints, spread16(2 * channel | (2 * channel + 1) << 8));
+    if constexpr (slot == 2) return shuffle8(endpoints, spread16((4 * channel + 1) | (4 * channel + 3) << 8));
     if constexpr (slot == 4) {
         const Wide order = channel % 2 == 0 ? subsets : add16(subsets, spread8(4));
         return shuffle8(spreadHalf<channel / 2 * 2>(endpoints), order);
@@ -59,8 +59,11 @@ KPX_INLINE void bc7Tile(const unsigned char* block, unsigned char* out, std::siz
     const std::size_t partition = header & ((1U << row.partitionBits) - 1);
 
     const Wide lanes = loadTwice(block);
-    const Wide ends = bc7Endpoints<mode>(lanes, 0);
-    const Wide endpoints = packBytes(ends, layout.slot == 8 ? bc7Endpoints<mode>(lanes, 1) : ends);
+    Wide endpoints = bc7Endpoints<mode>(lanes, 0);
+    if constexpr (layout.slot != 2) {
+        const Wide low = shiftRight16<8>(endpoints);
+        endpoints = packBytes(low, layout.slot == 8 ? shiftRight16<8>(bc7Endpoints<mode>(lanes, 1)) : low);
+    }
 
     std::uint64_t primary = load64(block + layout.primaryByte) >> layout.primaryShift;
     primary += primary & layout.primaryAnchor;
@@ -88,9 +91,8 @@ KPX_INLINE void bc7Tile(const unsigned char* block, unsigned char* out, std::siz
         row.alphaBits == 0 ? spread16(255) : interpolate(pairsOfTexels<mode, 3>(endpoints, subsets), alphaWeights);
 
     // Lane 0 holds rows 0 and 1, lane 1 rows 2 and 3.
-    constexpr LaneBytes interleave{{0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15}};
-    const Wide ar = shuffle8(packBytes(a, r), loadTwice(&interleave));
-    const Wide gb = shuffle8(packBytes(g, b), loadTwice(&interleave));
+    const Wide ar = a | shiftLeft16<8>(r);
+    const Wide gb = g | shiftLeft16<8>(b);
     Wide rows02 = unpackLow16(ar, gb);
     Wide rows13 = unpackHigh16(ar, gb);
     if constexpr (row.rotationBits != 0) {
