@@ -1,18 +1,21 @@
 #!/bin/sh
-# Installs the Debian packages that are missing for a set of work: build, test (build and more) or ci (test and more).
+# Installs the Debian packages that are missing for a set of work: build, test (build and more), packages (build and
+# more) or ci (test, packages and more).
 # Needs neither network nor rights when all are there.
 set -eu
 
 build='g++ cmake ninja-build libpng-dev libcli11-dev nlohmann-json3-dev libopenexr-dev'
 test='libgtest-dev libgmock-dev libbenchmark-dev'
-ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver'
+packages='dpkg-dev fakeroot file gzip lintian man-db pkg-config'
+ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver fish zsh'
 
 case "${1:-build}" in
 build) wanted=$build ;;
 test) wanted="$build $test" ;;
-ci) wanted="$build $test $ci" ;;
+packages) wanted="$build $packages" ;;
+ci) wanted="$build $test $packages $ci" ;;
 *)
-    echo "usage: install-packages.sh [build|test|ci]" >&2
+    echo "usage: install-packages.sh [build|test|packages|ci]" >&2
     exit 2
     ;;
 esac

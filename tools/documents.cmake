@@ -1,7 +1,6 @@
 # The manual page and the completions, made of the program's own commands, and where each is looked for.
 add_executable(kpxdocs kpxdocs.cpp commandTree.cpp completions.cpp manualPage.cpp)
 target_link_libraries(kpxdocs PRIVATE kpx_tool)
-target_compile_definitions(kpxdocs PRIVATE KPX_PLUGIN_DIR="${KPX_FULL_PLUGIN_DIR}")
 
 set(documents ${CMAKE_BINARY_DIR}/documents)
 file(MAKE_DIRECTORY ${documents})
