@@ -214,7 +214,7 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
 }
 
 TEST_F(Tool, EveryCommandHasHelp) {
-    for (const char* command : {"", "formats", "info", "explain", "convert", "repair", "split"}) {
+    for (const char* command : {"", "formats", "info", "explain", "convert", "repair", "split", "gallery"}) {
         const RunResult result = run(std::string(command) + " --help");
         EXPECT_EQ(result.status, 0);
         EXPECT_NE(result.out.find(std::string("Usage: kpximage ") + command), std::string::npos) << result.out;

@@ -60,8 +60,8 @@ ExposedSource::ExposedSource(PixelSource& source, double exposure)
     : m_source(source), m_gain(std::exp2(exposure)), m_layout(source.layout()) {
     if (!m_layout.isFloat) return;
     m_layout.isFloat = false;
-    m_bytes.assign(static_cast<size_t>(m_layout.colours + m_layout.mattes),
-                   std::vector<unsigned char>(static_cast<size_t>(m_layout.width)));
+    const int channels = m_layout.colours + m_layout.mattes;
+    m_bytes.assign(static_cast<size_t>(channels), std::vector<unsigned char>(static_cast<size_t>(m_layout.width)));
     for (const auto& bytes : m_bytes) m_rows.push_back(bytes.data());
 }
 

@@ -209,7 +209,10 @@ const viewer = {
     try {
       await Promise.all([$("colour-picture").decode(), this.hasAlpha ? $("alpha-picture").decode() : null]);
     } catch {
-      if (load === this.loads) this.say("This browser cannot show the picture.");
+      if (load !== this.loads) return;
+      const failure = "This browser cannot show the picture, which may be too large for it.";
+      $("viewer-remarks").prepend(element("li", "", failure));
+      this.say(failure);
     }
   },
 
