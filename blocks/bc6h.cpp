@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "blocks/bcIndices.h"
 #include "blocks/bcTables.h"
 #include "blocks/half.h"
 #include "blocks/littleEndian.h"
@@ -32,52 +33,7 @@ const Bc6Mode* modeOf(const BlockBits& bits) {
     return high < 4 ? &bc6Modes[10 + high] : nullptr;
 }
 
-int indexBitsOf(const Bc6Mode& mode) {
-    return mode.regions == 2 ? 3 : 4;
-}
-
-struct Pixel {
-    float rgba[4];
-};
-
-// The colours of one region, one an index.
-void makePalette(const Bc6Block& fields, int region, bool isSigned, Pixel* palette) {
-    const int precision = fields.mode->precision;
-    const int indexBits = indexBitsOf(*fields.mode);
-    for (int channel = 0; channel < 3; ++channel) {
-        const int a = bc6Unquantize(fields.endpoints[2 * region][channel], precision, isSigned);
-        const int b = bc6Unquantize(fields.endpoints[2 * region + 1][channel], precision, isSigned);
-        for (int index = 0; index < 1 << indexBits; ++index) {
-            const int half = bc6FinishUnquantize(bc6Interpolate(a, b, index, indexBits), isSigned);
-            palette[index].rgba[channel] = halfToFloat(static_cast<std::uint16_t>(half));
-        }
-    }
-    for (int index = 0; index < 1 << indexBits; ++index) palette[index].rgba[3] = 1.0F;
-}
-
 }  // namespace
-
-Bc6Block parseBC6HBlock(const unsigned char* block) {
-    const BlockBits bits{load64(block), load64(block + 8)};
-    Bc6Block fields{};
-    fields.mode = modeOf(bits);
-    if (fields.mode == nullptr) return fields;
-
-    for (const Bc6Run* run = fields.mode->runs; run->count != 0; ++run) {
-        fields.endpoints[run->field / 3][run->field % 3] |= bits.field(run->firstBit, run->count) << run->shift;
-    }
-    const bool twoRegions = fields.mode->regions == 2;
-    fields.partition = twoRegions ? bits.field(77, 5) : 0;
-
-    const int indexBits = indexBitsOf(*fields.mode);
-    unsigned position = twoRegions ? 82 : 65;
-    for (int t = 0; t < 16; ++t) {
-        const int count = isFixup(fields.mode->regions, fields.partition, t) ? indexBits - 1 : indexBits;
-        fields.indices[t] = bits.field(position, static_cast<unsigned>(count));
-        position += static_cast<unsigned>(count);
-    }
-    return fields;
-}
 
 void bc6SignExtend(int* rgb, int bits) {
     for (int channel = 0; channel < 3; ++channel) rgb[channel] = signExtend(rgb[channel], bits);
@@ -119,7 +75,7 @@ int bc6Unquantize(int value, int bits, bool isSigned) {
 
 int bc6Interpolate(int a, int b, int index, int indexBits) {
     const int w = indexBits == 3 ? bcWeights3[index] : bcWeights4[index];
-    return ((64 - w) * a + w * b + 32) >> 6;
+    return (64 * a + w * (b - a) + 32) >> 6;  // ((64 - w) x a + w x b + 32) >> 6 with one product
 }
 
 int bc6FinishUnquantize(int value, bool isSigned) {
@@ -128,22 +84,82 @@ int bc6FinishUnquantize(int value, bool isSigned) {
     return value < 0 && magnitude != 0 ? magnitude | 0x8000 : magnitude;
 }
 
-void decompressBC6HBlock(const unsigned char* block, float* out, std::size_t stride, bool isSigned) {
-    Bc6Block fields = parseBC6HBlock(block);
-    Pixel palettes[2][16] = {};
-    const std::uint8_t* regions = nullptr;
-    if (fields.mode == nullptr) {
-        palettes[0][0].rgba[3] = 1.0F;
-    } else {
-        bc6FinishEndpoints(fields, isSigned);
-        for (int region = 0; region < fields.mode->regions; ++region) {
-            makePalette(fields, region, isSigned, palettes[region]);
+namespace {
+
+struct Pixel {
+    float rgba[4];
+};
+
+// The colours of one region, one an index. Compilers make vectors of the four channels, the fourth of which is not
+// used.
+template <int indexBits, bool isSigned>
+void makePalette(const Bc6Block& fields, int region, Pixel* palette) {
+    int a[4] = {};
+    int b[4] = {};
+    for (int channel = 0; channel < 3; ++channel) {
+        a[channel] = bc6Unquantize(fields.endpoints[2 * region][channel], fields.mode->precision, isSigned);
+        b[channel] = bc6Unquantize(fields.endpoints[2 * region + 1][channel], fields.mode->precision, isSigned);
+    }
+    for (int index = 0; index < 1 << indexBits; ++index) {
+        for (int channel = 0; channel < 4; ++channel) {
+            const int half = bc6FinishUnquantize(bc6Interpolate(a[channel], b[channel], index, indexBits), isSigned);
+            palette[index].rgba[channel] = halfToFloat(static_cast<std::uint16_t>(half));
         }
-        if (fields.mode->regions == 2) regions = bcPartitions[0][fields.partition];
+        palette[index].rgba[3] = 1.0F;
+    }
+}
+
+template <int regions, int indexBits, bool isSigned>
+void decodeTexels(const Bc6Block& fields, float* out, std::size_t stride) {
+    Pixel palettes[regions][1 << indexBits];
+    for (int region = 0; region < regions; ++region) {
+        makePalette<indexBits, isSigned>(fields, region, palettes[region]);
     }
     for (unsigned t = 0; t < 16; ++t) {
-        const Pixel& pixel = palettes[regions == nullptr ? 0 : regions[t]][fields.indices[t]];
+        const std::size_t region = regions == 1 ? 0 : bcPartitions[0][fields.partition][t];
+        const Pixel& pixel = palettes[region][fields.indices >> (indexBits * t) & ((1U << indexBits) - 1)];
         std::copy_n(pixel.rgba, 4, out + t / 4 * stride + t % 4 * 4);
+    }
+}
+
+template <bool isSigned>
+void decodeBlock(Bc6Block& fields, float* out, std::size_t stride) {
+    bc6FinishEndpoints(fields, isSigned);
+    if (fields.mode->regions == 2) {
+        decodeTexels<2, 3, isSigned>(fields, out, stride);
+    } else {
+        decodeTexels<1, 4, isSigned>(fields, out, stride);
+    }
+}
+
+}  // namespace
+
+Bc6Block parseBC6HBlock(const unsigned char* block) {
+    const BlockBits bits{load64(block), load64(block + 8)};
+    Bc6Block fields{};
+    fields.mode = modeOf(bits);
+    if (fields.mode == nullptr) return fields;
+
+    for (const Bc6Run* run = fields.mode->runs; run->count != 0; ++run) {
+        fields.endpoints[run->field / 3][run->field % 3] |= bits.field(run->firstBit, run->count) << run->shift;
+    }
+    const bool twoRegions = fields.mode->regions == 2;
+    fields.partition = twoRegions ? bits.field(77, 5) : 0;
+
+    fields.indices = twoRegions ? wholeIndices<2, 3>(bits.hi >> 18, static_cast<std::size_t>(fields.partition))
+                                : wholeIndices<1, 4>(bits.hi >> 1, 0);
+    return fields;
+}
+
+void decompressBC6HBlock(const unsigned char* block, float* out, std::size_t stride, bool isSigned) {
+    Bc6Block fields = parseBC6HBlock(block);
+    if (fields.mode == nullptr) {
+        constexpr float black[4] = {0.0F, 0.0F, 0.0F, 1.0F};
+        for (std::size_t t = 0; t < 16; ++t) std::copy_n(black, 4, out + t / 4 * stride + t % 4 * 4);
+    } else if (isSigned) {
+        decodeBlock<true>(fields, out, stride);
+    } else {
+        decodeBlock<false>(fields, out, stride);
     }
 }
 

@@ -14,8 +14,8 @@ namespace kpx {
 struct Bc6Block {
     const Bc6Mode* mode;
     int partition;
-    int endpoints[4][3];  // channels R, G, B
-    int indices[16];      // of texel 4 x row + column
+    int endpoints[4][3];    // channels R, G, B
+    std::uint64_t indices;  // of texel 4 x row + column, from its bit 3 or 4 x texel upwards
 };
 
 Bc6Block parseBC6HBlock(const unsigned char* block);

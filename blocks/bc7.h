@@ -1,5 +1,5 @@
-// BC7: eight modes of one to three subsets, with or without alpha, in 16 bytes. A block is parsed into its fields
-// and texels are then reconstructed from those.
+// BC7: eight modes of one to three subsets, with or without alpha, in 16 bytes. The fields of a block give each subset
+// a palette, from which the indices pick the texels.
 #pragma once
 
 #include <cstddef>
@@ -15,16 +15,6 @@ struct Tuint128 {
     std::uint64_t lo;  // block bytes 0 to 7
     std::uint64_t hi;  // block bytes 8 to 15
 };
-
-// The fields of one block. Endpoints are widened to 8 bits; subset s has endpoints 2s and 2s + 1, channels R, G, B, A.
-struct Bc7Block {
-    int mode;  // a row of bc7Modes
-    int partition, rotation, selection;
-    unsigned char endpoints[6][4];
-    std::uint32_t primary[16], secondary[16];  // indices of texel 4 x row + column; secondary in modes 4 and 5 only
-};
-
-Bc7Block parseBC7Block(const unsigned char* block);
 
 // Decodes one 16-byte block into the tile whose row r starts at out + r x stride (in texels). A reserved block (first
 // byte 0) is opaque black.

@@ -16,7 +16,9 @@ inline float halfToFloat(std::uint16_t half) {
     // of normal floats, so that a host that flushes subnormals to zero gets the same values.
     const std::uint32_t normal = (magnitude << 13) + (112U << 23);
     const auto subnormal = std::bit_cast<std::uint32_t>(static_cast<float>(static_cast<int>(magnitude)) * 0x1p-24F);
-    return std::bit_cast<float>((magnitude < 0x400U ? subnormal : normal) | sign);
+    // Chosen by a mask, of which compilers make vectors.
+    const std::uint32_t isSubnormal = 0U - static_cast<std::uint32_t>(magnitude < 0x400U);
+    return std::bit_cast<float>((subnormal & isSubnormal) | (normal & ~isSubnormal) | sign);
 }
 
 // An unsigned packed float: 2^(exponent - 15) x (1 + mantissa / 2^mantissaBits) for every exponent,

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <utility>
 
+#include "blocks/bcIndices.h"
 #include "blocks/bcTables.h"
 #include "blocks/wideBc6hTables.h"
 #include "blocks/wideLanes.h"
@@ -126,15 +127,11 @@ KPX_INLINE Wide pickChannel(Wide ends, const PaletteWeights& weights, Wide indic
 template <int regions>
 KPX_INLINE Wide bc6Indices(std::uint64_t high) {
     if constexpr (regions == 1) {
-        std::uint64_t bits = high >> 1;
-        bits += bits & ~std::uint64_t{7};
-        const Wide nibbles = spread64(bits);
+        const Wide nibbles = spread64(kpx::wholeIndices<1, 4>(high >> 1, 0));
         return unpackLow8(nibbles & spread8(15), shiftRight16<4>(nibbles) & spread8(15));
     } else {
         const std::size_t partition = high >> 13 & 31;
-        std::uint64_t bits = high >> 18;
-        bits += bits & ~std::uint64_t{3};
-        bits += bits & kpx::twoSubsets3.rows[partition][0];
+        const std::uint64_t bits = kpx::wholeIndices<2, 3>(high >> 18, partition);
         const Wide words = shiftRight16<13>(gather(spread64(bits), kpx::bc6Indices3));
         const Wide eights = shiftLeft16<3>(loadTwice(kpx::bcPartitions[0][partition]));
         return crossHalves(packBytes(words, words)) | eights;

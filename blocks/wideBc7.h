@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "blocks/bcIndices.h"
 #include "blocks/wideLanes.h"
 #include "blocks/wideModes.h"
 #include "blocks/wideTables.h"
@@ -65,15 +66,13 @@ KPX_INLINE void bc7Tile(const unsigned char* block, unsigned char* out, std::siz
         endpoints = packBytes(low, layout.slot == 8 ? shiftRight16<8>(bc7Endpoints<mode>(lanes, 1)) : low);
     }
 
-    std::uint64_t primary = load64(block + layout.primaryByte) >> layout.primaryShift;
-    primary += primary & layout.primaryAnchor;
-    if constexpr (row.subsets > 1) primary += primary & layout.anchors[partition][0];
-    if constexpr (row.subsets > 2) primary += primary & layout.anchors[partition][1];
+    const std::uint64_t primary = kpx::wholeIndices<row.subsets, row.primaryBits>(
+        load64(block + layout.primaryByte) >> layout.primaryShift, partition);
     Wide colourWeights = weightPairs<row.primaryBits>(primary, layout.primary, layout.primaryWeights);
     Wide alphaWeights = colourWeights;
     if constexpr (row.secondaryBits != 0) {
-        std::uint64_t secondary = load64(block + 8) >> layout.secondaryShift;
-        secondary += secondary & layout.secondaryAnchor;
+        const std::uint64_t secondary =
+            kpx::wholeIndices<1, row.secondaryBits>(load64(block + 8) >> layout.secondaryShift, 0);
         alphaWeights = weightPairs<row.secondaryBits>(secondary, layout.secondary, layout.secondaryWeights);
         if (row.selectionBits != 0) {
             const Wide exchange = spread8(-static_cast<int>(header >> row.rotationBits & 1));

@@ -34,10 +34,8 @@ struct Bc7Wide {
     FieldGather pBits[2];            // lifted to just below the stored bits, the same for every channel
     WideWords pBit[2];               // the bit that a p-bit comes to
     FieldGather primary, secondary;  // indices, from two equal halves of a lane
-    WideBytes primaryWeights, secondaryWeights;    // of an index, for each lane
-    std::uint64_t primaryAnchor, secondaryAnchor;  // the bits above the first texel's index
-    const WideBytes* subsets;                      // by partition: bytes 2s and 2s + 1 for each texel
-    const std::uint64_t (*anchors)[2];  // by partition: the bits above the indices of the other anchors, ascending
+    WideBytes primaryWeights, secondaryWeights;     // of an index, for each lane
+    const WideBytes* subsets;                       // by partition: bytes 2s and 2s + 1 for each texel
     int primaryByte, primaryShift, secondaryShift;  // where in the block the indices start
 };
 
@@ -86,10 +84,6 @@ constexpr WideBytes weightsOf(int width) {
     return weights;
 }
 
-constexpr std::uint64_t bitsFrom(int bit) {
-    return ~((std::uint64_t{1} << bit) - 1);
-}
-
 struct SubsetTable {
     WideBytes rows[64];
 };
@@ -106,45 +100,11 @@ inline constexpr SubsetTable makeSubsets(int subsets) {
     return table;
 }
 
-struct AnchorTable {
-    std::uint64_t rows[64][2];
-};
-
-// Adding the bits above an anchor's index to the whole makes room for the top bit that the anchor does not store:
-// low + high + high = low + 2 x high. Bits that no later index needs fall off the top.
-inline constexpr AnchorTable makeAnchors(int subsets, int width) {
-    AnchorTable table{};
-    for (int partition = 0; partition < 64; ++partition) {
-        int first = bcAnchors[subsets - 2][partition][1];
-        int second = subsets == 3 ? bcAnchors[1][partition][2] : 16;
-        if (first > second) {
-            const int larger = first;
-            first = second;
-            second = larger;
-        }
-        table.rows[partition][0] = bitsFrom(first * width + width - 1);
-        table.rows[partition][1] = second == 16 ? 0 : bitsFrom(second * width + width - 1);
-    }
-    return table;
-}
-
 inline constexpr SubsetTable oneSubset = makeSubsets(1);
 inline constexpr SubsetTable twoSubsets = makeSubsets(2);
 inline constexpr SubsetTable threeSubsets = makeSubsets(3);
-inline constexpr AnchorTable noAnchors{};
-inline constexpr AnchorTable twoSubsets2 = makeAnchors(2, 2);
-inline constexpr AnchorTable twoSubsets3 = makeAnchors(2, 3);
-inline constexpr AnchorTable threeSubsets2 = makeAnchors(3, 2);
-inline constexpr AnchorTable threeSubsets3 = makeAnchors(3, 3);
-
 constexpr const WideBytes* subsetsOf(const Bc7Mode& mode) {
     return mode.subsets == 1 ? oneSubset.rows : mode.subsets == 2 ? twoSubsets.rows : threeSubsets.rows;
-}
-
-constexpr const std::uint64_t (*anchorsOf(const Bc7Mode& mode))[2] {
-    if (mode.subsets == 1) return noAnchors.rows;
-    if (mode.subsets == 2) return mode.primaryBits == 2 ? twoSubsets2.rows : twoSubsets3.rows;
-    return mode.primaryBits == 2 ? threeSubsets2.rows : threeSubsets3.rows;
 }
 
 constexpr Bc7Wide makeBc7Wide(int number) {
@@ -177,18 +137,15 @@ constexpr Bc7Wide makeBc7Wide(int number) {
 
     wide.primary = gatherIndices(mode.primaryBits);
     wide.primaryWeights = weightsOf(mode.primaryBits);
-    wide.primaryAnchor = bitsFrom(mode.primaryBits - 1);
     wide.primaryByte = bit < 64 ? bit / 8 : 8;
     wide.primaryShift = bit - 8 * wide.primaryByte;
     bit += 16 * mode.primaryBits - mode.subsets;
     if (mode.secondaryBits != 0) {
         wide.secondary = gatherIndices(mode.secondaryBits);
         wide.secondaryWeights = weightsOf(mode.secondaryBits);
-        wide.secondaryAnchor = bitsFrom(mode.secondaryBits - 1);
         wide.secondaryShift = bit - 64;
     }
     wide.subsets = subsetsOf(mode);
-    wide.anchors = anchorsOf(mode);
     return wide;
 }
 
