@@ -58,7 +58,7 @@ void writeBashValues(std::ostream& out, const std::string& command, const std::v
     for (const OptionFacts& option : options) {
         if (!takesNextWord(option)) continue;
         std::vector<std::string> cases;
-        for (const std::string& name : option.names) cases.push_back(command + ":" + name);
+        for (const std::string& name : option.names) cases.push_back(textOf(command, ":", name));
         out << "    " << joined(cases, " | ") << ") words=" << quoted(joined(option.choices, " ")) << " ;;\n";
     }
 }
