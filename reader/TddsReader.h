@@ -86,6 +86,9 @@ private:
     void reduceToHighBytes();
     int loadPixelPairs(std::FILE* stream, const Format& format);
     int loadFloats(std::FILE* stream, const Format& format);
+    bool readBlocks(std::FILE* stream, const Format* format);
+    void decompressRows(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes, std::uint32_t first,
+                        std::uint64_t most);
     void decompressBlocks(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes);
     void outputMasked(const PixelRow& row);
     void outputBytes(const PixelRow& row, const LayoutRow& layout);

@@ -1,5 +1,7 @@
 // Block-compressed images, and the decoders as members of the reader: each adds the object's size and stride to a
 // pure function.
+#include <algorithm>
+
 #include "blocks/bc1.h"
 #include "blocks/bc2bc3.h"
 #include "blocks/bc6h.h"
@@ -27,22 +29,50 @@ int TddsReader::loadCompressedImage(std::FILE* stream) {
     m_rowBytes = 4 * m_width;
     if (!allocateImage(compressedRowBytes(format, m_width))) return failWithoutMemory();
 
-    const std::uint32_t blockBytes = blockBytesOf(format);
-    const std::uint64_t bytes = compressedBytes(m_width, m_height, blockBytes, header.dwPitchOrLinearSize);
-    LazyBuffer blocks;
-    if (!blocks.allocate(bytes)) return failWithoutMemory();
-    if (std::fread(blocks.data(), 1, bytes, stream) != bytes) return failWithoutData();
-    if (format == nullptr) return -1;
+    if (!readBlocks(stream, format)) return -1;
+    return format == nullptr ? -1 : 0;
+}
 
-    const bool isSignedBC6H = format->kernel == BlockKernel::bc6hUnsigned && isBC6HSigned();
-    decompressBlocks(blocks.data(), isSignedBC6H ? BlockKernel::bc6hSigned : format->kernel, blockBytes);
-    return 0;
+// Blocks are read and decoded in groups of rows that stay in the processor's cache. What follows the last row of blocks
+// is read too, since all that the header declares has to be there.
+bool TddsReader::readBlocks(std::FILE* stream, const Format* format) {
+    const std::uint32_t blockBytes = blockBytesOf(format);
+    const std::uint64_t rowBytes = ceilQuotient(m_width, 4) * blockBytes;
+    std::uint64_t left = compressedBytes(m_width, m_height, blockBytes, m_header.header.dwPitchOrLinearSize);
+    const std::uint64_t groupRows = rowBytes == 0 ? 1 : std::max<std::uint64_t>(readGroupBytes / rowBytes, 1);
+    const std::uint64_t groupBytes = rowBytes == 0 ? readGroupBytes : groupRows * rowBytes;
+    LazyBuffer group;
+    if (left > largestBlock || !group.allocate(std::min(left, groupBytes))) {
+        failWithoutMemory();
+        return false;
+    }
+    for (std::uint64_t row = 0; left != 0; row += groupRows) {
+        const std::uint64_t bytes = std::min(left, groupBytes);
+        if (std::fread(group.data(), 1, bytes, stream) != bytes) {
+            failWithoutData();
+            return false;
+        }
+        left -= bytes;
+        if (format != nullptr && 4 * row < m_height) {
+            const bool isSignedBC6H = format->kernel == BlockKernel::bc6hUnsigned && isBC6HSigned();
+            decompressRows(group.data(), isSignedBC6H ? BlockKernel::bc6hSigned : format->kernel, blockBytes,
+                           static_cast<std::uint32_t>(4 * row), 4 * groupRows);
+        }
+    }
+    return true;
+}
+
+void TddsReader::decompressRows(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes,
+                                std::uint32_t first, std::uint64_t most) {
+    const std::size_t pixelBytes = m_pixelLayout == HalfRGBA ? floatPixelBytes : texelBytes;
+    const auto rows = static_cast<std::uint32_t>(std::min<std::uint64_t>(most, m_height - first));
+    unsigned char* const pixels = m_pixels.data() + first * pixelBytes * m_width;
+    walkBlocks(m_kernels.strips[static_cast<std::size_t>(kernel)], blocks, blockBytes,
+               {pixels, m_width, rows, pixelBytes});
 }
 
 void TddsReader::decompressBlocks(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes) {
-    const std::size_t pixelBytes = m_pixelLayout == HalfRGBA ? floatPixelBytes : texelBytes;
-    walkBlocks(m_kernels.strips[static_cast<std::size_t>(kernel)], blocks, blockBytes,
-               {m_pixels.data(), m_width, m_height, pixelBytes});
+    decompressRows(blocks, kernel, blockBytes, 0, m_height);
 }
 
 int TddsReader::decompressColourBlock(unsigned char* block, A8R8G8B8Colour* out, short isDXT1) {

@@ -4,6 +4,7 @@
 
 #include "reader/TddsReader.h"
 #include "reader/dataSize.h"
+#include "reader/loading.h"
 
 namespace kpx {
 namespace {
@@ -22,9 +23,6 @@ RowConversion conversionOf(const Format& format, const KernelSet& kernels, std::
     const std::uint64_t channels = std::uint64_t{width} * format.channels;
     return {format.has(isHalf) ? kernels.halfsToFloats : nullptr, channels};
 }
-
-// Rows are read in groups of about this many bytes, which stay in the processor's cache.
-constexpr std::uint64_t groupBytes = std::uint64_t{256} << 10;
 
 }  // namespace
 
@@ -51,7 +49,7 @@ int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
     m_rowBytes = static_cast<std::uint32_t>(rowFloats);
     const std::uint64_t fileRowBytes = floatFileRowBytes(format, m_width);
     const std::uint64_t groupRows =
-        fileRowBytes == 0 ? 1 : std::clamp<std::uint64_t>(groupBytes / fileRowBytes, 1, std::max(m_height, 1U));
+        fileRowBytes == 0 ? 1 : std::clamp<std::uint64_t>(readGroupBytes / fileRowBytes, 1, std::max(m_height, 1U));
 
     LazyBuffer rows;
     if (!allocateImage(floatRowBytes(format, m_width)) || !rows.allocate(fileRowBytes * groupRows)) return -1;
