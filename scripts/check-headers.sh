@@ -12,7 +12,7 @@ compileInput() {
 
 # The wide kernels are written over the operations of one of two headers, which comes before them.
 operationsBefore() {
-  if [ "$1" = blocks/wideKernels.h ] || { grep -q KPX_TARGET "$1" && ! grep -q 'define KPX_TARGET' "$1"; }; then
+  if [ "$1" = blocks/wideKernels.h ] || { grep -qE 'KPX_(TARGET|INLINE)' "$1" && ! grep -q 'define KPX_TARGET' "$1"; }; then
     echo blocks/wideAvx2.h blocks/wideSse41.h
   else
     echo none
