@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 
+#include "blocks/bc1.h"
+#include "blocks/bc2bc3.h"
+#include "blocks/bc7.h"
 #include "reader/TddsReader.h"
 #include "reader/formatTable.h"
 #include "tests/support/ddsFiles.h"
@@ -159,4 +163,75 @@ TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
     reader.close();
     reader.close();
     EXPECT_EQ(reader.getScanlineChannelsAsBytes(0), nullptr);
+}
+
+namespace {
+
+// A block-compressed code and the member that decodes a whole picture of it.
+struct WholeDecoder {
+    const char (&code)[5];
+    void (*decode)(TddsReader& reader, unsigned char* blocks);
+};
+const WholeDecoder wholeDecoders[] = {
+    {"DXT1", [](TddsReader& reader, unsigned char* blocks) { reader.decompressDXT1(blocks); }},
+    {"DXT2", [](TddsReader& reader, unsigned char* blocks) { reader.decompressDXT2(blocks); }},
+    {"DXT3", [](TddsReader& reader, unsigned char* blocks) { reader.decompressDXT3(blocks); }},
+    {"DXT4", [](TddsReader& reader, unsigned char* blocks) { reader.decompressDXT4(blocks); }},
+    {"DXT5", [](TddsReader& reader, unsigned char* blocks) { reader.decompressDXT5(blocks); }},
+    {"BC4U", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC4(blocks, false); }},
+    {"BC4S", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC4(blocks, true); }},
+    {"ATI2", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC5(blocks, false); }},
+    {"DXT6", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC6H(blocks); }},
+    {"DXT7", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC7(blocks); }},
+};
+
+}  // namespace
+
+TEST(DecoderMembers, OfWholePicturesDecodeAsTheLoaderDoes) {
+    constexpr std::uint32_t width = 13;
+    constexpr std::uint32_t height = 9;
+    model::Random random(8);
+    for (const WholeDecoder& decoder : wholeDecoders) {
+        Bytes blocks = randomBytes(random, 4 * 3 * 16);
+        const DdsFileHeader header = codeHeader(fourCC(decoder.code), width, height, DDSD_LINEARSIZE);
+        const TemporaryFile other(fileOf(header, randomBytes(random, blocks.size())));
+        const TemporaryFile same(fileOf(header, blocks));
+        TddsReader reader;
+        TddsReader expected;
+        ASSERT_EQ(reader.open(other.path()), 0);
+        ASSERT_EQ(expected.open(same.path()), 0);
+        decoder.decode(reader, blocks.data());
+        for (int y = 0; y < static_cast<int>(height); ++y) {
+            unsigned char** rows = reader.getScanlineChannelsAsBytes(y);
+            unsigned char** expectedRows = expected.getScanlineChannelsAsBytes(y);
+            const std::size_t rowBytes = width * static_cast<std::size_t>(expected.bitsPerChannel()) / 8;
+            for (int c = 0; c < 4; ++c) {
+                EXPECT_EQ(std::memcmp(rows[c], expectedRows[c], rowBytes), 0) << decoder.code << ", row " << y;
+            }
+        }
+    }
+}
+
+TEST(DecoderMembers, OfSingleBlocksUseTheWidthOfThePicture) {
+    constexpr std::uint32_t width = 8;
+    model::Random random(9);
+    Bytes block = randomBytes(random, 16);
+    const TemporaryFile file(fileOf(codeHeader(fourCC("DXT7"), width, 4), Bytes(32, 0)));
+    TddsReader reader;
+    ASSERT_EQ(reader.open(file.path()), 0);
+    const auto same = [](const auto& member, const auto& free) {
+        A8R8G8B8Colour texels[2][4 * width] = {};
+        member(texels[0]);
+        free(texels[1]);
+        return std::memcmp(texels[0], texels[1], sizeof texels[0]) == 0;
+    };
+    unsigned char* const bytes = block.data();
+    EXPECT_TRUE(same([&](auto* out) { EXPECT_EQ(reader.decompressColourBlock(bytes, out, 1), 8); },
+                     [&](auto* out) { decompressColourBlock(bytes, out, width, 1); }));
+    EXPECT_TRUE(same([&](auto* out) { EXPECT_EQ(reader.decompressNonInterpAlphaBlock(bytes, out, 1), 16); },
+                     [&](auto* out) { decompressNonInterpAlphaBlock(bytes, out, width, 1); }));
+    EXPECT_TRUE(same([&](auto* out) { EXPECT_EQ(reader.decompressInterpAlphaBlock(bytes, out, 0), 16); },
+                     [&](auto* out) { decompressInterpAlphaBlock(bytes, out, width, 0); }));
+    EXPECT_TRUE(same([&](auto* out) { reader.decompressBC7Block(bytes, out); },
+                     [&](auto* out) { decompressBC7Block(bytes, out, width); }));
 }
