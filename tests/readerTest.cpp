@@ -216,9 +216,10 @@ TEST(DecoderMembers, OfSingleBlocksUseTheWidthOfThePicture) {
     constexpr std::uint32_t width = 8;
     model::Random random(9);
     Bytes block = randomBytes(random, 16);
-    const TemporaryFile file(fileOf(codeHeader(fourCC("DXT7"), width, 4), Bytes(32, 0)));
+    const TemporaryFile file(fileOf(codeHeader(fourCC("DXT7"), width, 4, DDSD_LINEARSIZE), Bytes(32, 0)));
     TddsReader reader;
     ASSERT_EQ(reader.open(file.path()), 0);
+    ASSERT_EQ(reader.width(), width);
     const auto same = [](const auto& member, const auto& free) {
         A8R8G8B8Colour texels[2][4 * width] = {};
         member(texels[0]);
