@@ -1,5 +1,5 @@
-// Writes the large files that compare.sh reads, into a folder: makeFiles FOLDER. 4096 by 4096, blocks of random bits
-// under the mix of modes that encoders make of real pictures.
+// Writes the files that compare.sh reads, into a folder: makeFiles FOLDER. 4096 by 4096, blocks of random bits under
+// the mix of modes that encoders make of real pictures; and a tiny one.
 #include <filesystem>
 #include <fstream>
 
@@ -73,5 +73,11 @@ int main(int argc, char** argv) {
     const Bytes pixels = randomBytes(random, std::size_t{side} * side * 4);
     bgra8.insert(bgra8.end(), pixels.begin(), pixels.end());
     write(folder / "bgra8.dds", bgra8);
+
+    header.header.dwWidth = header.header.dwHeight = 4;
+    Bytes tiny;
+    append(tiny, header);
+    tiny.insert(tiny.end(), pixels.begin(), pixels.begin() + 4 * 4 * 4);
+    write(folder / "tiny.dds", tiny);
     return 0;
 }

@@ -1,9 +1,23 @@
-// Reads every scanline of files through the plug-in, and does nothing with them: readAll PLUGIN FILE...
+// Reads every scanline of files through the plug-in, does nothing with them, and prints the memory that this took:
+// readAll PLUGIN FILE...
+#include <sys/resource.h>
+
 #include <exception>
 #include <iostream>
 
 #include "host/ImageReader.h"
 #include "host/Plugin.h"
+
+namespace {
+
+// The most resident memory that the process has had, in KiB.
+long peakMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) try {
     if (argc < 3) {
@@ -11,10 +25,12 @@ int main(int argc, char** argv) try {
         return 2;
     }
     const kpx::host::Plugin plugin(argv[1]);
+    const long before = peakMemory();
     for (int i = 2; i < argc; ++i) {
         kpx::host::ImageReader reader(plugin, argv[i]);
         for (int y = 0; y < reader.height(); ++y) reader.scanline(y);
     }
+    std::cout << "peak memory grew by " << (peakMemory() - before) / 1024 << " MiB\n";
     return 0;
 } catch (const std::exception& error) {
     std::cerr << "readAll: " << error.what() << '\n';
