@@ -229,7 +229,8 @@ std::string formatText(const Format& format) {
         case NamedBy::dxgi:
             return "DXGI " + dxgiText(format.id);
         case NamedBy::masks:
-            return textOf("masks ", format.name);
+            // Rows without masks of their own, "any masks", are their own names.
+            return format.masks == Masks{} ? format.name : textOf("masks ", format.name);
         case NamedBy::palette:
             return textOf("palette ", format.name);
     }
