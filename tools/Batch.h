@@ -21,8 +21,8 @@ struct BatchOptions {
 };
 
 // Does the work on every file that the paths mean, on as many threads as there are jobs. A failure is told under the
-// file's name and the others are still done, except for a UsageError, which ends the run and is thrown on. Returns the
-// worst outcome.
+// file's name and the others are still done, except for a UsageError and Interrupted, which end the run and are thrown
+// on. Returns the worst outcome.
 Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options,
                  const std::function<Outcome(const InputFile&)>& work);
 

@@ -11,6 +11,7 @@
 #include "tools/console.h"
 #include "tools/errors.h"
 #include "tools/fileFacts.h"
+#include "tools/mends.h"
 
 namespace kpx::tool {
 namespace {
@@ -49,7 +50,7 @@ bool isBlack(const std::string& path, const FileFacts& facts, const Verdict& ver
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
     if (verdict.result == Result::black && hasItsSize) {
         if (verdict.printed != nullptr) tell(path, verdict.printed);
-        tell(path, "comes out as a black picture. " + causeText(facts, verdict));
+        tell(path, "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts));
         return true;
     }
     // What the rules cannot foresee.

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "tools/errors.h"
+#include "tools/interrupts.h"
 
 namespace kpx::tool {
 namespace {
@@ -52,6 +53,7 @@ PendingFile::~PendingFile() {
 }
 
 void PendingFile::commit() {
+    stopIfInterrupted();
     if (std::rename(m_path.c_str(), m_destination.c_str()) != 0) {
         throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
     }

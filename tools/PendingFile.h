@@ -19,7 +19,7 @@ public:
     // The temporary file, existing and empty.
     [[nodiscard]] const std::string& path() const { return m_path; }
 
-    // Gives the file its name, in place of an earlier file. Throws OutputError.
+    // Gives the file its name, in place of an earlier file. Throws OutputError, or Interrupted after a signal.
     void commit();
 
 private:

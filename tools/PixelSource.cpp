@@ -8,6 +8,7 @@
 #include "tools/DdsSource.h"
 #include "tools/PngSource.h"
 #include "tools/errors.h"
+#include "tools/fileFacts.h"
 
 namespace kpx::tool {
 namespace {
@@ -23,6 +24,7 @@ bool isPng(const std::string& path) {
 }  // namespace
 
 std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, const std::string& path, bool reduceTo8Bits) {
+    checkIsNoPipe(path);
     if (isPng(path)) return std::make_unique<PngSource>(path, reduceTo8Bits);
     if (!plugin.isFile(path)) throw FileError(std::string("is neither a ") + plugin.name() + " nor a PNG file");
     return std::make_unique<DdsSource>(plugin, path);

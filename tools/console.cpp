@@ -11,6 +11,7 @@
 #include <new>
 
 #include "tools/errors.h"
+#include "tools/interrupts.h"
 
 namespace kpx::tool {
 namespace {
@@ -22,13 +23,15 @@ constexpr const char* clearedLine = "\r\x1B[K";
 
 }  // namespace
 
-void tell(const std::string& message) {
-    std::string line = "kpximage: " + message;
-    for (char& c : line) {
-        // A file name may hold line ends and escape sequences.
+std::string printable(std::string text) {
+    for (char& c : text) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
     }
-    line += "\n";
+    return text;
+}
+
+void tell(const std::string& message) {
+    const std::string line = "kpximage: " + printable(message) + "\n";
     const std::lock_guard lock(mutex);
     std::cerr << (progress.empty() ? line : clearedLine + line + progress);
 }
@@ -45,8 +48,11 @@ void showProgress(const std::string& text) {
 
 Outcome workOnFile(const std::string& file, const std::function<Outcome()>& work) {
     try {
+        stopIfInterrupted();
         return work();
     } catch (const UsageError&) {
+        throw;
+    } catch (const Interrupted&) {
         throw;
     } catch (const std::bad_alloc&) {
         tell(file, "not enough memory");

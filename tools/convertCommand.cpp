@@ -3,6 +3,7 @@
 #include "tools/Conversion.h"
 #include "tools/commands.h"
 #include "tools/console.h"
+#include "tools/exposureRange.h"
 #include "tools/pluginChoice.h"
 
 namespace kpx::tool {
@@ -37,7 +38,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     command
         ->add_option("--exposure", request->exposure,
                      "Make a PNG of floating-point channels, brightened by this many stops")
-        ->check(CLI::Range(-64.0, 64.0));
+        ->check(exposureRange());
     command->add_option("--depth", request->depth, "8: reduce PNG input of 16 bits a channel")
         ->check(CLI::IsMember({8}));
     command->add_option("--alpha", request->alpha, "The plug-in's Alpha option for DDS output, by its value's name");

@@ -64,7 +64,7 @@ void printHowItIsRead(const Explanation& file) {
 
 void printText(const std::string& name, const Explanation& file) {
     constexpr const char* headlines[] = {"is decoded", "comes out as a 64 x 64 black picture", "is refused"};
-    std::cout << name << ": " << headlines[static_cast<int>(file.verdict.result)] << "\n";
+    std::cout << printable(name) << ": " << headlines[static_cast<int>(file.verdict.result)] << "\n";
     for (const Remark& cause : file.causes) printLine("why", cause.sentence);
     for (const Remark& surprise : file.surprises) printLine("note", surprise.sentence);
     if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy that is read well:");
@@ -130,7 +130,7 @@ Json asJson(const std::string& name, const Explanation& file) {
 
 Outcome show(const std::string& name, bool json) {
     constexpr Outcome outcomes[] = {Outcome::done, Outcome::fallback, Outcome::failed};
-    const Explanation file = explain(name);
+    const Explanation file = json ? withFailureAsJson(name, [&] { return explain(name); }) : explain(name);
     if (json) {
         printJson(asJson(name, file));
     } else {

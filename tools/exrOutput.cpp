@@ -8,11 +8,13 @@
 #include <half.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
 #include "tools/OutputFormat.h"
 #include "tools/channelUse.h"
+#include "tools/console.h"
 #include "tools/errors.h"
 
 namespace kpx::tool {
@@ -77,6 +79,9 @@ public:
         if (type == Imf::HALF) m_halves.resize(m_width * names.size());
     }
 
+    // Whether any finite value so far was too large for 16 bits.
+    [[nodiscard]] bool hasOverflowed() const { return m_hasOverflowed; }
+
     // Every row of the picture lies in the same memory, hence a stride of 0 between rows.
     Imf::FrameBuffer frameOf(std::span<const unsigned char* const> rows) {
         Imf::FrameBuffer frame;
@@ -97,6 +102,7 @@ private:
             float value = 0.0F;
             std::memcpy(&value, row + x * sizeof value, sizeof value);
             halves[x] = Imath::half(value);
+            m_hasOverflowed |= halves[x].isInfinity() && std::isfinite(value);
         }
         return reinterpret_cast<char*>(halves);
     }
@@ -105,12 +111,12 @@ private:
     std::string_view m_names;
     Imf::PixelType m_type;
     std::vector<Imath::half> m_halves;  // one row of each channel in turn
+    bool m_hasOverflowed = false;
 };
 
 }  // namespace
 
-void writeExr(PixelSource& source, const std::string& path, const std::string& /*name*/,
-              const OutputSettings& settings) {
+void writeExr(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
     if (!layout.isFloat) throw FileError("has 8-bit channels, which OpenEXR cannot hold as they are: write .png");
     const std::string_view names = channelUse(layout).exrNames;
@@ -125,6 +131,9 @@ void writeExr(PixelSource& source, const std::string& path, const std::string& /
         }
     }
     stream.finish();
+    if (rows.hasOverflowed()) {
+        tell(name, "note: values of 65520 and more have become infinite, as 16 bits hold none; --exr float keeps them");
+    }
 }
 
 }  // namespace kpx::tool

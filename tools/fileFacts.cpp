@@ -12,11 +12,15 @@
 
 namespace kpx::tool {
 
+void checkIsNoPipe(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError("is not a regular file");
+}
+
 FileFacts readFacts(const std::string& path) {
-    // A pipe is not opened: that would wait for its other end.
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
-    if (!S_ISREG(status.st_mode)) throw FileError("is not a regular file");
+    checkIsNoPipe(path);
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
     if (file == nullptr) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
     std::array<unsigned char, factBytes> start{};

@@ -7,6 +7,10 @@
 
 namespace kpx::tool {
 
+// Throws FileError when the path is that of a pipe or a device, which is read but once where an image is opened several
+// times, and whose other end may never come. A missing file is left to what opens it.
+void checkIsNoPipe(const std::string& path);
+
 // Throws FileError when the file cannot be read or is no regular file.
 FileFacts readFacts(const std::string& path);
 

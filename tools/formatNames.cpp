@@ -9,9 +9,9 @@
 namespace kpx::tool {
 namespace {
 
-constexpr const char* asInteger = "integers, which are not decoded";
-constexpr const char* asDepth = "depth and stencil, which are not decoded";
-constexpr const char* asVideo = "YUV video, which is not decoded";
+constexpr const char* asInteger = "integers";
+constexpr const char* asDepth = "depth and stencil";
+constexpr const char* asVideo = "YUV video";
 constexpr const char* asIndices = "palette indices without a palette";
 
 // The published DXGI formats that are not decoded.
@@ -43,7 +43,7 @@ constexpr UndecodedFormat undecodedDxgi[] = {
     {47, "X24_TYPELESS_G8_UINT", asDepth},
     {53, "R16_TYPELESS", "16-bit values of no known type; 54 R16_FLOAT and 56 R16_UNORM are read"},
     {55, "D16_UNORM", asDepth},
-    {66, "R1_UNORM", "one bit a pixel, which is not decoded"},
+    {66, "R1_UNORM", "one bit a pixel"},
     {85, "B5G6R5_UNORM", "5-6-5 colour; the same pixels are read with DDPF_RGB and the masks 0xF800, 0x7E0, 0x1F"},
     {86, "B5G5R5A1_UNORM",
      "5-5-5-1 colour; the same pixels are read with DDPF_RGB, DDPF_ALPHAPIXELS and the masks 0x7C00, 0x3E0, 0x1F, "
@@ -74,11 +74,11 @@ constexpr UndecodedFormat undecodedDxgi[] = {
 
 constexpr const char* asMasks = "bit-mask colour, which is read with DDPF_RGB and masks, not by a code";
 constexpr const char* asLuminance = "luminance, which is read with DDPF_LUMINANCE, not by a code";
-constexpr const char* asBumpMap = "a signed bump map, which is not decoded";
-constexpr const char* asSwizzled = "DXT5 with its channels in another order, which is not decoded";
+constexpr const char* asBumpMap = "a signed bump map";
+constexpr const char* asSwizzled = "DXT5 with its channels in another order";
 constexpr const char* asBC6H = "not a published code; BC6H is read under a DX10 header";
 constexpr const char* asBC7 = "not a published code; BC7 is read under a DX10 header";
-constexpr const char* asMobile = "blocks of mobile graphics, which are not decoded";
+constexpr const char* asMobile = "blocks of mobile graphics";
 
 // The Direct3D numbers and the four-character codes that are not decoded.
 constexpr UndecodedFormat undecodedCodes[] = {
@@ -101,7 +101,7 @@ constexpr UndecodedFormat undecodedCodes[] = {
     {41, "D3DFMT_P8", "palette indices, which are read with DDPF_PALETTEINDEXED8, not by a code"},
     {50, "D3DFMT_L8", asLuminance},
     {51, "D3DFMT_A8L8", asLuminance},
-    {52, "D3DFMT_A4L4", "luminance and alpha of 4 bits, which are not decoded"},
+    {52, "D3DFMT_A4L4", "luminance and alpha of 4 bits"},
     {60, "D3DFMT_V8U8", asBumpMap},
     {61, "D3DFMT_L6V5U5", asBumpMap},
     {62, "D3DFMT_X8L8V8U8", asBumpMap},
@@ -121,8 +121,8 @@ constexpr UndecodedFormat undecodedCodes[] = {
     {84, "D3DFMT_D32_LOCKABLE", asDepth},
     {85, "D3DFMT_S8_LOCKABLE", asDepth},
     {117, "D3DFMT_CxV8U8", asBumpMap},
-    {118, "D3DFMT_A1", "one bit a pixel, which is not decoded"},
-    {119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range, which is not decoded"},
+    {118, "D3DFMT_A1", "one bit a pixel"},
+    {119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range"},
     {CODE_RGB_FLOAT32, "CODE_RGB_FLOAT32", "three 32-bit floats, which are read under a DX10 header as format 6"},
     {fourCC("ATI1"), "ATI1", "BC4; the same blocks are read as \"BC4U\""},
     {fourCC("RXGB"), "RXGB", "DXT5 with red stored as alpha; the same blocks are read, with red in alpha, as \"DXT5\""},
@@ -144,7 +144,7 @@ constexpr UndecodedFormat undecodedCodes[] = {
     {fourCC("NV12"), "NV12", asVideo},
     {fourCC("YV12"), "YV12", asVideo},
     {fourCC("P010"), "P010", asVideo},
-    {fourCC("MET1"), "MULTI2_ARGB8", "several pictures in one, which are not decoded"},
+    {fourCC("MET1"), "MULTI2_ARGB8", "several pictures in one"},
     {fourCC("ETC1"), "ETC1", asMobile},
     {fourCC("ETC2"), "ETC2", asMobile},
     {fourCC("PTC2"), "PVRTC 2 bits", asMobile},

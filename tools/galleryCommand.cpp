@@ -9,7 +9,9 @@
 #include "tools/commands.h"
 #include "tools/console.h"
 #include "tools/errors.h"
+#include "tools/exposureRange.h"
 #include "tools/galleryPictures.h"
+#include "tools/interrupts.h"
 #include "tools/pluginChoice.h"
 #include "tools/text.h"
 
@@ -62,6 +64,8 @@ public:
         try {
             file = explained(path, explain(path));
             outcome = addPictures(path, file, pictures);
+        } catch (const Interrupted&) {
+            throw;
         } catch (const std::bad_alloc&) {
             addFailure(file, "not enough memory");
         } catch (const std::exception& error) {
@@ -148,7 +152,7 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
     command
         ->add_option("--exposure", arguments->exposure,
                      "Brighten floating-point channels by this many stops; else by what fits each file")
-        ->check(CLI::Range(-64.0, 64.0));
+        ->check(exposureRange());
     arguments->batch.addTo(*command);
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };

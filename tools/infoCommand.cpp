@@ -5,6 +5,7 @@
 #include "tools/DdsSource.h"
 #include "tools/commands.h"
 #include "tools/console.h"
+#include "tools/fileFacts.h"
 #include "tools/json.h"
 #include "tools/pluginChoice.h"
 
@@ -31,9 +32,9 @@ Json describe(const std::string& file, const OpenedImage& image) {
 }
 
 void printSentence(const std::string& file, const host::ImageReader& reader) {
-    std::cout << file << ": " << reader.width() << " x " << reader.height() << ", " << reader.colourChannels()
-              << " colour, " << reader.matteChannels() << " matte, " << reader.descriptor().channelBits
-              << (reader.isFloat() ? "-bit float\n" : "-bit\n");
+    std::cout << printable(file) << ": " << reader.width() << " x " << reader.height() << ", "
+              << reader.colourChannels() << " colour, " << reader.matteChannels() << " matte, "
+              << reader.descriptor().channelBits << (reader.isFloat() ? "-bit float\n" : "-bit\n");
 }
 
 // An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
@@ -44,6 +45,7 @@ Outcome showUnrecognised(const std::string& file, bool json) {
 }
 
 Outcome show(const host::Plugin& plugin, const std::string& file, bool json) {
+    checkIsNoPipe(file);
     if (!plugin.isFile(file)) return showUnrecognised(file, json);
     const OpenedImage image = openImage(plugin, file);
     if (json) {
@@ -66,8 +68,10 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] {
             const auto plugin = loadPlugin(invocation.pluginPath);
-            return runBatch(arguments->files, arguments->batch,
-                            [&](const InputFile& file) { return show(*plugin, file.path, arguments->json); });
+            return runBatch(arguments->files, arguments->batch, [&](const InputFile& file) {
+                const auto work = [&] { return show(*plugin, file.path, arguments->json); };
+                return arguments->json ? withFailureAsJson(file.path, work) : work();
+            });
         };
     });
 }

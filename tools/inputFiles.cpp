@@ -17,25 +17,52 @@ bool isDdsName(const fs::path& path) {
     return format != nullptr && format->extension == "dds";
 }
 
-template <typename Iterator>
-void listInto(std::vector<InputFile>& files, const fs::path& folder) {
-    for (const fs::directory_entry& entry : Iterator(folder)) {
-        std::error_code error;
-        if (!isDdsName(entry.path()) || !entry.is_regular_file(error)) continue;
-        files.push_back({entry.path().string(), entry.path().parent_path().lexically_relative(folder).string()});
-        if (files.back().folder == ".") files.back().folder.clear();
-    }
+// A link that leads nowhere is listed, so that it is told.
+bool isFileOrBroken(const fs::directory_entry& entry) {
+    std::error_code error;
+    return entry.is_regular_file(error) || !entry.exists(error);
 }
 
-std::vector<InputFile> filesIn(const fs::path& folder, bool isRecursive) {
-    std::vector<InputFile> files;
-    if (isRecursive) {
-        listInto<fs::recursive_directory_iterator>(files, folder);
-    } else {
-        listInto<fs::directory_iterator>(files, folder);
+// The files of a folder in the order of their paths. A folder that cannot be listed is told, and the others are listed
+// all the same.
+class Listing {
+public:
+    Listing(const fs::path& top, bool isRecursive) : m_top(top), m_isRecursive(isRecursive) {
+        add(top);
+        std::sort(m_files.begin(), m_files.end(),
+                  [](const InputFile& a, const InputFile& b) { return a.path < b.path; });
     }
-    std::sort(files.begin(), files.end(), [](const InputFile& a, const InputFile& b) { return a.path < b.path; });
-    return files;
+
+    [[nodiscard]] const std::vector<InputFile>& files() const { return m_files; }
+    [[nodiscard]] bool isComplete() const { return m_isComplete; }
+
+private:
+    void add(const fs::path& folder);
+    void add(const fs::directory_entry& entry);
+
+    const fs::path& m_top;
+    const bool m_isRecursive;
+    std::vector<InputFile> m_files;
+    bool m_isComplete = true;
+};
+
+void Listing::add(const fs::path& folder) {
+    std::error_code error;
+    fs::directory_iterator entry(folder, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) add(*entry);
+    if (!error) return;
+    tell(folder.string(), "cannot be listed: " + error.message());
+    m_isComplete = false;
+}
+
+void Listing::add(const fs::directory_entry& entry) {
+    std::error_code error;
+    if (m_isRecursive && !entry.is_symlink(error) && entry.is_directory(error)) {
+        add(entry.path());
+    } else if (isDdsName(entry.path()) && isFileOrBroken(entry)) {
+        m_files.push_back({entry.path().string(), entry.path().parent_path().lexically_relative(m_top).string()});
+        if (m_files.back().folder == ".") m_files.back().folder.clear();
+    }
 }
 
 }  // namespace
@@ -48,16 +75,12 @@ InputFiles inputFiles(const std::vector<std::string>& paths, bool isRecursive) {
             all.files.push_back({path, ""});
             continue;
         }
-        try {
-            const std::vector<InputFile> files = filesIn(path, isRecursive);
-            if (files.empty())
-                tell(path, isRecursive ? "holds no .dds files" : "holds no .dds files itself; -r looks below");
-            all.files.insert(all.files.end(), files.begin(), files.end());
-            if (files.empty()) all.isComplete = false;
-        } catch (const fs::filesystem_error& failure) {
-            tell(path, "cannot be listed: " + failure.code().message());
-            all.isComplete = false;
+        const Listing listing(path, isRecursive);
+        if (listing.files().empty() && listing.isComplete()) {
+            tell(path, isRecursive ? "holds no .dds files" : "holds no .dds files itself; -r looks below");
         }
+        all.files.insert(all.files.end(), listing.files().begin(), listing.files().end());
+        if (listing.files().empty() || !listing.isComplete()) all.isComplete = false;
     }
     return all;
 }

@@ -5,6 +5,7 @@
 #include "tools/commands.h"
 #include "tools/console.h"
 #include "tools/errors.h"
+#include "tools/interrupts.h"
 
 namespace kpx::tool {
 namespace {
@@ -16,6 +17,8 @@ Outcome runReporting(const std::function<Outcome()>& command) {
     } catch (const UsageError& error) {
         tell(error.what());
         return Outcome::usage;
+    } catch (const Interrupted&) {
+        return Outcome::failed;
     } catch (const std::exception& error) {
         tell(error.what());
         return Outcome::failed;
@@ -47,6 +50,8 @@ int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "");
     std::setlocale(LC_MESSAGES, "");
     holdStandardStreams();
+    noteInterrupts();
     const Outcome outcome = runReporting([&] { return runProgram(argc, argv); });
+    endIfInterrupted();
     return static_cast<int>(flushOutput() ? outcome : worse(outcome, Outcome::failed));
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "reader/dataSize.h"
+#include "tools/contents.h"
 #include "tools/flagNames.h"
 #include "tools/formatNames.h"
 #include "tools/headerFlags.h"
@@ -82,9 +83,11 @@ std::string useMasks(DDS_HEADER& header, const Format& row) {
     const std::uint32_t flags = row.channels == 1   ? DDPF_ALPHA
                                 : row.channels == 4 ? DDPF_RGB | DDPF_ALPHAPIXELS
                                                     : DDPF_RGB;
-    nameByMasks(header.ddspf, flags, bytes * 8, row.masks);
+    // The table has a mask for the alpha of formats without one, which other readers would take for alpha.
+    Masks masks = row.masks;
+    if (row.channels == 3) masks.a = 0;
+    nameByMasks(header.ddspf, flags, bytes * 8, masks);
     stateRows(header, std::uint64_t{bytes} * header.dwWidth);
-    const Masks& masks = row.masks;
     return textOf("the masks of ", row.name, " (", hex(masks.r), " ", hex(masks.g), " ", hex(masks.b), " ",
                   hex(masks.a), ", ", bytes * 8, " bits)");
 }
@@ -175,6 +178,7 @@ std::string dxgiOfMasks(Draft& draft) {
     const bool isRefused = hasCause(draft, Cause::dxgiRejected) || hasCause(draft, Cause::dxgiTooLarge);
     const Format* row = isRefused ? masksOfDxgi(dx10.dxgiFormat) : nullptr;
     if (row == nullptr) return {};
+    const char* alphaMode = contentsOf(draft.facts, draft.verdict).alphaMode;
     DDS_HEADER& header = headerOf(draft);
     const std::string masks = useMasks(header, *row);
     stateLegacyShape(header, dx10);
@@ -182,6 +186,9 @@ std::string dxgiOfMasks(Draft& draft) {
     moveData(draft, factBytes, sizeof(DdsFileHeader));
     std::string sentence = textOf("The DX10 header, 20 bytes of DXGI ", dxgiText(dx10.dxgiFormat), ", becomes ", masks);
     if (dx10.arraySize > 1) sentence += textOf("; that it is an array of ", dx10.arraySize, " is no longer said");
+    // Masks mean straight alpha, which is the mode before this.
+    if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
+        sentence += textOf("; that its alpha is ", alphaMode, " is no longer said");
     return sentence + ".";
 }
 
@@ -325,6 +332,10 @@ Repair repairOf(const FileFacts& facts) {
     while (draft.mends.size() < std::size(mendRows) && mendOnce(draft)) {
     }
     return draft;
+}
+
+const char* repairHint(const FileFacts& facts) {
+    return repairOf(facts).helps() ? " \"kpximage repair\" makes a copy that is read well." : "";
 }
 
 std::vector<unsigned char> headerBytes(const FileFacts& facts) {

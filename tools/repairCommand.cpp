@@ -43,7 +43,7 @@ Outcome repair(const Arguments& arguments) {
         const ByteRange data{repair.dataStart, facts.fileBytes - repair.dataStart};
         writeCopy(arguments.input, {&data, 1}, headerBytes(repair.facts), arguments.output);
     }
-    for (const Remark& mend : repair.mends) std::cout << arguments.input << ": " << mend.sentence << "\n";
+    for (const Remark& mend : repair.mends) std::cout << printable(arguments.input) << ": " << mend.sentence << "\n";
     return Outcome::done;
 }
 

@@ -23,7 +23,8 @@ SurfaceLayout layoutOf(const std::string& input) {
     const FileFacts facts = readFacts(input);
     const Verdict verdict = judge(facts);
     if (verdict.format == nullptr) {
-        throw FileError("cannot be split, as the size of its pictures is not known. " + causeText(facts, verdict));
+        throw FileError("cannot be split, as the size of its pictures is not known. " + causeText(facts, verdict) +
+                        repairHint(facts));
     }
     const DDS_HEADER& header = facts.header.header;
     if (header.dwWidth == 0 || header.dwHeight == 0) {
@@ -52,6 +53,9 @@ void write(const Arguments& arguments, const SurfaceLayout& layout, const Surfac
 
 Outcome split(const Arguments& arguments) {
     const SurfaceLayout layout = layoutOf(arguments.input);
+    // Nothing is made of a file without a whole picture.
+    if (forEachWholeSurface(layout, [](const Surface&) {}) == 0)
+        throw FileError("is too short: no picture in it is whole");
     makeFolder(arguments.folder);
     const std::uint64_t whole =
         forEachWholeSurface(layout, [&](const Surface& surface) { write(arguments, layout, surface); });
@@ -69,7 +73,7 @@ void addSplitCommand(CLI::App& app, Invocation& invocation) {
     auto arguments = std::make_shared<Arguments>();
     command->add_option("IN", arguments->input, "File to split")->required();
     command->add_option("OUTDIR", arguments->folder, "Folder of the new files, made where there is none")->required();
-    command->footer("Files are called NAME-array00-face+x-mip00-slice000.dds, without what does not vary.");
+    command->footer("Files are called NAME-array00-face0+x-mip00-slice000.dds, without what does not vary.");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments] { return workOnFile(arguments->input, [&] { return split(*arguments); }); };
     });

@@ -34,9 +34,10 @@ std::string number(std::uint32_t value, std::uint32_t count, std::size_t digits)
     return text.str();
 }
 
-// The faces are in the order of their flags; a file of a legacy header may lack some.
+// The faces are in the order of their flags, which the number keeps when names are sorted; a file of a legacy header
+// may lack some.
 std::string faceName(const DDS_HEADER& header, const Contents& contents, std::uint32_t face) {
-    constexpr const char* names[] = {"+x", "-x", "+y", "-y", "+z", "-z"};
+    constexpr const char* names[] = {"0+x", "1-x", "2+y", "3-y", "4+z", "5-z"};
     const bool isPartial = contents.faces < std::size(names);
     for (std::uint32_t i = 0; i < std::size(names); ++i) {
         const bool isThere = !isPartial || (header.dwCaps2 & DDSCAPS2_CUBEMAP_POSITIVEX << i) != 0;
