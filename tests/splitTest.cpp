@@ -44,9 +44,7 @@ DdsFileHeader grey(std::uint32_t width, std::uint32_t height, std::uint32_t leve
 
 class Split : public Tool {
 protected:
-    void put(const Bytes& content) const {
-        file("a.dds", {reinterpret_cast<const char*>(content.data()), content.size()});
-    }
+    void put(const Bytes& content) const { file("a.dds", content); }
 
     // NAME=DATA of every file, in the order of the names.
     [[nodiscard]] std::string parts() const {
