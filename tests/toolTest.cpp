@@ -116,7 +116,7 @@ std::string exrNames(const std::string& path) {
 
 const Bytes twoRows = "abcdefABCDEF";  // 2 x 2 pixels of BGR: abc def / ABC DEF
 
-TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
+TEST_F(Tool, WrongUsageIsStatus2AndAMessageAndHelpIs0) {
     file("a.dds", dds(2, 2, rgb24, twoRows));
     const char* cases[][2] = {
         {"", "subcommand is required"},
@@ -142,16 +142,13 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
         EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
         EXPECT_EQ(result.out, "");
     }
-    EXPECT_EQ(names(), "a.dds");
-}
-
-TEST_F(Tool, EveryCommandHasHelp) {
     for (const char* command : {"", "formats", "info", "explain", "convert", "repair", "split", "gallery"}) {
         const RunResult result = run(std::string(command) + " --help");
         EXPECT_EQ(result.status, 0);
         EXPECT_NE(result.out.find(std::string("Usage: kpximage ") + command), std::string::npos) << result.out;
         EXPECT_EQ(result.err, "");
     }
+    EXPECT_EQ(names(), "a.dds");
 }
 
 TEST_F(Tool, FormatsShowsThePluginItsOptionsAndTheTable) {
@@ -228,27 +225,56 @@ TEST_F(Tool, ClosedStreamsDoNotEndUpInTheOutput) {
     EXPECT_EQ(readPng(at("a.png")).rows, "cbafedCBAFED");
 }
 
-TEST_F(Tool, EverySetOfByteChannelsHasItsPng) {
-    struct Case {
-        const char* name;
-        PixelFormat format;
-        Bytes pixels;
+Bytes dx10Pixel(uint32_t dxgi, const Bytes& pixel) {
+    return textOf(testing_support::dx10File(dxgi, 1, 1)) + pixel;
+}
+
+TEST_F(Tool, EveryPictureHasItsPng) {
+    const float notANumber = std::numeric_limits<float>::quiet_NaN();
+    const Bytes lights = dds(2, 1, named(116), floats({0.25F, 0.001F, 9.0F, 0.5F, notANumber, -1.0F, 0.5F, 2.0F}));
+    // Endpoints of both blocks alike, so that red and green are the same everywhere.
+    const Bytes flat("\x80\x80\0\0\0\0\0\0\x80\x80\0\0\0\0\0\0", 16);
+    const struct {
+        Bytes file;
+        const char* options;
         int type;
-        Bytes rows;
+        Bytes rows;  // as far as they are looked at
+    } cases[] = {
+        {dds(2, 2, rgb24, twoRows), "", PNG_COLOR_TYPE_RGB, "cbafedCBAFED"},
+        {dds(2, 2, rgba32, "abcdefghABCDEFGH"), "", PNG_COLOR_TYPE_RGBA, "cbadgfehCBADGFEH"},
+        {dds(2, 2, grey8, "abcd"), "", PNG_COLOR_TYPE_GRAY, "abcd"},
+        {dds(2, 2, greyAlpha16, "aAbBcCdD"), "", PNG_COLOR_TYPE_GRAY_ALPHA, "aAbBcCdD"},
+        {dds(2, 2, alpha8, "abcd"), "", PNG_COLOR_TYPE_GRAY, "abcd"},
+        {dds(2, 2, twoOf16Bits, "-a-b-c-d-e-f-g-h"), "", PNG_COLOR_TYPE_RGB, Bytes("ab\0cd\0ef\0gh\0", 12)},
+        {dx10Pixel(88, "abcd"), "", PNG_COLOR_TYPE_RGBA, "cbad"},
+        {dx10Pixel(88, "abcd"), "--opaque=x8", PNG_COLOR_TYPE_RGB, "cba"},
+        {dx10Pixel(88, "abcd"), "--opaque", PNG_COLOR_TYPE_RGB, "cba"},
+        {dx10Pixel(87, "abcd"), "--opaque=x8", PNG_COLOR_TYPE_RGBA, "cbad"},
+        {dx10Pixel(87, "abcd"), "--opaque", PNG_COLOR_TYPE_RGB, "cba"},
+        {dds(1, 1, greyAlpha16, "aA"), "--opaque", PNG_COLOR_TYPE_GRAY, "a"},
+        {dds(1, 1, rgb24, "abc"), "--opaque", PNG_COLOR_TYPE_RGB, "cba"},
+        {dds(1, 1, twoOf16Bits, Bytes("\0\x80\0\x80", 4)), "--normal-z", PNG_COLOR_TYPE_RGB, "\x80\x80\xFF"},
+        // Lies in the plane; and is longer than a unit vector.
+        {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\x80", 4)), "--normal-z", PNG_COLOR_TYPE_RGB, "\xFF\x80\x80"},
+        {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\xFF", 4)), "--normal-z", PNG_COLOR_TYPE_RGB, "\xFF\xFF\x80"},
+        {dds(4, 4, named(kpx::fourCC("ATI2")), flat), "--normal-z", PNG_COLOR_TYPE_RGBA, "\x80\x80\xFF\xFF"},
+        // 0.25 is 0.5371 in sRGB, 0.001 is 0.01292, 0.5 is 0.7354; alpha stays linear.
+        {lights, "--exposure 0", PNG_COLOR_TYPE_RGBA, Bytes("\x89\x03\xFF\x80\0\0\xBC\xFF", 8)},
+        // A quarter of the light: 0.0625 is 0.2777, 0.00025 is 0.00323, 0.125 is 0.3885.
+        {lights, "--exposure -2", PNG_COLOR_TYPE_RGBA, Bytes("\x47\x01\xFF\x80\0\0\x63\xFF", 8)},
     };
-    const Case cases[] = {
-        {"rgb", rgb24, twoRows, PNG_COLOR_TYPE_RGB, "cbafedCBAFED"},
-        {"rgba", rgba32, "abcdefghABCDEFGH", PNG_COLOR_TYPE_RGBA, "cbadgfehCBADGFEH"},
-        {"grey", grey8, "abcd", PNG_COLOR_TYPE_GRAY, "abcd"},
-        {"greyAlpha", greyAlpha16, "aAbBcCdD", PNG_COLOR_TYPE_GRAY_ALPHA, "aAbBcCdD"},
-        {"alpha", alpha8, "abcd", PNG_COLOR_TYPE_GRAY, "abcd"},
-        {"two", twoOf16Bits, "-a-b-c-d-e-f-g-h", PNG_COLOR_TYPE_RGB, Bytes("ab\0cd\0ef\0gh\0", 12)},
-    };
-    for (const Case& each : cases) {
-        file("a.dds", dds(2, 2, each.format, each.pixels));
-        EXPECT_RUN(run("convert a.dds a.png"), 0, "");
-        EXPECT_EQ(readPng(at("a.png")), (Png{2, 2, each.type, 8, each.rows})) << each.name;
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &each - cases << each.options);
+        file("a.dds", each.file);
+        EXPECT_RUN(run(std::string("convert a.dds a.png ") + each.options), 0, "");
+        const Png png = readPng(at("a.png"));
+        EXPECT_EQ(png.type, each.type);
+        EXPECT_EQ(png.depth, 8);
+        EXPECT_EQ(png.rows.substr(0, each.rows.size()), each.rows);
     }
+    file("a.dds", dds(1, 1, named(115), floats({0.6F, 0.0F})));
+    EXPECT_RUN(run("convert a.dds a.exr --normal-z"), 0, "");
+    EXPECT_FLOAT_EQ(exrChannel(at("a.exr"), "B").at(0), 0.8F);
 }
 
 TEST_F(Tool, ThePictureThatStandsForTheUndecodableIsOpaqueBlack) {
@@ -304,17 +330,6 @@ TEST_F(Tool, FloatsBecomeOpenExrUnchangedWithTheTopRowFirst) {
     }
 }
 
-TEST_F(Tool, FloatsBecomePngAtAnExposure) {
-    const float notANumber = std::numeric_limits<float>::quiet_NaN();
-    file("a.dds", dds(2, 1, named(116), floats({0.25F, 0.001F, 9.0F, 0.5F, notANumber, -1.0F, 0.5F, 2.0F})));
-    EXPECT_RUN(run("convert a.dds a.png --exposure 0"), 0, "");
-    // 0.25 is 0.5371 in sRGB, 0.001 is 0.01292, 0.5 is 0.7354; alpha stays linear.
-    EXPECT_EQ(readPng(at("a.png")).rows, Bytes("\x89\x03\xFF\x80\0\0\xBC\xFF", 8));
-    EXPECT_RUN(run("convert --exposure -2 a.dds a.png"), 0, "");
-    // A quarter of the light: 0.0625 is 0.2777, 0.00025 is 0.00323, 0.125 is 0.3885.
-    EXPECT_EQ(readPng(at("a.png")).rows, Bytes("\x47\x01\xFF\x80\0\0\x63\xFF", 8));
-}
-
 TEST_F(Tool, OpenExrHasTheBitsOfTheSourceOrThoseAskedFor) {
     struct Case {
         uint32_t code;
@@ -335,57 +350,12 @@ TEST_F(Tool, OpenExrHasTheBitsOfTheSourceOrThoseAskedFor) {
     }
 }
 
-Bytes dx10Pixel(uint32_t dxgi, const Bytes& pixel) {
-    return textOf(testing_support::dx10File(dxgi, 1, 1)) + pixel;
-}
-
 TEST_F(Tool, PngFilesOfSrgbFormatsSaySo) {
     for (const auto& [dxgi, isSrgb] : {std::pair{28U, false}, {29U, true}, {91U, true}}) {
         file("a.dds", dx10Pixel(dxgi, "abcd"));
         EXPECT_RUN(run("convert a.dds a.png"), 0, "");
         EXPECT_EQ(textOfFile(at("a.png")).find("sRGB") != Bytes::npos, isSrgb) << dxgi;
     }
-}
-
-TEST_F(Tool, AlphaIsLeftOutWhenAsked) {
-    struct Case {
-        Bytes file;
-        const char* options;
-        Bytes pixel;
-    };
-    const Case cases[] = {
-        {dx10Pixel(88, "abcd"), "", "cbad"},          {dx10Pixel(88, "abcd"), "--opaque=x8", "cba"},
-        {dx10Pixel(88, "abcd"), "--opaque", "cba"},   {dx10Pixel(87, "abcd"), "--opaque=x8", "cbad"},
-        {dx10Pixel(87, "abcd"), "--opaque", "cba"},   {dds(1, 1, greyAlpha16, "aA"), "--opaque", "a"},
-        {dds(1, 1, rgb24, "abc"), "--opaque", "cba"},
-    };
-    for (const Case& each : cases) {
-        file("a.dds", each.file);
-        EXPECT_RUN(run(std::string("convert a.dds a.png ") + each.options), 0, "");
-        EXPECT_EQ(readPng(at("a.png")).rows, each.pixel) << each.options;
-    }
-}
-
-TEST_F(Tool, BlueOfANormalMapIsWorkedOutWhenAsked) {
-    // Endpoints of both blocks alike, so that red and green are the same everywhere.
-    const Bytes flat("\x80\x80\0\0\0\0\0\0\x80\x80\0\0\0\0\0\0", 16);
-    const struct {
-        Bytes file;
-        Bytes start;
-    } cases[] = {
-        {dds(1, 1, twoOf16Bits, Bytes("\0\x80\0\x80", 4)), "\x80\x80\xFF"},
-        {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\x80", 4)), "\xFF\x80\x80"},  // lies in the plane
-        {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\xFF", 4)), "\xFF\xFF\x80"},  // longer than a unit vector
-        {dds(4, 4, named(kpx::fourCC("ATI2")), flat), "\x80\x80\xFF\xFF"},
-    };
-    for (const auto& each : cases) {
-        file("a.dds", each.file);
-        EXPECT_RUN(run("convert a.dds a.png --normal-z"), 0, "");
-        EXPECT_EQ(readPng(at("a.png")).rows.substr(0, each.start.size()), each.start);
-    }
-    file("f.dds", dds(1, 1, named(115), floats({0.6F, 0.0F})));
-    EXPECT_RUN(run("convert f.dds a.exr --normal-z"), 0, "");
-    EXPECT_FLOAT_EQ(exrChannel(at("a.exr"), "B").at(0), 0.8F);
 }
 
 TEST_F(Tool, PngAndDdsGoRoundWithColumnsOfPadding) {
