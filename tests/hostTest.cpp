@@ -37,7 +37,7 @@ TEST(FrameName, HasTheNumberInPlaceOfTheLastMarkOfTheFileName) {
         intptr_t number;
         const char* name;
     } cases[] = {{"shots/sky#.dds", 7, "shots/sky7.dds"},
-                 {"shots/a#b#.dds", 120, "shots/a#b120.dds"},
+                 {"shots/a#.b#.dds", 120, "shots/a#.b120.dds"},
                  {"#.x", -3, "-3.x"},
                  {"sky#.tar.dds", 0, "sky0.tar.dds"},
                  {"sky.dds", 7, "none"},
