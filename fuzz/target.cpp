@@ -1,10 +1,5 @@
 #include "fuzz/target.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/prctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -40,46 +35,6 @@ std::uint32_t fieldValue(model::Random& random, std::size_t offset) {
 }
 
 }  // namespace
-
-MemoryFile::MemoryFile() : m_descriptor(memfd_create("fuzz", 0)), m_path{} {
-    // A large page costs as much as several inputs to clear, and inputs touch little of it.
-    (void)prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
-    claim(m_descriptor >= 0, "there are memory files");
-    std::snprintf(m_path, sizeof m_path, "/proc/self/fd/%d", m_descriptor);
-}
-
-MemoryFile::~MemoryFile() {
-    close(m_descriptor);
-}
-
-void MemoryFile::write(std::span<const unsigned char> content) {
-    const auto written = pwrite(m_descriptor, content.data(), content.size(), 0);
-    claim(written == static_cast<ssize_t>(content.size()), "a memory file can be filled");
-    // Emptying it first would give its pages back and have them cleared again.
-    claim(ftruncate(m_descriptor, written) == 0, "a memory file can be cut");
-}
-
-Bytes MemoryFile::read() const {
-    Bytes content(static_cast<std::size_t>(lseek(m_descriptor, 0, SEEK_END)));
-    claim(pread(m_descriptor, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()),
-          "a memory file can be read");
-    return content;
-}
-
-PrintedText::PrintedText() {
-    std::fflush(stdout);
-    FILE* stream = open_memstream(&m_text, &m_size);
-    claim(stream != nullptr, "standard output can be taken over");
-    // The C library lets the variable be assigned; nothing then leaves the process.
-    stdout = stream;
-}
-
-std::string_view PrintedText::take() {
-    std::fflush(stdout);
-    const std::string_view text(m_text, m_size);
-    std::rewind(stdout);
-    return text;
-}
 
 std::size_t mutateDds(unsigned char* bytes, std::size_t size, std::size_t most, std::uint64_t seed) {
     model::Random random(seed);

@@ -2,17 +2,26 @@
 // replayMain.cpp.
 #pragma once
 
+#include <sys/prctl.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
-#include <string_view>
 #include <vector>
+
+#include "tests/support/memoryFile.h"
 
 namespace fuzz {
 
 using Bytes = std::vector<unsigned char>;
+using testing_support::PrintedText;
+
+// A large page costs as much as several inputs to clear, and inputs touch little of it.
+struct MemoryFile : testing_support::MemoryFile {
+    MemoryFile() { (void)prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0); }
+};
 
 // A claim that does not hold ends the program, which is what a fuzzer looks for.
 inline void claim(bool holds, const char* what) {
@@ -20,35 +29,6 @@ inline void claim(bool holds, const char* what) {
     std::fprintf(stderr, "claim broken: %s\n", what);
     std::abort();
 }
-
-// A file in memory that can be opened by path, over and over with new content.
-class MemoryFile {
-public:
-    MemoryFile();
-    ~MemoryFile();
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    void write(std::span<const unsigned char> content);
-    Bytes read() const;
-    const char* path() const { return m_path; }
-
-private:
-    int m_descriptor;
-    char m_path[32];
-};
-
-// Takes over the process's standard output, and gives what was printed since the last call; the text is good until more
-// is printed.
-class PrintedText {
-public:
-    PrintedText();
-    std::string_view take();
-
-private:
-    char* m_text = nullptr;
-    std::size_t m_size = 0;
-};
 
 // Bytes of the input as numbers; zero after its end.
 class Input {

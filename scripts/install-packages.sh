@@ -5,9 +5,9 @@
 set -eu
 
 build='g++ cmake ninja-build libpng-dev libcli11-dev nlohmann-json3-dev libopenexr-dev'
-test='libgtest-dev libgmock-dev libbenchmark-dev'
+test='libgtest-dev libgmock-dev libbenchmark-dev libssl-dev python3-jsonschema'
 packages='dpkg-dev fakeroot file gzip lintian man-db pkg-config'
-ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver fish zsh'
+ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver python3-selenium fish zsh'
 
 case "${1:-build}" in
 build) wanted=$build ;;

@@ -9,16 +9,14 @@ import json
 import os
 import pathlib
 import re
-import shutil
-import socket
-import subprocess
 import sys
-import tempfile
-import time
-import urllib.error
-import urllib.request
 
-KEYS = {"Enter": "\ue007", "Escape": "\ue00c", "ArrowRight": "\ue014", "ArrowLeft": "\ue012", "Tab": "\ue004"}
+sys.path.append("/usr/lib/python3/dist-packages")  # of Debian's packages, whichever interpreter runs this
+from selenium import webdriver
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+
 ARGUMENTS = ["--headless=new", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
              "--disable-component-update", "--disable-sync", "--window-size=1280,1000"]
 
@@ -37,67 +35,12 @@ def expect(actual, expected, what):
         print(f"{what}: {actual!r} instead of {expected!r}")
 
 
-class Browser:
-    """A session of chromedriver, over its HTTP interface."""
-
-    def __init__(self):
-        self.profile = tempfile.mkdtemp(prefix="gallery-")
-        with socket.socket() as free:
-            free.bind(("127.0.0.1", 0))
-            port = free.getsockname()[1]
-        self.driver = subprocess.Popen(["chromedriver", f"--port={port}"], stdout=subprocess.DEVNULL,
-                                       stderr=subprocess.DEVNULL)
-        self.base = f"http://127.0.0.1:{port}"
-        self.opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
-        arguments = ARGUMENTS + [f"--user-data-dir={self.profile}"] + (["--no-sandbox"] if os.getuid() == 0 else [])
-        capabilities = {"browserName": "chrome", "goog:chromeOptions": {"args": arguments},
-                        "goog:loggingPrefs": {"browser": "ALL", "performance": "ALL"}}
-        self.base += "/session/" + self._start({"capabilities": {"alwaysMatch": capabilities}})["sessionId"]
-
-    def _start(self, body):
-        for _ in range(100):
-            try:
-                return self.call("POST", "/session", body)
-            except urllib.error.URLError as error:
-                if isinstance(error, urllib.error.HTTPError):
-                    raise
-                time.sleep(0.1)
-        raise RuntimeError("chromedriver does not answer")
-
-    def call(self, method, path, body=None):
-        data = json.dumps(body if body is not None else {}).encode() if method == "POST" else None
-        request = urllib.request.Request(self.base + path, data, {"Content-Type": "application/json"}, method=method)
-        with self.opener.open(request, timeout=120) as answer:
-            return json.load(answer)["value"]
-
-    def open(self, url):
-        self.call("POST", "/url", {"url": url})
-
-    def run(self, script, *arguments):
-        return self.call("POST", "/execute/sync", {"script": script, "args": list(arguments)})
-
-    def wait(self, script, *arguments):
-        """Runs a script whose value is a promise."""
-        script = f"const done = arguments[arguments.length - 1]; (async () => {{ {script} }})().then(done, e => done(String(e)));"
-        value = self.call("POST", "/execute/async", {"script": script, "args": list(arguments)})
-        if isinstance(value, str):
-            raise RuntimeError(value)
-        return value
-
-    def press(self, *names):
-        actions = [{"type": kind, "value": KEYS.get(name, name)} for name in names for kind in ("keyDown", "keyUp")]
-        self.call("POST", "/actions", {"actions": [{"type": "key", "id": "keys", "actions": actions}]})
-
-    def log(self, kind):
-        return self.call("POST", "/se/log", {"type": kind})
-
-    def close(self):
-        try:
-            self.call("DELETE", "")
-        finally:
-            self.driver.terminate()
-            self.driver.wait()
-            shutil.rmtree(self.profile, ignore_errors=True)
+def start_browser():
+    options = webdriver.ChromeOptions()
+    for argument in ARGUMENTS + (["--no-sandbox"] if os.getuid() == 0 else []):
+        options.add_argument(argument)
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+    return webdriver.Chrome(options=options)
 
 
 # What stands in the page.
@@ -122,11 +65,23 @@ return {name: document.getElementById("viewer-name").textContent, open: document
 class Gallery:
     def __init__(self, browser, infos, explanations):
         self.browser = browser
+        self.run = browser.execute_script
         self.infos = {info["file"]: info for info in infos if info["recognised"]}
         self.explanations = {item["file"]: item for item in explanations}
 
+    def wait(self, script, *arguments):
+        """Runs a script whose value is a promise."""
+        script = f"const done = arguments[arguments.length - 1]; (async () => {{ {script} }})().then(done, e => done(String(e)));"
+        value = self.browser.execute_async_script(script, *arguments)
+        if isinstance(value, str):
+            raise RuntimeError(value)
+        return value
+
+    def press(self, key):
+        ActionChains(self.browser).send_keys(key).perform()
+
     def cards(self):
-        return self.browser.run(CARDS)
+        return self.run(CARDS)
 
     def shown(self):
         return sorted(card["name"] for card in self.cards() if card["shown"])
@@ -149,12 +104,12 @@ class Gallery:
             expect(card["alt"], f"{name}, {size[0]} × {size[1]}", f"{name}: alternative text")
 
     def set_value(self, selector, value):
-        self.browser.run("""const field = document.querySelector(arguments[0]); field.value = arguments[1];
+        self.run("""const field = document.querySelector(arguments[0]); field.value = arguments[1];
                             field.dispatchEvent(new Event("input", {bubbles: true}));""", selector, value)
 
     def expect_shown(self, expected, what):
         expect(self.shown(), sorted(expected), what)
-        count = self.browser.run("return document.getElementById('count').textContent")
+        count = self.run("return document.getElementById('count').textContent")
         expect(int(re.match(r"\d+", count).group()), len(expected), f"{what}: number told")
 
     def expect_state_filters(self):
@@ -171,11 +126,11 @@ class Gallery:
         wanted["repair"] = [name for name, item in self.explanations.items() if item["mends"]]
         wanted["all"] = list(states)
         for choice, names in wanted.items():
-            self.browser.run(f"document.querySelector('[name=state][value={choice}]').click()")
+            self.run(f"document.querySelector('[name=state][value={choice}]').click()")
             self.expect_shown(names, f"filter {choice}")
 
     def expect_format_filter(self):
-        options = self.browser.run("return [...document.getElementById('format').options].map(o => [o.value, o.text])")
+        options = self.run("return [...document.getElementById('format').options].map(o => [o.value, o.text])")
         formats = {}
         for name, item in self.explanations.items():
             if "header" in item:
@@ -194,17 +149,17 @@ class Gallery:
         self.expect_shown([name for name in self.explanations if "dxt1-odd" in name], "words")
         self.set_value("#words", "nothing is called so")
         self.expect_shown([], "words that nothing has")
-        self.browser.run("document.getElementById('reset').click()")
+        self.run("document.getElementById('reset').click()")
         self.expect_shown(list(self.explanations), "after the reset")
 
     def viewer(self):
-        return self.browser.wait(VIEWER)
+        return self.wait(VIEWER)
 
     def expect_every_picture(self):
         """Opens the first file by keyboard and goes on through all."""
         names = [card["name"] for card in self.cards() if card["size"]]
-        self.browser.run("document.querySelector('.open').focus()")
-        self.browser.press("Enter")
+        self.run("document.querySelector('.open').focus()")
+        self.press(Keys.ENTER)
         for name in names:
             viewer = self.viewer()
             expect(viewer["name"], name, "opened file")
@@ -213,32 +168,31 @@ class Gallery:
             if viewer["alphaSize"] is not None:
                 expect(viewer["alphaSize"], size, f"{name}: size of its alpha")
                 expect(self.infos[name]["matteChannels"], 1, f"{name}: has alpha")
-            self.browser.press("ArrowRight")
+            self.press(Keys.ARROW_RIGHT)
         expect(self.viewer()["name"], names[0], "after the last comes the first")
-        self.browser.press("ArrowLeft")
+        self.press(Keys.ARROW_LEFT)
         expect(self.viewer()["name"], names[-1], "before the first comes the last")
-        self.browser.press("Escape")
+        self.press(Keys.ESCAPE)
         self.expect_closed(names[-1])
 
     def expect_closed(self, name):
-        self.browser.wait("await new Promise(requestAnimationFrame)")
-        expect(self.browser.run("return document.getElementById('viewer').open"), False, "Escape closes")
+        self.wait("await new Promise(requestAnimationFrame)")
+        expect(self.run("return document.getElementById('viewer').open"), False, "Escape closes")
         focus = "return document.activeElement.closest('.card')?.querySelector('h2').textContent"
-        expect(self.browser.run(focus), name, "focus after Escape")
+        expect(self.run(focus), name, "focus after Escape")
 
     def open_card(self, name):
-        self.browser.run("""[...document.querySelectorAll(".card")].find((card) =>
+        self.run("""[...document.querySelectorAll(".card")].find((card) =>
             card.querySelector("h2").textContent === arguments[0]).querySelector(".open").focus();""", name)
-        self.browser.press("Enter")
+        self.press(Keys.ENTER)
         self.viewer()
 
     def choose(self, view):
-        self.browser.run(f"document.querySelector('button[data-view={view}]').click()")
+        self.run(f"document.querySelector('button[data-view={view}]').click()")
 
     def screenshot(self):
         """The picture as it comes out on the screen, as a function from its texels to colours."""
-        element = self.browser.call("POST", "/element", {"using": "css selector", "value": "#picture"})
-        image = self.browser.call("GET", f"/element/{next(iter(element.values()))}/screenshot")
+        image = self.browser.find_element(By.ID, "picture").screenshot_as_base64
         at = """
             const image = new Image();
             image.src = "data:image/png;base64," + arguments[0];
@@ -247,7 +201,7 @@ class Gallery:
             context.drawImage(image, 0, 0);
             return arguments[1].map(([x, y]) =>
               [...context.getImageData(x * image.width, y * image.height, 1, 1).data.slice(0, 3)]);"""
-        return lambda places: self.browser.wait(at, image, places)
+        return lambda places: self.wait(at, image, places)
 
     def expect_channels(self, name, texels):
         """texels: places from 0 to 1 in the picture, and the red, green, blue and alpha that are there."""
@@ -264,16 +218,16 @@ class Gallery:
                 expect(seen, list(values[:3]), f"{name}: all channels where it is opaque")
             if values[3] == 0:
                 expect(seen[0] == seen[1] and seen[0] > 128, True, f"{name}: checkerboard where it is transparent")
-        self.browser.press("Escape")
+        self.press(Keys.ESCAPE)
         self.expect_closed(name)
 
 
 def main():
     page, info, explain = sys.argv[1:]
     read = lambda path: [json.loads(line) for line in pathlib.Path(path).read_text().splitlines()]
-    browser = Browser()
+    browser = start_browser()
     try:
-        browser.open(pathlib.Path(page).resolve().as_uri())
+        browser.get(pathlib.Path(page).resolve().as_uri())
         gallery = Gallery(browser, read(info), read(explain))
         gallery.expect_cards()
         gallery.expect_state_filters()
@@ -284,9 +238,9 @@ def main():
         gallery.expect_channels("hidden.dds", [((0.25, 0.25), (200, 100, 50, 0)), ((0.75, 0.25), (10, 20, 30, 255)),
                                                ((0.25, 0.75), (0, 255, 128, 255)), ((0.75, 0.75), (255, 0, 90, 77))])
         for kind, is_bad in (("browser", lambda entry: True), ("performance", is_request)):
-            expect([entry for entry in browser.log(kind) if is_bad(entry)], [], f"log of the {kind}")
+            expect([entry for entry in browser.get_log(kind) if is_bad(entry)], [], f"log of the {kind}")
     finally:
-        browser.close()
+        browser.quit()
     return 1 if failures else 0
 
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "tests/support/likeModel.h"
 #include "tests/support/manifest.h"
 
 using namespace testing_support;
@@ -11,14 +12,10 @@ namespace {
 
 // Whether the two agree; then the line is in the manifest.
 bool addLine(Manifest& manifest, const NamedFile& file) {
-    const std::string line = manifestLine(file.bytes);
-    const std::string byModel = modelManifestLine(file.bytes);
-    if (line == byModel) {
-        manifest[file.name] = line;
-        return true;
-    }
-    std::fprintf(stderr, "%s\n  reader: %s\n  model:  %s\n", file.name.c_str(), line.c_str(), byModel.c_str());
-    return false;
+    manifest[file.name] = manifestLine(file.bytes);
+    const testing::AssertionResult agreement = readsLikeModel(file.bytes);
+    if (!agreement) std::fprintf(stderr, "%s: %s\n", file.name.c_str(), agreement.message());
+    return static_cast<bool>(agreement);
 }
 
 Manifest linesToKeep(const std::filesystem::path& path) {

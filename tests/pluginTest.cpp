@@ -32,15 +32,10 @@ namespace {
 
 using namespace testing_support;
 
-// The host's catalogue, compiled from messages such as "$set 901\n423 Name\n".
 class OpenCatalogue {
 public:
     explicit OpenCatalogue(const std::string& messages) {
-        std::ofstream(m_folder.at("messages.msg")) << messages;
-        const std::string command =
-            "gencat '" + m_folder.at("messages.cat") + "' '" + m_folder.at("messages.msg") + "'";
-        EXPECT_EQ(std::system(command.c_str()), 0);
-        kpx__msg_cat = catopen(m_folder.at("messages.cat").c_str(), 0);
+        kpx__msg_cat = catopen(m_folder.catalogue(messages).c_str(), 0);
     }
     ~OpenCatalogue() {
         catclose(kpx__msg_cat);

@@ -56,6 +56,10 @@ TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
             file.insert(file.end(), data.begin(), data.end());
             EXPECT_TRUE(readsLikeModel(file, *GetParam())) << format.name << " with " << bytes << " bytes of data";
         }
+        for (const std::size_t bytes : {0U, 127U, 128U, 147U, 148U}) {
+            const Bytes file = cutTo(withData(headerFor(format, 13, 9), 100), bytes);
+            EXPECT_TRUE(readsLikeModel(file, *GetParam())) << format.name << ", cut to " << bytes;
+        }
     }
 }
 

@@ -34,12 +34,6 @@ std::string pixelOf(const std::string& path) {
     return text.str();
 }
 
-DdsFileHeader flagHeader(std::uint32_t flags, std::uint32_t bits, const Masks& masks, std::uint32_t code = 0) {
-    DdsFileHeader file = headerOf(1, 1);
-    file.header.ddspf = {32, flags, code, bits, masks.r, masks.g, masks.b, masks.a};
-    return file;
-}
-
 Bytes pixelFile(const DdsFileHeader& header, std::uint64_t pixel, std::size_t bytes) {
     Bytes data(bytes);
     std::memcpy(data.data(), &pixel, bytes);
@@ -74,12 +68,7 @@ const Bytes bc1 = {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0};  // white
 const Bytes bc7 = {0xC0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 const Bytes bc6 = {0x03, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 
-class Repair : public Tool {
-protected:
-    void put(const std::string& name, const Bytes& content) const {
-        file(name, {reinterpret_cast<const char*>(content.data()), content.size()});
-    }
-};
+using Repair = Tool;
 
 struct Case {
     const char* fault;
@@ -118,9 +107,9 @@ std::vector<Case> numericCodes() {
 std::vector<Case> signedData() {
     const Masks rgba{0xFF, 0xFF00, 0xFF0000, 0xFF000000};
     return {
-        {"V8U8", pixelFile(flagHeader(bumpDuDv, 16, {0xFF, 0xFF00, 0, 0}), 0x817F, 2), "black", "255 0", "DXGI 51"},
-        {"Q8W8V8U8", pixelFile(flagHeader(bumpDuDv, 32, rgba), 0x7F81007F, 4), "black", "255 127 0, 255", "DXGI 31"},
-        {"V16U16", pixelFile(flagHeader(bumpDuDv, 32, {0xFFFF, 0xFFFF0000, 0, 0}), 0x81007F00, 4), "black", "255 0",
+        {"V8U8", pixelFile(maskHeader(bumpDuDv, 16, {0xFF, 0xFF00, 0, 0}, 1), 0x817F, 2), "black", "255 0", "DXGI 51"},
+        {"Q8W8V8U8", pixelFile(maskHeader(bumpDuDv, 32, rgba, 1), 0x7F81007F, 4), "black", "255 127 0, 255", "DXGI 31"},
+        {"V16U16", pixelFile(maskHeader(bumpDuDv, 32, {0xFFFF, 0xFFFF0000, 0, 0}, 1), 0x81007F00, 4), "black", "255 0",
          "DXGI 37"},
         {"code 60", codePixel(60, 0x817F, 2), "black", "255 0", "D3DFMT_V8U8"},
         {"code 63", codePixel(63, 0x7F81007F, 4), "black", "255 127 0, 255", "D3DFMT_Q8W8V8U8"},
@@ -159,14 +148,15 @@ std::vector<Case> flags() {
          "255 255 255, 255", "named by the code \"DXT1\" alone"},
         {"DXT1 and DDPF_LUMINANCE", withFlags(blockFile("DXT1", 0, 0, bc1), DDPF_LUMINANCE, 8), "0", "255 255 255, 255",
          "named by the code \"DXT1\" alone"},
-        {"red luminance", pixelFile(flagHeader(DDPF_RGB | DDPF_LUMINANCE, 8, {0xFF, 0, 0, 0}), 40, 1), "40 0 0", "40",
+        {"red luminance", pixelFile(maskHeader(DDPF_RGB | DDPF_LUMINANCE, 8, {0xFF, 0, 0, 0}, 1), 40, 1), "40 0 0",
+         "40", "become 0x20000 DDPF_LUMINANCE"},
+        {"red luminance of 16 bits",
+         pixelFile(maskHeader(DDPF_RGB | DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}, 1), 0x2800, 2), "39 0 0", "40",
          "become 0x20000 DDPF_LUMINANCE"},
-        {"red luminance of 16 bits", pixelFile(flagHeader(DDPF_RGB | DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}), 0x2800, 2),
-         "39 0 0", "40", "become 0x20000 DDPF_LUMINANCE"},
         {"red luminance and alpha",
-         pixelFile(flagHeader(DDPF_RGB | DDPF_LUMINANCE | DDPF_ALPHAPIXELS, 16, {0xFF, 0, 0, 0xFF00}), 0x280A, 2),
+         pixelFile(maskHeader(DDPF_RGB | DDPF_LUMINANCE | DDPF_ALPHAPIXELS, 16, {0xFF, 0, 0, 0xFF00}, 1), 0x280A, 2),
          "10 0 0, 40", "10, 40", "DDPF_LUMINANCE"},
-        {"no alpha mask", pixelFile(flagHeader(DDPF_RGB | DDPF_ALPHAPIXELS, 32, bgr), 0x280A141E, 4), "10 20 30, 0",
+        {"no alpha mask", pixelFile(maskHeader(DDPF_RGB | DDPF_ALPHAPIXELS, 32, bgr, 1), 0x280A141E, 4), "10 20 30, 0",
          "10 20 30", "DDPF_ALPHAPIXELS is taken away"},
         {"a pixel code as blocks", codePixel(34, 0x28000A00, 4, DDSD_LINEARSIZE), "black", "10 40",
          "is no block format"},
@@ -180,7 +170,7 @@ TEST_F(Repair, EveryFaultIsMendedAndThePixelDataIsTheSame) {
         for (const Case& each : table) {
             SCOPED_TRACE(each.fault);
             std::filesystem::remove(at("b.dds"));
-            put("a.dds", each.file);
+            file("a.dds", each.file);
             EXPECT_EQ(pixelOf(at("a.dds")), each.before);
             const RunResult result = run("repair a.dds b.dds");
             EXPECT_EQ(result.err, "");
@@ -211,7 +201,7 @@ TEST_F(Repair, WhatCannotBeMendedIsSaidAndNoFileAppears) {
          "has nothing to mend"},
     };
     for (const Case& each : cases) {
-        put("a.dds", each.file);
+        file("a.dds", each.file);
         const RunResult result = run("repair a.dds b.dds");
         const bool isBlack = std::string(each.phrase).find("nothing") == std::string::npos && each.file.size() > 100;
         EXPECT_EQ(result.status, isBlack ? 3 : 1) << each.fault;
@@ -225,18 +215,18 @@ TEST_F(Repair, AnArrayACubeAndAVolumeKeepTheirShape) {
     Bytes cube = dx10File(85, 1, 1, Bytes(12));
     cube[136] = 4;
     cube[140] = 2;
-    put("a.dds", cube);
+    file("a.dds", cube);
     EXPECT_NE(run("repair a.dds b.dds").out.find("an array of 2 is no longer said"), std::string::npos);
     EXPECT_EQ(readFile(at("b.dds"))[113], 0xFE);
     DdsFileHeader volume = codeHeader(60, 1, 1);
     volume.header.dwCaps2 = 0x200000;
-    put("a.dds", fileOf(volume, Bytes(2)));
+    file("a.dds", fileOf(volume, Bytes(2)));
     EXPECT_EQ(run("repair a.dds b.dds").status, 0);
     EXPECT_EQ(readFile(at("b.dds"))[132], 4);
 }
 
 TEST_F(Repair, ADryRunAndTheInputItselfAreNotWritten) {
-    put("a.dds", codePixel(25, 0x7C00, 2));
+    file("a.dds", codePixel(25, 0x7C00, 2));
     const RunResult dry = run("repair a.dds b.dds --dry-run");
     EXPECT_EQ(dry.status, 0);
     EXPECT_EQ(run("repair a.dds --dry-run").out, dry.out);
@@ -246,20 +236,20 @@ TEST_F(Repair, ADryRunAndTheInputItselfAreNotWritten) {
     EXPECT_EQ(pixelOf(at("a.dds")), "black");
     EXPECT_EQ(run("repair a.dds").status, 2);
     // A limit on the size of files stands for a full disk.
-    put("large.dds", fileOf(codeHeader(25, 256, 256), Bytes(131072)));
+    file("large.dds", fileOf(codeHeader(25, 256, 256), Bytes(131072)));
     EXPECT_EQ(run("repair large.dds b.dds", "trap '' XFSZ; ulimit -f 1;").err,
               "kpximage: b.dds: cannot be written: File too large\n");
     EXPECT_EQ(pixelOf(at("b.dds")), "255 0 0, 0");
 }
 
 TEST_F(Repair, ExplainSaysWhenItWouldHelp) {
-    put("a.dds", codePixel(25, 0x7C00, 2));
+    file("a.dds", codePixel(25, 0x7C00, 2));
     const std::string out = run("explain a.dds").out;
     EXPECT_NE(
         out.find("  repair    \"kpximage repair\" makes a copy that is read well:\n            The pixel format, "),
         std::string::npos)
         << out;
-    put("a.dds", dx10File(89, 1, 1, Bytes(4)));
+    file("a.dds", dx10File(89, 1, 1, Bytes(4)));
     EXPECT_EQ(run("explain a.dds").out.find("repair"), std::string::npos);
 }
 

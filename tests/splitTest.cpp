@@ -26,6 +26,15 @@ SplitFile readSplit(const std::string& path) {
     return file;
 }
 
+using Numbers = std::vector<std::uint32_t>;
+
+// Of a header what depends on the surface.
+Numbers stated(const SplitFile& file) {
+    const DDS_HEADER& header = file.header;
+    return {header.dwWidth, header.dwHeight,      header.dwFlags, header.dwPitchOrLinearSize,
+            header.dwDepth, header.dwMipMapCount, header.dwCaps,  header.dwCaps2};
+}
+
 // Bytes that count up.
 Bytes counting(std::size_t count) {
     Bytes bytes(count);
@@ -44,9 +53,7 @@ DdsFileHeader grey(std::uint32_t width, std::uint32_t height, std::uint32_t leve
 
 class Split : public Tool {
 protected:
-    void put(const Bytes& content) const {
-        file("a.dds", {reinterpret_cast<const char*>(content.data()), content.size()});
-    }
+    void put(const Bytes& content) const { file("a.dds", content); }
 
     // NAME=DATA of every file, in the order of the names.
     [[nodiscard]] std::string parts() const {
@@ -125,34 +132,23 @@ TEST_F(Split, EverySurfaceIsAFileNamedByWhatVaries) {
 TEST_F(Split, HeadersAreThoseOfTheSurface) {
     put(legacy(grey(5, 3, 3), 0xFE00, 0, 6 * 18));
     ASSERT_EQ(run("split a.dds out").status, 0);
-    const DDS_HEADER small = readSplit(at("out/a-face-y-mip01.dds")).header;
-    EXPECT_EQ(small.dwWidth, 2U);
-    EXPECT_EQ(small.dwHeight, 1U);
-    EXPECT_EQ(small.dwFlags, 0x100FU);
-    EXPECT_EQ(small.dwPitchOrLinearSize, 2U);
-    EXPECT_EQ(small.dwMipMapCount, 1U);
-    EXPECT_EQ(small.dwCaps, 0x1000U);
-    EXPECT_EQ(small.dwCaps2, 0U);
+    EXPECT_EQ(stated(readSplit(at("out/a-face-y-mip01.dds"))), (Numbers{2, 1, 0x100F, 2, 0, 1, 0x1000, 0}));
 
     DdsFileHeader blocks = codeHeader(fourCC("DXT1"), 5, 5, DDSD_LINEARSIZE);
     blocks.header.dwPitchOrLinearSize = 99;
     put(legacy(blocks, 0x200000, 2, 64));
     ASSERT_EQ(run("split a.dds out").status, 0);
     const SplitFile slice = readSplit(at("out/a-slice001.dds"));
-    EXPECT_EQ(slice.header.dwPitchOrLinearSize, 32U);
-    EXPECT_EQ(slice.header.dwDepth, 0U);
-    EXPECT_EQ(slice.header.dwFlags, DDSD_LINEARSIZE);
+    EXPECT_EQ(stated(slice), (Numbers{5, 5, DDSD_LINEARSIZE, 32, 0, 1, 0, 0}));
     EXPECT_EQ(slice.data.size(), 32U);
     EXPECT_EQ(run("info out/a-slice001.dds").out, "out/a-slice001.dds: 5 x 5, 3 colour, 1 matte, 8-bit\n");
 
     put(dx10Grey(1, {61, 4, 4, 7, 1}, 14 * 6));
     ASSERT_EQ(run("split a.dds out").status, 0);
-    const SplitFile element = readSplit(at("out/a-array06-face+y.dds"));
-    EXPECT_EQ(element.dx10.dxgiFormat, 61U);
-    EXPECT_EQ(element.dx10.resourceDimension, 3U);
-    EXPECT_EQ(element.dx10.miscFlag, 0U);
-    EXPECT_EQ(element.dx10.arraySize, 1U);
-    EXPECT_EQ(element.dx10.miscFlags2, 1U);
+    const DDS_HEADER_DXT10 element = readSplit(at("out/a-array06-face+y.dds")).dx10;
+    EXPECT_EQ((Numbers{element.dxgiFormat, element.resourceDimension, element.miscFlag, element.arraySize,
+                       element.miscFlags2}),
+              (Numbers{61, 3, 0, 1, 1}));
 }
 
 TEST_F(Split, OfAShortFileWhatIsWholeIsWritten) {

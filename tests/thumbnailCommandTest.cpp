@@ -1,14 +1,7 @@
 // kpximage thumbnail as a file manager runs it.
-#include <gtest/gtest.h>
-#include <png.h>
-
-#include <cstdio>
-#include <filesystem>
-#include <map>
-#include <string>
-
 #include "tests/support/Tool.h"
 #include "tests/support/ddsFiles.h"
+#include "tests/support/png.h"
 
 namespace {
 
@@ -18,35 +11,11 @@ using testing_support::RunResult;
 using testing_support::textOfFile;
 using testing_support::Tool;
 
-struct Thumbnail {
-    unsigned width, height;
-    int type;
-    std::map<std::string, std::string> texts;  // those before the pixels
-};
-
-Thumbnail read(const std::string& path) {
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) return {};
-    png_struct* png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_info* info = png_create_info_struct(png);
-    png_init_io(png, file);
-    png_read_info(png, info);
-    Thumbnail thumbnail{
-        png_get_image_width(png, info), png_get_image_height(png, info), png_get_color_type(png, info), {}};
-    png_text* texts = nullptr;
-    const int count = png_get_text(png, info, &texts, nullptr);
-    for (int i = 0; i < count; ++i) thumbnail.texts[texts[i].key] = texts[i].text;
-    png_destroy_read_struct(&png, &info, nullptr);
-    std::fclose(file);
-    return thumbnail;
-}
-
 class ThumbnailCommand : public Tool {
 protected:
     // An opaque file of 8-bit RGBA.
     void image(const std::string& name, std::uint32_t width, std::uint32_t height) const {
-        const Bytes bytes = testing_support::dx10File(28, width, height, Bytes(width * height * 4, 255));
-        file(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        file(name, testing_support::dx10File(28, width, height, Bytes(width * height * 4, 255)));
     }
     [[nodiscard]] std::string uri(const std::string& escapedName) const { return "file://" + at(escapedName); }
 };
@@ -58,9 +27,9 @@ TEST_F(ThumbnailCommand, SaysWhatItIsOf) {
     for (const std::string& input : {std::string("a ü;%#.dds"), at("a ü;%#.dds"), escaped}) {
         const RunResult result = run("thumbnail -s 16 '" + input + "' out.png");
         ASSERT_EQ(result.status, 0) << result.err;
-        const Thumbnail thumbnail = read(at("out.png"));
-        EXPECT_EQ(thumbnail.width, 16U);
-        EXPECT_EQ(thumbnail.height, 8U);
+        const testing_support::Png thumbnail = testing_support::readPng(at("out.png"));
+        EXPECT_EQ(thumbnail.width, 16);
+        EXPECT_EQ(thumbnail.height, 8);
         EXPECT_EQ(thumbnail.type, PNG_COLOR_TYPE_RGBA);
         const std::map<std::string, std::string> texts = {
             {"Thumb::URI", escaped},       {"Thumb::MTime", "1234567890"}, {"Thumb::Mimetype", "image/x-dds"},
@@ -86,8 +55,8 @@ TEST_F(ThumbnailCommand, IsMadeByTheLineOfItsThumbnailer) {
     const std::string programs = fs::path(KPX_TOOL_PATH).parent_path();
     const RunResult result = shell("PATH='" + programs + "':$PATH KPX_PLUGIN='" KPX_PLUGIN_PATH "' " + line);
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(read(at("out.png")).width, 256U);
-    EXPECT_EQ(read(at("out.png")).height, 85U);
+    EXPECT_EQ(testing_support::readPng(at("out.png")).width, 256);
+    EXPECT_EQ(testing_support::readPng(at("out.png")).height, 85);
 }
 
 TEST_F(ThumbnailCommand, FailsWithoutLeavingAFile) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <initializer_list>
+#include <iterator>
 #include <memory>
 
 #include "tests/model/blockModel.h"
@@ -97,37 +98,18 @@ std::uint32_t snormToByte(std::uint32_t raw) {
     return value == -128 ? 0U : static_cast<std::uint32_t>((value + 127) * 255 / 254);
 }
 
-// Which byte of a stored pixel each output channel is, by layout.
-std::vector<std::uint32_t> channelBytes(int layout) {
-    switch (layout) {
-        case 2:
-            return {0};
-        case 3:
-            return {0, 1};
-        case 4:
-            return {2, 1, 0};
-        case 5:
-            return {0, 1, 2};
-        case 6:
-            return {3, 2, 1, 0};
-        case 7:
-            return {2, 1, 0, 3};
-        case 8:
-            return {1, 2, 3, 0};
-        case 9:
-            return {0, 1, 2, 3};
-        default:
-            return {};
-    }
-}
+// Which byte of a stored pixel each output channel is, by layout; of layouts 0 and 1 the masks tell.
+constexpr const char* channelOrders[] = {"", "", "0", "01", "210", "012", "3210", "2103", "1230", "0123"};
 
 // Pixels of pixelBytes bytes with a channel in single bytes. Of channels of valueBytes = 2 the high byte is taken.
 void showBytes(State& s, std::uint64_t pixelBytes, std::uint64_t valueBytes) {
-    s.pixelAt = [data = s.data, width = s.width, isSnorm = s.isSnorm, order = channelBytes(s.layout), pixelBytes,
-                 valueBytes](std::uint64_t x, std::uint64_t y) {
+    const std::string order = channelOrders[s.layout];
+    s.pixelAt = [data = s.data, width = s.width, isSnorm = s.isSnorm, order, pixelBytes, valueBytes](std::uint64_t x,
+                                                                                                     std::uint64_t y) {
         Pixel pixel{};
         for (std::size_t c = 0; c < order.size(); ++c) {
-            const std::uint64_t index = (y * width + x) * pixelBytes + order[c] * valueBytes + (valueBytes - 1);
+            const auto place = static_cast<std::uint64_t>(order[c] - '0');
+            const std::uint64_t index = (y * width + x) * pixelBytes + place * valueBytes + (valueBytes - 1);
             pixel[c] = isSnorm && data.has(index) ? snormToByte(data.byte(index)) : data.byte(index);
         }
         return pixel;
@@ -184,16 +166,10 @@ struct FloatFormat {
     std::uint32_t code;
     std::uint32_t channels;
     std::uint64_t valueBytes;
-    int layout;
 };
 
-constexpr std::array<FloatFormat, 7> floatFormats = {{{111, 1, 2, 10},
-                                                      {112, 2, 2, 11},
-                                                      {113, 4, 2, 13},
-                                                      {114, 1, 4, 14},
-                                                      {115, 2, 4, 15},
-                                                      {116, 4, 4, 17},
-                                                      {1116, 3, 4, 16}}};
+constexpr std::array<FloatFormat, 7> floatFormats = {
+    {{111, 1, 2}, {112, 2, 2}, {113, 4, 2}, {114, 1, 4}, {115, 2, 4}, {116, 4, 4}, {1116, 3, 4}}};
 
 // Rows of pixelBytes file bytes per pixel that unpack turns into floats. Rows from the first incomplete one are zero.
 template <typename Unpack>
@@ -212,7 +188,6 @@ bool loadFloatingPoint(State& s) {
     const FloatFormat format =
         *std::find_if(floatFormats.begin(), floatFormats.end(), [&](const FloatFormat& f) { return f.code == s.code; });
     s.channels = format.channels;
-    s.layout = format.layout;
     if (format.channels == 4) s.flags |= ddpfAlphaPixels;
     return showFloatRows(s, format.channels * format.valueBytes, [format](const Data& data, std::uint64_t first) {
         Pixel pixel{};
@@ -226,10 +201,10 @@ bool loadFloatingPoint(State& s) {
     });
 }
 
-bool loadPackedFloat(State& s, std::array<float, 3> (*unpackWord)(std::uint32_t)) {
+template <std::array<float, 3> (*unpackWord)(std::uint32_t)>
+bool loadPackedFloat(State& s) {
     s.channels = 3;
-    s.layout = 16;
-    return showFloatRows(s, 4, [unpackWord](const Data& data, std::uint64_t first) {
+    return showFloatRows(s, 4, [](const Data& data, std::uint64_t first) {
         const std::array<float, 3> rgb = unpackWord(data.word32(first));
         return Pixel{std::bit_cast<std::uint32_t>(rgb[0]), std::bit_cast<std::uint32_t>(rgb[1]),
                      std::bit_cast<std::uint32_t>(rgb[2]), 0};
@@ -241,7 +216,6 @@ bool loadPalettised(State& s) {
     const bool isNibble = (s.flags & (ddpfPaletteIndexed4 | ddpfPaletteIndexedTo8)) != 0;
     s.flags |= ddpfAlphaPixels;
     s.channels = 4;
-    s.layout = 9;
     const std::uint64_t rowBytes = isNibble ? (s.width + 1) / 2 : s.width;
     const std::uint64_t inputBytes = paletteBytes + std::min(product({rowBytes, s.height}), std::uint64_t{1} << 62);
     if (!canAllocate(product({4, s.width, s.height})) || !canAllocate(inputBytes)) return failWith(s, noMemory);
@@ -272,50 +246,40 @@ Tile toTile(const AnyTexels& texels) {
     return tile;
 }
 
-// The decoder of a block code, or null. It reads as many bytes as blockBytes says.
-std::function<Tile(const unsigned char*)> blockDecoder(std::uint32_t code, bool isSignedBC6H) {
-    using Bytes = const unsigned char*;
-    const auto b8 = [](Bytes p) { return Block8(p, 8); };
-    const auto b16 = [](Bytes p) { return Block16(p, 16); };
-    switch (code) {
-        case fourCC("DXT1"):
-            return [=](Bytes p) { return toTile(decodeBC1(b8(p), true)); };
-        case fourCC("DXT2"):
-            return [=](Bytes p) { return toTile(decodeBC2(b16(p), true)); };
-        case fourCC("DXT3"):
-            return [=](Bytes p) { return toTile(decodeBC2(b16(p), false)); };
-        case fourCC("DXT4"):
-            return [=](Bytes p) { return toTile(decodeBC3(b16(p), true)); };
-        case fourCC("DXT5"):
-            return [=](Bytes p) { return toTile(decodeBC3(b16(p), false)); };
-        case fourCC("BC4U"):
-            return [=](Bytes p) { return toTile(decodeBC4(b8(p), false)); };
-        case fourCC("BC4S"):
-            return [=](Bytes p) { return toTile(decodeBC4(b8(p), true)); };
-        case fourCC("ATI2"):
-        case fourCC("BC5U"):
-            return [=](Bytes p) { return toTile(decodeBC5(b16(p), false)); };
-        case fourCC("BC5S"):
-            return [=](Bytes p) { return toTile(decodeBC5(b16(p), true)); };
-        case fourCC("DXT6"):
-            return [=](Bytes p) { return toTile(decodeBC6H(b16(p), isSignedBC6H)); };
-        case fourCC("DXT7"):
-            return [=](Bytes p) { return toTile(decodeBC7(b16(p))); };
-        default:
-            return nullptr;
-    }
-}
+using Block = const unsigned char*;
+
+struct BlockFormat {
+    std::uint32_t code;
+    std::uint64_t blockBytes;
+    Tile (*decode)(Block block);
+};
+
+const BlockFormat blockFormats[] = {
+    {fourCC("DXT1"), 8, [](Block b) { return toTile(decodeBC1(Block8(b, 8), true)); }},
+    {fourCC("DXT2"), 16, [](Block b) { return toTile(decodeBC2(Block16(b, 16), true)); }},
+    {fourCC("DXT3"), 16, [](Block b) { return toTile(decodeBC2(Block16(b, 16), false)); }},
+    {fourCC("DXT4"), 16, [](Block b) { return toTile(decodeBC3(Block16(b, 16), true)); }},
+    {fourCC("DXT5"), 16, [](Block b) { return toTile(decodeBC3(Block16(b, 16), false)); }},
+    {fourCC("BC4U"), 8, [](Block b) { return toTile(decodeBC4(Block8(b, 8), false)); }},
+    {fourCC("BC4S"), 8, [](Block b) { return toTile(decodeBC4(Block8(b, 8), true)); }},
+    {fourCC("ATI2"), 16, [](Block b) { return toTile(decodeBC5(Block16(b, 16), false)); }},
+    {fourCC("BC5U"), 16, [](Block b) { return toTile(decodeBC5(Block16(b, 16), false)); }},
+    {fourCC("BC5S"), 16, [](Block b) { return toTile(decodeBC5(Block16(b, 16), true)); }},
+    {fourCC("DXT6"), 16, [](Block b) { return toTile(decodeBC6H(Block16(b, 16), false)); }},
+    {fourCC("DXT7"), 16, [](Block b) { return toTile(decodeBC7(Block16(b, 16))); }},
+};
 
 bool loadCompressed(State& s) {
     const bool isBC6H = s.code == fourCC("DXT6");
     s.flags |= ddpfAlphaPixels;
     s.channels = 4;
-    s.layout = isBC6H ? 13 : 8;
     if (isBC6H) s.bits = 32;
     if (!canAllocate(product({s.width, s.height, isBC6H ? 16U : 4U}))) return failWith(s, noMemory);
 
-    const bool isSmall = s.code == fourCC("DXT1") || s.code == fourCC("BC4U") || s.code == fourCC("BC4S");
-    const std::uint64_t blockBytes = isSmall ? 8 : 16;
+    const BlockFormat* format = std::find_if(std::begin(blockFormats), std::end(blockFormats),
+                                             [&](const BlockFormat& f) { return f.code == s.code; });
+    const bool isKnown = format != std::end(blockFormats);
+    const std::uint64_t blockBytes = isKnown ? format->blockBytes : 16;
     const std::uint64_t tilesAcross = (s.width + 3) / 4;
     const std::uint64_t tilesDown = (s.height + 3) / 4;
     const std::uint64_t bytes = std::max({product({s.height, s.width, blockBytes}) / 16, std::uint64_t{s.linearSize},
@@ -323,8 +287,9 @@ bool loadCompressed(State& s) {
     if (!canAllocate(bytes)) return failWith(s, noMemory);
     if (s.data.size() < bytes) return failWith(s, shortData);
 
-    const auto decode = blockDecoder(s.code, s.dxgiFormat == 96);
-    if (decode == nullptr) return false;
+    if (!isKnown) return false;
+    auto decode = format->decode;
+    if (s.dxgiFormat == 96) decode = [](Block b) { return toTile(decodeBC6H(Block16(b, 16), true)); };
     // The last decoded block is kept, as neighbours in a row share it.
     s.pixelAt = [data = s.data, decode, tilesAcross, blockBytes, last = UINT64_MAX, tile = Tile{}](
                     std::uint64_t x, std::uint64_t y) mutable {
@@ -350,7 +315,6 @@ constexpr std::array<ByteFormat, 6> byteFormats = {
 // Two pixels in four bytes that share red and blue. Rows from the first incomplete one are zero.
 bool loadPixelPairs(State& s) {
     s.channels = 3;
-    s.layout = 5;
     if (!canAllocate(product({6, s.width, s.height}))) return failWith(s, noMemory);
     s.pixelAt = [data = s.data, rowBytes = (s.width + 1) / 2 * 4, isRGBG = s.code == fourCC("RGBG")](std::uint64_t x,
                                                                                                      std::uint64_t y) {
@@ -381,22 +345,13 @@ bool loadD3DFormat(State& s) {
     return false;
 }
 
-bool loadMasked32(State& s, const std::array<std::uint32_t, 4>& masks) {
+template <std::uint32_t red, std::uint32_t green, std::uint32_t blue, std::uint32_t alpha>
+bool loadMasked32(State& s) {
     s.bitCount = 32;
-    s.masks = masks;
+    s.masks = {red, green, blue, alpha};
     s.flags |= ddpfAlphaPixels;
     s.channels = 4;
     return loadUncompressed(s);
-}
-
-bool loadR10G10B10A2(State& s) {
-    return loadMasked32(s, {0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000});
-}
-bool loadR8G8B8A8(State& s) {
-    return loadMasked32(s, {0xFF, 0xFF00, 0xFF0000, 0xFF000000});
-}
-bool loadB8G8R8A8(State& s) {
-    return loadMasked32(s, {0xFF0000, 0xFF00, 0xFF, 0xFF000000});
 }
 
 bool loadA8(State& s) {
@@ -404,13 +359,6 @@ bool loadA8(State& s) {
     s.bitCount = 8;
     if (s.masks[3] == 0) s.masks[3] = 0xFF;
     return loadUncompressed(s);
-}
-
-bool loadR11G11B10(State& s) {
-    return loadPackedFloat(s, unpackR11G11B10);
-}
-bool loadR9G9B9E5(State& s) {
-    return loadPackedFloat(s, unpackR9G9B9E5);
 }
 
 bool loadBC3(State& s) {
@@ -432,9 +380,9 @@ constexpr std::array<DxgiFormats, 32> dxgiFormats = {{
     {11, 11, 36, loadD3DFormat},
     {13, 13, 36, loadD3DFormat},
     {16, 16, 115, loadFloatingPoint},
-    {23, 25, 0, loadR10G10B10A2},
-    {26, 26, 0, loadR11G11B10},
-    {27, 32, 0, loadR8G8B8A8},
+    {23, 25, 0, loadMasked32<0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000>},
+    {26, 26, 0, loadPackedFloat<unpackR11G11B10>},
+    {27, 32, 0, loadMasked32<0xFF, 0xFF00, 0xFF0000, 0xFF000000>},
     {33, 33, 34, loadD3DFormat},
     {34, 34, 112, loadFloatingPoint},
     {35, 38, 34, loadD3DFormat},
@@ -444,7 +392,7 @@ constexpr std::array<DxgiFormats, 32> dxgiFormats = {{
     {56, 59, 134, loadD3DFormat},
     {60, 64, 136, loadD3DFormat},
     {65, 65, 0, loadA8},
-    {67, 67, 0, loadR9G9B9E5},
+    {67, 67, 0, loadPackedFloat<unpackR9G9B9E5>},
     {68, 68, fourCC("RGBG"), loadD3DFormat},
     {69, 69, fourCC("GRGB"), loadD3DFormat},
     {70, 72, fourCC("DXT1"), loadCompressed},
@@ -454,8 +402,8 @@ constexpr std::array<DxgiFormats, 32> dxgiFormats = {{
     {81, 81, fourCC("BC4S"), loadCompressed},
     {82, 83, fourCC("ATI2"), loadCompressed},
     {84, 84, fourCC("BC5S"), loadCompressed},
-    {87, 88, 0, loadB8G8R8A8},
-    {90, 93, 0, loadB8G8R8A8},
+    {87, 88, 0, loadMasked32<0xFF0000, 0xFF00, 0xFF, 0xFF000000>},
+    {90, 93, 0, loadMasked32<0xFF0000, 0xFF00, 0xFF, 0xFF000000>},
     {94, 96, fourCC("DXT6"), loadCompressed},
     {97, 99, fourCC("DXT7"), loadCompressed},
 }};
@@ -516,7 +464,6 @@ void becomeFallback(State& s) {
     s.height = 64;
     s.channels = 4;
     s.bits = 8;
-    s.layout = 6;
     s.pixelAt = [](std::uint64_t, std::uint64_t) { return Pixel{0, 0, 0, 255}; };
 }
 
@@ -531,10 +478,6 @@ std::vector<std::vector<unsigned char>> Picture::scanline(std::uint32_t y) const
                 rows[c].push_back(static_cast<unsigned char>(pixel[c] >> shift & 0xFFU));
     }
     return rows;
-}
-
-std::vector<unsigned char> Picture::channelRow(std::uint32_t y, std::uint32_t channel) const {
-    return scanline(y).at(channel);
 }
 
 Picture read(std::span<const unsigned char> file) {
@@ -552,7 +495,6 @@ Picture read(std::span<const unsigned char> file) {
     picture.hasAlpha = (s.flags & ddpfAlphaPixels) != 0;
     picture.colourChannels = picture.hasAlpha ? s.channels - 1 : s.channels;
     picture.bits = s.bits;
-    picture.layout = s.layout;
     picture.printed = s.printed;
     picture.pixelAt = s.pixelAt;
     return picture;

@@ -28,7 +28,6 @@ struct Picture {
     std::uint32_t colourChannels = 0;  // channels without the alpha channel
     bool hasAlpha = false;
     int bits = 0;         // of a channel value: 8, or 32 for floats
-    int layout = 0;       // PixelLayout code of the picture in memory
     std::string printed;  // the message on standard output without its newline, or empty
 
     // The pixel of column x in stored row y (row 0 at the top), both inside the picture. Not for use by two threads.
@@ -36,8 +35,6 @@ struct Picture {
 
     // The channel rows of scanline y, 0 at the bottom: width bytes each, or width little-endian floats.
     std::vector<std::vector<unsigned char>> scanline(std::uint32_t y) const;
-    // One channel row of scanline y. Slower than scanline for all of them.
-    std::vector<unsigned char> channelRow(std::uint32_t y, std::uint32_t channel) const;
 };
 
 // The picture that opening a file of these bytes gives. The bytes are copied.

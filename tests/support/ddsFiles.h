@@ -55,6 +55,24 @@ inline Bytes fileOf(const kpx::DdsFileHeader& header, std::span<const unsigned c
     return bytes;
 }
 
+// A square named by flags, bits and masks.
+inline kpx::DdsFileHeader maskHeader(std::uint32_t flags, std::uint32_t bitCount, const kpx::Masks& masks,
+                                     std::uint32_t side) {
+    kpx::DdsFileHeader file = headerOf(side, side);
+    file.header.ddspf = {32, flags, 0, bitCount, masks.r, masks.g, masks.b, masks.a};
+    return file;
+}
+
+inline Bytes withData(Bytes file, std::size_t bytes) {
+    file.resize(file.size() + bytes, 0x55);
+    return file;
+}
+
+inline Bytes cutTo(Bytes file, std::size_t bytes) {
+    file.resize(bytes);
+    return file;
+}
+
 inline Bytes dx10File(std::uint32_t dxgiFormat, std::uint32_t width, std::uint32_t height,
                       std::span<const unsigned char> data = {}, std::uint32_t miscFlags2 = 0) {
     Bytes bytes = fileOf(codeHeader(kpx::fourCC("DX10"), width, height));

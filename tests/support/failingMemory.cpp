@@ -73,12 +73,6 @@ void release(void* block) {
     KPX_ALLOCATOR(free)(block);
 }
 
-void* allocateOrThrow(size_t bytes) {
-    void* block = allocate(bytes == 0 ? 1 : bytes);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-
 }  // namespace
 
 extern "C" {
@@ -114,28 +108,19 @@ int munmap(void* address, size_t bytes) noexcept {
 
 }  // extern "C"
 
+// The forms for arrays call these.
 void* operator new(size_t bytes) {
-    return allocateOrThrow(bytes);
-}
-void* operator new[](size_t bytes) {
-    return allocateOrThrow(bytes);
+    void* block = allocate(bytes == 0 ? 1 : bytes);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
 }
 void* operator new(size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
-    return allocate(bytes == 0 ? 1 : bytes);
-}
-void* operator new[](size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
     return allocate(bytes == 0 ? 1 : bytes);
 }
 void operator delete(void* block) noexcept {
     release(block);
 }
-void operator delete[](void* block) noexcept {
-    release(block);
-}
 void operator delete(void* block, size_t /*bytes*/) noexcept {
-    release(block);
-}
-void operator delete[](void* block, size_t /*bytes*/) noexcept {
     release(block);
 }
 

@@ -1,6 +1,10 @@
 #include "tests/support/likeModel.h"
 
+#include <algorithm>
 #include <sstream>
+#include <string_view>
+
+#include "reader/verdict.h"
 
 namespace testing_support {
 namespace {
@@ -8,6 +12,24 @@ namespace {
 template <typename Value>
 void compare(std::ostringstream& differences, const char* what, const Value& actual, const Value& expected) {
     if (actual != expected) differences << what << " is " << actual << " and not " << expected << "; ";
+}
+
+// What the verdict foretells, which knows the file without opening it.
+void compareVerdict(std::ostringstream& differences, const kpx::Verdict& verdict, const model::Picture& picture) {
+    const bool isRefused = picture.result == model::Result::refused;
+    const bool isDecoded = picture.result == model::Result::decoded;
+    compare(differences, "verdict", std::string_view(kpx::resultName(verdict.result)),
+            std::string_view(kpx::resultName(isRefused   ? kpx::Result::refused
+                                             : isDecoded ? kpx::Result::decoded
+                                                         : kpx::Result::black)));
+    const std::string printed = verdict.printed == nullptr ? "" : verdict.printed;
+    compare(differences, "foretold text", printed, picture.printed);
+    if (isRefused) return;
+    compare(differences, "foretold width", verdict.width, picture.width);
+    compare(differences, "foretold height", verdict.height, picture.height);
+    compare(differences, "foretold channels", verdict.colourChannels(), picture.colourChannels);
+    compare(differences, "foretold alpha", verdict.hasAlpha, picture.hasAlpha);
+    compare(differences, "foretold bits", static_cast<int>(verdict.bits), picture.bits);
 }
 
 void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, const model::Picture& picture,
@@ -42,6 +64,8 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
     const std::string printed = testing::internal::GetCapturedStdout();
 
     std::ostringstream differences;
+    const kpx::FileFacts facts = kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size());
+    compareVerdict(differences, kpx::judge(facts), picture);
     compare(differences, "result", result, picture.result == model::Result::refused ? -1 : 0);
     compare(differences, "printed text", printed, picture.printed.empty() ? "" : picture.printed + "\n");
     if (picture.result != model::Result::refused) {

@@ -1,4 +1,4 @@
-// Opens a file with the reader and holds its whole answer against the model's.
+// Opens a file with the reader and holds its whole answer, and the verdict on the file, against the model's.
 #pragma once
 
 #include <gtest/gtest.h>

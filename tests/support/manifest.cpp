@@ -1,6 +1,7 @@
 #include "tests/support/manifest.h"
 
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
 #include <fstream>
@@ -9,8 +10,6 @@
 
 #include "examples/examples.h"
 #include "reader/TddsReader.h"
-#include "tests/model/readerModel.h"
-#include "tests/model/sha256.h"
 #include "tests/support/ddsFiles.h"
 #include "tools/surprises.h"
 
@@ -25,19 +24,26 @@ constexpr const char* heading =
     "model differ.\n"
     "# file\tresult\twidth\theight\tcolour\tmatte\tbits\tprinted\tpicture's sha256\tcauses\tsurprises\tfile's sha256\n";
 
-// What the reader and the model both tell.
-struct Seen {
-    kpx::Result result;
-    std::uint32_t width, height, colours, mattes;
-    int bits;
-    std::string printed;
-    std::string digest;
-};
+// In hexadecimal.
+std::string sha256(std::span<const unsigned char> bytes) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned size = 0;
+    EVP_Digest(bytes.data(), bytes.size(), digest, &size, EVP_sha256(), nullptr);
+    std::string text;
+    for (unsigned i = 0; i < size; ++i) {
+        text += "0123456789abcdef"[digest[i] / 16];
+        text += "0123456789abcdef"[digest[i] % 16];
+    }
+    return text;
+}
 
-bool hasDigest(const Seen& seen) {
-    const std::uint64_t bytes = std::uint64_t{seen.width} * seen.height * (seen.colours + seen.mattes) *
-                                static_cast<std::uint64_t>(seen.bits / 8);
-    return seen.result == kpx::Result::decoded && bytes <= largestDigested;
+std::string digestOf(kpx::TddsReader& reader, std::uint32_t channels, std::size_t rowBytes) {
+    Bytes picture;
+    for (std::uint32_t y = 0; y < reader.height(); ++y) {
+        unsigned char** rows = reader.getScanlineChannelsAsBytes(static_cast<int>(y));
+        for (std::uint32_t c = 0; c < channels; ++c) picture.insert(picture.end(), rows[c], rows[c] + rowBytes);
+    }
+    return sha256(picture);
 }
 
 std::string idsOf(const std::vector<kpx::tool::Remark>& remarks) {
@@ -46,86 +52,37 @@ std::string idsOf(const std::vector<kpx::tool::Remark>& remarks) {
     return ids.empty() ? nothing : ids;
 }
 
-std::string lineOf(const Seen& seen, std::span<const unsigned char> file) {
-    std::ostringstream line;
-    line << kpx::resultName(seen.result);
-    if (seen.result == kpx::Result::refused) {
-        line << "\t-\t-\t-\t-\t-";
-    } else {
-        line << '\t' << seen.width << '\t' << seen.height << '\t' << seen.colours << '\t' << seen.mattes << '\t'
-             << seen.bits;
-    }
-    const kpx::FileFacts facts = kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size());
-    const kpx::Verdict verdict = kpx::judge(facts);
-    model::Sha256 fileDigest;
-    fileDigest.add(file);
-    line << '\t' << (seen.printed.empty() ? nothing : seen.printed) << '\t'
-         << (seen.digest.empty() ? nothing : seen.digest) << '\t' << idsOf(kpx::tool::causesOf(facts, verdict)) << '\t'
-         << idsOf(kpx::tool::surprisesOf(facts, verdict)) << '\t' << fileDigest.hex();
-    return line.str();
-}
-
-std::string digestOf(kpx::TddsReader& reader, const Seen& seen) {
-    model::Sha256 digest;
-    for (std::uint32_t y = 0; y < seen.height; ++y) {
-        unsigned char** rows = reader.getScanlineChannelsAsBytes(static_cast<int>(y));
-        for (std::uint32_t channel = 0; channel < seen.colours + seen.mattes; ++channel) {
-            digest.add({rows[channel], std::size_t{seen.width} * static_cast<std::size_t>(seen.bits / 8)});
-        }
-    }
-    return digest.hex();
-}
-
-std::string digestOf(const model::Picture& picture) {
-    model::Sha256 digest;
-    for (std::uint32_t y = 0; y < picture.height; ++y) {
-        for (const auto& row : picture.scanline(y)) digest.add(row);
-    }
-    return digest.hex();
-}
-
-// The black picture is told by its verdict, as is a file that is refused.
-kpx::Result resultOf(int opened, std::span<const unsigned char> file) {
-    if (opened < 0) return kpx::Result::refused;
-    return kpx::judge(kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size())).result;
-}
-
 }  // namespace
 
 std::string manifestLine(std::span<const unsigned char> file) {
+    const kpx::FileFacts facts = kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size());
+    const kpx::Verdict verdict = kpx::judge(facts);
     const TemporaryFile temporary(file);
     kpx::TddsReader reader;
     testing::internal::CaptureStdout();
     const int opened = reader.open(temporary.path());
     std::string printed = testing::internal::GetCapturedStdout();
     if (!printed.empty()) printed.pop_back();
-    Seen seen{resultOf(opened, file),
-              reader.width(),
-              reader.height(),
-              static_cast<std::uint32_t>(reader.numColourChannels()),
-              static_cast<std::uint32_t>(reader.hasAlphaChannel()),
-              reader.bitsPerChannel(),
-              printed,
-              {}};
-    if (hasDigest(seen)) seen.digest = digestOf(reader, seen);
-    return lineOf(seen, file);
-}
-
-std::string modelManifestLine(std::span<const unsigned char> file) {
-    const model::Picture picture = model::read(file);
-    const kpx::Result result = picture.result == model::Result::refused   ? kpx::Result::refused
-                               : picture.result == model::Result::decoded ? kpx::Result::decoded
-                                                                          : kpx::Result::black;
-    Seen seen{result,
-              picture.width,
-              picture.height,
-              picture.colourChannels,
-              picture.hasAlpha ? 1U : 0U,
-              picture.bits,
-              picture.printed,
-              {}};
-    if (hasDigest(seen)) seen.digest = digestOf(picture);
-    return lineOf(seen, file);
+    // The black picture is told by its verdict.
+    const kpx::Result result = opened < 0 ? kpx::Result::refused : verdict.result;
+    std::ostringstream line;
+    line << kpx::resultName(result) << '\t';
+    std::string digest = nothing;
+    if (result == kpx::Result::refused) {
+        line << "-\t-\t-\t-\t-";
+    } else {
+        const auto channels = static_cast<std::uint32_t>(reader.numColourChannels() + reader.hasAlphaChannel());
+        const std::size_t rowBytes =
+            std::size_t{reader.width()} * static_cast<std::size_t>(reader.bitsPerChannel() / 8);
+        line << reader.width() << '\t' << reader.height() << '\t' << reader.numColourChannels() << '\t'
+             << reader.hasAlphaChannel() << '\t' << reader.bitsPerChannel();
+        if (result == kpx::Result::decoded && rowBytes * reader.height() * channels <= largestDigested)
+            digest = digestOf(reader, channels, rowBytes);
+    }
+    line << '\t' << (printed.empty() ? nothing : printed) << '\t' << digest << '\t'
+         << idsOf(kpx::tool::causesOf(facts, verdict)) << '\t' << idsOf(kpx::tool::surprisesOf(facts, verdict)) << '\t'
+         << sha256(file);
+    return line.str();
 }
 
 Manifest readManifest(const std::filesystem::path& path) {

@@ -18,8 +18,6 @@ namespace testing_support {
 
 // As the reader does it.
 std::string manifestLine(std::span<const unsigned char> file);
-// The same by the model, which is slow.
-std::string modelManifestLine(std::span<const unsigned char> file);
 
 // Lines by the name of the file, which is "examples/..." or "samples/...".
 using Manifest = std::map<std::string, std::string>;
