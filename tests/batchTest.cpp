@@ -1,9 +1,14 @@
 // kpximage over many files and folders, as a user runs it, and the schema of its JSON.
+#include <sys/stat.h>
+
+#include <csignal>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "tests/support/Tool.h"
 #include "tests/support/ddsFiles.h"
+#include "tools/PendingFile.h"
+#include "tools/interrupts.h"
 
 using namespace kpx;
 using namespace testing_support;
@@ -38,6 +43,9 @@ protected:
         put("in/low/b.dds", grey(4));
         put("in/low/deep/c.dds", cutBlocks());
         put("empty/notes.txt", Bytes(200));
+        put("links/a.dds", grey(2));
+        fs::create_symlink("nowhere", at("links/b.dds"));
+        ASSERT_EQ(mkfifo(at("pipe.dds").c_str(), 0600), 0);
         fs::create_directory(at("out"));
     }
 
@@ -75,6 +83,9 @@ TEST_F(BatchRun, FoldersStandForTheDdsFilesInThem) {
         {"info empty", 1, "", "kpximage: empty: holds no .dds files itself; -r looks below\n"},
         {"info empty -r in/b.dds", 1, "in/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
          "kpximage: empty: holds no .dds files\n"},
+        {"info links", 1, "links/a.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n", "kpximage: 2 files: 1 done, 1 failed\n"},
+        {"info pipe.dds", 1, "", "kpximage: pipe.dds: is not a regular file\n"},
+        {"convert pipe.dds a.png", 1, "", "kpximage: pipe.dds: is not a regular file\n"},
         {"convert in out.png", 2, "", "kpximage: out.png is not a folder\n"},
     };
     for (const Case& each : cases) {
@@ -121,6 +132,21 @@ TEST_F(BatchRun, SeveralThreadsGiveTheFilesAndMessagesOfOne) {
     }
 }
 
+TEST_F(BatchRun, ASignalLeavesNoHalfMadeFile) {
+    const auto makeFile = [this] {
+        tool::noteInterrupts();
+        try {
+            tool::PendingFile file(at("a.png"));
+            std::raise(SIGTERM);
+            file.commit();
+        } catch (const tool::Interrupted&) {
+            tool::endIfInterrupted();
+        }
+    };
+    EXPECT_EXIT(makeFile(), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EQ(names(), "");
+}
+
 TEST_F(BatchRun, EachLineOfJsonFollowsTheSchema) {
     put("a/black.dds", dx10File(89, 4, 4));
     put("a/cut.dds", cutBlocks());
@@ -133,9 +159,9 @@ TEST_F(BatchRun, EachLineOfJsonFollowsTheSchema) {
     const std::string validate =
         "/usr/bin/python3 -W ignore -m jsonschema " KPX_SOURCE_DIR "/docs/kpximage.schema.json -i ";
     std::string lines;
-    for (const char* command : {"info --json a", "explain --json a/*"}) {
+    for (const char* command : {"info --json a nowhere", "explain --json a/* nowhere"}) {
         const std::string out = run(command).out;
-        EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 7) << command;
+        EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 8) << command;
         lines += out;
     }
     file("lines", lines);

@@ -97,27 +97,20 @@ TEST(Catalogue, InGermanHasEveryTextWithItsConversions) {
     }
 }
 
-// What comes through a pipe is gone when the plug-in opens it after the tool has looked at its first bytes.
 TEST_F(Tool, SpeaksTheLanguageOfTheCatalogue) {
-    file("a.dds", "DDS " + std::string(200, '\0'));
     const std::string german = "NLSPATH='" KPX_CATALOGUES "/de/%N'";
     const struct {
         const char* what;
-        std::string environment, message, option;
+        std::string environment, option;
     } cases[] = {
-        {"no catalogue", "NLSPATH=/nowhere/%N", "Cannot open file /dev/stdin; ", "Compression: Off (0)"},
-        {"found by its name", german, "Die Datei /dev/stdin kann nicht geöffnet werden; ", "Kompression: Aus (0)"},
-        {"named", "KPX_CATALOG='" KPX_CATALOGUES "/de/kpxbase.cat'",
-         "Die Datei /dev/stdin kann nicht geöffnet werden; ", "Kompression: Aus (0)"},
-        {"of another locale", "LC_ALL=C NLSPATH='" KPX_CATALOGUES "/%l/kpxbase.cat'", "Cannot open file /dev/stdin; ",
-         "Compression: Off (0)"},
+        {"no catalogue", "NLSPATH=/nowhere/%N", "Compression: Off (0)"},
+        {"found by its name", german, "Kompression: Aus (0)"},
+        {"named", "KPX_CATALOG='" KPX_CATALOGUES "/de/kpxbase.cat'", "Kompression: Aus (0)"},
+        {"of another locale", "NLSPATH='" KPX_CATALOGUES "/%l/kpxbase.cat'", "Compression: Off (0)"},
     };
     for (const auto& c : cases) {
-        const RunResult failed = run("info /dev/stdin", "cat a.dds | LC_ALL=C " + c.environment);
-        EXPECT_EQ(failed.status, 1) << c.what;
-        const std::string start = "kpximage: /dev/stdin: " + c.message;
-        EXPECT_EQ(failed.err.substr(0, start.size()), start) << c.what << failed.err;
-        EXPECT_NE(run("formats", "LC_ALL=C " + c.environment).out.find(c.option), std::string::npos) << c.what;
+        const RunResult formats = run("formats", "LC_ALL=C " + c.environment);
+        EXPECT_NE(formats.out.find(c.option), std::string::npos) << c.what << formats.out;
     }
 }
 

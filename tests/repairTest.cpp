@@ -79,10 +79,12 @@ struct Case {
 };
 
 std::vector<Case> numericCodes() {
+    Bytes premultiplied = dx10Pixel(86, 0x83E0);
+    premultiplied[144] = 2;
     return {
-        {"R8G8B8", codePixel(20, 0x0A141E, 3), "black", "10 20 30", "D3DFMT_R8G8B8"},
+        {"R8G8B8", codePixel(20, 0x0A141E, 3), "black", "10 20 30", "0xFF 0x0, 24 bits"},
         {"A8R8G8B8", codePixel(21, 0x280A141E, 4), "black", "10 20 30, 40", "D3DFMT_A8R8G8B8"},
-        {"X8R8G8B8", codePixel(22, 0x280A141E, 4), "black", "10 20 30", "D3DFMT_X8R8G8B8"},
+        {"X8R8G8B8", codePixel(22, 0x280A141E, 4), "black", "10 20 30", "0xFF 0x0, 32 bits"},
         {"R5G6B5", codePixel(23, 0xF800, 2), "black", "255 0 0", "D3DFMT_R5G6B5"},
         {"X1R5G5B5", codePixel(24, 0x83E0, 2), "black", "0 255 0", "D3DFMT_X1R5G5B5"},
         {"A1R5G5B5", codePixel(25, 0x801F, 2), "black", "0 0 255, 255", "D3DFMT_A1R5G5B5"},
@@ -99,6 +101,8 @@ std::vector<Case> numericCodes() {
         {"L16", codePixel(81, 0x280A, 2), "black", "40", "81 D3DFMT_L16"},
         {"DXGI B5G6R5", dx10Pixel(85, 0xF800), "black", "255 0 0", "DXGI 85 B5G6R5_UNORM, becomes the masks"},
         {"DXGI B5G5R5A1", dx10Pixel(86, 0x83E0), "black", "0 255 0, 255", "DXGI 86 B5G5R5A1_UNORM"},
+        {"premultiplied B5G5R5A1", premultiplied, "black", "0 255 0, 255",
+         "its alpha is premultiplied is no longer said"},
         {"DXGI B4G4R4A4", dx10Pixel(115, 0xF0F1), "black", "0 255 17, 255", "DXGI 115 B4G4R4A4_UNORM"},
     };
 }

@@ -129,6 +129,7 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessageAndHelpIs0) {
         {"convert a.dds . --format gif", "gif not in"},
         {"convert a.dds a.png --format png", "--format goes with a folder"},
         {"convert a.dds a.exr --exposure 1", "--exposure has no use for .exr"},
+        {"convert a.dds a.png --exposure nan", "nan is no number of stops"},
         {"convert a.dds a.png --alpha 'Output alpha'", "--alpha has no use for .png"},
         {"convert a.dds b.dds --compression best", "there are \"Off\", \"DXT1\", \"DXT3\""},
         {"convert a.dds b.dds --depth 9", "9"},

@@ -33,7 +33,7 @@ SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict);
 // Visits the surfaces that the file supplies in full, in their order, and returns how many there are.
 std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::function<void(const Surface&)>& visit);
 
-// "-array00-face+x-mip00-slice000", without what does not vary.
+// "-array00-face0+x-mip00-slice000", without what does not vary.
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface);
 
 // The facts of a file of that surface alone.
