@@ -66,7 +66,7 @@ class Gallery:
     def __init__(self, browser, infos, explanations):
         self.browser = browser
         self.run = browser.execute_script
-        self.infos = {info["file"]: info for info in infos if info["recognised"]}
+        self.infos = {info["file"]: info for info in infos if info.get("recognised")}
         self.explanations = {item["file"]: item for item in explanations}
 
     def wait(self, script, *arguments):

@@ -160,6 +160,24 @@ TEST_F(Tool, GalleryHoldsAlphaApartOnlyWhereThereIsAny) {
     }
 }
 
+TEST_F(Tool, GalleryReducesLargePicturesWhenAsked) {
+    DdsFileHeader header = headerOf(800, 400);
+    header.header.ddspf = {32, DDPF_ALPHA, 0, 8, 0, 0, 0, 0xFF};
+    file("a.dds", fileOf(header, Bytes(800 * 400, 9)));
+    EXPECT_EQ(run("gallery a.dds -o full.html").status, 0);
+    EXPECT_EQ(run("gallery a.dds -o out.html --max-side 400").status, 0);
+    const Page full(textOfFile(at("full.html"))), page(textOfFile(at("out.html")));
+    EXPECT_FALSE(full.files.at(0).contains("shown"));
+    EXPECT_EQ(page.files.at(0)["width"], 800);
+    EXPECT_EQ(page.files.at(0)["shown"], "400 × 200");
+    for (const char* picture : {"colour", "alpha"}) {
+        // The end of "IHDR", then 400 and 200, as base64.
+        const std::string uri = page.blocks.at("pictures-0").at(picture);
+        EXPECT_EQ(uri.substr(uri.find(',') + 21, 12), "UgAAAZAAAADI") << picture;
+        EXPECT_NE(uri.size(), full.blocks.at("pictures-0").at(picture).get<std::string>().size());
+    }
+}
+
 TEST_F(Tool, GalleryThatCannotBeWrittenLeavesNothingBehind) {
     file("a.dds", decoded);
     const char* cases[][3] = {{"missing/out.html", "", "cannot be created: No such file or directory\n"},

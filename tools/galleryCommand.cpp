@@ -21,7 +21,7 @@ namespace {
 struct Arguments {
     std::vector<std::string> paths;
     std::string output;
-    std::optional<double> exposure;
+    GallerySettings settings;
     BatchOptions batch;
 };
 
@@ -54,8 +54,8 @@ void addLayout(Json& file, const ImageLayout& layout) {
 // Describes files in their turn, each with a place in the page whatever becomes of it.
 class Gallery {
 public:
-    Gallery(const host::Plugin& plugin, std::optional<double> exposure, GalleryPage& page)
-        : m_plugin(plugin), m_exposure(exposure), m_page(page) {}
+    Gallery(const host::Plugin& plugin, const GallerySettings& settings, GalleryPage& page)
+        : m_plugin(plugin), m_settings(settings), m_page(page) {}
 
     Outcome add(const std::string& path) {
         Json file = {{"name", path}, {"remarks", Json::array()}};
@@ -80,7 +80,7 @@ private:
     static void addFailure(Json& file, const std::string& message);
 
     const host::Plugin& m_plugin;
-    std::optional<double> m_exposure;  // of floats; none: one that fits
+    const GallerySettings& m_settings;
     GalleryPage& m_page;
 };
 
@@ -88,11 +88,14 @@ private:
 Outcome Gallery::addPictures(const std::string& path, Json& file, Json& pictures) const {
     if (!m_plugin.isFile(path)) throw FileError("is not recognised");
     DdsSource source(m_plugin, path);
-    const GalleryPictures made = galleryPictures(source, m_exposure);
-    addLayout(file, source.layout());
+    const GalleryPictures made = galleryPictures(source, m_settings);
+    const ImageLayout& layout = source.layout();
+    addLayout(file, layout);
+    if (made.width != layout.width || made.height != layout.height)
+        file["shown"] = textOf(made.width, " × ", made.height);
     if (made.exposure) {
         file["exposure"] = *made.exposure;
-        file["exposureIsChosen"] = !m_exposure.has_value();
+        file["exposureIsChosen"] = !m_settings.exposure.has_value();
     }
     file["thumbnail"] = made.thumbnail;
     file["thumbnailSize"] = {made.thumbnailWidth, made.thumbnailHeight};
@@ -129,7 +132,7 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     try {
         PendingFile pending(arguments.output);
         GalleryPage page(pending.path(), arguments.paths);
-        Gallery gallery(*plugin, arguments.exposure, page);
+        Gallery gallery(*plugin, arguments.settings, page);
         const Outcome outcome =
             runBatch(arguments.paths, arguments.batch, [&](const InputFile& input) { return gallery.add(input.path); });
         page.finish();
@@ -150,9 +153,13 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
     command->add_option("FILE", arguments->paths, "Files to show, or folders of .dds files")->required();
     command->add_option("-o,--output", arguments->output, "The page: a file whose name ends in .html")->required();
     command
-        ->add_option("--exposure", arguments->exposure,
+        ->add_option("--exposure", arguments->settings.exposure,
                      "Brighten floating-point channels by this many stops; else by what fits each file")
         ->check(exposureRange());
+    command
+        ->add_option("--max-side", arguments->settings.maxSide,
+                     "Reduce larger pictures to this width or height, for a smaller page; else they have full size")
+        ->check(CLI::Range(thumbnailSize, 65536));
     arguments->batch.addTo(*command);
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };

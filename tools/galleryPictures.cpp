@@ -1,6 +1,7 @@
 #include "tools/galleryPictures.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 
@@ -13,8 +14,6 @@
 
 namespace kpx::tool {
 namespace {
-
-constexpr int thumbnailSize = 320;
 
 // A file in memory, for libpng to write to.
 class MemoryFile {
@@ -52,9 +51,9 @@ class Pictures {
 public:
     Pictures(DdsSource& source, double exposure) : m_source(source), m_exposure(exposure) {}
 
-    [[nodiscard]] SmallPicture thumbnail() const {
+    [[nodiscard]] SmallPicture reduced(int side) const {
         ExposedSource bytes = fromTheTop();
-        return smallPicture(bytes, thumbnailSize);
+        return smallPicture(bytes, side);
     }
 
     // The channels of a use as a PNG.
@@ -84,38 +83,57 @@ private:
     double m_exposure;
 };
 
-std::string thumbnailUri(const SmallPicture& picture) {
+// So many of the channels red, green, blue and alpha, from the first.
+std::string uriOf(const SmallPicture& picture, size_t first, size_t channels) {
     const ImageLayout layout{picture.width, picture.height, 3, 1, false};
-    const unsigned char* row = picture.pixels.data();
+    std::vector<unsigned char> row(static_cast<size_t>(picture.width) * channels);
+    const unsigned char* pixel = picture.pixels.data();
     const auto nextRow = [&] {
-        const unsigned char* pixels = row;
-        row += static_cast<size_t>(layout.width) * 4;
-        return pixels;
+        for (auto place = row.begin(); place != row.end(); pixel += 4) {
+            place = std::copy_n(pixel + first, channels, place);
+        }
+        return row.data();
     };
-    return pngUri(layout, 4, nextRow);
+    return pngUri(layout, channels, nextRow);
+}
+
+bool isOpaque(const SmallPicture& picture, size_t alpha) {
+    for (size_t i = alpha; i < picture.pixels.size(); i += 4) {
+        if (picture.pixels[i] != 255) return false;
+    }
+    return true;
 }
 
 }  // namespace
 
-GalleryPictures galleryPictures(DdsSource& source, std::optional<double> exposure) {
-    if (!source.layout().isFloat) {
-        exposure.reset();
-    } else if (!exposure) {
+GalleryPictures galleryPictures(DdsSource& source, const GallerySettings& settings) {
+    const ImageLayout& layout = source.layout();
+    std::optional<double> exposure;
+    if (layout.isFloat) {
         source.rewind();
-        exposure = fittingExposure(source);
+        exposure = settings.exposure ? settings.exposure : fittingExposure(source);
     }
     const Pictures pictures(source, exposure.value_or(0.0));
     // RGB or RGBA: alpha alone has black for a colour here.
-    const std::string_view use = channelUse(source.layout()).dds;
-    const bool isGrey = use[0] == use[1] && use[1] == use[2];
+    const std::string_view use = channelUse(layout).dds;
+    const size_t colours = use[0] == use[1] && use[1] == use[2] ? 1 : 3;
     const std::string_view alphaUse = use.substr(3);
-    const SmallPicture thumbnail = pictures.thumbnail();
-    return {thumbnailUri(thumbnail),
-            thumbnail.width,
-            thumbnail.height,
-            pictures.uri(use.substr(0, isGrey ? 1 : 3)),
-            alphaUse.empty() || pictures.isOpaque(alphaUse) ? "" : pictures.uri(alphaUse),
-            exposure};
+    const SmallPicture thumbnail = pictures.reduced(thumbnailSize);
+    GalleryPictures made{
+        uriOf(thumbnail, 0, 4), thumbnail.width, thumbnail.height, layout.width, layout.height, "", "", exposure};
+    if (std::max(layout.width, layout.height) <= settings.maxSide.value_or(INT_MAX)) {
+        made.colour = pictures.uri(use.substr(0, colours));
+        if (!alphaUse.empty() && !pictures.isOpaque(alphaUse)) made.alpha = pictures.uri(alphaUse);
+        return made;
+    }
+    const SmallPicture reduced = pictures.reduced(*settings.maxSide);
+    made.width = reduced.width;
+    made.height = reduced.height;
+    made.colour = uriOf(reduced, 0, colours);
+    // Where there is nothing but alpha, a small picture shows it as grey.
+    const size_t alpha = layout.colours == 0 ? 0 : 3;
+    if (!isOpaque(reduced, alpha)) made.alpha = uriOf(reduced, alpha, 1);
+    return made;
 }
 
 }  // namespace kpx::tool

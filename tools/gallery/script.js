@@ -51,7 +51,8 @@ function exposureText(file) {
 
 function factsText(file) {
   const declared = file.declared ? `the file declares ${file.declared}` : "";
-  const facts = [sizeText(file), file.channels, exposureText(file), declared].filter(Boolean).join(" · ");
+  const shown = file.shown ? `shown reduced to ${file.shown}` : "";
+  const facts = [sizeText(file), file.channels, exposureText(file), declared, shown].filter(Boolean).join(" · ");
   return facts.replaceAll(" × ", "\u00A0×\u00A0");
 }
 
