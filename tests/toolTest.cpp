@@ -201,7 +201,7 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
         {"convert a.dds b.dds --compression best", "there are \"Off\", \"DXT1\", \"DXT3\""},
         {"convert a.dds b.dds --depth 9", "9"},
         {"convert a.dds b.png --exr half", "--exr has no use for .png"},
-        {"convert a.dds b.png --opaque=some", "some not in"},
+        {"convert a.dds b.png --opaque=x8", "x8 not in"},
     };
     for (const auto& [arguments, message] : cases) {
         const RunResult result = run(arguments);
@@ -430,10 +430,13 @@ TEST_F(Tool, AlphaIsLeftOutWhenAsked) {
         Bytes pixel;
     };
     const Case cases[] = {
-        {dx10Pixel(88, "abcd"), "", "cbad"},          {dx10Pixel(88, "abcd"), "--opaque=x8", "cba"},
-        {dx10Pixel(88, "abcd"), "--opaque", "cba"},   {dx10Pixel(87, "abcd"), "--opaque=x8", "cbad"},
-        {dx10Pixel(87, "abcd"), "--opaque", "cba"},   {dds(1, 1, greyAlpha16, "aA"), "--opaque", "a"},
-        {dds(1, 1, rgb24, "abc"), "--opaque", "cba"},
+        {dx10Pixel(88, "abcd"), "", "cbad"},
+        {dx10Pixel(88, "abcd"), "--opaque", "cba"},
+        {dx10Pixel(88, "abcd"), "--opaque=all", "cba"},
+        {dx10Pixel(87, "abcd"), "--opaque", "cbad"},
+        {dx10Pixel(87, "abcd"), "--opaque=all", "cba"},
+        {dds(1, 1, greyAlpha16, "aA"), "--opaque=all", "a"},
+        {dds(1, 1, rgb24, "abc"), "--opaque=all", "cba"},
     };
     for (const Case& each : cases) {
         file("a.dds", each.file);
@@ -441,8 +444,8 @@ TEST_F(Tool, AlphaIsLeftOutWhenAsked) {
         EXPECT_EQ(readPng(at("a.png")).rows, each.pixel) << each.options;
     }
     file("a.dds", dds(1, 1, alpha8, "a"));
-    EXPECT_RUN(run("convert a.dds b.png --opaque"), 1,
-               "kpximage: a.dds: is nothing but alpha, of which --opaque leaves nothing\n");
+    EXPECT_RUN(run("convert a.dds b.png --opaque=all"), 1,
+               "kpximage: a.dds: is nothing but alpha, of which --opaque=all leaves nothing\n");
 }
 
 TEST_F(Tool, BlueOfANormalMapIsWorkedOutWhenAsked) {
