@@ -188,6 +188,10 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessage) {
     file("a.dds", dds(2, 2, rgb24, twoRows));
     const char* cases[][2] = {
         {"", "subcommand is required"},
+        {"conver a.dds b.png", "there is no command \"conver\""},
+        {"--frobnicate", "there is no option \"--frobnicate\""},
+        {"info --nonsense", "there is no option \"--nonsense\""},
+        {"help nonsense", "nonsense not in"},
         {"info", "FILE is required"},
         {"info --nonsense a.dds", "--nonsense"},
         {"convert a.dds", "FILE"},
@@ -219,6 +223,7 @@ TEST_F(Tool, EveryCommandHasHelp) {
         EXPECT_EQ(result.status, 0);
         EXPECT_NE(result.out.find(std::string("Usage: kpximage ") + command), std::string::npos) << result.out;
         EXPECT_EQ(result.err, "");
+        EXPECT_EQ(run(std::string("help ") + command).out, result.out);
     }
 }
 
