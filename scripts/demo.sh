@@ -1,17 +1,19 @@
 #!/bin/bash
-# Builds the plug-in, host and tool, writes example files, converts them all and joins the pictures to a contact sheet.
+# Builds the plug-in, host and tool in build, writes example files, converts them all and joins the pictures to a contact
+# sheet.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=$PWD/build/demo
+build=$PWD/build
 out=$PWD/examples/out
 log=$build/demo.log
 
-scripts/install-packages.sh build
+# The build folder is that of the tests, whose packages cmake asks for.
+scripts/install-packages.sh test
 
 mkdir -p "$build"
 echo "Building (log: $log)"
-if ! { cmake --preset release -B "$build" -DKPX_TESTS=OFF -DKPX_BENCHMARKS=OFF && cmake --build "$build"; } \
+if ! { cmake --preset release && cmake --build "$build" --target kpximage KPXDDS kpxexamples kpxcontactsheet; } \
     >"$log" 2>&1; then
     tail -n 30 "$log" >&2
     exit 1

@@ -77,7 +77,8 @@ TEST_F(Documents, HaveEveryCommandAndOption) {
     ASSERT_TRUE(commands().contains("convert"));
     ASSERT_TRUE(options("convert").contains("--normal-z"));
     for (const char* part : {".SH EXIT STATUS\n.TP\n\\fB0", "\\fB3\\fR\n", ".SH ENVIRONMENT", "KPX_PLUGIN_PATH",
-                             "KPX_CATALOG", ".SH SEARCH ORDER", "beside the program"}) {
+                             "KPX_CATALOG", ".SH SEARCH ORDER", "beside the program", "From 1 to 256. By default 1.",
+                             "From \\-64 to 64.", "[\\fIOUT\\fR]\n", "nothing to mend, 3", "\\-slice000.dds"}) {
         EXPECT_TRUE(has(manual, part)) << part;
     }
     for (const std::string& command : commands()) {
@@ -109,6 +110,7 @@ TEST_F(Documents, BashCompletes) {
         {"kpximage convert --exr float --op", 4, "--opaque\n"},
         {"kpximage thumbnail --si", 2, "--size\n"},
         {"kpximage info --norm", 2, "\n"},
+        {"kpximage help spl", 2, "split\n"},
         // Files are completed by bash itself.
         {"kpximage convert con", 2, "\n"},
     };

@@ -120,6 +120,10 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessageAndHelpIs0) {
     file("a.dds", dds(2, 2, rgb24, twoRows));
     const char* cases[][2] = {
         {"", "subcommand is required"},
+        {"conver a.dds b.png", "there is no command \"conver\""},
+        {"--frobnicate", "there is no option \"--frobnicate\""},
+        {"info --nonsense", "there is no option \"--nonsense\""},
+        {"help nonsense", "nonsense not in"},
         {"info", "FILE is required"},
         {"info --nonsense a.dds", "--nonsense"},
         {"convert a.dds", "FILE"},
@@ -134,7 +138,7 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessageAndHelpIs0) {
         {"convert a.dds b.dds --compression best", "there are \"Off\", \"DXT1\", \"DXT3\""},
         {"convert a.dds b.dds --depth 9", "9"},
         {"convert a.dds b.png --exr half", "--exr has no use for .png"},
-        {"convert a.dds b.png --opaque=some", "some not in"},
+        {"convert a.dds b.png --opaque=x8", "x8 not in"},
     };
     for (const auto& [arguments, message] : cases) {
         const RunResult result = run(arguments);
@@ -148,6 +152,7 @@ TEST_F(Tool, WrongUsageIsStatus2AndAMessageAndHelpIs0) {
         EXPECT_EQ(result.status, 0);
         EXPECT_NE(result.out.find(std::string("Usage: kpximage ") + command), std::string::npos) << result.out;
         EXPECT_EQ(result.err, "");
+        EXPECT_EQ(run(std::string("help ") + command).out, result.out);
     }
     EXPECT_EQ(names(), "a.dds");
 }
@@ -248,12 +253,12 @@ TEST_F(Tool, EveryPictureHasItsPng) {
         {dds(2, 2, alpha8, "abcd"), "", PNG_COLOR_TYPE_GRAY, "abcd"},
         {dds(2, 2, twoOf16Bits, "-a-b-c-d-e-f-g-h"), "", PNG_COLOR_TYPE_RGB, Bytes("ab\0cd\0ef\0gh\0", 12)},
         {dx10Pixel(88, "abcd"), "", PNG_COLOR_TYPE_RGBA, "cbad"},
-        {dx10Pixel(88, "abcd"), "--opaque=x8", PNG_COLOR_TYPE_RGB, "cba"},
         {dx10Pixel(88, "abcd"), "--opaque", PNG_COLOR_TYPE_RGB, "cba"},
-        {dx10Pixel(87, "abcd"), "--opaque=x8", PNG_COLOR_TYPE_RGBA, "cbad"},
-        {dx10Pixel(87, "abcd"), "--opaque", PNG_COLOR_TYPE_RGB, "cba"},
-        {dds(1, 1, greyAlpha16, "aA"), "--opaque", PNG_COLOR_TYPE_GRAY, "a"},
-        {dds(1, 1, rgb24, "abc"), "--opaque", PNG_COLOR_TYPE_RGB, "cba"},
+        {dx10Pixel(88, "abcd"), "--opaque=all", PNG_COLOR_TYPE_RGB, "cba"},
+        {dx10Pixel(87, "abcd"), "--opaque", PNG_COLOR_TYPE_RGBA, "cbad"},
+        {dx10Pixel(87, "abcd"), "--opaque=all", PNG_COLOR_TYPE_RGB, "cba"},
+        {dds(1, 1, greyAlpha16, "aA"), "--opaque=all", PNG_COLOR_TYPE_GRAY, "a"},
+        {dds(1, 1, rgb24, "abc"), "--opaque=all", PNG_COLOR_TYPE_RGB, "cba"},
         {dds(1, 1, twoOf16Bits, Bytes("\0\x80\0\x80", 4)), "--normal-z", PNG_COLOR_TYPE_RGB, "\x80\x80\xFF"},
         // Lies in the plane; and is longer than a unit vector.
         {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\x80", 4)), "--normal-z", PNG_COLOR_TYPE_RGB, "\xFF\x80\x80"},
@@ -506,7 +511,7 @@ TEST_F(Tool, WhatCannotBeConvertedIsSaidAndEverythingStaysAsItWas) {
          "float.dds: has floating-point channels: write .exr, or choose the brightness of a PNG with --exposure"},
         {"float.dds x.dds", "float.dds: has floating-point channels, which cannot be written as DDS: write .exr"},
         {"rgb.dds y.exr", "rgb.dds: has 8-bit channels, which OpenEXR cannot hold as they are: write .png"},
-        {"alpha.dds y.png --opaque", "alpha.dds: is nothing but alpha, of which --opaque leaves nothing"},
+        {"alpha.dds y.png --opaque=all", "alpha.dds: is nothing but alpha, of which --opaque=all leaves nothing"},
         {"rgb.dds y.png --normal-z",
          "rgb.dds: has 3 colour channels, blue among them; --normal-z takes a normal map of two"},
         {"grey.dds y.png --normal-z", "grey.dds: has 1 colour channels; --normal-z takes a normal map of two"},

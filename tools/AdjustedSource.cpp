@@ -51,7 +51,7 @@ private:
 };
 
 void AdjustedSource::dropAlpha() {
-    if (m_layout.colours == 0) throw FileError("is nothing but alpha, of which --opaque leaves nothing");
+    if (m_layout.colours == 0) throw FileError("is nothing but alpha, of which --opaque=all leaves nothing");
     m_layout.mattes = 0;
 }
 

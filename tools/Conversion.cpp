@@ -36,9 +36,9 @@ ExrValues exrValues(const std::string& name) {
 }
 
 Adjustments adjustmentsOf(const ConversionRequest& request) {
-    const Opaque opaque = request.opaque == "all"  ? Opaque::all
-                          : request.opaque == "x8" ? Opaque::whereUnused
-                                                   : Opaque::no;
+    const Opaque opaque = request.opaque == "all"      ? Opaque::all
+                          : request.opaque == "unused" ? Opaque::whereUnused
+                                                       : Opaque::no;
     return {request.normalZ, opaque};
 }
 

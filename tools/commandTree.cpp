@@ -20,6 +20,14 @@ std::vector<std::string> choicesIn(const std::string& typeName) {
     return choices;
 }
 
+// The parser names a range in the type: "INT:INT in [1 - 256]" gives "1 to 256".
+std::string rangeIn(const std::string& typeName) {
+    const size_t start = typeName.find(" in [");
+    if (start == std::string::npos) return "";
+    std::string range = typeName.substr(start + 5, typeName.rfind(']') - start - 5);
+    return range.replace(range.find(" - "), 3, " to ");
+}
+
 // "--normal-z" gives NORMAL_Z.
 std::string valueName(std::string name) {
     name.erase(0, name.find_first_not_of('-'));
@@ -28,7 +36,9 @@ std::string valueName(std::string name) {
 }
 
 OptionFacts factsOf(const CLI::Option& option) {
-    OptionFacts facts{{}, "", false, choicesIn(option.get_type_name()), option.get_description()};
+    const std::string type = option.get_type_name();
+    OptionFacts facts{
+        {}, "", false, choicesIn(type), rangeIn(type), option.get_default_str(), option.get_description()};
     for (const std::string& name : option.get_snames()) facts.names.push_back("-" + name);
     for (const std::string& name : option.get_lnames()) facts.names.push_back("--" + name);
     const bool isFlag = option.get_expected_min() == 0;
@@ -48,11 +58,13 @@ std::vector<OptionFacts> optionsOf(const CLI::App& app) {
 }
 
 CommandFacts factsOf(const CLI::App& command) {
-    CommandFacts facts{command.get_name(), command.get_description(), {}, optionsOf(command)};
+    CommandFacts facts{command.get_name(), command.get_description(), {}, optionsOf(command), ""};
+    // A command without a footer of its own has the program's.
+    if (command.get_footer() != command.get_parent()->get_footer()) facts.note = command.get_footer();
     for (const CLI::Option* option : command.get_options()) {
         if (!option->get_positional()) continue;
-        facts.arguments.push_back(
-            {option->get_name(true), option->get_items_expected_max() > 1, option->get_description()});
+        facts.arguments.push_back({option->get_name(true), option->get_items_expected_max() > 1, option->get_required(),
+                                   choicesIn(option->get_type_name()), option->get_description()});
     }
     return facts;
 }

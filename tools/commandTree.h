@@ -11,20 +11,24 @@ struct OptionFacts {
     std::string value;                 // what stands for its value: "FORMAT"; empty: it takes none
     bool isValueOptional;              // the value may be left out, and else follows "="
     std::vector<std::string> choices;  // the only values, where they are limited
+    std::string range;                 // of numbers: "1 to 256"; empty: any
+    std::string defaultValue;          // empty: none
     std::string description;
 };
 
 struct ArgumentFacts {
     std::string name;
-    bool isRepeated;
+    bool isRepeated, isRequired;
+    std::vector<std::string> choices;  // the only values; none: a file
     std::string description;
 };
 
 struct CommandFacts {
     std::string name;
     std::string description;
-    std::vector<ArgumentFacts> arguments;  // all of them files
+    std::vector<ArgumentFacts> arguments;
     std::vector<OptionFacts> options;
+    std::string note;  // what its help ends with, where that is its own
 };
 
 struct ProgramFacts {

@@ -3,9 +3,9 @@
 namespace kpx::tool {
 namespace {
 
-constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand,     addExplainCommand,
-                                                        addConvertCommand, addRepairCommand,   addSplitCommand,
-                                                        addGalleryCommand, addThumbnailCommand};
+constexpr void (*commands[])(CLI::App&, Invocation&) = {addFormatsCommand, addInfoCommand,      addExplainCommand,
+                                                        addConvertCommand, addRepairCommand,    addSplitCommand,
+                                                        addGalleryCommand, addThumbnailCommand, addHelpCommand};
 
 }  // namespace
 

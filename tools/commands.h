@@ -21,6 +21,7 @@ void defineProgram(CLI::App& app, Invocation& invocation);
 void addFormatsCommand(CLI::App& app, Invocation& invocation);
 void addExplainCommand(CLI::App& app, Invocation& invocation);
 void addGalleryCommand(CLI::App& app, Invocation& invocation);
+void addHelpCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);

@@ -63,6 +63,11 @@ void writeBashValues(std::ostream& out, const std::string& command, const std::v
     }
 }
 
+// What may stand where the command takes words that are no files; empty: files.
+std::vector<std::string> argumentChoices(const CommandFacts& command) {
+    return command.arguments.empty() ? std::vector<std::string>() : command.arguments.front().choices;
+}
+
 std::string zshOption(const OptionFacts& option) {
     std::string names = option.names.front();
     if (option.names.size() > 1) names = textOf("{", joined(option.names, ","), "}");
@@ -111,7 +116,12 @@ void writeBashCompletion(std::ostream& out, const ProgramFacts& program) {
         << "    COMPREPLY=()\n"
         << "    case $command:$previous in\n";
     writeBashValues(out, "*", program.options);
-    for (const CommandFacts& command : program.commands) writeBashValues(out, command.name, command.options);
+    for (const CommandFacts& command : program.commands) {
+        writeBashValues(out, command.name, command.options);
+        const std::vector<std::string> choices = argumentChoices(command);
+        if (choices.empty()) continue;
+        out << "    " << command.name << ":" << command.name << ") words=" << quoted(joined(choices, " ")) << " ;;\n";
+    }
     const std::string general = joined(optionNames(program.options), " ");
     out << "    :*) words=" << quoted(joined(commandNames(program), " ") + " " + general) << " ;;\n"
         << "    *) case $current in -*) case $command in\n";
@@ -139,7 +149,9 @@ void writeZshCompletion(std::ostream& out, const ProgramFacts& program) {
     for (const CommandFacts& command : program.commands) {
         out << "        " << command.name << ")\n          _arguments";
         writeZshOptions(out, command.options);
-        out << " \\\n          '*:file:_files'\n          ;;\n";
+        const std::vector<std::string> choices = argumentChoices(command);
+        const std::string argument = choices.empty() ? "*:file:_files" : "1:command:(" + joined(choices, " ") + ")";
+        out << " \\\n          " << quoted(argument) << "\n          ;;\n";
     }
     out << "      esac\n      ;;\n  esac\n}\n_" << program.name << " \"$@\"\n";
 }
@@ -150,7 +162,11 @@ void writeFishCompletion(std::ostream& out, const ProgramFacts& program) {
     for (const CommandFacts& command : program.commands) {
         out << "complete -c " << program.name << " -n __fish_use_subcommand -f -a " << command.name << " -d "
             << fishQuoted(shortDescription(command.description)) << "\n";
-        writeFishOptions(out, program.name, " -n '__fish_seen_subcommand_from " + command.name + "'", command.options);
+        const std::string condition = " -n '__fish_seen_subcommand_from " + command.name + "'";
+        writeFishOptions(out, program.name, condition, command.options);
+        const std::vector<std::string> choices = argumentChoices(command);
+        if (choices.empty()) continue;
+        out << "complete -c " << program.name << condition << " -f -a " << fishQuoted(joined(choices, " ")) << "\n";
     }
 }
 

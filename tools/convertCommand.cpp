@@ -51,11 +51,13 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
         ->check(CLI::IsMember({"half", "float", "source"}));
     command->add_flag("--normal-z", request->normalZ, "Work out blue of a normal map that stores red and green only");
     command
-        ->add_flag("--opaque{all}", request->opaque,
-                   "Write no alpha; --opaque=x8: only where the format leaves it without meaning (X8)")
-        ->check(CLI::IsMember({"all", "x8"}));
+        ->add_flag("--opaque{unused}", request->opaque,
+                   "Leave out the alpha of formats that do not use it (X8); --opaque=all: all alpha")
+        ->check(CLI::IsMember({"unused", "all"}));
     options->addTo(*command);
-    command->add_option("--jobs", options->jobs, "How many files to convert at once")->check(CLI::Range(1, 256));
+    command->add_option("--jobs", options->jobs, "How many files to convert at once")
+        ->check(CLI::Range(1, 256))
+        ->capture_default_str();
     command->callback([&invocation, request, options] {
         invocation.run = [&invocation, request, options] { return run(invocation.pluginPath, *request, *options); };
     });

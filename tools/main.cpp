@@ -25,6 +25,15 @@ Outcome runReporting(const std::function<Outcome()>& command) {
     }
 }
 
+// What is wrong with the command line. A word that nothing knows comes before what else is missing, which would often
+// be there if the word were spelt well.
+std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (!unknown.empty() && unknown.front().starts_with('-')) return "there is no option \"" + unknown.front() + "\"";
+    if (!unknown.empty() && app.get_subcommands().empty()) return "there is no command \"" + unknown.front() + "\"";
+    return error.what();
+}
+
 Outcome runProgram(int argc, char** argv) {
     CLI::App app;
     Invocation invocation;
@@ -35,7 +44,7 @@ Outcome runProgram(int argc, char** argv) {
         app.exit(help);
         return Outcome::done;
     } catch (const CLI::ParseError& error) {
-        tell(std::string(error.what()) + " (--help tells more)");
+        tell(complaint(app, error) + " (--help tells more)");
         return Outcome::usage;
     }
     return runReporting(invocation.run);

@@ -93,20 +93,28 @@ void writeOption(std::ostream& out, const OptionFacts& option) {
         text += separator + choice;
         separator = ", ";
     }
+    if (!option.range.empty()) text += ". From " + option.range;
+    if (!option.defaultValue.empty()) text += ". By default " + option.defaultValue;
     writeItem(out, title, text + ".");
+}
+
+std::string argumentText(const ArgumentFacts& argument) {
+    const std::string text = italic(argument.name) + (argument.isRepeated ? "..." : "");
+    return argument.isRequired ? text : "[" + text + "]";
 }
 
 void writeCommand(std::ostream& out, const ProgramFacts& program, const CommandFacts& command) {
     out << ".SS " << roff(command.name) << "\n"
         << bold(program.name + " " + command.name) << " [" << italic("OPTION") << "]...";
     for (const ArgumentFacts& argument : command.arguments) {
-        out << " " << italic(argument.name) << (argument.isRepeated ? "..." : "");
+        out << " " << argumentText(argument);
     }
     out << "\n.PP\n" << roff(command.description) << ".\n";
     for (const ArgumentFacts& argument : command.arguments) {
         writeItem(out, italic(argument.name), argument.description + ".");
     }
     for (const OptionFacts& option : command.options) writeOption(out, option);
+    if (!command.note.empty()) out << ".PP\n" << roff(command.note) << "\n";
 }
 
 }  // namespace

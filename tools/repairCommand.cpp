@@ -66,7 +66,7 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
         "repair", "Copy a DDS file that comes out black or wrong with a header that is read well, its data untouched");
     auto arguments = std::make_shared<Arguments>();
     command->add_option("IN", arguments->input, "File to mend")->required();
-    command->add_option("OUT", arguments->output, "Mended copy");
+    command->add_option("OUT", arguments->output, "Mended copy; may be left out with --dry-run");
     command->add_flag("--dry-run", arguments->isDryRun, "Say what would be changed and write nothing");
     command->footer(
         "Exit status: 1 as well where there is nothing to mend, 3 where the file is black and no mend is known.");
