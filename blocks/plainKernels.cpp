@@ -3,8 +3,10 @@
 #include <type_traits>
 
 #include "blocks/bc1.h"
-#include "blocks/bc2bc3.h"
-#include "blocks/bc4bc5.h"
+#include "blocks/bc2.h"
+#include "blocks/bc3.h"
+#include "blocks/bc4.h"
+#include "blocks/bc5.h"
 #include "blocks/bc6h.h"
 #include "blocks/bc7.h"
 #include "blocks/half.h"

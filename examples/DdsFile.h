@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "examples/Picture.h"
+#include "examples/pictures/Picture.h"
 #include "reader/ddsFile.h"
 #include "reader/formatTable.h"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "examples/encoders.h"
-#include "examples/painters.h"
+#include "examples/encoders/encoders.h"
+#include "examples/pictures/painters.h"
 
 namespace kpx::example {
 namespace {

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "explain/verdict.h"
 #include "fuzz/target.h"
 #include "reader/TddsReader.h"
-#include "reader/verdict.h"
 
 namespace {
 

@@ -3,7 +3,8 @@
 #include <algorithm>
 
 #include "blocks/bc1.h"
-#include "blocks/bc2bc3.h"
+#include "blocks/bc2.h"
+#include "blocks/bc3.h"
 #include "blocks/bc6h.h"
 #include "blocks/bc7.h"
 #include "blocks/walker.h"

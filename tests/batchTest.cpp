@@ -7,8 +7,8 @@
 
 #include "tests/support/Tool.h"
 #include "tests/support/ddsFiles.h"
-#include "tools/PendingFile.h"
-#include "tools/interrupts.h"
+#include "tools/files/PendingFile.h"
+#include "tools/terminal/interrupts.h"
 
 using namespace kpx;
 using namespace testing_support;

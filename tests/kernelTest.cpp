@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "blocks/bc2bc3.h"
+#include "blocks/premultiplied.h"
 #include "blocks/bc6h.h"
 #include "blocks/bcTables.h"
 #include "blocks/half.h"

@@ -6,7 +6,8 @@
 #include <cstring>
 
 #include "blocks/bc1.h"
-#include "blocks/bc2bc3.h"
+#include "blocks/bc2.h"
+#include "blocks/bc3.h"
 #include "blocks/bc7.h"
 #include "reader/TddsReader.h"
 #include "reader/formatTable.h"

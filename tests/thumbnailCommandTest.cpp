@@ -41,7 +41,7 @@ TEST_F(ThumbnailCommand, SaysWhatItIsOf) {
 
 TEST_F(ThumbnailCommand, IsMadeByTheLineOfItsThumbnailer) {
     image("a b.dds", 300, 100);
-    const std::string entry = textOfFile(KPX_SOURCE_DIR "/tools/kpximage.thumbnailer");
+    const std::string entry = textOfFile(KPX_SOURCE_DIR "/tools/commands/kpximage.thumbnailer");
     EXPECT_NE(entry.find("\nMimeType=image/x-dds;\n"), std::string::npos);
     const size_t start = entry.find("\nExec=") + 6;
     std::string line = entry.substr(start, entry.find('\n', start) - start);

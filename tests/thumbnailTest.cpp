@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "tools/thumbnailPicture.h"
+#include "tools/pictures/thumbnailPicture.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // does is held against the model by readerTest.
 #include <gtest/gtest.h>
 
-#include "reader/verdict.h"
+#include "explain/verdict.h"
 #include "tests/support/families.h"
 #include "tests/support/likeModel.h"
 

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "reader/verdict.h"
+#include "explain/verdict.h"
 
 namespace testing_support {
 namespace {

@@ -9,9 +9,9 @@
 #include <stdexcept>
 
 #include "examples/examples.h"
+#include "explain/surprises.h"
 #include "reader/TddsReader.h"
 #include "tests/support/ddsFiles.h"
-#include "tools/surprises.h"
 
 namespace testing_support {
 namespace {
@@ -46,9 +46,9 @@ std::string digestOf(kpx::TddsReader& reader, std::uint32_t channels, std::size_
     return sha256(picture);
 }
 
-std::string idsOf(const std::vector<kpx::tool::Remark>& remarks) {
+std::string idsOf(const std::vector<kpx::Remark>& remarks) {
     std::string ids;
-    for (const kpx::tool::Remark& remark : remarks) ids += (ids.empty() ? "" : ",") + remark.id;
+    for (const kpx::Remark& remark : remarks) ids += (ids.empty() ? "" : ",") + remark.id;
     return ids.empty() ? nothing : ids;
 }
 
@@ -80,7 +80,7 @@ std::string manifestLine(std::span<const unsigned char> file) {
             digest = digestOf(reader, channels, rowBytes);
     }
     line << '\t' << (printed.empty() ? nothing : printed) << '\t' << digest << '\t'
-         << idsOf(kpx::tool::causesOf(facts, verdict)) << '\t' << idsOf(kpx::tool::surprisesOf(facts, verdict)) << '\t'
+         << idsOf(kpx::causesOf(facts, verdict)) << '\t' << idsOf(kpx::surprisesOf(facts, verdict)) << '\t'
          << sha256(file);
     return line.str();
 }

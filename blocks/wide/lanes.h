@@ -1,0 +1,53 @@
+// What the wide kernels share besides their vector operations: constants of a lane, the sizes of tiles, and the
+// gathering of fields and widening of half floats.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "blocks/littleEndian.h"
+#include "blocks/wide/vectors.h"
+
+namespace {
+
+using kpx::load64;
+
+// Constants of a lane, the same in both.
+struct LaneBytes {
+    alignas(16) std::uint8_t byte[16];
+};
+struct LaneWords {
+    alignas(16) std::uint16_t word[8];
+};
+constexpr std::uint8_t none = 0x80;  // a byte order that gives 0
+
+constexpr std::size_t tileRowBytes = 16;
+
+// The fields of a lane, each in a word.
+KPX_INLINE Wide gather(Wide lanes, const kpx::FieldGather& fields) {
+    return mulLow16(shuffle8(lanes, load(&fields.bytes)), load(&fields.lift));
+}
+
+// Half floats, one a word of 32 bits, as the bits of floats; exponent 31 is an ordinary exponent. Magnitudes below
+// 0x400 are subnormal: whole multiples of 2^-24.
+KPX_INLINE Wide widenHalfs(Wide words) {
+    const Wide magnitude = words & spread32(0x7FFF);
+    const Wide sign = shiftLeft32<16>(words & spread32(0x8000));
+    const Wide normal = add32(shiftLeft32<13>(magnitude), spread32(112 << 23));
+    const Wide subnormal = greater32(spread32(0x400), magnitude);
+    return choose(normal, scaledFloats(magnitude, 0x1p-24F), subnormal) | sign;
+}
+
+// The half floats of lane 0 as floats to one place, those of lane 1 to another. Half floats that are finite, in the
+// usual sense too, may be widened by the processor's own conversion.
+template <bool finite>
+KPX_INLINE void storeAsFloats(unsigned char* to0, unsigned char* to1, Wide halfs) {
+    if constexpr (finite && hasHalfConversion) {
+        storeFiniteHalfs(to0, to1, halfs);
+    } else {
+        storeLanes(to0, to1, widenHalfs(unpackLow16(halfs, zero())));
+        storeLanes(to0 + 16, to1 + 16, widenHalfs(unpackHigh16(halfs, zero())));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,210 @@
+// Rows of pixels and of values: the split into channels, masks, half floats.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "blocks/kernels.h"
+#include "blocks/rowLoops.h"
+#include "blocks/wide/lanes.h"
+
+namespace {
+
+// Rows. What remains of a row after whole vectors goes to the plain kernels.
+
+// What is left of a row from pixel x on.
+inline kpx::PixelRow restOf(const kpx::PixelRow& row, std::size_t x, std::size_t bytesPerPixel) {
+    return {row.pixels + x * bytesPerPixel, row.count - x, row.next};
+}
+
+// Brings bytes of the next row nearer, as many as are read of this row meanwhile.
+template <std::size_t bytes>
+KPX_INLINE void fetchNext(const kpx::PixelRow& row, std::size_t at) {
+    for (std::size_t line = 0; line < bytes; line += 64) fetch(row.next + at + line);
+}
+
+template <typename Unit>
+KPX_TARGET void split2(const kpx::PixelRow& row, Unit* const* rows) {
+    kpx::splitUnits2(reinterpret_cast<const Unit*>(row.pixels), row.count, rows[0], rows[1]);
+}
+KPX_TARGET void splitFloats3(const kpx::PixelRow& row, float* const* rows) {
+    kpx::splitUnits3(reinterpret_cast<const float*>(row.pixels), row.count, rows[0], rows[1], rows[2]);
+}
+
+constexpr std::size_t laneBytes = 16;
+
+// Lane 0 takes the bytes from pixels, lane 1 those that lie apart bytes further, 16 at a time for each of the vectors.
+template <int vectors>
+KPX_INLINE void loadApart(const void* pixels, std::size_t apart, Wide (&to)[vectors]) {
+    const auto* from = static_cast<const unsigned char*>(pixels);
+    for (std::size_t i = 0; i < vectors; ++i) to[i] = loadLanes(from + i * laneBytes, from + apart + i * laneBytes);
+}
+
+// Transposes the 4 by 4 words of each lane.
+KPX_INLINE void transpose(Wide (&w)[4]) {
+    const Wide low01 = unpackLow32(w[0], w[1]);
+    const Wide low23 = unpackLow32(w[2], w[3]);
+    const Wide high01 = unpackHigh32(w[0], w[1]);
+    const Wide high23 = unpackHigh32(w[2], w[3]);
+    w[0] = unpackLow64(low01, low23);
+    w[1] = unpackHigh64(low01, low23);
+    w[2] = unpackLow64(high01, high23);
+    w[3] = unpackHigh64(high01, high23);
+}
+
+template <int channels>
+KPX_INLINE void splitFourBytes(const kpx::PixelRow& row, unsigned char* const* rows) {
+    constexpr LaneBytes byChannel{{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
+    std::size_t x = 0;
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<128>(row, 4 * x);
+        Wide w[4];
+        loadApart(row.pixels + 4 * x, 64, w);
+        for (Wide& four : w) four = shuffle8(four, loadTwice(&byChannel));
+        transpose(w);
+        for (int c = 0; c < channels; ++c) store(rows[c] + x, w[c]);
+    }
+    unsigned char* const rest[4] = {rows[0] + x, rows[1] + x, rows[2] + x, channels == 4 ? rows[3] + x : nullptr};
+    kpx::plainKernels.splitBytes4(restOf(row, x, 4), rest);
+}
+KPX_TARGET void splitBytes4(const kpx::PixelRow& row, unsigned char* const* rows) {
+    if (rows[3] != nullptr) {
+        splitFourBytes<4>(row, rows);
+    } else {
+        splitFourBytes<3>(row, rows);
+    }
+}
+
+// From which bytes of vector v the sixteen bytes of a channel come, of pixels of three bytes.
+constexpr LaneBytes threeByteOrder(int vector, int channel) {
+    LaneBytes order{};
+    for (int i = 0; i < 16; ++i) {
+        const int from = 3 * i + channel - 16 * vector;
+        order.byte[i] = from >= 0 && from < 16 ? static_cast<std::uint8_t>(from) : none;
+    }
+    return order;
+}
+constexpr LaneBytes threeByteOrders[3][3] = {
+    {threeByteOrder(0, 0), threeByteOrder(0, 1), threeByteOrder(0, 2)},
+    {threeByteOrder(1, 0), threeByteOrder(1, 1), threeByteOrder(1, 2)},
+    {threeByteOrder(2, 0), threeByteOrder(2, 1), threeByteOrder(2, 2)},
+};
+KPX_TARGET void splitBytes3(const kpx::PixelRow& row, unsigned char* const* rows) {
+    std::size_t x = 0;
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<96>(row, 3 * x);
+        Wide w[3];
+        loadApart(row.pixels + 3 * x, 48, w);
+        for (int c = 0; c < 3; ++c) {
+            store(rows[c] + x, shuffle8(w[0], loadTwice(&threeByteOrders[0][c])) |
+                                   shuffle8(w[1], loadTwice(&threeByteOrders[1][c])) |
+                                   shuffle8(w[2], loadTwice(&threeByteOrders[2][c])));
+        }
+    }
+    unsigned char* const rest[3] = {rows[0] + x, rows[1] + x, rows[2] + x};
+    kpx::plainKernels.splitBytes3(restOf(row, x, 3), rest);
+}
+
+KPX_TARGET void splitFloats4(const kpx::PixelRow& row, float* const* rows) {
+    std::size_t x = 0;
+    for (; x + 8 <= row.count; x += 8) {
+        fetchNext<128>(row, 16 * x);
+        Wide w[4];
+        loadApart(row.pixels + 16 * x, 64, w);
+        transpose(w);
+        for (int c = 0; c < 4; ++c) store(rows[c] + x, w[c]);
+    }
+    float* const rest[4] = {rows[0] + x, rows[1] + x, rows[2] + x, rows[3] + x};
+    kpx::plainKernels.splitFloats4(restOf(row, x, 16), rest);
+}
+
+// 32 pixels of 2 or 4 bytes as words of 32 bits: vector v holds pixels 4v to 4v + 3, and 16 further on.
+template <std::size_t bytesPerPixel>
+KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
+    if constexpr (bytesPerPixel == 4) {
+        loadApart(pixels, 64, words);
+    } else {
+        Wide halves[2];
+        loadApart(pixels, 32, halves);
+        for (int i = 0; i < 2; ++i) {
+            words[2 * i] = unpackLow16(halves[i], zero());
+            words[2 * i + 1] = unpackHigh16(halves[i], zero());
+        }
+    }
+}
+
+KPX_INLINE Wide scaleField(Wide pixel, const kpx::MaskField& field) {
+    const Wide q = shiftRight32(pixel, field.fieldShift) & spread32(static_cast<int>(field.fieldMask));
+    return shiftRight32<24>(mulLow32(q, spread32(static_cast<int>(field.multiplier))));
+}
+
+template <std::size_t bytesPerPixel>
+KPX_INLINE void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                              unsigned char* const* rows) {
+    std::size_t x = 0;
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
+        Wide words[4];
+        loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
+        for (std::size_t f = 0; f < fieldCount; ++f) {
+            const Wide low = packWords(scaleField(words[0], fields[f]), scaleField(words[1], fields[f]));
+            const Wide high = packWords(scaleField(words[2], fields[f]), scaleField(words[3], fields[f]));
+            store(rows[f] + x, packBytes(low, high));
+        }
+    }
+    unsigned char* rest[4] = {};
+    for (std::size_t f = 0; f < fieldCount; ++f) rest[f] = rows[f] + x;
+    kpx::plainKernels.extractMasks(restOf(row, x, bytesPerPixel), bytesPerPixel, fields, fieldCount, rest);
+}
+
+// Fields that are no fields of up to 12 bits in a row have only the division. A mask of 0 has the multiplier 0, which
+// gives 0 as it should.
+KPX_TARGET void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
+                             std::size_t fieldCount, unsigned char* const* rows) {
+    const bool multiplied = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
+        return field.multiplier != 0 || field.mask == 0;
+    });
+    if (multiplied && bytesPerPixel == 4) {
+        extractFields<4>(row, fields, fieldCount, rows);
+    } else if (multiplied && bytesPerPixel == 2) {
+        extractFields<2>(row, fields, fieldCount, rows);
+    } else {
+        kpx::plainKernels.extractMasks(row, bytesPerPixel, fields, fieldCount, rows);
+    }
+}
+
+KPX_TARGET void halfsToFloats(const unsigned char* halfs, std::size_t count, float* out) {
+    std::size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const Wide words = load(halfs + 2 * i);
+        storeLanes(out + i, out + i + 8, widenHalfs(unpackLow16(words, zero())));
+        storeLanes(out + i + 4, out + i + 12, widenHalfs(unpackHigh16(words, zero())));
+    }
+    kpx::plainKernels.halfsToFloats(halfs + 2 * i, count - i, out + i);
+}
+
+// The packed words are rare, and the plain loops are fast enough.
+void r11g11b10ToFloats(const unsigned char* words, std::size_t count, float* out) {
+    kpx::plainKernels.r11g11b10ToFloats(words, count, out);
+}
+void r9g9b9e5ToFloats(const unsigned char* words, std::size_t count, float* out) {
+    kpx::plainKernels.r9g9b9e5ToFloats(words, count, out);
+}
+
+// Reads run ahead of writes, so that out may be the start of values.
+KPX_TARGET void highBytes(const unsigned char* values, std::size_t count, unsigned char* out) {
+    std::size_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        Wide words[2];
+        loadApart(values + 2 * i, 32, words);
+        store(out + i, packBytes(shiftRight16<8>(words[0]), shiftRight16<8>(words[1])));
+    }
+    kpx::plainKernels.highBytes(values + 2 * i, count - i, out + i);
+}
+
+KPX_TARGET void snormToUnorm(unsigned char* bytes, std::size_t count) {
+    kpx::unsignBytes(bytes, count);
+}
+
+}  // namespace

@@ -1,0 +1,62 @@
+#include "explain/Explanation.h"
+
+#include "explain/formatNames.h"
+#include "explain/mends.h"
+#include "explain/surprises.h"
+#include "explain/text.h"
+
+namespace kpx {
+namespace {
+
+// Luminance is read by a code that does not stand in the file.
+bool isLuminance(const Explanation& file) {
+    const Format* format = file.verdict.format;
+    return format != nullptr && format->namedBy == NamedBy::code &&
+           format->id != file.facts.header.header.ddspf.dwFourCC;
+}
+
+std::string undecodedName(const Explanation& file) {
+    if (file.verdict.loader == Loader::dx10 && file.verdict.cause != Cause::dx10HeaderCut) {
+        return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
+    }
+    const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
+    const UndecodedFormat* known = findUndecodedCode(code);
+    if (code == 0) return "none";
+    return "code " + codeText(code) + (known != nullptr && code <= 0xFFFF ? textOf(" ", known->name) : "");
+}
+
+}  // namespace
+
+Explanation explain(const std::string& file) {
+    const FileFacts facts = readFacts(file);
+    const Verdict verdict = judge(facts);
+    const Repair repair = repairOf(facts);
+    return {facts,
+            verdict,
+            contentsOf(facts, verdict),
+            causesOf(facts, verdict),
+            surprisesOf(facts, verdict),
+            repair.helps() ? repair.mends : std::vector<Remark>()};
+}
+
+std::string formatName(const Explanation& file) {
+    const Format* format = file.verdict.format;
+    if (format == nullptr) return undecodedName(file);
+    if (!isLuminance(file)) return formatText(*format);
+    return textOf("luminance of ", file.facts.header.header.ddspf.dwRGBBitCount, " bits, read as ", format->name);
+}
+
+std::string namedFormat(const Explanation& file) {
+    const Format* format = file.verdict.format;
+    if (format == nullptr || format->namedBy != NamedBy::masks) return formatName(file);
+    const DDS_PIXELFORMAT& header = file.facts.header.header.ddspf;
+    return textOf(formatName(file), " (", hex(header.dwRBitMask), " ", hex(header.dwGBitMask), " ",
+                  hex(header.dwBBitMask), " ", hex(header.dwABitMask), ", ", header.dwRGBBitCount, " bits)");
+}
+
+std::string sameAs(const Explanation& file) {
+    const bool hasOther = file.verdict.format != nullptr && !isLuminance(file);
+    return hasOther ? otherName(*file.verdict.format) : "";
+}
+
+}  // namespace kpx

@@ -1,0 +1,32 @@
+// All that is to be said of a file on disk: what it is, what becomes of it and why.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "explain/causes.h"
+#include "explain/contents.h"
+#include "explain/fileFacts.h"
+
+namespace kpx {
+
+struct Explanation {
+    FileFacts facts;
+    Verdict verdict;
+    Contents contents;
+    std::vector<Remark> causes;
+    std::vector<Remark> surprises;
+    std::vector<Remark> mends;  // that repair would make; none where it does not help
+};
+
+// Throws FileError when the file cannot be read.
+Explanation explain(const std::string& file);
+
+// The format that the file names, decoded or not.
+std::string formatName(const Explanation& file);
+// The same, with the masks where they name it.
+std::string namedFormat(const Explanation& file);
+// The other name of the format; empty where there is none.
+std::string sameAs(const Explanation& file);
+
+}  // namespace kpx

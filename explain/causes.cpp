@@ -1,0 +1,163 @@
+#include "explain/causes.h"
+
+#include "explain/formatNames.h"
+#include "explain/text.h"
+#include "reader/dataSize.h"
+
+namespace kpx {
+namespace {
+
+// DDS_PIXELFORMAT.dwFlags that name a format of which nothing is decoded.
+struct UndecodedFlag {
+    std::uint32_t flag;
+    const char* name;
+    const char* what;
+};
+constexpr UndecodedFlag undecodedFlags[] = {
+    {0x80000, "DDPF_BUMPDUDV", "signed bump maps"},
+    {0x40000, "DDPF_BUMPLUMINANCE", "signed bump maps with luminance"},
+    {0x200, "DDPF_YUV", "YUV data"},
+    {0x400, "DDPF_ZBUFFER", "depth buffers"},
+};
+
+std::string headerCut(const FileFacts& facts, const Verdict& /*verdict*/) {
+    return textOf("The file has ", facts.fileBytes, " bytes; the header alone takes ", sizeof(DdsFileHeader), ".");
+}
+
+std::string dx10HeaderCut(const FileFacts& facts, const Verdict& /*verdict*/) {
+    return textOf("The file ends after ", facts.fileBytes, " bytes, inside the DX10 header, which takes bytes ",
+                  sizeof(DdsFileHeader), " to ", factBytes - 1, ".");
+}
+
+std::string nothingNamed(const FileFacts& facts, const Verdict& /*verdict*/) {
+    const std::uint32_t flags = facts.header.header.ddspf.dwFlags;
+    for (const UndecodedFlag& row : undecodedFlags) {
+        if ((flags & row.flag) != 0) {
+            return textOf("The pixel format is named by ", row.name, " alone (flags ", hex(flags), "): ", row.what,
+                          " are not decoded.");
+        }
+    }
+    return textOf("No format is named: the pixel-format flags are ", hex(flags),
+                  ", none of which names one, and the code is 0.");
+}
+
+std::string unknownCode(const FileFacts& facts, const Verdict& /*verdict*/) {
+    const std::uint32_t code = facts.header.header.ddspf.dwFourCC;
+    const UndecodedFormat* known = findUndecodedCode(code);
+    if (known == nullptr) return textOf("The code ", codeText(code), " is not known.");
+    const std::string text = codeText(code);
+    // Four characters are their own name.
+    const std::string name = text.front() == '"' ? "" : textOf(" ", known->name);
+    return textOf("The code ", text, name, " is not decoded: it is ", known->what, ".");
+}
+
+std::string notABlockCode(const FileFacts& facts, const Verdict& /*verdict*/) {
+    const DDS_HEADER& header = facts.header.header;
+    return textOf("The ", formatText(*findCode(header.ddspf.dwFourCC)),
+                  " is decoded only when the pixel format has DDPF_FOURCC and the header lacks DDSD_LINEARSIZE; the "
+                  "flags are ",
+                  hex(header.ddspf.dwFlags), " and ", hex(header.dwFlags), ".");
+}
+
+std::string linearSizeNeeded(const FileFacts& facts, const Verdict& /*verdict*/) {
+    const DDS_HEADER& header = facts.header.header;
+    return textOf("The code ", codeText(header.ddspf.dwFourCC),
+                  " is decoded only when the header has DDSD_LINEARSIZE (0x80000); its flags are ", hex(header.dwFlags),
+                  ".");
+}
+
+std::string dxgiRejected(const FileFacts& facts, const Verdict& /*verdict*/) {
+    const std::uint32_t number = facts.dx10Header.dxgiFormat;
+    const UndecodedFormat* known = findUndecodedDxgi(number);
+    if (known == nullptr) return textOf("The DXGI format ", number, " is not known.");
+    return textOf("The DXGI format ", dxgiText(number), " is not decoded: it is ", known->what, ".");
+}
+
+std::string pictureTooLarge(const FileFacts& facts, const Verdict& verdict) {
+    const DDS_HEADER& header = facts.header.header;
+    const std::string bytes =
+        verdict.pictureBytes == UINT64_MAX ? "2^64 bytes or more" : std::to_string(verdict.pictureBytes) + " bytes";
+    return textOf("A picture of ", header.dwWidth, " x ", header.dwHeight, " takes ", bytes,
+                  " in memory, more than the ", largestBlock, " that are allowed.");
+}
+
+std::string dataTooLarge(const FileFacts& /*facts*/, const Verdict& verdict) {
+    return textOf("The data takes ", verdict.bytesExpected, " bytes, more than the ", largestBlock,
+                  " that are read in one go.");
+}
+
+std::string rowTooLarge(const FileFacts& facts, const Verdict& verdict) {
+    return textOf("A row of ", facts.header.header.dwWidth, " pixels takes ", verdict.rowBytes,
+                  " bytes, more than the ", largestBlock, " that are allowed.");
+}
+
+// The data of a code that is not known is asked for all the same.
+const char* dataOf(const Verdict& verdict) {
+    return verdict.format == nullptr ? "Its data, taken for blocks of 16 bytes, is " : "The data is ";
+}
+
+std::string missing(const Verdict& verdict) {
+    const std::uint64_t bytes = verdict.bytesExpected - verdict.bytesPresent;
+    return textOf(bytes, bytes == 1 ? " byte" : " bytes", " short: ", verdict.bytesPresent, " follow the header and ",
+                  verdict.bytesExpected, " are asked for");
+}
+
+std::string dataShort(const FileFacts& /*facts*/, const Verdict& verdict) {
+    return textOf(dataOf(verdict), missing(verdict), ".");
+}
+
+std::string linearSizeTooLarge(const FileFacts& facts, const Verdict& verdict) {
+    const DDS_HEADER& header = facts.header.header;
+    const std::uint64_t own = compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(verdict.format), 0);
+    return textOf(dataOf(verdict), missing(verdict), ", because dwPitchOrLinearSize asks for ",
+                  header.dwPitchOrLinearSize, " where the top level has ", own, ".");
+}
+
+std::string paletteShort(const FileFacts& /*facts*/, const Verdict& verdict) {
+    const std::uint32_t palette = paletteBytes(*verdict.format);
+    return textOf("Palette and indices are ", missing(verdict), ", ", palette, " for the palette and ",
+                  verdict.bytesExpected - palette, " for the indices.");
+}
+
+// A row each, in the order of the causes.
+struct CauseRow {
+    Cause cause;
+    const char* id;
+    std::string (*sentence)(const FileFacts&, const Verdict&);
+};
+constexpr CauseRow causeRows[] = {
+    {Cause::headerCut, "header-cut", headerCut},
+    {Cause::dx10HeaderCut, "dx10-header-cut", dx10HeaderCut},
+    {Cause::nothingNamed, "nothing-named", nothingNamed},
+    {Cause::unknownCode, "unknown-code", unknownCode},
+    {Cause::notABlockCode, "not-a-block-code", notABlockCode},
+    {Cause::linearSizeNeeded, "linear-size-needed", linearSizeNeeded},
+    {Cause::dxgiRejected, "dxgi-not-decoded", dxgiRejected},
+    {Cause::dxgiTooLarge, "dxgi-above-99", dxgiRejected},
+    {Cause::pictureTooLarge, "picture-too-large", pictureTooLarge},
+    {Cause::dataTooLarge, "data-too-large", dataTooLarge},
+    {Cause::rowTooLarge, "row-too-large", rowTooLarge},
+    {Cause::dataShort, "data-short", dataShort},
+    {Cause::linearSizeTooLarge, "linear-size-too-large", linearSizeTooLarge},
+    {Cause::paletteShort, "palette-short", paletteShort},
+};
+
+}  // namespace
+
+std::vector<Remark> causesOf(const FileFacts& facts, const Verdict& verdict) {
+    std::vector<Remark> causes;
+    for (const Cause cause : {verdict.cause, verdict.secondCause}) {
+        for (const CauseRow& row : causeRows) {
+            if (row.cause == cause) causes.push_back({row.id, row.sentence(facts, verdict)});
+        }
+    }
+    return causes;
+}
+
+std::string causeText(const FileFacts& facts, const Verdict& verdict) {
+    std::string text;
+    for (const Remark& cause : causesOf(facts, verdict)) text += (text.empty() ? "" : " ") + cause.sentence;
+    return text;
+}
+
+}  // namespace kpx

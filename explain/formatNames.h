@@ -1,0 +1,34 @@
+// What formats are called: the decoded ones by the reader's table, the others by a table of names of their own.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "reader/formatTable.h"
+
+namespace kpx {
+
+// The name and what it is, of a published format that is not decoded.
+struct UndecodedFormat {
+    std::uint32_t id;
+    const char* name;
+    const char* what;  // a clause about it, and what to use instead
+};
+
+// Null where nothing is published under the number or code, or it is decoded.
+const UndecodedFormat* findUndecodedDxgi(std::uint32_t dxgiFormat);
+const UndecodedFormat* findUndecodedCode(std::uint32_t code);
+
+// "DXT1" in quotes, the number of a numeric code, or hexadecimal where it is neither.
+std::string codeText(std::uint32_t code);
+
+// 71 BC1_UNORM, or the number alone.
+std::string dxgiText(std::uint32_t dxgiFormat);
+
+// The format in words: code 36 D3DFMT_A16B16G16R16, masks D3DFMT_R5G6B5.
+std::string formatText(const Format& format);
+
+// The other name of the same data: the DXGI format of a legacy one, and the reverse. Empty where there is none.
+std::string otherName(const Format& format);
+
+}  // namespace kpx

@@ -1,0 +1,349 @@
+#include "explain/mends.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "explain/contents.h"
+#include "explain/flagNames.h"
+#include "explain/formatNames.h"
+#include "explain/headerFlags.h"
+#include "explain/text.h"
+#include "reader/dataSize.h"
+
+namespace kpx {
+namespace {
+
+constexpr std::uint32_t dx10Code = fourCC("DX10");
+
+// A file as it stands after the mends so far. Mends change the facts; the verdict follows.
+using Draft = Repair;
+
+DDS_HEADER& headerOf(Draft& draft) {
+    return draft.facts.header.header;
+}
+
+bool hasCause(const Draft& draft, Cause cause) {
+    return draft.verdict.cause == cause || draft.verdict.secondCause == cause;
+}
+
+bool hasDx10Header(const FileFacts& facts) {
+    return judge(facts).loader == Loader::dx10 && facts.fileBytes >= factBytes;
+}
+
+void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
+    draft.facts.fileBytes = draft.facts.fileBytes - dataStart + newHeaderBytes;
+}
+
+// 0, which asks for nothing, where the number is too large for its field.
+void stateLinearSize(DDS_HEADER& header, std::uint64_t bytes) {
+    header.dwPitchOrLinearSize = bytes > UINT32_MAX ? 0 : static_cast<std::uint32_t>(bytes);
+}
+
+// A header of pixel rows states no linear size.
+void stateRows(DDS_HEADER& header, std::uint64_t rowBytes) {
+    if ((header.dwFlags & DDSD_LINEARSIZE) == 0) return;
+    header.dwFlags = (header.dwFlags & ~DDSD_LINEARSIZE) | DDSD_PITCH;
+    stateLinearSize(header, rowBytes);
+}
+
+void nameByCode(DDS_PIXELFORMAT& format, std::uint32_t code) {
+    constexpr std::uint32_t otherNames =
+        DDPF_RGB | DDPF_ALPHA | DDPF_ALPHAPIXELS | DDPF_LUMINANCE | DDPF_BUMPDUDV | anyPaletteFlag;
+    format = {format.dwSize, (format.dwFlags & ~otherNames) | DDPF_FOURCC, code, 0, 0, 0, 0, 0};
+}
+
+void nameByMasks(DDS_PIXELFORMAT& format, std::uint32_t flags, std::uint32_t bits, const Masks& masks) {
+    format = {format.dwSize, flags, 0, bits, masks.r, masks.g, masks.b, masks.a};
+}
+
+// Formats that the reader knows by masks: a code is published under the name of the masks, these numbers are not.
+struct DxgiMasks {
+    std::uint32_t dxgi;
+    const char* masks;
+};
+constexpr DxgiMasks dxgiMasks[] = {{85, "D3DFMT_R5G6B5"}, {86, "D3DFMT_A1R5G5B5"}, {115, "D3DFMT_A4R4G4B4"}};
+
+const Format* findNamedMasks(const char* name) {
+    for (const Format& row : formatTable()) {
+        if (row.namedBy == NamedBy::masks && std::strcmp(row.name, name) == 0) return &row;
+    }
+    return nullptr;
+}
+
+const Format* masksOfDxgi(std::uint32_t dxgi) {
+    for (const DxgiMasks& row : dxgiMasks) {
+        if (row.dxgi == dxgi) return findNamedMasks(row.masks);
+    }
+    return nullptr;
+}
+
+// Describes the masks in the header, and returns the words for it.
+std::string useMasks(DDS_HEADER& header, const Format& row) {
+    const std::uint32_t bytes = std::max<std::uint32_t>(row.bytesPerPixel, 1);
+    const std::uint32_t flags = row.channels == 1   ? DDPF_ALPHA
+                                : row.channels == 4 ? DDPF_RGB | DDPF_ALPHAPIXELS
+                                                    : DDPF_RGB;
+    // The table has a mask for the alpha of formats without one, which other readers would take for alpha.
+    Masks masks = row.masks;
+    if (row.channels == 3) masks.a = 0;
+    nameByMasks(header.ddspf, flags, bytes * 8, masks);
+    stateRows(header, std::uint64_t{bytes} * header.dwWidth);
+    return textOf("the masks of ", row.name, " (", hex(masks.r), " ", hex(masks.g), " ", hex(masks.b), " ",
+                  hex(masks.a), ", ", bytes * 8, " bits)");
+}
+
+// Each mend makes its change and says what it is, or does and says nothing where its fault is not there.
+
+bool isDx10HeaderPlausible(const FileFacts& facts) {
+    const DDS_HEADER_DXT10& dx10 = facts.dx10Header;
+    return facts.fileBytes >= factBytes && dx10.resourceDimension >= D3D10_RESOURCE_DIMENSION_TEXTURE1D &&
+           dx10.resourceDimension <= D3D10_RESOURCE_DIMENSION_TEXTURE3D && dx10.arraySize != 0 &&
+           (findDxgi(dx10.dxgiFormat) != nullptr || masksOfDxgi(dx10.dxgiFormat) != nullptr);
+}
+
+// A code of blocks is believed where the file is too small for what the flags say.
+bool isCodeTrue(const Draft& draft, const DDS_PIXELFORMAT& format) {
+    if (format.dwFourCC == dx10Code) return isDx10HeaderPlausible(draft.facts);
+    const bool isTooSmall = draft.verdict.bytesPresent < draft.verdict.bytesExpected;
+    return findBlockCode(format.dwFourCC) != nullptr && (isTooSmall || format.dwRGBBitCount == 0);
+}
+
+std::string flagsBesideCode(Draft& draft) {
+    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
+    const std::uint32_t flags = format.dwFlags;
+    const bool isMasked = (flags & (DDPF_RGB | DDPF_ALPHA)) != 0;
+    const bool isLuminance = (flags & (DDPF_LUMINANCE | DDPF_FOURCC)) == DDPF_LUMINANCE;
+    if ((!isMasked && !isLuminance) || !isCodeTrue(draft, format)) return {};
+    nameByCode(format, format.dwFourCC);
+    if (format.dwFourCC == dx10Code) draft.dataStart = factBytes;
+    return textOf("The pixel format is named by the code ", codeText(format.dwFourCC), " alone: its flags become ",
+                  flagText(pixelFormatFlagNames(), format.dwFlags), " and were ",
+                  flagText(pixelFormatFlagNames(), flags), ".");
+}
+
+std::string codeOfAnotherWriter(Draft& draft) {
+    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
+    if (!hasCause(draft, Cause::unknownCode) || format.dwFourCC != fourCC("ATI1")) return {};
+    nameByCode(format, fourCC("BC4U"));
+    return "The code becomes \"BC4U\", under which the blocks of \"ATI1\" are read.";
+}
+
+std::string codeOfMasks(Draft& draft) {
+    if (!hasCause(draft, Cause::unknownCode)) return {};
+    DDS_HEADER& header = headerOf(draft);
+    const UndecodedFormat* known = findUndecodedCode(header.ddspf.dwFourCC);
+    const Format* row = known == nullptr ? nullptr : findNamedMasks(known->name);
+    if (row == nullptr) return {};
+    return textOf("The pixel format, code ", known->id, ", becomes ", useMasks(header, *row), ".");
+}
+
+struct LuminanceCode {
+    std::uint32_t code;
+    std::uint32_t flags, bits;
+    Masks masks;
+};
+constexpr LuminanceCode luminanceCodes[] = {
+    {50, DDPF_LUMINANCE, 8, {0xFF, 0, 0, 0}},
+    {51, DDPF_LUMINANCE | DDPF_ALPHAPIXELS, 16, {0xFF, 0, 0, 0xFF00}},
+    {81, DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}},
+};
+
+std::string codeOfLuminance(Draft& draft) {
+    DDS_HEADER& header = headerOf(draft);
+    for (const LuminanceCode& row : luminanceCodes) {
+        if (!hasCause(draft, Cause::unknownCode) || header.ddspf.dwFourCC != row.code) continue;
+        nameByMasks(header.ddspf, row.flags, row.bits, row.masks);
+        stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
+        return textOf("The pixel format, code ", row.code, " ", findUndecodedCode(row.code)->name, ", becomes ",
+                      flagText(pixelFormatFlagNames(), row.flags), " of ", row.bits, " bits.");
+    }
+    return {};
+}
+
+// What a legacy header says of cube maps and volumes in its own place.
+void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
+    if ((dx10.miscFlag & D3D10_RESOURCE_MISC_TEXTURECUBE) != 0) {
+        header.dwCaps |= DDSCAPS_COMPLEX;
+        header.dwCaps2 |= DDSCAPS2_CUBEMAP | DDSCAPS2_CUBEMAP_ALLFACES;
+    }
+    if (dx10.resourceDimension == D3D10_RESOURCE_DIMENSION_TEXTURE3D) {
+        header.dwFlags |= DDSD_DEPTH;
+        header.dwCaps |= DDSCAPS_COMPLEX;
+        header.dwCaps2 |= DDSCAPS2_VOLUME;
+    }
+}
+
+std::string dxgiOfMasks(Draft& draft) {
+    const DDS_HEADER_DXT10 dx10 = draft.facts.dx10Header;
+    const bool isRefused = hasCause(draft, Cause::dxgiRejected) || hasCause(draft, Cause::dxgiTooLarge);
+    const Format* row = isRefused ? masksOfDxgi(dx10.dxgiFormat) : nullptr;
+    if (row == nullptr) return {};
+    const char* alphaMode = contentsOf(draft.facts, draft.verdict).alphaMode;
+    DDS_HEADER& header = headerOf(draft);
+    const std::string masks = useMasks(header, *row);
+    stateLegacyShape(header, dx10);
+    draft.facts.dx10Header = {};
+    moveData(draft, factBytes, sizeof(DdsFileHeader));
+    std::string sentence = textOf("The DX10 header, 20 bytes of DXGI ", dxgiText(dx10.dxgiFormat), ", becomes ", masks);
+    if (dx10.arraySize > 1) sentence += textOf("; that it is an array of ", dx10.arraySize, " is no longer said");
+    // Masks mean straight alpha, which is the mode before this.
+    if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
+        sentence += textOf("; that its alpha is ", alphaMode, " is no longer said");
+    return sentence + ".";
+}
+
+// Signed formats, which are read under a DX10 header only.
+struct SignedFormat {
+    std::uint32_t code;
+    const char* name;
+    std::uint32_t bits;
+    Masks masks;
+    std::uint32_t dxgi;
+};
+constexpr SignedFormat signedFormats[] = {
+    {60, "D3DFMT_V8U8", 16, {0xFF, 0xFF00, 0, 0}, 51},
+    {63, "D3DFMT_Q8W8V8U8", 32, {0xFF, 0xFF00, 0xFF0000, 0xFF000000}, 31},
+    {64, "D3DFMT_V16U16", 32, {0xFFFF, 0xFFFF0000, 0, 0}, 37},
+    {110, "D3DFMT_Q16W16V16U16", 64, {}, 13},
+};
+
+bool isSigned(const Draft& draft, const SignedFormat& row) {
+    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
+    if ((format.dwFlags & DDPF_BUMPDUDV) != 0 && format.dwFourCC == 0) {
+        const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
+        return format.dwRGBBitCount == row.bits && masks == row.masks;
+    }
+    const bool isByCode = draft.verdict.loader == Loader::d3dFormat || draft.verdict.loader == Loader::compressed;
+    return isByCode && format.dwFourCC == row.code;
+}
+
+DDS_HEADER_DXT10 dx10HeaderOf(const DDS_HEADER& header, std::uint32_t dxgi) {
+    constexpr std::uint32_t wholeCube = DDSCAPS2_CUBEMAP | DDSCAPS2_CUBEMAP_ALLFACES;
+    const bool isVolume = (header.dwCaps2 & DDSCAPS2_VOLUME) != 0;
+    const bool isCube = (header.dwCaps2 & wholeCube) == wholeCube;
+    return {dxgi, isVolume ? D3D10_RESOURCE_DIMENSION_TEXTURE3D : D3D10_RESOURCE_DIMENSION_TEXTURE2D,
+            isCube ? D3D10_RESOURCE_MISC_TEXTURECUBE : 0, 1, 0};
+}
+
+std::string signedData(Draft& draft) {
+    DDS_HEADER& header = headerOf(draft);
+    for (const SignedFormat& row : signedFormats) {
+        if (!isSigned(draft, row)) continue;
+        nameByCode(header.ddspf, dx10Code);
+        stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
+        draft.facts.dx10Header = dx10HeaderOf(header, row.dxgi);
+        moveData(draft, sizeof(DdsFileHeader), factBytes);
+        return textOf("The pixel format, ", row.name, ", becomes a DX10 header, 20 bytes of DXGI ", dxgiText(row.dxgi),
+                      ".");
+    }
+    return {};
+}
+
+std::string luminanceAsRed(Draft& draft) {
+    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
+    if ((format.dwFlags & (DDPF_RGB | DDPF_LUMINANCE)) != (DDPF_RGB | DDPF_LUMINANCE)) return {};
+    const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
+    for (const LuminanceCode& row : luminanceCodes) {
+        const bool isSame = format.dwFlags == (row.flags | DDPF_RGB) && format.dwRGBBitCount == row.bits;
+        if (!isSame || masks != row.masks) continue;
+        format.dwFlags = row.flags;
+        return textOf("The pixel-format flags become ", flagText(pixelFormatFlagNames(), row.flags),
+                      ": DDPF_RGB beside DDPF_LUMINANCE shows the luminance as red.");
+    }
+    return {};
+}
+
+std::string alphaWithoutMask(Draft& draft) {
+    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
+    const bool isColour = draft.verdict.loader == Loader::uncompressed && maskedChannels(format) == 4;
+    // Of fewer than 8 bits, the channels decide how large a pixel is.
+    if (!isColour || format.dwABitMask != 0 || format.dwRGBBitCount < 8) return {};
+    format.dwFlags &= ~DDPF_ALPHAPIXELS;
+    return "DDPF_ALPHAPIXELS is taken away: the alpha mask is 0, so that every pixel would be transparent.";
+}
+
+std::string linearSizeMissing(Draft& draft) {
+    if (!hasCause(draft, Cause::linearSizeNeeded)) return {};
+    DDS_HEADER& header = headerOf(draft);
+    header.dwFlags = (header.dwFlags & ~DDSD_PITCH) | DDSD_LINEARSIZE;
+    const Format* row = findBlockCode(header.ddspf.dwFourCC);
+    stateLinearSize(header, wholeBlockBytes(header.dwWidth, header.dwHeight, blockBytesOf(row)));
+    return textOf("The header gets DDSD_LINEARSIZE, without which ", codeText(header.ddspf.dwFourCC),
+                  " is not read; dwPitchOrLinearSize becomes ", header.dwPitchOrLinearSize, ".");
+}
+
+std::string codeOfRowsAsBlocks(Draft& draft) {
+    if (!hasCause(draft, Cause::notABlockCode)) return {};
+    DDS_HEADER& header = headerOf(draft);
+    const Format* row = findCode(header.ddspf.dwFourCC);
+    nameByCode(header.ddspf, header.ddspf.dwFourCC);
+    stateRows(header, codeFileRowBytes(*row, header.dwWidth));
+    return textOf("The ", formatText(*row), " is no block format: the flags become ",
+                  flagText(headerFlagNames(), header.dwFlags), " and ",
+                  flagText(pixelFormatFlagNames(), header.ddspf.dwFlags), ".");
+}
+
+std::string linearSizeTooLarge(Draft& draft) {
+    if (!hasCause(draft, Cause::linearSizeTooLarge) || draft.verdict.format == nullptr) return {};
+    DDS_HEADER& header = headerOf(draft);
+    const std::uint32_t stated = header.dwPitchOrLinearSize;
+    stateLinearSize(header, compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(draft.verdict.format), 0));
+    return textOf("dwPitchOrLinearSize becomes ", header.dwPitchOrLinearSize, ", the size of the top level; it was ",
+                  stated, ".");
+}
+
+// A row a fault. A mend may uncover the next fault.
+struct MendRow {
+    const char* id;
+    std::string (*mend)(Draft&);
+};
+constexpr MendRow mendRows[] = {
+    {"flags-beside-code", flagsBesideCode},
+    {"code-of-another-writer", codeOfAnotherWriter},
+    {"code-of-masks", codeOfMasks},
+    {"code-of-luminance", codeOfLuminance},
+    {"dxgi-of-masks", dxgiOfMasks},
+    {"signed-data", signedData},
+    {"luminance-as-red", luminanceAsRed},
+    {"alpha-without-mask", alphaWithoutMask},
+    {"linear-size-missing", linearSizeMissing},
+    {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
+    {"linear-size-too-large", linearSizeTooLarge},
+};
+
+// Makes the first mend whose fault is there; false when there is none.
+bool mendOnce(Draft& draft) {
+    for (const MendRow& row : mendRows) {
+        const std::string sentence = row.mend(draft);
+        if (sentence.empty()) continue;
+        draft.mends.push_back({row.id, sentence});
+        draft.verdict = judge(draft.facts);
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Repair repairOf(const FileFacts& facts) {
+    Draft draft{facts, hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader), judge(facts), {}};
+    if (draft.verdict.result == Result::refused) return draft;
+    // No fault is there a second time, so that there are at most as many mends as rows.
+    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft)) {
+    }
+    return draft;
+}
+
+const char* repairHint(const FileFacts& facts) {
+    return repairOf(facts).helps() ? " \"kpximage repair\" makes a copy that is read well." : "";
+}
+
+std::vector<unsigned char> headerBytes(const FileFacts& facts) {
+    std::vector<unsigned char> bytes(hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader));
+    std::memcpy(bytes.data(), &facts.header, sizeof facts.header);
+    const std::size_t rest = bytes.size() - sizeof facts.header;
+    if (rest != 0) std::memcpy(bytes.data() + sizeof facts.header, &facts.dx10Header, rest);
+    return bytes;
+}
+
+}  // namespace kpx

@@ -1,0 +1,141 @@
+#include "explain/surfaces.h"
+
+#include <algorithm>
+#include <bit>
+#include <iomanip>
+#include <sstream>
+
+#include "explain/headerFlags.h"
+#include "explain/mends.h"
+#include "reader/dataSize.h"
+
+namespace kpx {
+namespace {
+
+std::uint32_t halved(std::uint32_t side, std::uint32_t level) {
+    return std::max(side >> level, 1U);
+}
+
+// Down to one pixel.
+std::uint32_t mostLevels(const DDS_HEADER& header, std::uint32_t slices) {
+    return static_cast<std::uint32_t>(std::bit_width(std::max({header.dwWidth, header.dwHeight, slices})));
+}
+
+std::uint64_t countOf(const Contents& contents) {
+    std::uint64_t count = 0;
+    for (std::uint32_t level = 0; level < contents.levels; ++level) count += halved(contents.slices, level);
+    return saturatingProduct(count, contents.faces, contents.elements);
+}
+
+std::string number(std::uint32_t value, std::uint32_t count, std::size_t digits) {
+    std::ostringstream text;
+    digits = std::max(digits, std::to_string(count - 1).size());
+    text << std::setw(static_cast<int>(digits)) << std::setfill('0') << value;
+    return text.str();
+}
+
+// The faces are in the order of their flags, which the number keeps when names are sorted; a file of a legacy header
+// may lack some.
+std::string faceName(const DDS_HEADER& header, const Contents& contents, std::uint32_t face) {
+    constexpr const char* names[] = {"0+x", "1-x", "2+y", "3-y", "4+z", "5-z"};
+    const bool isPartial = contents.faces < std::size(names);
+    for (std::uint32_t i = 0; i < std::size(names); ++i) {
+        const bool isThere = !isPartial || (header.dwCaps2 & DDSCAPS2_CUBEMAP_POSITIVEX << i) != 0;
+        if (isThere && face-- == 0) return names[i];
+    }
+    return {};
+}
+
+std::uint32_t statedSize(const SurfaceLayout& layout, const Surface& surface) {
+    const bool isLinear =
+        layout.verdict.decoder == Loader::compressed || (layout.facts.header.header.dwFlags & DDSD_LINEARSIZE) != 0;
+    const std::uint64_t bytes = isLinear ? surface.bytes : surface.bytes / surface.height;
+    return bytes > UINT32_MAX ? 0 : static_cast<std::uint32_t>(bytes);
+}
+
+}  // namespace
+
+std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t height) const {
+    const Format& format = *verdict.format;
+    switch (verdict.decoder) {
+        case Loader::compressed:
+            return wholeBlockBytes(width, height, format.blockBytes);
+        case Loader::uncompressed:
+            return saturatingProduct(maskedRowBytes(loadedPixelFormat(facts), width), height);
+        case Loader::d3dFormat:
+            return saturatingProduct(codeFileRowBytes(format, width), height);
+        case Loader::palettised:
+            return palettisedBytes(format, width, height) - paletteBytes;
+        default:
+            return saturatingProduct(floatFileRowBytes(format, width), height);
+    }
+}
+
+SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict) {
+    Contents contents = contentsOf(facts, verdict);
+    contents.levels = std::min(contents.levels, mostLevels(facts.header.header, contents.slices));
+    const bool hasPalette = verdict.decoder == Loader::palettised;
+    const std::uint64_t palette = hasPalette ? paletteBytes(*verdict.format) : 0;
+    return {facts, verdict, contents, headerBytes(facts).size(), palette, countOf(contents)};
+}
+
+std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::function<void(const Surface&)>& visit) {
+    const DDS_HEADER& header = layout.facts.header.header;
+    const Contents& contents = layout.contents;
+    std::uint64_t start = layout.headerBytes + layout.paletteBytes;
+    std::uint64_t count = 0;
+    Surface surface{};
+    for (surface.element = 0; surface.element < contents.elements; ++surface.element) {
+        for (surface.face = 0; surface.face < contents.faces; ++surface.face) {
+            for (surface.level = 0; surface.level < contents.levels; ++surface.level) {
+                surface.width = halved(header.dwWidth, surface.level);
+                surface.height = halved(header.dwHeight, surface.level);
+                surface.bytes = layout.surfaceBytes(surface.width, surface.height);
+                for (surface.slice = 0; surface.slice < halved(contents.slices, surface.level); ++surface.slice) {
+                    const bool isWhole =
+                        start <= layout.facts.fileBytes && surface.bytes <= layout.facts.fileBytes - start;
+                    if (!isWhole) return count;
+                    surface.start = start;
+                    visit(surface);
+                    start += surface.bytes;
+                    ++count;
+                }
+            }
+        }
+    }
+    return count;
+}
+
+std::string surfaceName(const SurfaceLayout& layout, const Surface& surface) {
+    const Contents& contents = layout.contents;
+    std::string name;
+    if (contents.elements > 1) name += "-array" + number(surface.element, contents.elements, 2);
+    if (contents.faces > 1) name += "-face" + faceName(layout.facts.header.header, contents, surface.face);
+    if (contents.levels > 1) name += "-mip" + number(surface.level, contents.levels, 2);
+    if (contents.slices > 1) name += "-slice" + number(surface.slice, contents.slices, 3);
+    return name;
+}
+
+FileFacts factsOfSurface(const SurfaceLayout& layout, const Surface& surface) {
+    FileFacts facts = layout.facts;
+    facts.fileBytes = layout.headerBytes + layout.paletteBytes + surface.bytes;
+    DDS_HEADER& header = facts.header.header;
+    header.dwFlags &= ~(DDSD_MIPMAPCOUNT | DDSD_DEPTH);
+    header.dwWidth = surface.width;
+    header.dwHeight = surface.height;
+    header.dwPitchOrLinearSize = statedSize(layout, surface);
+    header.dwDepth = 0;
+    header.dwMipMapCount = 1;
+    header.dwCaps &= ~(DDSCAPS_COMPLEX | DDSCAPS_MIPMAP);
+    header.dwCaps2 &= ~(DDSCAPS2_CUBEMAP | DDSCAPS2_CUBEMAP_ALLFACES | DDSCAPS2_VOLUME);
+    if (layout.headerBytes < factBytes) return facts;
+    DDS_HEADER_DXT10& dx10 = facts.dx10Header;
+    if (dx10.resourceDimension == D3D10_RESOURCE_DIMENSION_TEXTURE3D) {
+        dx10.resourceDimension = D3D10_RESOURCE_DIMENSION_TEXTURE2D;
+    }
+    dx10.miscFlag &= ~D3D10_RESOURCE_MISC_TEXTURECUBE;
+    dx10.arraySize = 1;
+    return facts;
+}
+
+}  // namespace kpx

@@ -1,0 +1,221 @@
+#include "explain/surprises.h"
+
+#include <cstring>
+
+#include "explain/formatNames.h"
+#include "explain/text.h"
+
+namespace kpx {
+namespace {
+
+constexpr std::uint32_t DDPF_NORMAL = 0x80000000;
+
+// A decoded file as the rules below look at it.
+struct Decoded {
+    const FileFacts& facts;
+    const Verdict& verdict;
+    const DDS_HEADER& header;
+    DDS_PIXELFORMAT loaded;  // the pixel format as its loader sees it
+
+    bool isMasked() const { return verdict.decoder == Loader::uncompressed; }
+    bool isDx10() const { return verdict.loader == Loader::dx10; }
+    bool isDxgi(const char* suffix) const { return isDx10() && std::strstr(verdict.format->name, suffix) != nullptr; }
+    bool isKernel(BlockKernel first, BlockKernel second) const {
+        return verdict.format->kernel == first || verdict.format->kernel == second;
+    }
+    bool isDividedByAlpha() const { return isKernel(BlockKernel::bc2Premultiplied, BlockKernel::bc3Premultiplied); }
+};
+
+// Each rule gives its sentence, or nothing where it does not hold.
+
+std::string rowsMissing(const Decoded& file) {
+    const std::uint64_t rows = file.verdict.wholeRows;
+    const std::uint32_t height = file.verdict.height;
+    if (rows == height || file.verdict.width == 0) return {};
+    return textOf("The file supplies ", rows, " of ", height, " rows in full; what it lacks of the other ",
+                  height - rows, " is zero.");
+}
+
+std::string rowsPadded(const Decoded& file) {
+    const std::uint64_t rowBytes = file.verdict.fileRowBytes;
+    const std::uint32_t pitch = file.header.dwPitchOrLinearSize;
+    if (rowBytes == 0 || (file.header.dwFlags & DDSD_PITCH) == 0 || pitch <= rowBytes) return {};
+    return textOf("The header states a pitch of ", pitch, " bytes, but rows are read without padding, ", rowBytes,
+                  " bytes each: padded rows come out sheared.");
+}
+
+std::string noPixels(const Decoded& file) {
+    if (file.verdict.width != 0 && file.verdict.height != 0) return {};
+    return textOf("The picture has no pixels: it is ", file.verdict.width, " x ", file.verdict.height, ".");
+}
+
+std::string hugePicture(const Decoded& file) {
+    constexpr std::uint64_t smallestHuge = std::uint64_t{16} << 20;
+    constexpr std::uint64_t farLarger = 256;
+    if (file.verdict.pictureBytes < smallestHuge) return {};
+    if (file.verdict.pictureBytes / farLarger < file.facts.fileBytes) return {};
+    return textOf("A file of ", file.facts.fileBytes, " bytes declares a picture of ", file.verdict.pictureBytes,
+                  " bytes.");
+}
+
+std::string dx10HeaderAsPixels(const Decoded& file) {
+    if (!file.isMasked() || file.isDx10() || file.header.ddspf.dwFourCC != fourCC("DX10")) return {};
+    return textOf("The code is \"DX10\", but the flags ", hex(file.header.ddspf.dwFlags),
+                  " name bit-mask data as well, which comes first: the 20 bytes of the DX10 header are read as the "
+                  "first pixels.");
+}
+
+bool isLuminanceAsRed(const Decoded& file) {
+    constexpr std::uint32_t both = DDPF_RGB | DDPF_LUMINANCE;
+    const DDS_PIXELFORMAT& format = file.loaded;
+    return file.isMasked() && (format.dwFlags & both) == both && format.dwRBitMask != 0 && format.dwGBitMask == 0 &&
+           format.dwBBitMask == 0;
+}
+
+std::string luminanceAsRed(const Decoded& file) {
+    if (!isLuminanceAsRed(file)) return {};
+    return "Luminance comes out red: the header has DDPF_RGB beside DDPF_LUMINANCE, and only a red mask.";
+}
+
+std::string maskEmpty(const Decoded& file) {
+    if (!file.isMasked() || file.verdict.channels == 1 || isLuminanceAsRed(file)) return {};
+    const std::uint32_t bytes = maskedPixelBytes(file.loaded);
+    const std::uint32_t pixel = bytes >= 4 ? UINT32_MAX : (1U << 8 * bytes) - 1;
+    std::string names;
+    const auto look = [&](std::uint32_t mask, const char* name) {
+        if ((mask & pixel) == 0) names += (names.empty() ? "" : ", ") + textOf(name, " ", hex(mask));
+    };
+    look(file.loaded.dwRBitMask, "red");
+    look(file.loaded.dwGBitMask, "green");
+    look(file.loaded.dwBBitMask, "blue");
+    if (names.empty()) return {};
+    return textOf("Colour is 0 where its mask selects no bit of the pixel: ", names, ".");
+}
+
+std::string alphaMaskZero(const Decoded& file) {
+    if (!file.isMasked() || file.verdict.channels == 3 || file.loaded.dwABitMask != 0) return {};
+    return "Alpha is 0 everywhere, as the header promises alpha but its alpha mask is 0.";
+}
+
+std::string bitCountTooSmall(const Decoded& file) {
+    const std::uint32_t bits = file.header.ddspf.dwRGBBitCount;
+    if (!file.isMasked() || file.isDx10() || bits >= 8) return {};
+    return textOf("dwRGBBitCount is ", bits, ": a pixel is taken to have a byte for each channel, ",
+                  maskedPixelBytes(file.loaded), " in all.");
+}
+
+std::string masksReversed(const Decoded& file) {
+    const DDS_PIXELFORMAT& format = file.header.ddspf;
+    if (!file.isMasked() || file.isDx10() || format.dwRBitMask != 0x3FF00000 || format.dwBBitMask != 0x3FF) return {};
+    return "The 10-10-10-2 masks have red at the top (0x3FF00000). They are followed, but an old writer is known to "
+           "reverse them: red and blue may be exchanged.";
+}
+
+std::string xAsAlpha(const Decoded& file) {
+    if (!file.isDxgi("X8_")) return {};
+    return textOf("The fourth byte of a pixel is delivered as alpha, although ", file.verdict.format->name,
+                  " leaves it without meaning.");
+}
+
+std::string premultipliedDivided(const Decoded& file) {
+    if (!file.isDividedByAlpha()) return {};
+    return "The colours are premultiplied; they are divided by alpha on reading.";
+}
+
+std::string premultipliedKept(const Decoded& file) {
+    const bool isPremultiplied = (file.facts.dx10Header.miscFlags2 & alphaModeMask) == alphaModePremultiplied;
+    if (!file.isDx10() || !isPremultiplied || file.isDividedByAlpha()) return {};
+    return "The DX10 header says that the colours are premultiplied; they are delivered as they are stored.";
+}
+
+std::string srgbKept(const Decoded& file) {
+    if (!file.isDxgi("_SRGB")) return {};
+    return "The colours are sRGB; they are delivered as they are stored, without conversion.";
+}
+
+std::string integerAsNormalised(const Decoded& file) {
+    if (!file.isDxgi("_UINT") && !file.isDxgi("_SINT")) return {};
+    return textOf("The integers of ", file.verdict.format->name, " are read as unsigned normalised values.");
+}
+
+std::string typelessAsNormalised(const Decoded& file) {
+    if (!file.isDxgi("_TYPELESS")) return {};
+    return textOf(file.verdict.format->name, " does not state the type of its values; they are read as unsigned.");
+}
+
+std::string signedShifted(const Decoded& file) {
+    if (!file.verdict.format->has(isSnorm) && !file.isKernel(BlockKernel::bc4Signed, BlockKernel::bc5Signed)) return {};
+    return "The values are signed, -1 to 1; they are shifted to bytes of 0 to 255, with 0 in the middle.";
+}
+
+std::string signedAsUnsigned(const Decoded& file) {
+    constexpr std::uint32_t q16w16v16u16 = 110;
+    if (file.verdict.format->namedBy != NamedBy::code || file.verdict.format->id != q16w16v16u16) return {};
+    return "The values are signed, but are read as unsigned ones: negative values come out bright.";
+}
+
+std::string highByteOnly(const Decoded& file) {
+    if (!file.verdict.format->has(highBytes)) return {};
+    return "Of each 16-bit value the high byte is kept.";
+}
+
+std::string blueMissing(const Decoded& file) {
+    if (!file.isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed)) return {};
+    return "Only red and green are stored, as of a normal map; blue is 0.";
+}
+
+std::string normalMap(const Decoded& file) {
+    if ((file.header.ddspf.dwFlags & DDPF_NORMAL) == 0) return {};
+    return "The file is marked as a normal map (flag 0x80000000), whose x may be stored as alpha; the channels are "
+           "delivered as they are stored.";
+}
+
+struct SurpriseRow {
+    const char* id;
+    std::string (*sentence)(const Decoded&);
+};
+constexpr SurpriseRow surpriseRows[] = {
+    {"rows-missing", rowsMissing},
+    {"rows-padded", rowsPadded},
+    {"no-pixels", noPixels},
+    {"huge-picture", hugePicture},
+    {"dx10-header-as-pixels", dx10HeaderAsPixels},
+    {"luminance-as-red", luminanceAsRed},
+    {"mask-empty", maskEmpty},
+    {"alpha-mask-zero", alphaMaskZero},
+    {"bit-count-too-small", bitCountTooSmall},
+    {"masks-reversed", masksReversed},
+    {"x-as-alpha", xAsAlpha},
+    {"premultiplied-divided", premultipliedDivided},
+    {"premultiplied-kept", premultipliedKept},
+    {"srgb-kept", srgbKept},
+    {"integer-as-normalised", integerAsNormalised},
+    {"typeless-as-unsigned", typelessAsNormalised},
+    {"signed-shifted", signedShifted},
+    {"signed-as-unsigned", signedAsUnsigned},
+    {"high-byte-only", highByteOnly},
+    {"blue-missing", blueMissing},
+    {"normal-map", normalMap},
+};
+
+bool isRecognised(const FileFacts& facts) {
+    return std::memcmp(&facts.header.magic, "DDS", 3) == 0;
+}
+
+}  // namespace
+
+std::vector<Remark> surprisesOf(const FileFacts& facts, const Verdict& verdict) {
+    std::vector<Remark> surprises;
+    if (verdict.result != Result::refused && !isRecognised(facts)) {
+        surprises.push_back({"not-recognised", "The file does not start with \"DDS\": it is not recognised as one."});
+    }
+    if (verdict.result != Result::decoded) return surprises;
+    const Decoded file{facts, verdict, facts.header.header, loadedPixelFormat(facts)};
+    for (const SurpriseRow& row : surpriseRows) {
+        const std::string sentence = row.sentence(file);
+        if (!sentence.empty()) surprises.push_back({row.id, sentence});
+    }
+    return surprises;
+}
+
+}  // namespace kpx

@@ -1,0 +1,48 @@
+#!/bin/bash
+# Holds the #include lines against the table of what each folder may include besides itself and the folders below it.
+# docs/architecture.md shows the same table. Tests may include everything.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+# folder, then folders or single files
+layers='
+blocks
+reader          blocks
+writer          reader blocks
+explain         reader blocks
+plugin          writer reader host/kpxbase.h
+host
+tools/terminal  explain
+tools/files     tools/terminal explain
+tools/pictures  tools/terminal explain reader host
+tools/gallery   tools/pictures tools/terminal explain reader
+tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader host
+tools/documents tools/commands tools/terminal explain
+examples        reader host/kpxbase.h
+bench           reader blocks host examples tests/model tests/support
+'
+
+wrong=0
+checked=
+while read -r folder allowed; do
+    [ -n "$folder" ] || continue
+    checked+=" $folder"
+    while IFS=: read -r file line included; do
+        for place in "$folder" $allowed; do
+            case "$included" in "$place" | "$place"/*) continue 2 ;; esac
+        done
+        echo "$file:$line: $folder must not include $included" >&2
+        wrong=1
+    done < <(git grep -noE '^#include "[^"]*/[^"]*"' -- "$folder/*.h" "$folder/*.cpp" "$folder/*.c" | sed 's/#include "\(.*\)"/\1/')
+done <<<"$layers"
+
+# No folder of sources is left out.
+for folder in $(git ls-files '*.cpp' '*.h' '*.c' | sed 's|/[^/]*$||' | sort -u); do
+    case "$folder" in tests | tests/* | fuzz) continue ;; esac
+    for place in $checked; do
+        case "$folder" in "$place" | "$place"/*) continue 2 ;; esac
+    done
+    echo "$folder: stands in no row of the table" >&2
+    wrong=1
+done
+exit $wrong

@@ -1,0 +1,29 @@
+// The work on many files: one after the other or several at once, with a line of progress and a count at the end.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/files/inputFiles.h"
+#include "tools/terminal/Outcome.h"
+
+namespace kpx::tool {
+
+struct BatchOptions {
+    bool isRecursive = false;
+    bool isQuiet = false;     // neither progress nor count
+    bool isPrinting = false;  // the work writes to standard output, which may be the terminal of the progress line
+    unsigned jobs = 1;        // how many files are worked on at once
+
+    void addTo(CLI::App& command);
+};
+
+// Does the work on every file that the paths mean, on as many threads as there are jobs. A failure is told under the
+// file's name and the others are still done, except for a UsageError and Interrupted, which end the run and are thrown
+// on. Returns the worst outcome.
+Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options,
+                 const std::function<Outcome(const InputFile&)>& work);
+
+}  // namespace kpx::tool

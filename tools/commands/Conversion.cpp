@@ -1,0 +1,137 @@
+#include "tools/commands/Conversion.h"
+
+#include <filesystem>
+
+#include "tools/commands/pluginOptions.h"
+#include "tools/files/PendingFile.h"
+#include "tools/terminal/console.h"
+#include "tools/terminal/errors.h"
+
+namespace kpx::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isToFolder(const ConversionRequest& request) {
+    std::error_code error;
+    if (fs::is_directory(request.output(), error)) return true;
+    const std::vector<std::string> inputs = request.inputs();
+    const bool isMany = inputs.size() > 1 || fs::is_directory(inputs.front(), error);
+    if (isMany || request.output().ends_with('/')) {
+        throw UsageError(request.output() + " is not a folder");
+    }
+    return false;
+}
+
+const OutputFormat& knownFormat(const std::string& extension, const std::string& output) {
+    const OutputFormat* format = outputFormat(extension);
+    if (format != nullptr) return *format;
+    std::string known;
+    for (const OutputFormat& row : outputFormats()) known += " ." + std::string(row.extension);
+    throw UsageError(output + ": the name of the output must end in one of" + known);
+}
+
+ExrValues exrValues(const std::string& name) {
+    return name == "half" ? ExrValues::half : name == "float" ? ExrValues::float32 : ExrValues::source;
+}
+
+Adjustments adjustmentsOf(const ConversionRequest& request) {
+    const Opaque opaque = request.opaque == "all"      ? Opaque::all
+                          : request.opaque == "unused" ? Opaque::whereUnused
+                                                       : Opaque::no;
+    return {request.normalZ, opaque};
+}
+
+}  // namespace
+
+Conversion::Conversion(const host::Plugin& plugin, const ConversionRequest& request)
+    : m_request(request),
+      m_isToFolder(isToFolder(request)),
+      m_adjustments(adjustmentsOf(request)),
+      m_settings{plugin, request.exposure, exrValues(request.exr), {}} {
+    chooseFormat();
+    checkOptions();
+    chooseOptions();
+}
+
+void Conversion::chooseFormat() {
+    if (m_isToFolder) {
+        if (!m_request.format.empty()) m_format = outputFormat(m_request.format);
+        return;
+    }
+    if (!m_request.format.empty()) throw UsageError("--format goes with a folder; a file's name states its format");
+    const std::string extension = fs::path(m_request.output()).extension().string();
+    m_format = &knownFormat(extension.empty() ? extension : extension.substr(1), m_request.output());
+}
+
+void Conversion::checkOptions() const {
+    if (m_format == nullptr) return;
+    const std::string extension(m_format->extension);
+    if (m_request.exposure && !m_format->takesExposure) throw UsageError("--exposure has no use for ." + extension);
+    if (!m_request.exr.empty() && extension != "exr") throw UsageError("--exr has no use for ." + extension);
+    if (m_format->takesOptions) return;
+    if (!m_request.alpha.empty()) throw UsageError("--alpha has no use for ." + extension);
+    if (!m_request.compression.empty()) throw UsageError("--compression has no use for ." + extension);
+}
+
+void Conversion::chooseOptions() {
+    if (!m_request.alpha.empty()) {
+        const host::Option& option = findOption(m_settings.plugin, "Alpha");
+        const host::OptionValue& value = findValue(option, m_request.alpha);
+        m_settings.options.push_back({option.code, static_cast<uint8_t>(value.code)});
+    }
+    if (!m_request.compression.empty()) {
+        const host::Option& option = findOption(m_settings.plugin, "Compression");
+        const host::OptionValue& value = findValue(option, m_request.compression);
+        m_settings.options.push_back({option.code, static_cast<uint8_t>(value.code)});
+        if (value.code != option.values.front().code) {
+            tell("note: the compression \"" + value.name + "\" does not change the file, which is never compressed");
+        }
+    }
+}
+
+const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
+    if (m_format != nullptr) return *m_format;
+    if (source.kind() == SourceKind::png) return *outputFormat("dds");
+    return *outputFormat(source.layout().isFloat && !m_request.exposure ? "exr" : "png");
+}
+
+void Conversion::claim(const std::string& output) {
+    const std::lock_guard lock(m_mutex);
+    if (m_outputs.insert(output).second) return;
+    throw FileError("would overwrite " + output + ", just made of another input of the same name");
+}
+
+// What lies below a folder comes to lie below the output folder in the same way.
+std::string Conversion::outputPath(const InputFile& input, const OutputFormat& format) {
+    fs::path output = m_request.output();
+    if (m_isToFolder) {
+        output /= fs::path(input.folder) / (fs::path(input.path).stem().string() + "." + std::string(format.extension));
+    }
+    std::error_code error;
+    if (fs::equivalent(input.path, output, error)) throw FileError("would be overwritten by its own conversion");
+    claim(output.string());
+    // Where the folder cannot be made, neither can the file in it, which is told.
+    if (m_isToFolder && !input.folder.empty()) fs::create_directories(output.parent_path(), error);
+    return output.string();
+}
+
+Outcome Conversion::convert(const InputFile& input) {
+    auto source = openSource(m_settings.plugin, input.path, m_request.depth.has_value());
+    const Outcome outcome = source->isBlack() ? Outcome::fallback : Outcome::done;
+    if (source->isBlack() && m_request.isStrict) return outcome;
+    source = adjusted(std::move(source), m_adjustments);
+    const OutputFormat& format = formatFor(*source);
+    const std::string output = outputPath(input, format);
+    try {
+        PendingFile file(output);
+        format.write(*source, file.path(), output, m_settings);
+        file.commit();
+    } catch (const OutputError& error) {
+        tell(output, error.what());
+        return Outcome::failed;
+    }
+    return outcome;
+}
+
+}  // namespace kpx::tool

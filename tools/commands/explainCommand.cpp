@@ -1,0 +1,157 @@
+// kpximage explain: what a file is, how it is read, and why it looks as it does.
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "explain/Explanation.h"
+#include "explain/flagNames.h"
+#include "explain/formatNames.h"
+#include "explain/text.h"
+#include "tools/commands/commands.h"
+#include "tools/terminal/console.h"
+#include "tools/terminal/json.h"
+
+namespace kpx::tool {
+namespace {
+
+struct Arguments {
+    std::vector<std::string> files;
+    bool json = false;
+};
+
+std::uint64_t bytesNotRead(const Verdict& verdict) {
+    return verdict.bytesPresent > verdict.bytesExpected ? verdict.bytesPresent - verdict.bytesExpected : 0;
+}
+
+std::string loaders(const Verdict& verdict) {
+    const std::string first = loaderName(verdict.loader);
+    const bool handsOver = verdict.decoder != verdict.loader && verdict.decoder != Loader::none;
+    return handsOver ? first + ", then " + loaderName(verdict.decoder) : first;
+}
+
+std::string channels(const Verdict& verdict) {
+    return textOf(verdict.colourChannels(), " colour", verdict.hasAlpha ? ", 1 matte, " : ", 0 matte, ", verdict.bits,
+                  layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit");
+}
+
+void printLine(const char* label, const std::string& text) {
+    std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
+}
+
+void printWhatItIs(const Explanation& file) {
+    const DDS_HEADER& header = file.facts.header.header;
+    const std::string same = sameAs(file);
+    printLine("format", namedFormat(file) + (same.empty() ? "" : ", the same as " + same));
+    printLine("flags", "header " + flagText(headerFlagNames(), header.dwFlags));
+    printLine("", "pixel format " + flagText(pixelFormatFlagNames(), header.ddspf.dwFlags));
+    const std::string more = contentsText(file.contents);
+    printLine("declared", textOf(header.dwWidth, " x ", header.dwHeight, more.empty() ? "" : ", ", more,
+                                 file.contents.alphaMode == nullptr ? "" : ", alpha mode ",
+                                 file.contents.alphaMode == nullptr ? "" : file.contents.alphaMode));
+    if (!more.empty()) printLine("", "only the top level of the first picture is read");
+}
+
+void printHowItIsRead(const Explanation& file) {
+    const Verdict& verdict = file.verdict;
+    // Of a format that nothing decodes.
+    const bool isUnknown = verdict.result == Result::black && verdict.bytesExpected == 0;
+    const std::string asked = textOf(", ", verdict.bytesExpected, " asked for, ", bytesNotRead(verdict), " not read");
+    printLine("data", textOf(verdict.bytesPresent, " bytes in the file", isUnknown ? "" : asked));
+    printLine("read by", loaders(verdict));
+    printLine("host gets", textOf(verdict.width, " x ", verdict.height, ", ", channels(verdict), ", from ",
+                                  layoutRow(verdict.layout).name));
+}
+
+void printText(const std::string& name, const Explanation& file) {
+    constexpr const char* headlines[] = {"is decoded", "comes out as a 64 x 64 black picture", "is refused"};
+    std::cout << printable(name) << ": " << headlines[static_cast<int>(file.verdict.result)] << "\n";
+    for (const Remark& cause : file.causes) printLine("why", cause.sentence);
+    for (const Remark& surprise : file.surprises) printLine("note", surprise.sentence);
+    if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy that is read well:");
+    for (const Remark& mend : file.mends) printLine("", mend.sentence);
+    if (file.verdict.result == Result::refused) return;
+    printWhatItIs(file);
+    printHowItIsRead(file);
+}
+
+Json remarksAsJson(const std::vector<Remark>& remarks) {
+    Json array = Json::array();
+    for (const Remark& remark : remarks) array.push_back({{"id", remark.id}, {"sentence", remark.sentence}});
+    return array;
+}
+
+Json headerAsJson(const Explanation& file) {
+    const DDS_HEADER& header = file.facts.header.header;
+    Json object = {{"format", namedFormat(file)},
+                   {"sameAs", sameAs(file)},
+                   {"headerFlags", header.dwFlags},
+                   {"pixelFormatFlags", header.ddspf.dwFlags},
+                   {"code", codeText(header.ddspf.dwFourCC)},
+                   {"width", header.dwWidth},
+                   {"height", header.dwHeight},
+                   {"levels", file.contents.levels},
+                   {"faces", file.contents.faces},
+                   {"slices", file.contents.slices},
+                   {"elements", file.contents.elements}};
+    if (file.contents.alphaMode != nullptr) {
+        object["dxgiFormat"] = file.facts.dx10Header.dxgiFormat;
+        object["alphaMode"] = file.contents.alphaMode;
+    }
+    return object;
+}
+
+Json pictureAsJson(const Verdict& verdict) {
+    return {{"loader", loaderName(verdict.loader)},
+            {"decoder", loaderName(verdict.decoder)},
+            {"layout", layoutRow(verdict.layout).name},
+            {"width", verdict.width},
+            {"height", verdict.height},
+            {"colourChannels", verdict.colourChannels()},
+            {"matteChannels", verdict.hasAlpha ? 1 : 0},
+            {"bits", verdict.bits},
+            {"float", layoutRow(verdict.layout).isFloat},
+            {"wholeRows", verdict.wholeRows}};
+}
+
+Json asJson(const std::string& name, const Explanation& file) {
+    Json object = {{"file", name},
+                   {"verdict", resultName(file.verdict.result)},
+                   {"causes", remarksAsJson(file.causes)},
+                   {"surprises", remarksAsJson(file.surprises)},
+                   {"mends", remarksAsJson(file.mends)},
+                   {"fileBytes", file.facts.fileBytes}};
+    if (file.verdict.result == Result::refused) return object;
+    object["bytesPresent"] = file.verdict.bytesPresent;
+    object["bytesExpected"] = file.verdict.bytesExpected;
+    object["header"] = headerAsJson(file);
+    object["picture"] = pictureAsJson(file.verdict);
+    return object;
+}
+
+Outcome show(const std::string& name, bool json) {
+    constexpr Outcome outcomes[] = {Outcome::done, Outcome::fallback, Outcome::failed};
+    const Explanation file = json ? withFailureAsJson(name, [&] { return explain(name); }) : explain(name);
+    if (json) {
+        printJson(asJson(name, file));
+    } else {
+        printText(name, file);
+    }
+    return outcomes[static_cast<int>(file.verdict.result)];
+}
+
+}  // namespace
+
+void addExplainCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App* command =
+        app.add_subcommand("explain", "Tell what DDS files are, how they are read and why they look so");
+    auto arguments = std::make_shared<Arguments>();
+    command->add_option("FILE", arguments->files, "Files to explain")->required();
+    command->add_flag("--json", arguments->json, "Print one JSON object a line");
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments] {
+            return forEachFile(arguments->files, [&](const std::string& file) { return show(file, arguments->json); });
+        };
+    });
+}
+
+}  // namespace kpx::tool

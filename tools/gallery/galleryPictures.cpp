@@ -1,0 +1,139 @@
+#include "tools/gallery/galleryPictures.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tools/gallery/base64.h"
+#include "tools/pictures/ExposedSource.h"
+#include "tools/pictures/PngFile.h"
+#include "tools/pictures/RowPacker.h"
+#include "tools/pictures/channelUse.h"
+#include "tools/pictures/thumbnailPicture.h"
+
+namespace kpx::tool {
+namespace {
+
+// A file in memory, for libpng to write to.
+class MemoryFile {
+public:
+    MemoryFile() : m_stream(open_memstream(&m_bytes, &m_size)) {}
+    ~MemoryFile() { std::free(m_bytes); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    // To be closed by the taker; the bytes are whole then.
+    [[nodiscard]] FILE* stream() const { return m_stream; }
+    [[nodiscard]] std::span<const unsigned char> bytes() const {
+        return {reinterpret_cast<const unsigned char*>(m_bytes), m_size};
+    }
+
+private:
+    char* m_bytes = nullptr;
+    size_t m_size = 0;
+    FILE* m_stream;
+};
+
+// A PNG of so many channels, with the pixels of each row in turn.
+template <typename NextRow>
+std::string pngUri(const ImageLayout& layout, size_t channels, NextRow nextRow) {
+    const MemoryFile file;
+    PngFile png(file.stream(), layout, channels, false);
+    for (int y = 0; y < layout.height; ++y) png.writeRow(nextRow());
+    png.finish();
+    std::string uri = "data:image/png;base64,";
+    appendBase64(uri, file.bytes());
+    return uri;
+}
+
+class Pictures {
+public:
+    Pictures(DdsSource& source, double exposure) : m_source(source), m_exposure(exposure) {}
+
+    [[nodiscard]] SmallPicture reduced(int side) const {
+        ExposedSource bytes = fromTheTop();
+        return smallPicture(bytes, side);
+    }
+
+    // The channels of a use as a PNG.
+    [[nodiscard]] std::string uri(std::string_view use) const {
+        ExposedSource bytes = fromTheTop();
+        RowPacker packer(bytes.layout(), use);
+        return pngUri(bytes.layout(), use.size(), [&] { return packer.pack(bytes.nextRow()); });
+    }
+
+    [[nodiscard]] bool isOpaque(std::string_view alphaUse) const {
+        ExposedSource bytes = fromTheTop();
+        RowPacker packer(bytes.layout(), alphaUse);
+        for (int y = 0; y < bytes.layout().height; ++y) {
+            const std::span row(packer.pack(bytes.nextRow()), static_cast<size_t>(bytes.layout().width));
+            if (std::any_of(row.begin(), row.end(), [](unsigned char alpha) { return alpha != 255; })) return false;
+        }
+        return true;
+    }
+
+private:
+    [[nodiscard]] ExposedSource fromTheTop() const {
+        m_source.rewind();
+        return {m_source, m_exposure};
+    }
+
+    DdsSource& m_source;
+    double m_exposure;
+};
+
+// So many of the channels red, green, blue and alpha, from the first.
+std::string uriOf(const SmallPicture& picture, size_t first, size_t channels) {
+    const ImageLayout layout{picture.width, picture.height, 3, 1, false};
+    std::vector<unsigned char> row(static_cast<size_t>(picture.width) * channels);
+    const unsigned char* pixel = picture.pixels.data();
+    const auto nextRow = [&] {
+        for (auto place = row.begin(); place != row.end(); pixel += 4) {
+            place = std::copy_n(pixel + first, channels, place);
+        }
+        return row.data();
+    };
+    return pngUri(layout, channels, nextRow);
+}
+
+bool isOpaque(const SmallPicture& picture, size_t alpha) {
+    for (size_t i = alpha; i < picture.pixels.size(); i += 4) {
+        if (picture.pixels[i] != 255) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+GalleryPictures galleryPictures(DdsSource& source, const GallerySettings& settings) {
+    const ImageLayout& layout = source.layout();
+    std::optional<double> exposure;
+    if (layout.isFloat) {
+        source.rewind();
+        exposure = settings.exposure ? settings.exposure : fittingExposure(source);
+    }
+    const Pictures pictures(source, exposure.value_or(0.0));
+    // RGB or RGBA: alpha alone has black for a colour here.
+    const std::string_view use = channelUse(layout).dds;
+    const size_t colours = use[0] == use[1] && use[1] == use[2] ? 1 : 3;
+    const std::string_view alphaUse = use.substr(3);
+    const SmallPicture thumbnail = pictures.reduced(thumbnailSize);
+    GalleryPictures made{
+        uriOf(thumbnail, 0, 4), thumbnail.width, thumbnail.height, layout.width, layout.height, "", "", exposure};
+    if (std::max(layout.width, layout.height) <= settings.maxSide.value_or(INT_MAX)) {
+        made.colour = pictures.uri(use.substr(0, colours));
+        if (!alphaUse.empty() && !pictures.isOpaque(alphaUse)) made.alpha = pictures.uri(alphaUse);
+        return made;
+    }
+    const SmallPicture reduced = pictures.reduced(*settings.maxSide);
+    made.width = reduced.width;
+    made.height = reduced.height;
+    made.colour = uriOf(reduced, 0, colours);
+    // Where there is nothing but alpha, a small picture shows it as grey.
+    const size_t alpha = layout.colours == 0 ? 0 : 3;
+    if (!isOpaque(reduced, alpha)) made.alpha = uriOf(reduced, alpha, 1);
+    return made;
+}
+
+}  // namespace kpx::tool

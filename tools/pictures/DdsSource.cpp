@@ -1,0 +1,93 @@
+#include "tools/pictures/DdsSource.h"
+
+#include <cstring>
+#include <filesystem>
+
+#include "explain/causes.h"
+#include "explain/fileFacts.h"
+#include "explain/mends.h"
+#include "host/HostError.h"
+#include "reader/dataSize.h"
+#include "reader/loading.h"
+#include "tools/terminal/StdoutSilence.h"
+#include "tools/terminal/console.h"
+#include "tools/terminal/errors.h"
+
+namespace kpx::tool {
+namespace {
+
+// A plug-in quotes the system's last error even where a file is merely too short.
+void explainShortFile(const std::string& path) {
+    std::error_code error;
+    const uintmax_t size = std::filesystem::file_size(path, error);
+    if (error || size >= sizeof(DdsFileHeader)) return;
+    throw FileError("is too short: it has " + std::to_string(size) + " bytes, its header alone takes " +
+                    std::to_string(sizeof(DdsFileHeader)));
+}
+
+SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
+    if (verdict.result != Result::decoded) return {};
+    const Format& format = *verdict.format;
+    const auto isDxgi = [&](const char* part) {
+        return format.namedBy == NamedBy::dxgi && std::strstr(format.name, part) != nullptr;
+    };
+    const auto isKernel = [&](BlockKernel one, BlockKernel other) {
+        return format.kernel == one || format.kernel == other;
+    };
+    SourceTraits traits;
+    traits.isSrgb = isDxgi("_SRGB");
+    traits.isHalf = format.has(isHalf) || isKernel(BlockKernel::bc6hUnsigned, BlockKernel::bc6hSigned);
+    traits.lacksBlue = isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed) ||
+                       (verdict.decoder == Loader::uncompressed && loadedPixelFormat(facts).dwBBitMask == 0);
+    traits.ignoresAlpha = isDxgi("X8_");
+    return traits;
+}
+
+// By the rules of the reader; a plug-in that decodes more shows a picture of another size.
+bool isBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict, const host::ImageReader& reader) {
+    constexpr int side = static_cast<int>(fallbackSide);
+    const bool hasItsSize =
+        reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
+    if (verdict.result == Result::black && hasItsSize) {
+        if (verdict.printed != nullptr) tell(path, verdict.printed);
+        tell(path, "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts));
+        return true;
+    }
+    // What the rules cannot foresee.
+    if (hasItsSize || reader.width() != side || reader.height() != side) return false;
+    tell(path, noMemoryMessage);
+    return true;
+}
+
+}  // namespace
+
+OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
+    std::unique_ptr<host::ImageReader> reader;
+    try {
+        const StdoutSilence silence;
+        reader = std::make_unique<host::ImageReader>(plugin, path);
+    } catch (const host::HostError&) {
+        explainShortFile(path);
+        throw;
+    }
+    const FileFacts facts = readFacts(path);
+    const Verdict verdict = judge(facts);
+    const bool black = isBlack(path, facts, verdict, *reader);
+    return {std::move(reader), black, traitsOf(facts, verdict)};
+}
+
+DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_image(openImage(plugin, path)) {
+    const host::ImageReader& reader = *m_image.reader;
+    m_layout = {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(), reader.isFloat()};
+    if (m_layout.width < 1 || m_layout.height < 1) {
+        throw FileError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
+                        std::to_string(m_layout.height));
+    }
+    m_scanline = m_layout.height;
+}
+
+std::span<const unsigned char* const> DdsSource::nextRow() {
+    return m_image.reader->scanline(--m_scanline);
+}
+
+}  // namespace kpx::tool

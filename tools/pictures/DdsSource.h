@@ -1,0 +1,38 @@
+// An image read through the host and its plug-in.
+#pragma once
+
+#include "host/ImageReader.h"
+#include "tools/pictures/PixelSource.h"
+
+namespace kpx::tool {
+
+struct OpenedImage {
+    std::unique_ptr<host::ImageReader> reader;
+    bool isBlack;  // the plug-in's stand-in for what it cannot decode
+    SourceTraits traits;
+};
+
+// Opens the image while standard output is silent; why the picture is black is told under the file's name. Throws
+// FileError or host::HostError.
+OpenedImage openImage(const host::Plugin& plugin, const std::string& path);
+
+class DdsSource : public PixelSource {
+public:
+    DdsSource(const host::Plugin& plugin, const std::string& path);
+
+    [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
+    [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
+    [[nodiscard]] SourceTraits traits() const override { return m_image.traits; }
+    [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }
+    std::span<const unsigned char* const> nextRow() override;
+
+    // The next row is the top one again.
+    void rewind() { m_scanline = m_layout.height; }
+
+private:
+    OpenedImage m_image;
+    ImageLayout m_layout{};
+    int m_scanline = 0;  // scanlines are numbered from the bottom
+};
+
+}  // namespace kpx::tool

@@ -1,0 +1,33 @@
+#include "tools/pictures/PixelSource.h"
+
+#include <png.h>
+
+#include <array>
+#include <fstream>
+
+#include "explain/fileFacts.h"
+#include "tools/pictures/DdsSource.h"
+#include "tools/pictures/PngSource.h"
+#include "tools/terminal/errors.h"
+
+namespace kpx::tool {
+namespace {
+
+bool isPng(const std::string& path) {
+    std::array<char, 8> start{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(start.data(), start.size());
+    return file.gcount() == start.size() &&
+           png_sig_cmp(reinterpret_cast<png_const_bytep>(start.data()), 0, start.size()) == 0;
+}
+
+}  // namespace
+
+std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, const std::string& path, bool reduceTo8Bits) {
+    checkIsNoPipe(path);
+    if (isPng(path)) return std::make_unique<PngSource>(path, reduceTo8Bits);
+    if (!plugin.isFile(path)) throw FileError(std::string("is neither a ") + plugin.name() + " nor a PNG file");
+    return std::make_unique<DdsSource>(plugin, path);
+}
+
+}  // namespace kpx::tool

@@ -1,0 +1,169 @@
+#include "tools/pictures/thumbnailPicture.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "tools/pictures/channelUse.h"
+
+namespace kpx::tool {
+namespace {
+
+constexpr double largestHalf = 65504.0;  // brighter floats, infinity among them, count as this
+constexpr int noChannel = -1;
+
+// Linear light, the colours multiplied by alpha.
+struct Light {
+    double red = 0.0, green = 0.0, blue = 0.0, alpha = 0.0;
+
+    void add(const Light& other, double weight) {
+        red += other.red * weight;
+        green += other.green * weight;
+        blue += other.blue * weight;
+        alpha += other.alpha * weight;
+    }
+};
+
+// The sRGB transfer function of IEC 61966-2-1 and its inverse, for 0 to 1.
+double srgbEncoded(double linear) {
+    return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
+}
+
+double srgbDecoded(double encoded) {
+    return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
+}
+
+// What is not a number counts as 0.
+double limited(double value, double largest) {
+    return value > 0.0 ? std::min(value, largest) : 0.0;
+}
+
+unsigned char toByte(double share) {
+    return static_cast<unsigned char>(std::lround(255.0 * limited(share, 1.0)));
+}
+
+// Takes pixels out of rows of channels.
+class PixelReader {
+public:
+    PixelReader(const ImageLayout& layout, const SourceTraits& traits) : m_isFloat(layout.isFloat) {
+        const std::string_view use = channelUse(layout).png;
+        const bool isGrey = use.size() <= 2;
+        const auto channel = [&](size_t place) { return use[place] == '-' ? noChannel : use[place] - '0'; };
+        m_colours = {channel(0), channel(isGrey ? 0 : 1), channel(isGrey ? 0 : 2)};
+        if (use.size() % 2 == 0 && !traits.ignoresAlpha) m_alpha = channel(use.size() - 1);
+        for (size_t i = 0; i < m_linear.size(); ++i) m_linear[i] = srgbDecoded(static_cast<double>(i) / 255.0);
+    }
+
+    [[nodiscard]] Light at(std::span<const unsigned char* const> rows, size_t x) const {
+        const double alpha = m_alpha == noChannel ? 1.0 : alphaAt(rows[static_cast<size_t>(m_alpha)], x);
+        const auto colour = [&](int channel) {
+            return channel == noChannel ? 0.0 : colourAt(rows[static_cast<size_t>(channel)], x) * alpha;
+        };
+        return {colour(m_colours[0]), colour(m_colours[1]), colour(m_colours[2]), alpha};
+    }
+
+private:
+    static double floatAt(const unsigned char* row, size_t x) {
+        float value = 0.0F;
+        std::memcpy(&value, row + x * sizeof value, sizeof value);
+        return value;
+    }
+    [[nodiscard]] double alphaAt(const unsigned char* row, size_t x) const {
+        return m_isFloat ? limited(floatAt(row, x), 1.0) : row[x] / 255.0;
+    }
+    [[nodiscard]] double colourAt(const unsigned char* row, size_t x) const {
+        return m_isFloat ? limited(floatAt(row, x), largestHalf) : m_linear[row[x]];
+    }
+
+    bool m_isFloat;
+    std::array<int, 3> m_colours{};
+    int m_alpha = noChannel;
+    std::array<double, 256> m_linear{};
+};
+
+// How one source row or column is shared between two neighbours of the small picture. The parts are counted in steps
+// of which a source pixel is `to` and a pixel of the small picture `from` long, so that they are whole numbers.
+struct Share {
+    size_t first;        // the second is the next one
+    double part, other;  // steps in the first and in the second
+};
+
+Share shareOf(int position, int from, int to) {
+    const std::int64_t start = std::int64_t{position} * to;
+    const std::int64_t first = start / from;
+    const std::int64_t part = std::min<std::int64_t>(to, (first + 1) * from - start);
+    return {static_cast<size_t>(first), static_cast<double>(part), static_cast<double>(to - part)};
+}
+
+// The means of the areas, row by row.
+std::vector<Light> averaged(PixelSource& source, int width, int height) {
+    const ImageLayout& layout = source.layout();
+    const PixelReader pixels(layout, source.traits());
+    std::vector<Share> columns;
+    columns.reserve(static_cast<size_t>(layout.width));
+    for (int x = 0; x < layout.width; ++x) columns.push_back(shareOf(x, layout.width, width));
+
+    const auto rowSize = static_cast<size_t>(width);
+    std::vector<Light> sums(rowSize * static_cast<size_t>(height));
+    std::vector<Light> row(rowSize);
+    for (int y = 0; y < layout.height; ++y) {
+        std::fill(row.begin(), row.end(), Light{});
+        const auto rows = source.nextRow();
+        for (size_t x = 0; x < columns.size(); ++x) {
+            const Light light = pixels.at(rows, x);
+            row[columns[x].first].add(light, columns[x].part);
+            if (columns[x].other > 0.0) row[columns[x].first + 1].add(light, columns[x].other);
+        }
+        const Share share = shareOf(y, layout.height, height);
+        for (size_t x = 0; x < rowSize; ++x) {
+            sums[share.first * rowSize + x].add(row[x], share.part);
+            if (share.other > 0.0) sums[(share.first + 1) * rowSize + x].add(row[x], share.other);
+        }
+    }
+    const double area = static_cast<double>(layout.width) * layout.height;
+    for (Light& sum : sums) sum = {sum.red / area, sum.green / area, sum.blue / area, sum.alpha / area};
+    return sums;
+}
+
+void divideByAlpha(Light& light) {
+    if (light.alpha <= 0.0) return;
+    light.red /= light.alpha;
+    light.green /= light.alpha;
+    light.blue /= light.alpha;
+}
+
+// Reinhard's curve with a white point: 0 stays 0, `white` becomes 1, and for a white of 1 nothing changes.
+double toned(double value, double white) {
+    return value * (1.0 + value / (white * white)) / (1.0 + value);
+}
+
+int scaled(int side, int longerSide, int size) {
+    if (longerSide <= size) return side;
+    return std::max(1, static_cast<int>(std::lround(static_cast<double>(side) * size / longerSide)));
+}
+
+}  // namespace
+
+SmallPicture smallPicture(PixelSource& source, int size) {
+    const ImageLayout& layout = source.layout();
+    const int longerSide = std::max(layout.width, layout.height);
+    SmallPicture picture{scaled(layout.width, longerSide, size), scaled(layout.height, longerSide, size), {}};
+    std::vector<Light> lights = averaged(source, picture.width, picture.height);
+    double white = 1.0;
+    for (Light& light : lights) {
+        divideByAlpha(light);
+        white = std::max({white, light.red, light.green, light.blue});
+    }
+    picture.pixels.reserve(lights.size() * 4);
+    for (const Light& light : lights) {
+        for (const double colour : {light.red, light.green, light.blue}) {
+            picture.pixels.push_back(toByte(srgbEncoded(toned(colour, white))));
+        }
+        picture.pixels.push_back(toByte(light.alpha));
+    }
+    return picture;
+}
+
+}  // namespace kpx::tool
