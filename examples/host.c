@@ -71,15 +71,18 @@ float FMT_def_input_gamma(void) {
 
 int main(int count, char** words) {
     void* plugin = count == 3 ? dlopen(words[1], RTLD_NOW) : NULL;
-    int (*init)(void);
-    int (*readOpen)(ImageHandle*);
+    ImageInitFunction* init;
+    ImageOpenFunction* readOpen;
+    const char** formatName;
     ImageHandle* handle = calloc(1, sizeof *handle);
     unsigned long sum = 0;
     if (plugin == NULL || handle == NULL) return 2;
     *(void**)&init = dlsym(plugin, "imageInit");
     *(void**)&readOpen = dlsym(plugin, "imageReadOpen");
-    if (init == NULL || readOpen == NULL || init() != 1) return 2;
+    formatName = dlsym(plugin, "imageName");
+    if (init == NULL || readOpen == NULL || formatName == NULL || init() != 1) return 2;
 
+    handle->formatName = *formatName;
     handle->name = words[2];
     handle->nameIsPath = 1;
     if (readOpen(handle) != 1) return kpx__free_obj(handle) + 1;

@@ -61,12 +61,12 @@ Plugin::Plugin(const std::string& path) : m_path(path), m_library(load(path)) {
     try {
         checkExports();
         openCatalogueOfEnvironment();
-        if (asFunction<int (*)()>(symbol("imageInit"))() != 1) {
+        if (asFunction<ImageInitFunction*>(symbol("imageInit"))() != 1) {
             throw HostError("cannot use the plug-in " + path + ": it could not be initialised");
         }
-        m_readOpen = asFunction<OpenFunction>(symbol("imageReadOpen"));
-        m_writeOpen = asFunction<OpenFunction>(dlsym(m_library, "imageWriteOpen"));
-        m_isFile = asFunction<int (*)(const char*, FILE*)>(symbol("imageIsFile"));
+        m_readOpen = asFunction<ImageOpenFunction*>(symbol("imageReadOpen"));
+        m_writeOpen = asFunction<ImageOpenFunction*>(dlsym(m_library, "imageWriteOpen"));
+        m_isFile = asFunction<ImageIsFileFunction*>(symbol("imageIsFile"));
         readOptions();
     } catch (...) {
         dlclose(m_library);
@@ -108,8 +108,7 @@ void Plugin::readOptions() {
     int flag1Rows = 0;
     int flag2Rows = 0;
     int rowCount = 0;
-    asFunction<void (*)(CapabilityEntry**, int*, int*, int*)>(symbol("imageCapability"))(&rows, &flag1Rows, &flag2Rows,
-                                                                                         &rowCount);
+    asFunction<ImageCapabilityFunction*>(symbol("imageCapability"))(&rows, &flag1Rows, &flag2Rows, &rowCount);
     for (int i = 0; rows != nullptr && i < rowCount; ++i) {
         const CapabilityEntry& row = rows[i];
         const char* name = row.defaultText == nullptr ? "" : row.defaultText;

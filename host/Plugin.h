@@ -52,8 +52,6 @@ public:
     bool writeOpen(ImageHandle* handle) const { return m_writeOpen(handle) == 1; }
 
 private:
-    using OpenFunction = int (*)(ImageHandle*);
-
     void checkExports() const;
     void readOptions();
     void* symbol(const char* name) const;  // throws HostError when there is none
@@ -62,9 +60,9 @@ private:
 
     std::string m_path;
     void* m_library;
-    OpenFunction m_readOpen = nullptr;
-    OpenFunction m_writeOpen = nullptr;
-    int (*m_isFile)(const char*, FILE*) = nullptr;
+    ImageOpenFunction* m_readOpen = nullptr;
+    ImageOpenFunction* m_writeOpen = nullptr;
+    ImageIsFileFunction* m_isFile = nullptr;
     std::vector<Option> m_options;
 };
 

@@ -212,6 +212,52 @@ char* STR_define(const char* text);
 /* The gamma that the host assumes for images that state none. */
 float FMT_def_input_gamma(void);
 
+/*
+ * What a plug-in exports. A host that loads it finds each by its name: dlsym gives an ImageInitFunction* for imageInit,
+ * a const char** for imageName, an int* for imageAccess.
+ */
+
+typedef int ImageInitFunction(void);
+typedef void ImageCapabilityFunction(CapabilityEntry** table, int* flag1Rows, int* flag2Rows, int* rowCount);
+typedef int ImageIsFileFunction(const char* path, FILE* stream);
+typedef int ImageOpenFunction(ImageHandle* handle);
+
+/* To be called first: fetches the translatable name, extension and name pattern; 1, or 0 when one cannot be had. */
+ImageInitFunction imageInit;
+/* The option table's first row, how many rows have flag value 1 and flag value 2, and how many there are. */
+ImageCapabilityFunction imageCapability;
+ImageCapabilityFunction KPX_dds_capability; /* the same under the name of the format, here DDS */
+/* 1 when the stream, or where that is null the file at path, is one of the format; else 0. A stream stays open. */
+ImageIsFileFunction imageIsFile;
+/* 1 when the image is open and its callbacks stand in the handle; 0 after a message. A plug-in may not write. */
+ImageOpenFunction imageReadOpen;
+ImageOpenFunction imageWriteOpen;
+
+/* Texts; the first three are null until imageInit has run. */
+extern const char* imageName;
+extern const char* imageExtension;
+extern const char* imageNameSyntax;
+extern const char* imageKey;
+extern const char* imageFormatString;
+extern const char* type;
+extern const char* version; /* of this interface: "3.2" */
+extern const char* program;
+/* Numbers: the host's codes and sets of bits. */
+extern int imageAccess;
+extern int imageSupportsActiveWindow;
+extern int imageNumberOfChannels;
+extern int imageBitsPerChannel;
+extern int imageNumberOfMattes;
+extern int imageBitsPerMatte;
+extern int imageOrientation;
+extern int imageUsage;
+extern int imageAddExtension;
+extern int imageMultiFrame;
+extern int imageNumberOfZChannels;
+extern int imageBitsPerZChannel;
+extern int imageNumberOfLuts;
+extern int imageBitsPerLut;
+
 #ifdef __cplusplus
 }
 #endif

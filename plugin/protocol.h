@@ -1,22 +1,10 @@
-// The entry points and callbacks of the plug-in, as the host calls them: plain C names, nothing thrown.
+// The callbacks of the plug-in, as the host calls them beside the entry points of kpxbase.h, and what all of them
+// share: plain C names, nothing thrown.
 #pragma once
-
-#include <cstdio>
 
 #include "host/kpxbase.h"
 
 extern "C" {
-
-// Fetches the translatable name, extension and name pattern; 1, or 0 when one cannot be had.
-int imageInit(void);
-// The option table, its rows, and how many of them have flag value 1 and flag value 2.
-void imageCapability(CapabilityEntry** table, int* flag1Rows, int* flag2Rows, int* rowCount);
-void KPX_dds_capability(CapabilityEntry** table, int* flag1Rows, int* flag2Rows, int* rowCount);
-// 1 when the stream, or else the file at path, begins with the bytes "DDS" and one more; else 0.
-int imageIsFile(const char* path, std::FILE* stream);
-// 1 when the image is open and its callbacks are installed; 0 after a message.
-int imageReadOpen(ImageHandle* handle);
-int imageWriteOpen(ImageHandle* handle);
 
 int ScanlineReadCallback(void* object, int y, unsigned char*** rows);
 int ReaderCloseCallback(ImageHandle* handle);

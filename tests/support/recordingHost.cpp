@@ -20,6 +20,7 @@ struct Record {
     size_t heldCount;
     int stringsToFailure;  // 1: the next string fails
     const char* builtPath;
+    const ImageHandle* readInReports;
 };
 thread_local Record record;
 
@@ -78,6 +79,11 @@ void ERR_report_cat(nl_catd catalogue, int set, int number, int severity, const 
     va_start(arguments, format);
     noteList(format, arguments);
     va_end(arguments);
+    if (const ImageHandle* handle = record.readInReports; handle != nullptr) {
+        unsigned char** rows = nullptr;
+        const auto read = reinterpret_cast<ScanlineReadFunction>(handle->scanlineFunction);
+        note(read(*handle->pluginData, 0, &rows) == 0 ? ", a row read" : ", no row read");
+    }
     note("\n");
 }
 
@@ -112,6 +118,7 @@ void resetHost() {
     record.calls[0] = '\0';
     record.stringsToFailure = 0;
     record.builtPath = nullptr;
+    record.readInReports = nullptr;
 }
 
 std::string hostCalls() {
@@ -124,18 +131,22 @@ void failHeldString(int nth) {
     record.stringsToFailure = nth;
 }
 
+void readInReports(const ImageHandle* handle) {
+    record.readInReports = handle;
+}
+
 void setBuiltPath(const char* path) {
     record.builtPath = path;
 }
 
 LoadedPlugin::LoadedPlugin()
     : m_library(dlopen(KPX_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL)),
-      imageInit(find<int()>("imageInit")),
-      imageCapability(find<Capability>("imageCapability")),
-      KPX_dds_capability(find<Capability>("KPX_dds_capability")),
-      imageIsFile(find<int(const char*, FILE*)>("imageIsFile")),
-      imageReadOpen(find<int(ImageHandle*)>("imageReadOpen")),
-      imageWriteOpen(find<int(ImageHandle*)>("imageWriteOpen")) {}
+      imageInit(find<ImageInitFunction>("imageInit")),
+      imageCapability(find<ImageCapabilityFunction>("imageCapability")),
+      KPX_dds_capability(find<ImageCapabilityFunction>("KPX_dds_capability")),
+      imageIsFile(find<ImageIsFileFunction>("imageIsFile")),
+      imageReadOpen(find<ImageOpenFunction>("imageReadOpen")),
+      imageWriteOpen(find<ImageOpenFunction>("imageWriteOpen")) {}
 
 LoadedPlugin::~LoadedPlugin() {
     dlclose(m_library);

@@ -20,6 +20,8 @@ void resetHost();
 std::string hostCalls();
 // The nth STR_save or STR_define from now on (1 is the next) gives null.
 void failHeldString(int nth);
+// From now on a report reads scanline 0 of the handle, which must be open, and tells; null: no more.
+void readInReports(const ImageHandle* handle);
 // What kpx__build_handle answers.
 void setBuiltPath(const char* path);
 
@@ -42,14 +44,12 @@ private:
     void* m_library;
 
 public:
-    using Capability = void(CapabilityEntry** table, int* flag1Rows, int* flag2Rows, int* rowCount);
-
-    int (*imageInit)();
-    Capability* imageCapability;
-    Capability* KPX_dds_capability;
-    int (*imageIsFile)(const char* path, FILE* stream);
-    int (*imageReadOpen)(ImageHandle* handle);
-    int (*imageWriteOpen)(ImageHandle* handle);
+    ImageInitFunction* imageInit;
+    ImageCapabilityFunction* imageCapability;
+    ImageCapabilityFunction* KPX_dds_capability;
+    ImageIsFileFunction* imageIsFile;
+    ImageOpenFunction* imageReadOpen;
+    ImageOpenFunction* imageWriteOpen;
 };
 
 // A handle for the image at path, all other bytes a pattern except those that an opening reads, which are zero. It

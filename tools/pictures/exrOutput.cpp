@@ -64,19 +64,19 @@ Imf::PixelType typeOf(const PixelSource& source, ExrValues values) {
     return isHalf ? Imf::HALF : Imf::FLOAT;
 }
 
-Imf::Header headerOf(const ImageLayout& layout, std::string_view names, Imf::PixelType type) {
+Imf::Header headerOf(const ImageLayout& layout, std::string_view names, Imf::PixelType valueType) {
     Imf::Header header(layout.width, layout.height);
     header.compression() = Imf::ZIP_COMPRESSION;
-    for (const char name : names) header.channels().insert(std::string(1, name), Imf::Channel(type));
+    for (const char name : names) header.channels().insert(std::string(1, name), Imf::Channel(valueType));
     return header;
 }
 
 // The rows of a picture on their way to the file, rounded to 16 bits where the file has no more.
 class ExrRows {
 public:
-    ExrRows(const ImageLayout& layout, std::string_view names, Imf::PixelType type)
-        : m_width(static_cast<size_t>(layout.width)), m_names(names), m_type(type) {
-        if (type == Imf::HALF) m_halves.resize(m_width * names.size());
+    ExrRows(const ImageLayout& layout, std::string_view names, Imf::PixelType valueType)
+        : m_width(static_cast<size_t>(layout.width)), m_names(names), m_type(valueType) {
+        if (valueType == Imf::HALF) m_halves.resize(m_width * names.size());
     }
 
     // Whether any finite value so far was too large for 16 bits.
