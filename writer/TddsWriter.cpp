@@ -51,8 +51,7 @@ int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned
     m_channelCursors = static_cast<unsigned char**>(std::calloc(m_totalChannels, sizeof *m_channelCursors));
     if (m_channelCursors == nullptr || !m_pixels.allocate(imageBytes)) {
         close();
-        errno = ENOMEM;
-        return -1;
+        return noBuffers;
     }
     return 0;
 }
@@ -62,10 +61,11 @@ int TddsWriter::setScanlineChannelsAsBytes(int y, unsigned char** rows) {
     const std::uint64_t storedRow = m_height - 1 - static_cast<std::uint32_t>(y);
     unsigned char* out = m_pixels.data() + storedRow * m_rowBytes;
     std::copy_n(rows, m_totalChannels, m_channelCursors);
+    // Blue, green, red and then the fourth channel, the matte; any other number of channels from the last to the first.
+    const std::uint32_t lastReversed = m_totalChannels == 4 ? 3 : m_totalChannels;
     for (std::uint32_t x = 0; x < m_width; ++x) {
-        // Blue, green, red; the matte, which comes last from the host, is last in the file too.
-        for (std::uint32_t c = m_colourChannels; c-- > 0;) *out++ = *m_channelCursors[c]++;
-        if (m_hasAlpha != 0) *out++ = *m_channelCursors[m_colourChannels]++;
+        for (std::uint32_t c = lastReversed; c-- > 0;) *out++ = *m_channelCursors[c]++;
+        for (std::uint32_t c = lastReversed; c < m_totalChannels; ++c) *out++ = *m_channelCursors[c]++;
     }
     // The pixels that complete a row repeat its last one, so that filtering at the edge sees no foreign colour.
     for (std::uint32_t x = m_width; x < m_paddedWidth; ++x, out += m_totalChannels) {

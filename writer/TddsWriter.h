@@ -11,19 +11,24 @@ namespace kpx {
 
 class TddsWriter {
 public:
+    // What open returns where there is no memory for the image.
+    static constexpr int noBuffers = -2;
+
     TddsWriter();
     virtual ~TddsWriter();
     TddsWriter(const TddsWriter&) = delete;
     TddsWriter& operator=(const TddsWriter&) = delete;
 
     // Creates the file of width x height pixels with channels colour channels, and one of alpha where alpha is not 0.
-    // compression is kept and has no effect. 0, or -1 with errno: EINVAL for an empty image and EFBIG for one above
-    // 0xFFFFFFFF bytes, both before the file is touched; ENOMEM; else why the file cannot be created.
+    // compression is kept and has no effect. 0; -1 with errno: EINVAL for an empty image and EFBIG for one above
+    // 0xFFFFFFFF bytes, both before the file is touched, else why the file cannot be created; or noBuffers, with the
+    // file created and closed.
     int open(const char* path, unsigned width, unsigned height, unsigned channels, unsigned alpha,
              unsigned compression);
 
     // Stores scanline y (0 is the bottom of the picture) from one row a channel, in the order red, green, blue, matte.
-    // Rows are as long as the image is wide. 0, or -1 when y is outside the image.
+    // Rows are as long as the image is wide. Of four channels the file gets 2, 1, 0 and 3, of any other number the last
+    // to the first. 0, or -1 when y is outside the image.
     int setScanlineChannelsAsBytes(int y, unsigned char** rows);
 
     // Writes the file and releases everything; safe to call repeatedly. Write errors are not reported.

@@ -1,0 +1,38 @@
+// The writer by itself, for the numbers of channels that the plug-in never asks for.
+#include "writer/TddsWriter.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/ddsFiles.h"
+
+namespace {
+
+using testing_support::Bytes;
+
+TEST(Writer, StoresChannelsInTheOrderOfTheirNumber) {
+    const struct {
+        unsigned channels, alpha;
+        Bytes pixel;
+    } cases[] = {
+        {1, 0, {0}},          {1, 1, {1, 0}},       {2, 0, {1, 0}},          {2, 1, {2, 1, 0}},       {3, 0, {2, 1, 0}},
+        {3, 1, {2, 1, 0, 3}}, {4, 0, {2, 1, 0, 3}}, {4, 1, {4, 3, 2, 1, 0}}, {5, 0, {4, 3, 2, 1, 0}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << each.channels << " channels, alpha " << each.alpha);
+        const testing_support::TemporaryFile file({});
+        unsigned char values[][6] = {{0, 0}, {1, 10}, {2, 20}, {3, 30}, {4, 40}};
+        unsigned char* rows[] = {values[0], values[1], values[2], values[3], values[4]};
+        for (std::size_t row = 0; row < 5; ++row) std::fill_n(values[row], 6, row);
+        kpx::TddsWriter writer;
+        ASSERT_EQ(writer.open(file.path(), 6, 1, each.channels, each.alpha, 0), 0);
+        EXPECT_EQ(writer.setScanlineChannelsAsBytes(0, rows), 0);
+        writer.close();
+        Bytes expected;
+        for (int x = 0; x < 8; ++x) expected.insert(expected.end(), each.pixel.begin(), each.pixel.end());
+        const Bytes written = testing_support::readFile(file.path());
+        ASSERT_EQ(written.size(), 128 + expected.size());
+        EXPECT_EQ(Bytes(written.begin() + 128, written.end()), expected);
+    }
+}
+
+}  // namespace
