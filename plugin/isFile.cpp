@@ -1,5 +1,6 @@
 // Recognition by the first bytes of a file. Whether its header is usable is found out when it is read.
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "plugin/protocol.h"
@@ -9,7 +10,9 @@ extern "C" int imageIsFile(const char* path, std::FILE* stream) {
     if (file != nullptr) {
         std::rewind(file);
     } else {
-        errno = ENOENT;
+        // Where the file opens, errno stays what the system last said: a read that follows may have nothing else to
+        // tell.
+        if (path == nullptr) errno = ENOENT;
         file = path == nullptr ? nullptr : std::fopen(path, "r");
         if (file == nullptr) {
             const char* reason = std::strerror(errno);

@@ -2,6 +2,9 @@
 // since the host takes it as such; nobody changes it.
 #include "plugin/options.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "plugin/protocol.h"
 
 namespace {
@@ -35,9 +38,11 @@ CapabilityEntry table[] = {
     {endCode, {}, nullptr, 0, 0, nullptr, nullptr, nullptr, 0, 0},
 };
 
+constexpr std::size_t rowCount = std::size(table) - 1;
+
 int rowsWithFlag(std::uint32_t flag) {
     int rows = 0;
-    for (const CapabilityEntry& row : kpx::optionRows()) {
+    for (const CapabilityEntry& row : std::span(table).first(rowCount)) {
         if ((row.flags & 0xFF & flag) != 0) ++rows;
     }
     return rows;
@@ -46,20 +51,22 @@ int rowsWithFlag(std::uint32_t flag) {
 }  // namespace
 
 std::span<CapabilityEntry> kpx::optionRows() {
-    return {table, std::size(table) - 1};
+    const auto end = std::find_if(std::begin(table), std::end(table),
+                                  [](const CapabilityEntry& row) { return row.catalogSet == 0; });
+    return {std::begin(table), end};
 }
 
 extern "C" {
 
-void imageCapability(CapabilityEntry** rows, int* flag1Rows, int* flag2Rows, int* rowCount) {
+void imageCapability(CapabilityEntry** rows, int* flag1Rows, int* flag2Rows, int* countedRows) {
     *rows = table;
-    *rowCount = static_cast<int>(kpx::optionRows().size());
+    *countedRows = static_cast<int>(rowCount);
     *flag2Rows = rowsWithFlag(2);
     *flag1Rows = rowsWithFlag(1);
 }
 
-void KPX_dds_capability(CapabilityEntry** rows, int* flag1Rows, int* flag2Rows, int* rowCount) {
-    imageCapability(rows, flag1Rows, flag2Rows, rowCount);
+void KPX_dds_capability(CapabilityEntry** rows, int* flag1Rows, int* flag2Rows, int* countedRows) {
+    imageCapability(rows, flag1Rows, flag2Rows, countedRows);
 }
 
 }  // extern "C"

@@ -89,8 +89,11 @@ int imageReadOpen(ImageHandle* handle) {
     *handle->pluginData = reader.get();
     handle->imageCount = 1;
     if (!attachDescriptor(handle) || !describe(handle, *reader)) {
+        // The host that is told still finds the reader in its slot.
+        kpx::reportNoMemory();
         reader.reset();
-        return failWithoutMemory(handle);
+        kpx::detachPrivateBlock(handle);
+        return 0;
     }
     (void)reader.release();  // the private block's from here on
     return 1;

@@ -133,6 +133,7 @@ unsigned span(std::int32_t first, std::int32_t last) {
     return pixels > UINT32_MAX ? UINT32_MAX : static_cast<unsigned>(pixels);
 }
 
+// What TddsWriter::open returns.
 int openWriter(TddsWriter& writer, const char* path, const ImageFileDescriptor& image, const Choices& choices) {
     if (path == nullptr) {
         errno = ENOENT;
@@ -166,8 +167,9 @@ int imageWriteOpen(ImageHandle* handle) {
     handle->closeFunction = WriterCloseCallback;
     const Choices choices = readOptions(handle->options);
     const char* path = kpx::pathOf(handle);
-    if (openWriter(*writer, path, *handle->descriptor, choices) < 0) {
-        kpx::reportCannotOpen(path, errno);
+    const int opened = openWriter(*writer, path, *handle->descriptor, choices);
+    if (opened < 0) {
+        opened == TddsWriter::noBuffers ? kpx::reportNoMemory() : kpx::reportCannotOpen(path, errno);
         writer.reset();
         kpx::detachPrivateBlock(handle);
         return 0;

@@ -263,6 +263,27 @@ TEST_F(PluginWriting, WritesAsTheOptionsChoose) {
     }
 }
 
+TEST_F(PluginWriting, LooksForOptionsInTheTableAsTheHostHasChangedIt) {
+    CapabilityEntry* rows = nullptr;
+    int count[3];
+    m_plugin.imageCapability(&rows, &count[0], &count[1], &count[2]);
+    const CapabilityEntry ends[] = {rows[1], rows[2]};
+    rows[2].code = 7;
+    for (const auto& [catalogSet, unknown] : {std::pair{0, "1"}, {0, "7"}, {901, "9"}}) {
+        rows[catalogSet == 0 && *unknown == '1' ? 1 : 2].catalogSet = catalogSet;
+        OptionSetting settings[] = {{1, 9, {3, 0, 0, 0}}, {7, 9, {0, 0, 0, 0}}, {9, 9, {0, 0, 0, 0}}};
+        OptionSetting* options[] = {&settings[0], &settings[1], &settings[2], nullptr};
+        TestHandle handle(m_folder.at("a.dds").c_str());
+        handle.describe(5, 2);
+        handle.options = options;
+        EXPECT_EQ(m_plugin.imageWriteOpen(&handle), 1);
+        EXPECT_NE(hostCalls().find(std::string("code (") + unknown + ")"), std::string::npos);
+        handle.close();
+        rows[1] = ends[0];
+    }
+    rows[2] = ends[1];
+}
+
 TEST_F(PluginWriting, WritesTheWindowsSize) {
     const std::string path = m_folder.at("a.dds");
     for (const PixelWindow& window :
