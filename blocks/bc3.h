@@ -10,6 +10,7 @@ namespace kpx {
 
 // Decodes one 16-byte block into the tile whose row r starts at out + r x stride (in texels). Returns 16, the bytes
 // consumed.
-int decompressInterpAlphaBlock(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride, short premultiplied);
+int decompressInterpAlphaBlock(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride,
+                               short premultiplied);
 
 }  // namespace kpx

@@ -73,6 +73,12 @@ std::string dxgiRejected(const FileFacts& facts, const Verdict& /*verdict*/) {
     return textOf("The DXGI format ", dxgiText(number), " is not decoded: it is ", known->what, ".");
 }
 
+std::string sideTooLarge(const FileFacts& facts, const Verdict& /*verdict*/) {
+    const DDS_HEADER& header = facts.header.header;
+    return textOf("A picture of ", header.dwWidth, " x ", header.dwHeight, " has a side of more than ", largestSide,
+                  " pixels, the most that a host can be told of.");
+}
+
 std::string pictureTooLarge(const FileFacts& facts, const Verdict& verdict) {
     const DDS_HEADER& header = facts.header.header;
     const std::string bytes =
@@ -134,6 +140,7 @@ constexpr CauseRow causeRows[] = {
     {Cause::linearSizeNeeded, "linear-size-needed", linearSizeNeeded},
     {Cause::dxgiRejected, "dxgi-not-decoded", dxgiRejected},
     {Cause::dxgiTooLarge, "dxgi-above-99", dxgiRejected},
+    {Cause::sideTooLarge, "side-too-large", sideTooLarge},
     {Cause::pictureTooLarge, "picture-too-large", pictureTooLarge},
     {Cause::dataTooLarge, "data-too-large", dataTooLarge},
     {Cause::rowTooLarge, "row-too-large", rowTooLarge},

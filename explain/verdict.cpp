@@ -74,6 +74,8 @@ private:
     void loadFloats();
     void loadPalettised();
     void loadCompressed();
+    // The picture in memory; false where it is too large.
+    bool takePicture(std::uint64_t rowBytes, const char* printed);
     // Rows that are read for as long as there are any.
     void takeRows(std::uint64_t fileRowBytes);
     bool takeAll(std::uint64_t bytes, Cause ifShort);
@@ -123,6 +125,15 @@ void Judgement::applyFormat() {
     if (m_row->has(setsAlpha)) m_choice.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
 }
 
+bool Judgement::takePicture(std::uint64_t rowBytes, const char* printed) {
+    m_verdict.pictureBytes = saturatingProduct(rowBytes, m_height);
+    if (!isSideTooLarge(m_width, m_height)) {
+        return !exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, printed);
+    }
+    fail(Cause::sideTooLarge, printed);
+    return false;
+}
+
 void Judgement::takeRows(std::uint64_t fileRowBytes) {
     m_verdict.fileRowBytes = fileRowBytes;
     m_verdict.bytesExpected = saturatingProduct(fileRowBytes, m_height);
@@ -146,9 +157,8 @@ void Judgement::loadUncompressed() {
     m_row = &findMasks(pixelFormat);
     m_verdict.channels = maskedChannels(pixelFormat);
     const std::uint64_t rowBytes = maskedRowBytes(pixelFormat, m_width);
-    m_verdict.pictureBytes = saturatingProduct(rowBytes, m_height);
     takeRows(rowBytes);
-    if (exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, noMemoryMessage)) return;
+    if (!takePicture(rowBytes, noMemoryMessage)) return;
     m_verdict.layout = m_row->layout;
     if (m_row->has(setsAlpha)) m_choice.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
 }
@@ -159,25 +169,22 @@ void Judgement::loadD3DFormat() {
         return;
     }
     applyFormat();
-    m_verdict.pictureBytes = saturatingProduct(codeRowBytes(*m_row, m_width), m_height);
     takeRows(codeFileRowBytes(*m_row, m_width));
-    exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, noMemoryMessage);
+    takePicture(codeRowBytes(*m_row, m_width), noMemoryMessage);
 }
 
 void Judgement::loadFloats() {
     applyFormat();
-    m_verdict.pictureBytes = saturatingProduct(floatRowBytes(*m_row, m_width), m_height);
     takeRows(floatFileRowBytes(*m_row, m_width));
     m_verdict.rowBytes = m_verdict.fileRowBytes;
-    if (exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, nullptr)) return;
-    exceeds(m_verdict.rowBytes, Cause::rowTooLarge, nullptr);
+    // A row of the file is never longer than one of the picture.
+    takePicture(floatRowBytes(*m_row, m_width), nullptr);
 }
 
 void Judgement::loadPalettised() {
     applyFormat();
-    m_verdict.pictureBytes = saturatingProduct(palettisedRowBytes(m_width), m_height);
     m_verdict.bytesExpected = palettisedBytes(*m_row, m_width, m_height);
-    if (exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, noMemoryMessage)) return;
+    if (!takePicture(palettisedRowBytes(m_width), noMemoryMessage)) return;
     takeAll(m_verdict.bytesExpected, Cause::paletteShort);
 }
 
@@ -187,9 +194,8 @@ void Judgement::loadCompressed() {
     if (m_row != nullptr) applyFormat();
     const std::uint32_t blockBytes = blockBytesOf(m_row);
     const std::uint32_t linearSize = m_facts.header.header.dwPitchOrLinearSize;
-    m_verdict.pictureBytes = saturatingProduct(compressedRowBytes(m_row, m_width), m_height);
     m_verdict.bytesExpected = compressedBytes(m_width, m_height, blockBytes, linearSize);
-    if (exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, noMemoryMessage)) return;
+    if (!takePicture(compressedRowBytes(m_row, m_width), noMemoryMessage)) return;
     const bool isOwnDataThere = m_verdict.bytesPresent >= compressedBytes(m_width, m_height, blockBytes, 0);
     takeAll(m_verdict.bytesExpected, isOwnDataThere ? Cause::linearSizeTooLarge : Cause::dataShort);
 }
@@ -222,9 +228,9 @@ void Judgement::load() {
 }
 
 void Judgement::prepareChannelRows() {
-    const std::uint64_t bytes = channelRowsBytes(m_width, m_verdict.channels, m_verdict.bits);
+    const std::uint64_t bytes = channelRowsBytes(m_width, m_height, m_verdict.channels, m_verdict.bits);
     m_verdict.rowBytes = std::max(m_verdict.rowBytes, bytes);
-    exceeds(bytes, Cause::rowTooLarge, nullptr);
+    exceeds(bytes, Cause::rowTooLarge, noMemoryMessage);
 }
 
 void Judgement::becomeBlack() {

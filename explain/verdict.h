@@ -47,6 +47,7 @@ enum class Cause : std::uint8_t {
     linearSizeNeeded,    // a block code that is only decoded with DDSD_LINEARSIZE
     dxgiRejected,        // a DXGI format of 0 to 99 that is not decoded
     dxgiTooLarge,        // a DXGI format above 99
+    sideTooLarge,        // a side exceeds largestSide
     pictureTooLarge,     // the picture exceeds largestBlock in memory
     dataTooLarge,        // the data to be read in one go exceeds it
     rowTooLarge,         // a row exceeds it

@@ -21,13 +21,16 @@ bool LazyBuffer::allocate(std::uint64_t bytes, Touched touched) {
     if (bytes > largestBlock) return false;
     if (bytes < smallestMapping) {
         m_data = static_cast<unsigned char*>(std::calloc(bytes == 0 ? 1 : bytes, 1));
-        return m_data != nullptr;
+        if (m_data == nullptr) return false;
+        m_size = bytes;
+        return true;
     }
     const std::size_t mappedBytes = bytes + largePage;
     void* mapping = mmap(nullptr, mappedBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapping == MAP_FAILED) return false;
     m_mapping = mapping;
     m_mappedBytes = mappedBytes;
+    m_size = bytes;
     const auto address = reinterpret_cast<std::uintptr_t>(mapping);
     m_data = static_cast<unsigned char*>(mapping) + (largePage - address % largePage) % largePage;
     // Advice only: without large pages the block is the same, and slower to touch.
@@ -42,6 +45,7 @@ void LazyBuffer::release() {
         std::free(m_data);
     }
     m_data = nullptr;
+    m_size = 0;
     m_mapping = nullptr;
     m_mappedBytes = 0;
 }

@@ -25,9 +25,12 @@ public:
 
     // Aligned for every scalar type; null when nothing is held.
     unsigned char* data() const { return m_data; }
+    // The bytes that were asked for; 0 when nothing is held.
+    std::uint64_t size() const { return m_size; }
 
 private:
     unsigned char* m_data = nullptr;
+    std::uint64_t m_size = 0;
     void* m_mapping = nullptr;  // the whole mapping of a large block, else null
     std::size_t m_mappedBytes = 0;
 };

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "reader/dataSize.h"
+#include "reader/loading.h"
 
 namespace kpx {
 namespace {
@@ -68,8 +69,10 @@ int TddsReader::open(const char* path) {
 
 int TddsReader::finishOpen(std::FILE* stream, Loader loader) {
     if (loadWith(loader, stream) == 0) {
-        if (m_isSnorm) convertSnorm();
+        // What the file did not supply stays zero.
+        if (m_isSnorm) convertSnorm(m_arrivedBytes);
         if (prepareChannelRows() == 0) return 0;
+        failWithoutMemory();
     }
     if (installFallback() < 0) return -1;
     return prepareChannelRows();
@@ -119,17 +122,22 @@ int TddsReader::prepareChannelRows() {
     m_scanlineOut = static_cast<unsigned char**>(std::calloc(m_numChannels, sizeof *m_scanlineOut));
     m_channelRows = static_cast<unsigned char**>(std::calloc(m_numChannels, sizeof *m_channelRows));
     const auto bits = static_cast<std::uint32_t>(m_bitsPerChannel);
-    const std::uint64_t rowBytes = channelRowsBytes(m_width, 1, bits);
-    const std::uint64_t allBytes = channelRowsBytes(m_width, m_numChannels, bits);
+    const std::uint64_t rowBytes = channelRowsBytes(m_width, m_height, 1, bits);
+    const std::uint64_t allBytes = channelRowsBytes(m_width, m_height, m_numChannels, bits);
     if (m_scanlineOut == nullptr || m_channelRows == nullptr || !m_rowBlock.allocate(allBytes)) return -1;
     for (std::uint32_t i = 0; i < m_numChannels; ++i) m_channelRows[i] = m_rowBlock.data() + i * rowBytes;
     return 0;
 }
 
 void TddsReader::convertSnorm() {
+    // Layouts that are taken apart by masks may hold fewer bytes than their pixels have channels.
+    convertSnorm(m_pixels.size());
+}
+
+void TddsReader::convertSnorm(std::uint64_t mostBytes) {
     if (m_bitsPerChannel != 8) return;
     const std::uint64_t bytes = saturatingProduct(m_width, m_height, m_numChannels);
-    m_kernels.snormToUnorm(m_pixels.data(), std::min(bytes, m_arrivedBytes));
+    m_kernels.snormToUnorm(m_pixels.data(), std::min(bytes, mostBytes));
 }
 
 void TddsReader::close() {

@@ -39,7 +39,8 @@ public:
     // are overwritten by the next call. Null when y is outside the picture.
     unsigned char** getScanlineChannelsAsBytes(int y);
 
-    // Turns the signed-normalised bytes that were loaded into unsigned ones.
+    // Turns the first width() x height() x channels bytes of the picture, taken for signed-normalised ones, into
+    // unsigned ones; does nothing to floats.
     void convertSnorm();
 
     // The loaders read the image from the stream's position, 0 on success and -1 on failure. A failed loader leaves
@@ -76,10 +77,12 @@ private:
     int loadWith(Loader loader, std::FILE* stream);
     int installFallback();
     int prepareChannelRows();
+    void convertSnorm(std::uint64_t mostBytes);
     int finishOpen(std::FILE* stream, Loader loader);
 
     // Sets the layout fields that a row of the table states.
     void applyFormat(const Format& format);
+    // False where the picture is too large, or there is no memory for it.
     bool allocateImage(std::uint64_t bytesPerRow);
     // Reads into the pixel buffer and notes what arrived.
     void readPixels(std::FILE* stream, std::uint64_t bytes);

@@ -14,6 +14,13 @@ namespace kpx {
 // The sides of the black picture that stands for one that cannot be decoded.
 inline constexpr std::uint32_t fallbackSide = 64;
 
+// Hosts hold sizes in signed 32-bit fields. A picture with a larger side counts as one that is too large for memory.
+inline constexpr std::uint32_t largestSide = 0x7FFFFFFF;
+
+constexpr bool isSideTooLarge(std::uint32_t width, std::uint32_t height) {
+    return width > largestSide || height > largestSide;
+}
+
 // Bit-mask pixels stay in memory as they are in the file.
 inline std::uint64_t maskedRowBytes(const DDS_PIXELFORMAT& pixelFormat, std::uint32_t width) {
     return std::uint64_t{maskedPixelBytes(pixelFormat)} * width;
@@ -86,9 +93,10 @@ constexpr std::uint64_t compressedRowBytes(const Format* format, std::uint32_t w
     return std::uint64_t{isFloat ? floatPixelBytes : texelBytes} * width;
 }
 
-// All the channel rows of a scanline; bits is 8 or 32.
-constexpr std::uint64_t channelRowsBytes(std::uint32_t width, std::uint32_t channels, std::uint32_t bits) {
-    return std::uint64_t{width} * channels * (bits / 8);
+// All the channel rows of a scanline, of which a picture without rows has none; bits is 8 or 32.
+constexpr std::uint64_t channelRowsBytes(std::uint32_t width, std::uint32_t height, std::uint32_t channels,
+                                         std::uint32_t bits) {
+    return height == 0 ? 0 : std::uint64_t{width} * channels * (bits / 8);
 }
 
 }  // namespace kpx

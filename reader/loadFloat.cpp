@@ -51,8 +51,11 @@ int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
     const std::uint64_t groupRows =
         fileRowBytes == 0 ? 1 : std::clamp<std::uint64_t>(readGroupBytes / fileRowBytes, 1, std::max(m_height, 1U));
 
+    if (!allocateImage(floatRowBytes(format, m_width))) return -1;
+    // A picture without rows needs no buffer for them, however long they would be.
+    if (m_height == 0) return 0;
     LazyBuffer rows;
-    if (!allocateImage(floatRowBytes(format, m_width)) || !rows.allocate(fileRowBytes * groupRows)) return -1;
+    if (!rows.allocate(fileRowBytes * groupRows)) return -1;
     const RowConversion conversion = conversionOf(format, m_kernels, m_width);
 
     auto* out = reinterpret_cast<float*>(m_pixels.data());

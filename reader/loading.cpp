@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "reader/TddsReader.h"
-#include "reader/checkedSize.h"
+#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
@@ -35,6 +35,7 @@ void TddsReader::applyFormat(const Format& format) {
 
 bool TddsReader::allocateImage(std::uint64_t bytesPerRow) {
     m_arrivedBytes = 0;
+    if (isSideTooLarge(m_width, m_height)) return false;
     return m_pixels.allocate(saturatingProduct(bytesPerRow, m_height));
 }
 

@@ -100,9 +100,11 @@ TEST_F(Explain, TellsWhyAPictureIsBlack) {
          withData(flagFile(DDPF_PALETTEINDEXED8), 1024)},
         {"A picture of 65536 x 65536 takes 12884901888 bytes in memory, more than the 4294967295",
          fileOf(maskHeader(DDPF_RGB, 24, bgr, 65536))},
-        {"A picture of 4294967295 x 4294967295 takes 2^64 bytes or more",
-         fileOf(maskHeader(DDPF_RGB, 24, bgr, 0xFFFFFFFF))},
-        {"A row of 1073741824 pixels takes", dx10File(28, 0x40000000, 0)},
+        {"A picture of 2147483647 x 2147483647 takes 2^64 bytes or more",
+         fileOf(maskHeader(DDPF_RGB, 64, bgr, 0x7FFFFFFF))},
+        {"A picture of 2147483648 x 2147483648 has a side of more than 2147483647 pixels",
+         fileOf(maskHeader(DDPF_RGB, 24, bgr, 0x80000000))},
+        {"A row of 1610612736 pixels takes 4831838208 bytes", fileOf(rowOfBytes(0x60000000, 1))},
         {"The data takes 4294967296 bytes", dx10File(98, 1, 0x3FFFFFFF)},
     };
     for (const Case& each : cases) {

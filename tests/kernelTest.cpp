@@ -5,11 +5,11 @@
 #include <cstring>
 #include <vector>
 
-#include "blocks/premultiplied.h"
 #include "blocks/bc6h.h"
 #include "blocks/bcTables.h"
 #include "blocks/half.h"
 #include "blocks/kernels.h"
+#include "blocks/premultiplied.h"
 #include "blocks/walker.h"
 #include "tests/model/floatModel.h"
 #include "tests/model/randomBlocks.h"

@@ -64,6 +64,17 @@ TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
     }
 }
 
+TEST(Sides, OfNoPixelsMakeEmptyPicturesAndAboveSignedNumbersNone) {
+    constexpr std::uint32_t most = 0x7FFFFFFF;
+    for (const Format& format : formatTable()) {
+        for (const auto& [width, height] : std::initializer_list<std::pair<std::uint32_t, std::uint32_t>>{
+                 {0, most}, {most, 0}, {0, most + 1}, {most + 1, 0}, {1, 0xFFFFFFFF}}) {
+            EXPECT_TRUE(readsLikeModel(withData(headerFor(format, width, height), 1100)))
+                << format.name << ", " << width << " by " << height;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Kernels, EveryFormat, testing::ValuesIn(kernelSets().begin(), kernelSets().end()),
                          [](const auto& instance) { return std::string(instance.param->name); });
 
@@ -168,6 +179,25 @@ TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
     reader.close();
     reader.close();
     EXPECT_EQ(reader.getScanlineChannelsAsBytes(0), nullptr);
+}
+
+// Whatever loader has filled the picture, and whatever was read before.
+TEST(Reader, ConvertsSignedBytesOfAnyPicture) {
+    DdsFileHeader palette = headerOf(9, 2);
+    palette.header.ddspf.dwFlags = DDPF_PALETTEINDEXED8;
+    DdsFileHeader packed = headerOf(9, 2);  // fewer bytes than channels
+    packed.header.ddspf = {32, DDPF_RGB, 0, 16, 0xF800, 0x7E0, 0x1F, 0};
+    TddsReader reader;
+    for (const Bytes& file : {fileOf(palette, Bytes(1024 + 18, 0x40)), fileOf(packed, Bytes(36, 0)),
+                              dx10File(2, 9, 2, Bytes(9 * 2 * 16, 0x40))}) {
+        const TemporaryFile onDisk(file);
+        ASSERT_EQ(reader.open(onDisk.path()), 0);
+        const int before = reader.getScanlineChannelsAsBytes(0)[0][8];
+        reader.convertSnorm();
+        EXPECT_EQ(reader.getScanlineChannelsAsBytes(0)[0][8], reader.bitsPerChannel() == 32 ? before
+                                                              : before == 0                 ? 123
+                                                                                            : 191);
+    }
 }
 
 namespace {

@@ -1,4 +1,5 @@
-// Vectors as they lie in memory, and the gathering of bit fields as data: what the tables of the wide kernels are made of.
+// Vectors as they lie in memory, and the gathering of bit fields as data: what the tables of the wide kernels are made
+// of.
 #pragma once
 
 #include <cstdint>

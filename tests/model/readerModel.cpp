@@ -88,6 +88,11 @@ struct State {
     std::function<Pixel(std::uint64_t x, std::uint64_t y)> pixelAt;
 };
 
+// A picture whose pixels take so many bytes; sides are at most what a signed number of 32 bits holds.
+bool canHold(const State& s, std::uint64_t pixelBytes) {
+    return s.width <= INT32_MAX && s.height <= INT32_MAX && canAllocate(product({s.width, s.height, pixelBytes}));
+}
+
 bool failWith(State& s, const char* message) {
     s.printed = message;
     return false;
@@ -152,7 +157,7 @@ bool loadUncompressed(State& s) {
     if ((s.flags & ddpfAlpha) != 0) s.channels = 1;
     std::uint64_t pixelBytes = s.bitCount / 8;
     if (pixelBytes == 0) pixelBytes = s.channels;
-    if (!canAllocate(product({pixelBytes, s.width, s.height}))) return failWith(s, noMemory);
+    if (!canHold(s, pixelBytes)) return failWith(s, noMemory);
     s.layout = uncompressedLayout(s, pixelBytes);
     if (s.layout == 1) s.flags |= ddpfAlphaPixels;
     if (s.layout <= 1)
@@ -176,7 +181,7 @@ template <typename Unpack>
 bool showFloatRows(State& s, std::uint64_t pixelBytes, Unpack unpack) {
     s.bits = 32;
     const std::uint64_t rowBytes = product({s.width, pixelBytes});
-    if (!canAllocate(product({s.channels, s.width, s.height, 4})) || !canAllocate(rowBytes)) return false;
+    if (!canHold(s, 4 * s.channels) || (s.height != 0 && !canAllocate(rowBytes))) return false;
     s.pixelAt = [data = s.data, rowBytes, pixelBytes, unpack](std::uint64_t x, std::uint64_t y) {
         if ((y + 1) * rowBytes > data.size()) return Pixel{};
         return unpack(data, y * rowBytes + x * pixelBytes);
@@ -218,7 +223,7 @@ bool loadPalettised(State& s) {
     s.channels = 4;
     const std::uint64_t rowBytes = isNibble ? (s.width + 1) / 2 : s.width;
     const std::uint64_t inputBytes = paletteBytes + std::min(product({rowBytes, s.height}), std::uint64_t{1} << 62);
-    if (!canAllocate(product({4, s.width, s.height})) || !canAllocate(inputBytes)) return failWith(s, noMemory);
+    if (!canHold(s, 4) || !canAllocate(inputBytes)) return failWith(s, noMemory);
     if (s.data.size() < inputBytes) return failWith(s, shortData);
     s.pixelAt = [data = s.data, paletteBytes, rowBytes, isNibble](std::uint64_t x, std::uint64_t y) {
         const std::uint32_t byte = data.byte(paletteBytes + y * rowBytes + (isNibble ? x / 2 : x));
@@ -274,7 +279,7 @@ bool loadCompressed(State& s) {
     s.flags |= ddpfAlphaPixels;
     s.channels = 4;
     if (isBC6H) s.bits = 32;
-    if (!canAllocate(product({s.width, s.height, isBC6H ? 16U : 4U}))) return failWith(s, noMemory);
+    if (!canHold(s, isBC6H ? 16 : 4)) return failWith(s, noMemory);
 
     const BlockFormat* format = std::find_if(std::begin(blockFormats), std::end(blockFormats),
                                              [&](const BlockFormat& f) { return f.code == s.code; });
@@ -315,7 +320,7 @@ constexpr std::array<ByteFormat, 6> byteFormats = {
 // Two pixels in four bytes that share red and blue. Rows from the first incomplete one are zero.
 bool loadPixelPairs(State& s) {
     s.channels = 3;
-    if (!canAllocate(product({6, s.width, s.height}))) return failWith(s, noMemory);
+    if (!canHold(s, 6)) return failWith(s, noMemory);
     s.pixelAt = [data = s.data, rowBytes = (s.width + 1) / 2 * 4, isRGBG = s.code == fourCC("RGBG")](std::uint64_t x,
                                                                                                      std::uint64_t y) {
         if ((y + 1) * rowBytes > data.size()) return Pixel{};
@@ -338,7 +343,7 @@ bool loadD3DFormat(State& s) {
         s.channels = format.channels;
         s.layout = format.layout;
         if (format.channels == 4) s.flags |= ddpfAlphaPixels;
-        if (!canAllocate(product({format.pixelBytes, s.width, s.height}))) return failWith(s, noMemory);
+        if (!canHold(s, format.pixelBytes)) return failWith(s, noMemory);
         showBytes(s, format.pixelBytes, format.valueBytes);
         return true;
     }
@@ -485,7 +490,9 @@ Picture read(std::span<const unsigned char> file) {
     if (file.size() < 128) return picture;
     State s = parseHeader(Data(file));
     bool loaded = load(s);
-    if (loaded) loaded = canAllocate(product({s.width, s.channels, static_cast<std::uint64_t>(s.bits / 8)}));
+    // A picture without rows needs no room for one.
+    if (loaded && s.height != 0 && !canAllocate(product({s.width, s.channels, static_cast<std::uint64_t>(s.bits / 8)})))
+        loaded = failWith(s, noMemory);
     if (!loaded) becomeFallback(s);
 
     picture.result = loaded ? Result::decoded : Result::fallback;

@@ -63,6 +63,13 @@ inline kpx::DdsFileHeader maskHeader(std::uint32_t flags, std::uint32_t bitCount
     return file;
 }
 
+// Pixels of one byte that become three.
+inline kpx::DdsFileHeader rowOfBytes(std::uint32_t width, std::uint32_t height) {
+    kpx::DdsFileHeader file = headerOf(width, height);
+    file.header.ddspf = {32, kpx::DDPF_RGB, 0, 8, 0xE0, 0x1C, 0x03, 0};
+    return file;
+}
+
 inline Bytes withData(Bytes file, std::size_t bytes) {
     file.resize(file.size() + bytes, 0x55);
     return file;
