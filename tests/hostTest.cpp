@@ -81,6 +81,7 @@ TEST(Handle, GetsADescriptorWithoutAnyOldByte) {
     std::memcpy(bytes.data(), handle->descriptor, bytes.size());
     EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 0xA5), 0);
     EXPECT_EQ(handle->descriptor->gamma, FMT_def_input_gamma());
+    EXPECT_EQ(handle->descriptor->channelBytes, 1);
     EXPECT_EQ(handle->descriptor->matteBits, 8);
     kpx__free_obj(handle);
 }
@@ -174,6 +175,7 @@ TEST_F(WithCatalogue, ThePluginIsNamedInTheLanguageOfTheEnvironment) {
     unsetenv("KPX_CATALOG");
     EXPECT_STREQ(plugin.name(), "Textur");
     EXPECT_STREQ(plugin.extension(), ".dds");
+    EXPECT_EQ(plugin.options().size(), 2U);
     EXPECT_EQ(plugin.options().at(0).name, "Deckung");
     EXPECT_EQ(plugin.options().at(0).defaultName, "Alpha");
     EXPECT_EQ(plugin.options().at(0).values.at(0).name, "Deckung schreiben");
