@@ -1,5 +1,7 @@
 // kpximage over many files and folders, as a user runs it, and the schema of its JSON.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <nlohmann/json.hpp>
@@ -133,17 +135,23 @@ TEST_F(BatchRun, SeveralThreadsGiveTheFilesAndMessagesOfOne) {
 }
 
 TEST_F(BatchRun, ASignalLeavesNoHalfMadeFile) {
-    const auto makeFile = [this] {
+    const auto makeFile = [this](int signal) {
         tool::noteInterrupts();
         try {
             tool::PendingFile file(at("a.png"));
-            std::raise(SIGTERM);
+            std::ofstream(file.path()) << "half" << std::flush;
+            std::raise(signal);
             file.commit();
         } catch (const tool::Interrupted&) {
             tool::endIfInterrupted();
         }
     };
-    EXPECT_EXIT(makeFile(), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EXIT(makeFile(SIGTERM), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EQ(names(), "");
+    const int nameless = open(at("").c_str(), O_TMPFILE | O_RDWR, 0600);
+    if (nameless < 0) GTEST_SKIP() << "the file system has no files without a name";
+    close(nameless);
+    EXPECT_EXIT(makeFile(SIGKILL), testing::KilledBySignal(SIGKILL), "");
     EXPECT_EQ(names(), "");
 }
 

@@ -241,7 +241,7 @@ TEST_F(Repair, ADryRunAndTheInputItselfAreNotWritten) {
     EXPECT_EQ(run("repair a.dds").status, 2);
     // A limit on the size of files stands for a full disk.
     file("large.dds", fileOf(codeHeader(25, 256, 256), Bytes(131072)));
-    EXPECT_EQ(run("repair large.dds b.dds", "trap '' XFSZ; ulimit -f 1;").err,
+    EXPECT_EQ(run("repair large.dds b.dds", "ulimit -f 1;").err,
               "kpximage: b.dds: cannot be written: File too large\n");
     EXPECT_EQ(pixelOf(at("b.dds")), "255 0 0, 0");
 }

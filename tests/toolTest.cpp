@@ -469,7 +469,7 @@ TEST_F(Tool, AFullDiskLeavesNoOutputInAnyFormat) {
     const Bytes pixels = noise(64 * 64 * 16);
     file("a.dds", dds(64, 64, rgb24, pixels));
     file("f.dds", dds(64, 64, named(116), pixels));
-    const std::string full = "trap '' XFSZ; ulimit -f 1;";
+    const std::string full = "ulimit -f 1;";
     EXPECT_RUN(run("convert a.dds x.png", full), 1, "kpximage: x.png: cannot be written: File too large\n");
     EXPECT_RUN(run("convert f.dds x.exr", full), 1, "kpximage: x.exr: cannot be written: File too large\n");
     const RunResult result = run("convert a.dds x.dds", full);

@@ -1,5 +1,6 @@
 #include "tools/files/PendingFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,7 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <random>
 
+#include "explain/text.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 
@@ -40,24 +43,63 @@ mode_t permissionsOf(const std::string& destination) {
 }  // namespace
 
 PendingFile::PendingFile(const std::string& destination) : m_destination(replaceableFile(destination)) {
-    fs::path pattern = m_destination;
-    m_path = pattern.replace_filename(".kpximage-XXXXXX").string();
-    const int descriptor = mkstemp(m_path.data());
-    if (descriptor < 0) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
-    fchmod(descriptor, permissionsOf(m_destination));
-    ::close(descriptor);
+    if (!createNameless()) createNamed();
+    fchmod(m_descriptor, permissionsOf(m_destination));
 }
 
 PendingFile::~PendingFile() {
-    if (!m_path.empty()) std::remove(m_path.c_str());
+    ::close(m_descriptor);
+    if (!m_temporaryName.empty()) std::remove(m_temporaryName.c_str());
+}
+
+// Of a process that is killed nothing is left then. False where the file system has no such files, or the system no
+// names for open files.
+bool PendingFile::createNameless() {
+    const fs::path folder = fs::path(m_destination).parent_path();
+    m_descriptor = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (m_descriptor < 0) return false;
+    m_path = "/proc/self/fd/" + std::to_string(m_descriptor);
+    if (access(m_path.c_str(), F_OK) == 0) return true;
+    ::close(m_descriptor);
+    return false;
+}
+
+void PendingFile::createNamed() {
+    m_temporaryName = fs::path(m_destination).replace_filename(".kpximage-XXXXXX").string();
+    m_descriptor = mkostemp(m_temporaryName.data(), O_CLOEXEC);
+    if (m_descriptor < 0) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+    m_path = m_temporaryName;
+}
+
+// Gives a file without a name one in the folder.
+bool PendingFile::takeTemporaryName() {
+    std::random_device random;
+    std::string name;
+    do {
+        name = fs::path(m_destination).replace_filename(textOf(".kpximage-", random())).string();
+        if (linkTo(name)) m_temporaryName = name;
+    } while (m_temporaryName.empty() && errno == EEXIST);
+    return !m_temporaryName.empty();
+}
+
+bool PendingFile::linkTo(const std::string& name) const {
+    return linkat(AT_FDCWD, m_path.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+// A link takes the place of no earlier file, a rename does.
+bool PendingFile::takeDestination() {
+    if (m_temporaryName.empty()) {
+        if (linkTo(m_destination)) return true;
+        if (errno != EEXIST || !takeTemporaryName()) return false;
+    }
+    if (std::rename(m_temporaryName.c_str(), m_destination.c_str()) != 0) return false;
+    m_temporaryName.clear();
+    return true;
 }
 
 void PendingFile::commit() {
     stopIfInterrupted();
-    if (std::rename(m_path.c_str(), m_destination.c_str()) != 0) {
-        throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
-    }
-    m_path.clear();
+    if (!takeDestination()) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
 }
 
 }  // namespace kpx::tool

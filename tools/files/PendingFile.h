@@ -1,5 +1,5 @@
-// An output file that appears whole or not at all: it is written under a temporary name in the same folder and
-// takes its name when it is complete.
+// An output file that appears whole or not at all: it is written without a name, or under a temporary one in the same
+// folder where the file system knows no files without a name, and takes its name when it is complete.
 #pragma once
 
 #include <string>
@@ -8,23 +8,31 @@ namespace kpx::tool {
 
 class PendingFile {
 public:
-    // Creates the temporary file. A destination that is a link stands for what it points to. Throws OutputError
-    // when the folder takes no file, or something other than a regular file has the name.
+    // Creates the file. A destination that is a link stands for what it points to. Throws OutputError when the folder
+    // takes no file, or something other than a regular file has the name.
     explicit PendingFile(const std::string& destination);
-    // Removes the temporary file unless it has been committed.
+    // The file is gone unless it has been committed.
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;
 
-    // The temporary file, existing and empty.
+    // By which the file is opened until it is committed; it exists and is empty.
     [[nodiscard]] const std::string& path() const { return m_path; }
 
     // Gives the file its name, in place of an earlier file. Throws OutputError, or Interrupted after a signal.
     void commit();
 
 private:
+    bool createNameless();
+    void createNamed();
+    [[nodiscard]] bool linkTo(const std::string& name) const;
+    bool takeTemporaryName();
+    bool takeDestination();
+
     std::string m_destination;
+    std::string m_temporaryName;  // empty: there is none
     std::string m_path;
+    int m_descriptor = -1;
 };
 
 }  // namespace kpx::tool

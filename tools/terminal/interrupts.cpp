@@ -14,6 +14,7 @@ void note(int number) {
 }  // namespace
 
 void noteInterrupts() {
+    std::signal(SIGXFSZ, SIG_IGN);
     struct sigaction noting {};
     noting.sa_handler = note;
     noting.sa_flags = static_cast<int>(SA_RESETHAND);
