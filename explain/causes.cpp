@@ -1,11 +1,17 @@
 #include "explain/causes.h"
 
+#include "explain/dx10Header.h"
 #include "explain/formatNames.h"
+#include "explain/otherFile.h"
 #include "explain/text.h"
 #include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
+
+std::string countOf(std::uint64_t bytes) {
+    return textOf(bytes, bytes == 1 ? " byte" : " bytes");
+}
 
 // DDS_PIXELFORMAT.dwFlags that name a format of which nothing is decoded.
 struct UndecodedFlag {
@@ -21,19 +27,21 @@ constexpr UndecodedFlag undecodedFlags[] = {
 };
 
 std::string headerCut(const FileFacts& facts, const Verdict& /*verdict*/) {
-    return textOf("The file has ", facts.fileBytes, " bytes; the header alone takes ", sizeof(DdsFileHeader), ".");
+    if (facts.fileBytes == 0) return "The file is empty.";
+    return textOf("The file has ", countOf(facts.fileBytes), "; the header alone takes ", sizeof(DdsFileHeader), ".");
 }
 
 std::string dx10HeaderCut(const FileFacts& facts, const Verdict& /*verdict*/) {
-    return textOf("The file ends after ", facts.fileBytes, " bytes, inside the DX10 header, which takes bytes ",
-                  sizeof(DdsFileHeader), " to ", factBytes - 1, ".");
+    return textOf("The file ends after ", facts.fileBytes,
+                  " bytes, before the end of the DX10 header, which takes bytes ", sizeof(DdsFileHeader), " to ",
+                  factBytes - 1, ".");
 }
 
 std::string nothingNamed(const FileFacts& facts, const Verdict& /*verdict*/) {
     const std::uint32_t flags = facts.header.header.ddspf.dwFlags;
     for (const UndecodedFlag& row : undecodedFlags) {
         if ((flags & row.flag) != 0) {
-            return textOf("The pixel format is named by ", row.name, " alone (flags ", hex(flags), "): ", row.what,
+            return textOf("The pixel format is named by ", row.name, " (flags ", hex(flags), "): ", row.what,
                           " are not decoded.");
         }
     }
@@ -43,6 +51,11 @@ std::string nothingNamed(const FileFacts& facts, const Verdict& /*verdict*/) {
 
 std::string unknownCode(const FileFacts& facts, const Verdict& /*verdict*/) {
     const std::uint32_t code = facts.header.header.ddspf.dwFourCC;
+    if (code == 0) return "The pixel format is said to be named by a code, but the code is 0.";
+    if (code == dx10Code) {
+        return textOf("The code \"DX10\" is followed only when the pixel format has DDPF_FOURCC (0x4); its flags are ",
+                      hex(facts.header.header.ddspf.dwFlags), ".");
+    }
     const UndecodedFormat* known = findUndecodedCode(code);
     if (known == nullptr) return textOf("The code ", codeText(code), " is not known.");
     const std::string text = codeText(code);
@@ -62,8 +75,8 @@ std::string notABlockCode(const FileFacts& facts, const Verdict& /*verdict*/) {
 std::string linearSizeNeeded(const FileFacts& facts, const Verdict& /*verdict*/) {
     const DDS_HEADER& header = facts.header.header;
     return textOf("The code ", codeText(header.ddspf.dwFourCC),
-                  " is decoded only when the header has DDSD_LINEARSIZE (0x80000); its flags are ", hex(header.dwFlags),
-                  ".");
+                  " is decoded beside DDPF_FOURCC only when the header has DDSD_LINEARSIZE (0x80000); its flags are ",
+                  hex(header.dwFlags), ".");
 }
 
 std::string dxgiRejected(const FileFacts& facts, const Verdict& /*verdict*/) {
@@ -87,8 +100,13 @@ std::string pictureTooLarge(const FileFacts& facts, const Verdict& verdict) {
                   " in memory, more than the ", largestBlock, " that are allowed.");
 }
 
+// The data of a code that is not known is asked for all the same.
+const char* dataOf(const Verdict& verdict) {
+    return verdict.format == nullptr ? "Its data, taken for blocks of 16 bytes, is " : "The data is ";
+}
+
 std::string dataTooLarge(const FileFacts& /*facts*/, const Verdict& verdict) {
-    return textOf("The data takes ", verdict.bytesExpected, " bytes, more than the ", largestBlock,
+    return textOf(dataOf(verdict), verdict.bytesExpected, " bytes long, more than the ", largestBlock,
                   " that are read in one go.");
 }
 
@@ -97,15 +115,10 @@ std::string rowTooLarge(const FileFacts& facts, const Verdict& verdict) {
                   " bytes, more than the ", largestBlock, " that are allowed.");
 }
 
-// The data of a code that is not known is asked for all the same.
-const char* dataOf(const Verdict& verdict) {
-    return verdict.format == nullptr ? "Its data, taken for blocks of 16 bytes, is " : "The data is ";
-}
-
 std::string missing(const Verdict& verdict) {
     const std::uint64_t bytes = verdict.bytesExpected - verdict.bytesPresent;
-    return textOf(bytes, bytes == 1 ? " byte" : " bytes", " short: ", verdict.bytesPresent, " follow the header and ",
-                  verdict.bytesExpected, " are asked for");
+    return textOf(countOf(bytes), " short: ", verdict.bytesPresent, " follow the header and ", verdict.bytesExpected,
+                  " are asked for");
 }
 
 std::string dataShort(const FileFacts& /*facts*/, const Verdict& verdict) {
@@ -152,6 +165,10 @@ constexpr CauseRow causeRows[] = {
 }  // namespace
 
 std::vector<Remark> causesOf(const FileFacts& facts, const Verdict& verdict) {
+    if (verdict.result == Result::decoded) return {};
+    const std::string other = otherFileText(facts);
+    // Of another format, the fields of a header are none.
+    if (facts.fileBytes != 0 && !other.empty()) return {{"other-file", "The file " + other + "."}};
     std::vector<Remark> causes;
     for (const Cause cause : {verdict.cause, verdict.secondCause}) {
         for (const CauseRow& row : causeRows) {

@@ -176,12 +176,18 @@ constexpr SameData sameData[] = {
     {"D3DFMT_A1R5G5B5", 86},
     {"D3DFMT_A4R4G4B4", 115},
     {"D3DFMT_A8", 65},
-    {"DDPF_PALETTEINDEXED8", 113},
 };
 
 // Whether the code is one that this system uses for itself.
 bool isOwnCode(std::uint32_t code) {
     return code >= CODE_SINGLE16 && (code <= CODE_SINGLE8 || code == CODE_RGB_FLOAT32);
+}
+
+// Whether the code reads the DXGI format's data but says another type of them: unsigned and normalised.
+bool isReadAs(const Format& format) {
+    const auto isNamed = [&](const char* part) { return std::strstr(format.name, part) != nullptr; };
+    const bool isSignedFloat = format.kernel == BlockKernel::bc6hSigned;
+    return format.has(isSnorm) || isSignedFloat || isNamed("_UINT") || isNamed("_SINT");
 }
 
 // The first DXGI format of a known type that is read by the code.
@@ -245,7 +251,7 @@ std::string otherName(const Format& format) {
     }
     if (format.namedBy == NamedBy::code) return dxgiOfCode(format.code);
     if (format.namedBy != NamedBy::dxgi) return {};
-    if (format.code != 0) return isOwnCode(format.code) ? "" : formatText(*findCode(format.code));
+    if (format.code != 0) return isOwnCode(format.code) || isReadAs(format) ? "" : formatText(*findCode(format.code));
     for (const SameData& row : sameData) {
         if (row.dxgi == format.id) return textOf("masks ", row.legacy);
     }

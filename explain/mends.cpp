@@ -4,16 +4,16 @@
 #include <cstring>
 
 #include "explain/contents.h"
+#include "explain/dx10Header.h"
 #include "explain/flagNames.h"
 #include "explain/formatNames.h"
 #include "explain/headerFlags.h"
+#include "explain/otherFile.h"
 #include "explain/text.h"
 #include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
-
-constexpr std::uint32_t dx10Code = fourCC("DX10");
 
 // A file as it stands after the mends so far. Mends change the facts; the verdict follows.
 using Draft = Repair;
@@ -56,27 +56,6 @@ void nameByMasks(DDS_PIXELFORMAT& format, std::uint32_t flags, std::uint32_t bit
     format = {format.dwSize, flags, 0, bits, masks.r, masks.g, masks.b, masks.a};
 }
 
-// Formats that the reader knows by masks: a code is published under the name of the masks, these numbers are not.
-struct DxgiMasks {
-    std::uint32_t dxgi;
-    const char* masks;
-};
-constexpr DxgiMasks dxgiMasks[] = {{85, "D3DFMT_R5G6B5"}, {86, "D3DFMT_A1R5G5B5"}, {115, "D3DFMT_A4R4G4B4"}};
-
-const Format* findNamedMasks(const char* name) {
-    for (const Format& row : formatTable()) {
-        if (row.namedBy == NamedBy::masks && std::strcmp(row.name, name) == 0) return &row;
-    }
-    return nullptr;
-}
-
-const Format* masksOfDxgi(std::uint32_t dxgi) {
-    for (const DxgiMasks& row : dxgiMasks) {
-        if (row.dxgi == dxgi) return findNamedMasks(row.masks);
-    }
-    return nullptr;
-}
-
 // Describes the masks in the header, and returns the words for it.
 std::string useMasks(DDS_HEADER& header, const Format& row) {
     const std::uint32_t bytes = std::max<std::uint32_t>(row.bytesPerPixel, 1);
@@ -94,16 +73,9 @@ std::string useMasks(DDS_HEADER& header, const Format& row) {
 
 // Each mend makes its change and says what it is, or does and says nothing where its fault is not there.
 
-bool isDx10HeaderPlausible(const FileFacts& facts) {
-    const DDS_HEADER_DXT10& dx10 = facts.dx10Header;
-    return facts.fileBytes >= factBytes && dx10.resourceDimension >= D3D10_RESOURCE_DIMENSION_TEXTURE1D &&
-           dx10.resourceDimension <= D3D10_RESOURCE_DIMENSION_TEXTURE3D && dx10.arraySize != 0 &&
-           (findDxgi(dx10.dxgiFormat) != nullptr || masksOfDxgi(dx10.dxgiFormat) != nullptr);
-}
-
 // A code of blocks is believed where the file is too small for what the flags say.
 bool isCodeTrue(const Draft& draft, const DDS_PIXELFORMAT& format) {
-    if (format.dwFourCC == dx10Code) return isDx10HeaderPlausible(draft.facts);
+    if (format.dwFourCC == dx10Code) return canHaveDx10Header(draft.facts);
     const bool isTooSmall = draft.verdict.bytesPresent < draft.verdict.bytesExpected;
     return findBlockCode(format.dwFourCC) != nullptr && (isTooSmall || format.dwRGBBitCount == 0);
 }
@@ -325,6 +297,10 @@ bool mendOnce(Draft& draft) {
 
 }  // namespace
 
+bool Repair::helps() const {
+    return startsAsDds(facts) && !mends.empty() && verdict.result == Result::decoded;
+}
+
 Repair repairOf(const FileFacts& facts) {
     Draft draft{facts, hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader), judge(facts), {}};
     if (draft.verdict.result == Result::refused) return draft;
@@ -335,7 +311,7 @@ Repair repairOf(const FileFacts& facts) {
 }
 
 const char* repairHint(const FileFacts& facts) {
-    return repairOf(facts).helps() ? " \"kpximage repair\" makes a copy that is read well." : "";
+    return repairOf(facts).helps() ? " \"kpximage repair\" makes a copy that is decoded." : "";
 }
 
 std::vector<unsigned char> headerBytes(const FileFacts& facts) {

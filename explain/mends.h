@@ -16,8 +16,8 @@ struct Repair {
     Verdict verdict;            // on the mended file
     std::vector<Remark> mends;  // in the order in which they were made
 
-    // Whether the mended file shows its own picture and the file as it is does not, or shows it wrongly.
-    [[nodiscard]] bool helps() const { return !mends.empty() && verdict.result == Result::decoded; }
+    // Whether the mended file is recognised and decoded, and the file as it is is not decoded, or wrongly.
+    [[nodiscard]] bool helps() const;
 };
 
 Repair repairOf(const FileFacts& facts);

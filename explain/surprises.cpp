@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-#include "explain/formatNames.h"
+#include "explain/dx10Header.h"
+#include "explain/otherFile.h"
 #include "explain/text.h"
 
 namespace kpx {
@@ -18,6 +19,7 @@ struct Decoded {
     DDS_PIXELFORMAT loaded;  // the pixel format as its loader sees it
 
     bool isMasked() const { return verdict.decoder == Loader::uncompressed; }
+    bool hasMaskedColour() const { return isMasked() && verdict.channels != 1; }
     bool isDx10() const { return verdict.loader == Loader::dx10; }
     bool isDxgi(const char* suffix) const { return isDx10() && std::strstr(verdict.format->name, suffix) != nullptr; }
     bool isKernel(BlockKernel first, BlockKernel second) const {
@@ -39,9 +41,12 @@ std::string rowsMissing(const Decoded& file) {
 std::string rowsPadded(const Decoded& file) {
     const std::uint64_t rowBytes = file.verdict.fileRowBytes;
     const std::uint32_t pitch = file.header.dwPitchOrLinearSize;
-    if (rowBytes == 0 || (file.header.dwFlags & DDSD_PITCH) == 0 || pitch <= rowBytes) return {};
+    const std::uint32_t height = file.verdict.height;
+    if (rowBytes == 0 || (file.header.dwFlags & DDSD_PITCH) == 0 || pitch <= rowBytes || height < 2) return {};
+    // Rows that have their padding take this much at least.
+    if (file.verdict.bytesPresent < std::uint64_t{pitch} * (height - 1) + rowBytes) return {};
     return textOf("The header states a pitch of ", pitch, " bytes, but rows are read without padding, ", rowBytes,
-                  " bytes each: padded rows come out sheared.");
+                  " bytes each: if they are padded, they come out sheared.");
 }
 
 std::string noPixels(const Decoded& file) {
@@ -54,22 +59,30 @@ std::string hugePicture(const Decoded& file) {
     constexpr std::uint64_t farLarger = 256;
     if (file.verdict.pictureBytes < smallestHuge) return {};
     if (file.verdict.pictureBytes / farLarger < file.facts.fileBytes) return {};
-    return textOf("A file of ", file.facts.fileBytes, " bytes declares a picture of ", file.verdict.pictureBytes,
-                  " bytes.");
+    return textOf("A file of ", file.facts.fileBytes, " bytes declares a picture that takes ",
+                  file.verdict.pictureBytes, " bytes in memory.");
 }
 
 std::string dx10HeaderAsPixels(const Decoded& file) {
-    if (!file.isMasked() || file.isDx10() || file.header.ddspf.dwFourCC != fourCC("DX10")) return {};
-    return textOf("The code is \"DX10\", but the flags ", hex(file.header.ddspf.dwFlags),
-                  " name bit-mask data as well, which comes first: the 20 bytes of the DX10 header are read as the "
-                  "first pixels.");
+    const bool isLuminance = file.verdict.decoder == Loader::d3dFormat;
+    const bool isPassedBy = (file.isMasked() || isLuminance) && !file.isDx10();
+    if (!isPassedBy || file.header.ddspf.dwFourCC != dx10Code || !canHaveDx10Header(file.facts)) return {};
+    return textOf("The code is \"DX10\", but the flags ", hex(file.header.ddspf.dwFlags), " name ",
+                  isLuminance ? "luminance" : "bit-mask data",
+                  ", which comes first: the 20 bytes of the DX10 header are read as the first pixels.");
+}
+
+// The bits of a bit-mask pixel.
+std::uint32_t pixelBits(const Decoded& file) {
+    const std::uint32_t bytes = maskedPixelBytes(file.loaded);
+    return bytes >= 4 ? UINT32_MAX : (1U << 8 * bytes) - 1;
 }
 
 bool isLuminanceAsRed(const Decoded& file) {
     constexpr std::uint32_t both = DDPF_RGB | DDPF_LUMINANCE;
     const DDS_PIXELFORMAT& format = file.loaded;
-    return file.isMasked() && (format.dwFlags & both) == both && format.dwRBitMask != 0 && format.dwGBitMask == 0 &&
-           format.dwBBitMask == 0;
+    return file.hasMaskedColour() && (format.dwFlags & both) == both && (format.dwRBitMask & pixelBits(file)) != 0 &&
+           format.dwGBitMask == 0 && format.dwBBitMask == 0;
 }
 
 std::string luminanceAsRed(const Decoded& file) {
@@ -78,9 +91,8 @@ std::string luminanceAsRed(const Decoded& file) {
 }
 
 std::string maskEmpty(const Decoded& file) {
-    if (!file.isMasked() || file.verdict.channels == 1 || isLuminanceAsRed(file)) return {};
-    const std::uint32_t bytes = maskedPixelBytes(file.loaded);
-    const std::uint32_t pixel = bytes >= 4 ? UINT32_MAX : (1U << 8 * bytes) - 1;
+    if (!file.hasMaskedColour() || isLuminanceAsRed(file)) return {};
+    const std::uint32_t pixel = pixelBits(file);
     std::string names;
     const auto look = [&](std::uint32_t mask, const char* name) {
         if ((mask & pixel) == 0) names += (names.empty() ? "" : ", ") + textOf(name, " ", hex(mask));
@@ -106,7 +118,9 @@ std::string bitCountTooSmall(const Decoded& file) {
 
 std::string masksReversed(const Decoded& file) {
     const DDS_PIXELFORMAT& format = file.header.ddspf;
-    if (!file.isMasked() || file.isDx10() || format.dwRBitMask != 0x3FF00000 || format.dwBBitMask != 0x3FF) return {};
+    const bool isReversed =
+        format.dwRBitMask == 0x3FF00000 && format.dwGBitMask == 0xFFC00 && format.dwBBitMask == 0x3FF;
+    if (!file.hasMaskedColour() || file.isDx10() || !isReversed || pixelBits(file) != UINT32_MAX) return {};
     return "The 10-10-10-2 masks have red at the top (0x3FF00000). They are followed, but an old writer is known to "
            "reverse them: red and blue may be exchanged.";
 }
@@ -198,18 +212,16 @@ constexpr SurpriseRow surpriseRows[] = {
     {"normal-map", normalMap},
 };
 
-bool isRecognised(const FileFacts& facts) {
-    return std::memcmp(&facts.header.magic, "DDS", 3) == 0;
-}
-
 }  // namespace
 
 std::vector<Remark> surprisesOf(const FileFacts& facts, const Verdict& verdict) {
     std::vector<Remark> surprises;
-    if (verdict.result != Result::refused && !isRecognised(facts)) {
+    if (verdict.result != Result::refused && !startsAsDds(facts)) {
         surprises.push_back({"not-recognised", "The file does not start with \"DDS\": it is not recognised as one."});
     }
     if (verdict.result != Result::decoded) return surprises;
+    const std::string other = otherFileText(facts);
+    if (!other.empty()) return {{"other-file", "The file " + other + "."}, surprises.front()};
     const Decoded file{facts, verdict, facts.header.header, loadedPixelFormat(facts)};
     for (const SurpriseRow& row : surpriseRows) {
         const std::string sentence = row.sentence(file);

@@ -260,10 +260,10 @@ const char* resultName(Result result) {
 FileFacts factsOf(std::span<const unsigned char> start, std::uint64_t fileBytes) {
     FileFacts facts{};
     facts.fileBytes = fileBytes;
-    if (start.size() < sizeof facts.header) return facts;
-    std::memcpy(&facts.header, start.data(), sizeof facts.header);
-    const std::size_t rest = std::min(start.size() - sizeof facts.header, sizeof facts.dx10Header);
-    std::memcpy(&facts.dx10Header, start.data() + sizeof facts.header, rest);
+    const auto header = start.first(std::min(start.size(), sizeof facts.header));
+    if (!header.empty()) std::memcpy(&facts.header, header.data(), header.size());
+    const auto rest = start.subspan(header.size());
+    if (!rest.empty()) std::memcpy(&facts.dx10Header, rest.data(), std::min(rest.size(), sizeof facts.dx10Header));
     return facts;
 }
 

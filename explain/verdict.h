@@ -12,8 +12,8 @@ namespace kpx {
 // What the verdict is about.
 struct FileFacts {
     std::uint64_t fileBytes;
-    DdsFileHeader header;         // zero where the file ends before
-    DDS_HEADER_DXT10 dx10Header;  // the 20 bytes after the header, whatever they are; zero where the file ends before
+    DdsFileHeader header;         // zero from where the file ends
+    DDS_HEADER_DXT10 dx10Header;  // the 20 bytes after the header, whatever they are; zero from where the file ends
 
     // The bytes that follow the header.
     constexpr std::uint64_t bytesAfterHeader() const {

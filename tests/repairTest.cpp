@@ -201,6 +201,8 @@ TEST_F(Repair, WhatCannotBeMendedIsSaidAndNoFileAppears) {
         {"short", blockFile("BC4U", DDSD_LINEARSIZE, 8, Bytes(7)), "", "", "The data is 1 byte short"},
         {"short under another name", blockFile("ATI1", DDSD_LINEARSIZE, 8, Bytes(7)), "", "", "1 byte short"},
         {"cut", Bytes(100), "", "", "cannot be mended. The file has 100 bytes"},
+        {"pixels or cut blocks", withFlags(blockFile("DXT1", 0, 0, Bytes(4)), DDPF_FOURCC | DDPF_RGB, 24), "", "",
+         "has nothing to mend: it is decoded as it is"},
         {"blocks or pixels", withFlags(blockFile("DXT1", 0, 0, Bytes(48)), DDPF_FOURCC | DDPF_RGB, 24), "", "",
          "has nothing to mend"},
     };
@@ -250,7 +252,7 @@ TEST_F(Repair, ExplainSaysWhenItWouldHelp) {
     file("a.dds", codePixel(25, 0x7C00, 2));
     const std::string out = run("explain a.dds").out;
     EXPECT_NE(
-        out.find("  repair    \"kpximage repair\" makes a copy that is read well:\n            The pixel format, "),
+        out.find("  repair    \"kpximage repair\" makes a copy with these changes:\n            The pixel format, "),
         std::string::npos)
         << out;
     file("a.dds", dx10File(89, 1, 1, Bytes(4)));

@@ -6,6 +6,7 @@
 #include "explain/Explanation.h"
 #include "explain/flagNames.h"
 #include "explain/formatNames.h"
+#include "explain/otherFile.h"
 #include "explain/text.h"
 #include "tools/commands/commands.h"
 #include "tools/terminal/console.h"
@@ -67,9 +68,10 @@ void printText(const std::string& name, const Explanation& file) {
     std::cout << printable(name) << ": " << headlines[static_cast<int>(file.verdict.result)] << "\n";
     for (const Remark& cause : file.causes) printLine("why", cause.sentence);
     for (const Remark& surprise : file.surprises) printLine("note", surprise.sentence);
-    if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy that is read well:");
+    if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy with these changes:");
     for (const Remark& mend : file.mends) printLine("", mend.sentence);
-    if (file.verdict.result == Result::refused) return;
+    // Of another format, the fields of a header are none.
+    if (file.verdict.result == Result::refused || !otherFileText(file.facts).empty()) return;
     printWhatItIs(file);
     printHowItIsRead(file);
 }

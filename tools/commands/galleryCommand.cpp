@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "explain/Explanation.h"
+#include "explain/otherFile.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
@@ -35,7 +36,7 @@ Json explained(const std::string& name, const Explanation& explanation) {
     addRemarks(file, "cause", explanation.causes);
     addRemarks(file, "note", explanation.surprises);
     addRemarks(file, "repair", explanation.mends);
-    if (verdict.result == Result::refused) return file;
+    if (verdict.result == Result::refused || !otherFileText(explanation.facts).empty()) return file;
     const DDS_HEADER& header = explanation.facts.header.header;
     file["format"] = formatName(explanation);
     file["sameAs"] = sameAs(explanation);
@@ -86,7 +87,7 @@ private:
 
 // An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
 Outcome Gallery::addPictures(const std::string& path, Json& file, Json& pictures) const {
-    if (!m_plugin.isFile(path)) throw FileError("is not recognised");
+    if (!m_plugin.isFile(path)) throw FileError(unrecognisedText(path));
     DdsSource source(m_plugin, path);
     const GalleryPictures made = galleryPictures(source, m_settings);
     const ImageLayout& layout = source.layout();
@@ -109,7 +110,7 @@ void Gallery::addFailure(Json& file, const std::string& message) {
     tell(file["name"].get<std::string>(), message);
     file["state"] = "failed";
     Json& remarks = file["remarks"];
-    // A file that is refused has its cause already.
+    // A file that is refused or of another format has its cause already.
     const bool isRefused = !remarks.empty() && !file.contains("format");
     if (!isRefused) remarks.insert(remarks.begin(), Json::object({{"kind", "error"}, {"text", message}}));
 }

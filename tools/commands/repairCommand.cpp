@@ -1,9 +1,9 @@
 // kpximage repair: a copy of a DDS file whose header says the same picture in a form that is decoded.
-#include <cstring>
 #include <iostream>
 
 #include "explain/fileFacts.h"
 #include "explain/mends.h"
+#include "explain/otherFile.h"
 #include "tools/commands/commands.h"
 #include "tools/files/ddsCopy.h"
 #include "tools/terminal/console.h"
@@ -18,11 +18,17 @@ struct Arguments {
 };
 
 // The file needs no mend, or there is none.
-Outcome tellWhyNot(const std::string& input, const Repair& repair) {
-    switch (repair.verdict.result) {
-        case Result::decoded:
-            tell(input, "has nothing to mend: it is decoded as it is");
+Outcome tellWhyNot(const std::string& input, const FileFacts& facts, const Repair& repair) {
+    // A mend that would make a decoded picture black is none.
+    const bool isDecoded = judge(facts).result == Result::decoded;
+    switch (isDecoded ? Result::decoded : repair.verdict.result) {
+        case Result::decoded: {
+            const std::string other = otherFileText(facts);
+            tell(input, !other.empty()        ? other
+                        : !startsAsDds(facts) ? "does not start with \"DDS\""
+                                              : "has nothing to mend: it is decoded as it is");
             return Outcome::failed;
+        }
         case Result::black:
             tell(input,
                  "cannot be mended and comes out as a black picture. " + causeText(repair.facts, repair.verdict));
@@ -37,8 +43,7 @@ Outcome tellWhyNot(const std::string& input, const Repair& repair) {
 Outcome repair(const Arguments& arguments) {
     const FileFacts facts = readFacts(arguments.input);
     const Repair repair = repairOf(facts);
-    if (!repair.helps()) return tellWhyNot(arguments.input, repair);
-    if (std::memcmp(&facts.header.magic, "DDS", 3) != 0) throw FileError("does not start with \"DDS\"");
+    if (!repair.helps()) return tellWhyNot(arguments.input, facts, repair);
     if (!arguments.isDryRun) {
         const ByteRange data{repair.dataStart, facts.fileBytes - repair.dataStart};
         writeCopy(arguments.input, {&data, 1}, headerBytes(repair.facts), arguments.output);

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "explain/fileFacts.h"
+#include "explain/otherFile.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/PngSource.h"
 #include "tools/terminal/errors.h"
@@ -26,7 +27,10 @@ bool isPng(const std::string& path) {
 std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, const std::string& path, bool reduceTo8Bits) {
     checkIsNoPipe(path);
     if (isPng(path)) return std::make_unique<PngSource>(path, reduceTo8Bits);
-    if (!plugin.isFile(path)) throw FileError(std::string("is neither a ") + plugin.name() + " nor a PNG file");
+    if (!plugin.isFile(path)) {
+        const std::string other = otherFileText(readFacts(path));
+        throw FileError(other.empty() ? std::string("is neither a ") + plugin.name() + " nor a PNG file" : other);
+    }
     return std::make_unique<DdsSource>(plugin, path);
 }
 

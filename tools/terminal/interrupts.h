@@ -1,5 +1,5 @@
-// SIGINT, SIGTERM and SIGHUP: the work on files ends, so that no half-made file is left behind. SIGXFSZ: a file that may
-// grow no further is a failed output as any other.
+// SIGINT, SIGTERM and SIGHUP: the work on files ends, so that no half-made file is left behind. SIGXFSZ: a file that
+// may grow no further is a failed output as any other.
 #pragma once
 
 #include <stdexcept>
