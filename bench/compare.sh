@@ -1,7 +1,7 @@
 #!/bin/bash
 # Whole files from disk to rows, the whole process: the plug-in against the other DDS readers that are installed, in turn
-# in one run; then the plug-in's reading with no page of the file cached, its peak memory, and `kpximage info` of a tiny
-# file. compare.sh [--install] [BUILD_DIR]; --install gets the other readers and hyperfine from Debian.
+# in one run; then the plug-in's reading with no page of the file cached, its peak memory, and `kpximage info --open` of
+# a tiny file. compare.sh [--install] [BUILD_DIR]; --install gets the other readers and hyperfine from Debian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = --install ]; then
@@ -46,5 +46,5 @@ for file in bc7 dxt1 bgra8; do
     echo "  plug-in, file not cached: $(median_ms cold --runs 9 --prepare \
         "dd if=$files/$file.dds iflag=nocache count=0 status=none" "$line"); $($line)"
 done
-echo "kpximage info of a file of $(stat -c %s "$files/tiny.dds") bytes: $(median_ms tiny --shell none --warmup 5 --runs 50 \
-    "$build/kpximage info $files/tiny.dds")"
+echo "kpximage info --open of a file of $(stat -c %s "$files/tiny.dds") bytes: $(median_ms tiny --shell none --warmup 5 --runs 50 \
+    "$build/kpximage info --open $files/tiny.dds")"

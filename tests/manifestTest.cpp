@@ -1,10 +1,12 @@
 // Every file of the manifest comes out as it was agreed on.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <set>
 
 #include "examples/examples.h"
+#include "tests/support/Tool.h"
 #include "tests/support/ddsFiles.h"
 #include "tests/support/likeModel.h"
 #include "tests/support/manifest.h"
@@ -31,7 +33,35 @@ void expectAgreed(const std::vector<NamedFile>& files, const std::string& folder
     }
 }
 
+// kpximage info by the headers alone, and through the plug-in.
+class Info : public Tool {
+protected:
+    void expectAlike(const std::vector<NamedFile>& files) const {
+        for (const NamedFile& each : files) {
+            std::string name = each.name.substr(each.name.find('/') + 1);
+            std::replace(name.begin(), name.end(), '/', '-');
+            file(name.ends_with(".dds") ? name : name + ".dds", each.bytes);
+        }
+        const RunResult told = run("info --json .");
+        const RunResult opened = run("info --json --open .");
+        EXPECT_EQ(told.out, opened.out);
+        EXPECT_EQ(told.err, opened.err);
+        EXPECT_EQ(told.status, opened.status);
+        EXPECT_EQ(std::count(told.out.begin(), told.out.end(), '\n'), static_cast<std::ptrdiff_t>(files.size()));
+    }
+};
+
 }  // namespace
+
+TEST_F(Info, OfExampleFilesIsAsThePluginOpensThem) {
+    expectAlike(exampleFiles());
+}
+
+TEST_F(Info, OfSampleFilesIsAsThePluginOpensThem) {
+    const std::vector<NamedFile> files = sampleFiles();
+    if (files.empty()) GTEST_SKIP() << "there are no sample files in " KPX_SAMPLES_DIR;
+    expectAlike(files);
+}
 
 TEST(ExampleFiles, ComeOutAsTheManifestSays) {
     expectAgreed(exampleFiles(), "examples/");

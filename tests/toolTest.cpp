@@ -168,7 +168,7 @@ TEST_F(Tool, FormatsShowsThePluginItsOptionsAndTheTable) {
 
 TEST_F(Tool, ThePluginMayBeNamedBeforeOrAfterTheCommand) {
     file("a.dds", dds(2, 2, rgb24, twoRows));
-    for (const char* arguments : {"--plugin ./no.so info a.dds", "info a.dds --plugin no.so"}) {
+    for (const char* arguments : {"--plugin ./no.so info --open a.dds", "info --open a.dds --plugin no.so"}) {
         const RunResult result = run(arguments);
         EXPECT_EQ(result.status, 1);
         EXPECT_NE(result.err.find("kpximage: cannot load the plug-in: " + at("")), std::string::npos) << result.err;
@@ -209,7 +209,7 @@ TEST_F(Tool, InfoAsJsonIsOneObjectALineWhateverTheNamesAre) {
 
 TEST_F(Tool, WhatThePluginPrintsStaysOutOfTheData) {
     file("cut.dds", dds(8, 8, bc1, "abc"));
-    const RunResult result = run("info --json cut.dds");
+    const RunResult result = run("info --json --open cut.dds");
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(nlohmann::json::parse(result.out)["width"], 64);
     EXPECT_EQ(nlohmann::json::parse(result.out)["black"], true);
@@ -311,8 +311,15 @@ TEST_F(Tool, ABlackPictureForLackOfMemoryIsNamedToo) {
     if (testing_support::underAddressSanitizer || testing_support::underThreadSanitizer)
         GTEST_SKIP() << "a sanitizer needs more addresses than the limit leaves";
     file("a.dds", dds(8192, 4096, rgb24, ""));
-    EXPECT_RUN(run("info a.dds", "ulimit -v 98304;"), 3, "kpximage: a.dds: Insufficient memory to load DDS file\n");
-    EXPECT_RUN(run("info a.dds"), 0, "");
+    const char* limit = "ulimit -v 98304;";
+    const Bytes message = "kpximage: a.dds: Insufficient memory to load DDS file\n";
+    EXPECT_RUN(run("convert a.dds a.png --strict", limit), 3, message);
+    EXPECT_RUN(run("info --open a.dds", limit), 1,
+               message +
+                   "kpximage: a.dds: is 64 x 64, 4 colour, 0 matte, 8-bit through the plug-in, but 8192 x 4096, "
+                   "3 colour, 0 matte, 8-bit by its headers\n");
+    EXPECT_RUN(run("info a.dds", limit), 0, "");
+    EXPECT_RUN(run("info --open a.dds"), 0, "");
 }
 
 TEST_F(Tool, FloatsBecomeOpenExrUnchangedWithTheTopRowFirst) {

@@ -1,7 +1,6 @@
 #include "tools/pictures/DdsSource.h"
 
 #include <cstring>
-#include <filesystem>
 
 #include "explain/causes.h"
 #include "explain/fileFacts.h"
@@ -15,15 +14,6 @@
 
 namespace kpx::tool {
 namespace {
-
-// A plug-in quotes the system's last error even where a file is merely too short.
-void explainShortFile(const std::string& path) {
-    std::error_code error;
-    const uintmax_t size = std::filesystem::file_size(path, error);
-    if (error || size >= sizeof(DdsFileHeader)) return;
-    throw FileError("is too short: it has " + std::to_string(size) + " bytes, its header alone takes " +
-                    std::to_string(sizeof(DdsFileHeader)));
-}
 
 SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     if (verdict.result != Result::decoded) return {};
@@ -49,8 +39,7 @@ bool isBlack(const std::string& path, const FileFacts& facts, const Verdict& ver
     const bool hasItsSize =
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
     if (verdict.result == Result::black && hasItsSize) {
-        if (verdict.printed != nullptr) tell(path, verdict.printed);
-        tell(path, "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts));
+        tellWhyBlack(path, facts, verdict);
         return true;
     }
     // What the rules cannot foresee.
@@ -61,19 +50,31 @@ bool isBlack(const std::string& path, const FileFacts& facts, const Verdict& ver
 
 }  // namespace
 
+void checkHasHeader(const FileFacts& facts) {
+    if (facts.fileBytes >= sizeof(DdsFileHeader)) return;
+    throw FileError("is too short: it has " + std::to_string(facts.fileBytes) + " bytes, its header alone takes " +
+                    std::to_string(sizeof(DdsFileHeader)));
+}
+
+void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict) {
+    if (verdict.printed != nullptr) tell(path, verdict.printed);
+    tell(path, "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts));
+}
+
 OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
     std::unique_ptr<host::ImageReader> reader;
     try {
         const StdoutSilence silence;
         reader = std::make_unique<host::ImageReader>(plugin, path);
     } catch (const host::HostError&) {
-        explainShortFile(path);
+        // A plug-in quotes the system's last error even where a file is merely too short.
+        checkHasHeader(readFacts(path));
         throw;
     }
     const FileFacts facts = readFacts(path);
     const Verdict verdict = judge(facts);
     const bool black = isBlack(path, facts, verdict, *reader);
-    return {std::move(reader), black, traitsOf(facts, verdict)};
+    return {std::move(reader), verdict, black, traitsOf(facts, verdict)};
 }
 
 DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_image(openImage(plugin, path)) {

@@ -1,6 +1,7 @@
 // An image read through the host and its plug-in.
 #pragma once
 
+#include "explain/verdict.h"
 #include "host/ImageReader.h"
 #include "tools/pictures/PixelSource.h"
 
@@ -8,9 +9,16 @@ namespace kpx::tool {
 
 struct OpenedImage {
     std::unique_ptr<host::ImageReader> reader;
-    bool isBlack;  // the plug-in's stand-in for what it cannot decode
+    Verdict verdict;  // that the headers lead to
+    bool isBlack;     // the plug-in's stand-in for what it cannot decode
     SourceTraits traits;
 };
+
+// Throws FileError where the file is too short for a header.
+void checkHasHeader(const FileFacts& facts);
+
+// Tells why the picture comes out black, under the file's name.
+void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict);
 
 // Opens the image while standard output is silent; why the picture is black is told under the file's name. Throws
 // FileError or host::HostError.
