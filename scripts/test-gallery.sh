@@ -30,5 +30,5 @@ files=(*.dds)
 "$build/kpximage" info --json "${files[@]}" >info.json 2>messages.txt || true
 "$build/kpximage" explain --json "${files[@]}" >explain.json 2>>messages.txt || true
 "$build/kpximage" gallery "${files[@]}" -o gallery.html 2>>messages.txt || [ $? -eq 1 ]
-python3 "$root/tests/galleryChecker.py" gallery.html info.json explain.json
+python3 "$root/tests/tools/galleryChecker.py" gallery.html info.json explain.json
 echo "The gallery of ${#files[@]} files is as it should be"

@@ -1,4 +1,4 @@
-#include "tests/support/manifest.h"
+#include "tests/manifest/manifest.h"
 
 #include <gtest/gtest.h>
 #include <openssl/evp.h>

@@ -6,10 +6,10 @@
 #include <set>
 
 #include "examples/examples.h"
+#include "tests/manifest/manifest.h"
 #include "tests/support/Tool.h"
 #include "tests/support/ddsFiles.h"
 #include "tests/support/likeModel.h"
-#include "tests/support/manifest.h"
 
 using namespace testing_support;
 

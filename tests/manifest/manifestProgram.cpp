@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <exception>
 
+#include "tests/manifest/manifest.h"
 #include "tests/support/likeModel.h"
-#include "tests/support/manifest.h"
 
 using namespace testing_support;
 
