@@ -3,8 +3,6 @@
 namespace kpx::example {
 namespace {
 
-constexpr std::uint32_t texture2D = 3;  // D3D10_RESOURCE_DIMENSION_TEXTURE2D
-
 DdsFileHeader headerFor(const Picture& picture, const Naming& naming, std::size_t dataSize) {
     DdsFileHeader file{};
     file.magic = ddsMagic;
@@ -34,7 +32,7 @@ DdsFile encode(const Picture& picture, const Naming& naming, Encoder encoder) {
     file.data = encoder(picture, naming);
     file.header = headerFor(picture, naming, file.data.size());
     if (naming.code == fourCC("DX10")) {
-        file.dx10Header = DDS_HEADER_DXT10{naming.dxgi, texture2D, 0, 1, naming.alphaMode};
+        file.dx10Header = DDS_HEADER_DXT10{naming.dxgi, D3D10_RESOURCE_DIMENSION_TEXTURE2D, 0, 1, naming.alphaMode};
     }
     return file;
 }

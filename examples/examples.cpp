@@ -20,8 +20,6 @@ constexpr Encoder rgb10a2Fields = fields<32, rgb10a2.r, rgb10a2.g, rgb10a2.b, rg
 constexpr Encoder bgraFields = fields<32, bgra.r, bgra.g, bgra.b, bgra.a>;
 constexpr Encoder rgbaFields = fields<32, rgba.r, rgba.g, rgba.b, rgba.a>;
 
-constexpr std::uint32_t DDPF_BUMPDUDV = 0x80000;
-
 void setLinearSizeOfAllLevels(DdsFile& file) {
     file.header.header.dwPitchOrLinearSize = static_cast<std::uint32_t>(file.data.size() / 3 * 4);
 }

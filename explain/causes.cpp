@@ -3,6 +3,7 @@
 #include "explain/dx10Header.h"
 #include "explain/formatNames.h"
 #include "explain/otherFile.h"
+#include "explain/sameData.h"
 #include "explain/text.h"
 #include "reader/dataSize.h"
 
@@ -20,10 +21,10 @@ struct UndecodedFlag {
     const char* what;
 };
 constexpr UndecodedFlag undecodedFlags[] = {
-    {0x80000, "DDPF_BUMPDUDV", "signed bump maps"},
-    {0x40000, "DDPF_BUMPLUMINANCE", "signed bump maps with luminance"},
-    {0x200, "DDPF_YUV", "YUV data"},
-    {0x400, "DDPF_ZBUFFER", "depth buffers"},
+    {DDPF_BUMPDUDV, "DDPF_BUMPDUDV", "signed bump maps"},
+    {DDPF_BUMPLUMINANCE, "DDPF_BUMPLUMINANCE", "signed bump maps with luminance"},
+    {DDPF_YUV, "DDPF_YUV", "YUV data"},
+    {DDPF_ZBUFFER, "DDPF_ZBUFFER", "depth buffers"},
 };
 
 std::string headerCut(const FileFacts& facts, const Verdict& /*verdict*/) {
@@ -79,11 +80,20 @@ std::string linearSizeNeeded(const FileFacts& facts, const Verdict& /*verdict*/)
                   hex(header.dwFlags), ".");
 }
 
+std::string underMasks(const Format& row) {
+    const Masks masks = masksOf(row);
+    const bool hasAlpha = (flagsOfMasks(row) & DDPF_ALPHAPIXELS) != 0;
+    return textOf("; the same pixels are read with DDPF_RGB", hasAlpha ? ", DDPF_ALPHAPIXELS" : "", " and the masks ",
+                  hex(masks.r), ", ", hex(masks.g), ", ", hex(masks.b), hasAlpha ? ", " + hex(masks.a) : "");
+}
+
 std::string dxgiRejected(const FileFacts& facts, const Verdict& /*verdict*/) {
     const std::uint32_t number = facts.dx10Header.dxgiFormat;
     const UndecodedFormat* known = findUndecodedDxgi(number);
     if (known == nullptr) return textOf("The DXGI format ", number, " is not known.");
-    return textOf("The DXGI format ", dxgiText(number), " is not decoded: it is ", known->what, ".");
+    const Format* masks = masksOfDxgi(number);
+    return textOf("The DXGI format ", dxgiText(number), " is not decoded: it is ", known->what,
+                  masks == nullptr ? "" : underMasks(*masks), ".");
 }
 
 std::string sideTooLarge(const FileFacts& facts, const Verdict& /*verdict*/) {

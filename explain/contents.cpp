@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 
-#include "explain/headerFlags.h"
 #include "explain/text.h"
 
 namespace kpx {

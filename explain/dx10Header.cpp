@@ -1,19 +1,10 @@
 #include "explain/dx10Header.h"
 
-#include <cstring>
-
-#include "explain/headerFlags.h"
+#include "explain/sameData.h"
 #include "reader/checkedSize.h"
 
 namespace kpx {
 namespace {
-
-// Formats that the reader knows by masks: a code is published under the name of the masks, these numbers are not.
-struct DxgiMasks {
-    std::uint32_t dxgi;
-    const char* masks;
-};
-constexpr DxgiMasks dxgiMasks[] = {{85, "D3DFMT_R5G6B5"}, {86, "D3DFMT_A1R5G5B5"}, {115, "D3DFMT_A4R4G4B4"}};
 
 bool isPlausible(const DDS_HEADER_DXT10& dx10) {
     return dx10.resourceDimension >= D3D10_RESOURCE_DIMENSION_TEXTURE1D &&
@@ -32,20 +23,6 @@ std::uint64_t bytesUnderDx10(FileFacts facts) {
 }
 
 }  // namespace
-
-const Format* findNamedMasks(const char* name) {
-    for (const Format& row : formatTable()) {
-        if (row.namedBy == NamedBy::masks && std::strcmp(row.name, name) == 0) return &row;
-    }
-    return nullptr;
-}
-
-const Format* masksOfDxgi(std::uint32_t dxgiFormat) {
-    for (const DxgiMasks& row : dxgiMasks) {
-        if (row.dxgi == dxgiFormat) return findNamedMasks(row.masks);
-    }
-    return nullptr;
-}
 
 bool canHaveDx10Header(const FileFacts& facts) {
     if (facts.fileBytes < factBytes || !isPlausible(facts.dx10Header)) return false;

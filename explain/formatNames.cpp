@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 
+#include "explain/sameData.h"
 #include "explain/text.h"
 
 namespace kpx {
@@ -44,10 +45,8 @@ constexpr UndecodedFormat undecodedDxgi[] = {
     {53, "R16_TYPELESS", "16-bit values of no known type; 54 R16_FLOAT and 56 R16_UNORM are read"},
     {55, "D16_UNORM", asDepth},
     {66, "R1_UNORM", "one bit a pixel"},
-    {85, "B5G6R5_UNORM", "5-6-5 colour; the same pixels are read with DDPF_RGB and the masks 0xF800, 0x7E0, 0x1F"},
-    {86, "B5G5R5A1_UNORM",
-     "5-5-5-1 colour; the same pixels are read with DDPF_RGB, DDPF_ALPHAPIXELS and the masks 0x7C00, 0x3E0, 0x1F, "
-     "0x8000"},
+    {85, "B5G6R5_UNORM", "5-6-5 colour"},
+    {86, "B5G5R5A1_UNORM", "5-5-5-1 colour"},
     {89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range; 24 R10G10B10A2_UNORM is read"},
     {100, "AYUV", asVideo},
     {101, "Y410", asVideo},
@@ -64,9 +63,7 @@ constexpr UndecodedFormat undecodedDxgi[] = {
     {112, "IA44", asIndices},
     {113, "P8", asIndices},
     {114, "A8P8", asIndices},
-    {115, "B4G4R4A4_UNORM",
-     "4-4-4-4 colour; the same pixels are read with DDPF_RGB, DDPF_ALPHAPIXELS and the masks 0xF00, 0xF0, 0xF, "
-     "0xF000"},
+    {115, "B4G4R4A4_UNORM", "4-4-4-4 colour"},
     {130, "P208", asVideo},
     {131, "V208", asVideo},
     {132, "V408", asVideo},
@@ -158,26 +155,6 @@ const UndecodedFormat* findIn(std::span<const UndecodedFormat> rows, std::uint32
     return nullptr;
 }
 
-// Legacy formats and the DXGI format of the same data, where the reader's table does not join them by a code.
-struct SameData {
-    const char* legacy;
-    std::uint32_t dxgi;
-};
-constexpr SameData sameData[] = {
-    {"DXT2", 74},
-    {"DXT4", 77},
-    {"BC5U", 83},
-    {"D3DFMT_Q16W16V16U16", 13},
-    {"D3DFMT_A8R8G8B8", 87},
-    {"D3DFMT_X8R8G8B8", 88},
-    {"D3DFMT_A8B8G8R8", 28},
-    {"D3DFMT_A2B10G10R10", 24},
-    {"D3DFMT_R5G6B5", 85},
-    {"D3DFMT_A1R5G5B5", 86},
-    {"D3DFMT_A4R4G4B4", 115},
-    {"D3DFMT_A8", 65},
-};
-
 // Whether the code is one that this system uses for itself.
 bool isOwnCode(std::uint32_t code) {
     return code >= CODE_SINGLE16 && (code <= CODE_SINGLE8 || code == CODE_RGB_FLOAT32);
@@ -244,7 +221,7 @@ std::string formatText(const Format& format) {
 }
 
 std::string otherName(const Format& format) {
-    for (const SameData& row : sameData) {
+    for (const SameData& row : sameDataRows()) {
         if (format.namedBy != NamedBy::dxgi && std::strcmp(row.legacy, format.name) == 0) {
             return "DXGI " + dxgiText(row.dxgi);
         }
@@ -252,7 +229,7 @@ std::string otherName(const Format& format) {
     if (format.namedBy == NamedBy::code) return dxgiOfCode(format.code);
     if (format.namedBy != NamedBy::dxgi) return {};
     if (format.code != 0) return isOwnCode(format.code) || isReadAs(format) ? "" : formatText(*findCode(format.code));
-    for (const SameData& row : sameData) {
+    for (const SameData& row : sameDataRows()) {
         if (row.dxgi == format.id) return textOf("masks ", row.legacy);
     }
     return {};

@@ -7,8 +7,8 @@
 #include "explain/dx10Header.h"
 #include "explain/flagNames.h"
 #include "explain/formatNames.h"
-#include "explain/headerFlags.h"
 #include "explain/otherFile.h"
+#include "explain/sameData.h"
 #include "explain/text.h"
 #include "reader/dataSize.h"
 
@@ -59,13 +59,8 @@ void nameByMasks(DDS_PIXELFORMAT& format, std::uint32_t flags, std::uint32_t bit
 // Describes the masks in the header, and returns the words for it.
 std::string useMasks(DDS_HEADER& header, const Format& row) {
     const std::uint32_t bytes = std::max<std::uint32_t>(row.bytesPerPixel, 1);
-    const std::uint32_t flags = row.channels == 1   ? DDPF_ALPHA
-                                : row.channels == 4 ? DDPF_RGB | DDPF_ALPHAPIXELS
-                                                    : DDPF_RGB;
-    // The table has a mask for the alpha of formats without one, which other readers would take for alpha.
-    Masks masks = row.masks;
-    if (row.channels == 3) masks.a = 0;
-    nameByMasks(header.ddspf, flags, bytes * 8, masks);
+    const Masks masks = masksOf(row);
+    nameByMasks(header.ddspf, flagsOfMasks(row), bytes * 8, masks);
     stateRows(header, std::uint64_t{bytes} * header.dwWidth);
     return textOf("the masks of ", row.name, " (", hex(masks.r), " ", hex(masks.g), " ", hex(masks.b), " ",
                   hex(masks.a), ", ", bytes * 8, " bits)");
@@ -109,20 +104,9 @@ std::string codeOfMasks(Draft& draft) {
     return textOf("The pixel format, code ", known->id, ", becomes ", useMasks(header, *row), ".");
 }
 
-struct LuminanceCode {
-    std::uint32_t code;
-    std::uint32_t flags, bits;
-    Masks masks;
-};
-constexpr LuminanceCode luminanceCodes[] = {
-    {50, DDPF_LUMINANCE, 8, {0xFF, 0, 0, 0}},
-    {51, DDPF_LUMINANCE | DDPF_ALPHAPIXELS, 16, {0xFF, 0, 0, 0xFF00}},
-    {81, DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}},
-};
-
 std::string codeOfLuminance(Draft& draft) {
     DDS_HEADER& header = headerOf(draft);
-    for (const LuminanceCode& row : luminanceCodes) {
+    for (const LuminanceFormat& row : luminanceFormats()) {
         if (!hasCause(draft, Cause::unknownCode) || header.ddspf.dwFourCC != row.code) continue;
         nameByMasks(header.ddspf, row.flags, row.bits, row.masks);
         stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
@@ -164,21 +148,6 @@ std::string dxgiOfMasks(Draft& draft) {
     return sentence + ".";
 }
 
-// Signed formats, which are read under a DX10 header only.
-struct SignedFormat {
-    std::uint32_t code;
-    const char* name;
-    std::uint32_t bits;
-    Masks masks;
-    std::uint32_t dxgi;
-};
-constexpr SignedFormat signedFormats[] = {
-    {60, "D3DFMT_V8U8", 16, {0xFF, 0xFF00, 0, 0}, 51},
-    {63, "D3DFMT_Q8W8V8U8", 32, {0xFF, 0xFF00, 0xFF0000, 0xFF000000}, 31},
-    {64, "D3DFMT_V16U16", 32, {0xFFFF, 0xFFFF0000, 0, 0}, 37},
-    {110, "D3DFMT_Q16W16V16U16", 64, {}, 13},
-};
-
 bool isSigned(const Draft& draft, const SignedFormat& row) {
     const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
     if ((format.dwFlags & DDPF_BUMPDUDV) != 0 && format.dwFourCC == 0) {
@@ -199,7 +168,7 @@ DDS_HEADER_DXT10 dx10HeaderOf(const DDS_HEADER& header, std::uint32_t dxgi) {
 
 std::string signedData(Draft& draft) {
     DDS_HEADER& header = headerOf(draft);
-    for (const SignedFormat& row : signedFormats) {
+    for (const SignedFormat& row : signedFormats()) {
         if (!isSigned(draft, row)) continue;
         nameByCode(header.ddspf, dx10Code);
         stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
@@ -215,7 +184,7 @@ std::string luminanceAsRed(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     if ((format.dwFlags & (DDPF_RGB | DDPF_LUMINANCE)) != (DDPF_RGB | DDPF_LUMINANCE)) return {};
     const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
-    for (const LuminanceCode& row : luminanceCodes) {
+    for (const LuminanceFormat& row : luminanceFormats()) {
         const bool isSame = format.dwFlags == (row.flags | DDPF_RGB) && format.dwRGBBitCount == row.bits;
         if (!isSame || masks != row.masks) continue;
         format.dwFlags = row.flags;

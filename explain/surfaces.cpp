@@ -5,7 +5,6 @@
 #include <iomanip>
 #include <sstream>
 
-#include "explain/headerFlags.h"
 #include "explain/mends.h"
 #include "reader/dataSize.h"
 

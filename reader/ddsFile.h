@@ -57,14 +57,24 @@ constexpr std::uint32_t fourCC(const char (&characters)[5]) {
 
 inline constexpr std::uint32_t ddsMagic = fourCC("DDS ");
 
-// DDS_HEADER.dwFlags
+// DDS_HEADER.dwFlags; what the reader does not look at, too
 inline constexpr std::uint32_t DDSD_CAPS = 0x1;
 inline constexpr std::uint32_t DDSD_HEIGHT = 0x2;
 inline constexpr std::uint32_t DDSD_WIDTH = 0x4;
 inline constexpr std::uint32_t DDSD_PITCH = 0x8;
 inline constexpr std::uint32_t DDSD_PIXELFORMAT = 0x1000;
+inline constexpr std::uint32_t DDSD_MIPMAPCOUNT = 0x20000;
 inline constexpr std::uint32_t DDSD_LINEARSIZE = 0x80000;
+inline constexpr std::uint32_t DDSD_DEPTH = 0x800000;
+
+// DDS_HEADER.dwCaps and dwCaps2
+inline constexpr std::uint32_t DDSCAPS_COMPLEX = 0x8;
 inline constexpr std::uint32_t DDSCAPS_TEXTURE = 0x1000;
+inline constexpr std::uint32_t DDSCAPS_MIPMAP = 0x400000;
+inline constexpr std::uint32_t DDSCAPS2_CUBEMAP = 0x200;
+inline constexpr std::uint32_t DDSCAPS2_CUBEMAP_POSITIVEX = 0x400;  // the other faces follow, each the next bit
+inline constexpr std::uint32_t DDSCAPS2_CUBEMAP_ALLFACES = 0xFC00;
+inline constexpr std::uint32_t DDSCAPS2_VOLUME = 0x200000;
 
 // DDS_PIXELFORMAT.dwFlags
 inline constexpr std::uint32_t DDPF_ALPHAPIXELS = 0x1;
@@ -74,7 +84,13 @@ inline constexpr std::uint32_t DDPF_PALETTEINDEXED4 = 0x8;
 inline constexpr std::uint32_t DDPF_PALETTEINDEXEDTO8 = 0x10;
 inline constexpr std::uint32_t DDPF_PALETTEINDEXED8 = 0x20;
 inline constexpr std::uint32_t DDPF_RGB = 0x40;
+inline constexpr std::uint32_t DDPF_YUV = 0x200;
+inline constexpr std::uint32_t DDPF_ZBUFFER = 0x400;
+inline constexpr std::uint32_t DDPF_ALPHAPREMULT = 0x8000;
 inline constexpr std::uint32_t DDPF_LUMINANCE = 0x20000;
+inline constexpr std::uint32_t DDPF_BUMPLUMINANCE = 0x40000;
+inline constexpr std::uint32_t DDPF_BUMPDUDV = 0x80000;
+inline constexpr std::uint32_t DDPF_NORMAL = 0x80000000;
 inline constexpr std::uint32_t anyPaletteFlag = DDPF_PALETTEINDEXED4 | DDPF_PALETTEINDEXEDTO8 | DDPF_PALETTEINDEXED8;
 
 // Codes of this system's own, for formats that have no published code.
@@ -83,6 +99,12 @@ inline constexpr std::uint32_t CODE_DUAL8 = 135;
 inline constexpr std::uint32_t CODE_SINGLE8 = 136;
 inline constexpr std::uint32_t CODE_RGB_FLOAT32 = 1116;
 
+// DDS_HEADER_DXT10
+inline constexpr std::uint32_t D3D10_RESOURCE_DIMENSION_TEXTURE1D = 2;
+inline constexpr std::uint32_t D3D10_RESOURCE_DIMENSION_TEXTURE2D = 3;
+inline constexpr std::uint32_t D3D10_RESOURCE_DIMENSION_TEXTURE3D = 4;
+inline constexpr std::uint32_t D3D10_RESOURCE_MISC_TEXTURECUBE = 4;
+inline constexpr std::uint32_t dx10Code = fourCC("DX10");
 inline constexpr std::uint32_t largestDxgiFormat = 99;
 inline constexpr std::uint32_t dxgiBC6HSigned = 96;
 inline constexpr std::uint32_t alphaModeMask = 7;
