@@ -1,3 +1,4 @@
+// Headers of the published layout for each way in which a file names its format.
 #include "examples/DdsFile.h"
 
 namespace kpx::example {

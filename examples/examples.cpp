@@ -1,3 +1,4 @@
+// The table of examples, a row a file; faults are functions that spoil a good file.
 #include "examples/examples.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Gathers what the other files of this folder say of one file.
 #include "explain/Explanation.h"
 
 #include "explain/formatNames.h"

@@ -1,3 +1,4 @@
+// A sentence a cause, with the numbers of the file in it.
 #include "explain/causes.h"
 
 #include "explain/dx10Header.h"

@@ -1,3 +1,4 @@
+// Counts as the headers state them; 0 is taken for 1.
 #include "explain/contents.h"
 
 #include <algorithm>

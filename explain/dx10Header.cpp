@@ -1,3 +1,4 @@
+// A header is believed by its fields and by the size of the data around it.
 #include "explain/dx10Header.h"
 
 #include "explain/sameData.h"

@@ -1,3 +1,4 @@
+// The one place of this folder that opens a file: its first bytes are read, and nothing else.
 #include "explain/fileFacts.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// The names by the constants of the file's records.
 #include "explain/flagNames.h"
 
 #include "explain/text.h"

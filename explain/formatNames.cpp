@@ -1,3 +1,4 @@
+// The published formats that are not decoded, with what they are, and the words for the decoded ones.
 #include "explain/formatNames.h"
 
 #include <cctype>

@@ -1,3 +1,4 @@
+// A mend a fault, tried in turn until none finds its fault any more.
 #include "explain/mends.h"
 
 #include <algorithm>

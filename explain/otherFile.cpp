@@ -1,3 +1,4 @@
+// The first bytes of other formats, a row each.
 #include "explain/otherFile.h"
 
 #include <algorithm>

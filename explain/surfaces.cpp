@@ -1,3 +1,4 @@
+// Surfaces lie element by element, face by face, level by level and slice by slice, without gaps.
 #include "explain/surfaces.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A surprise is a function that looks for what is odd and says it, or says nothing.
 #include "explain/surprises.h"
 
 #include <cstring>

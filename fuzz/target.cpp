@@ -1,3 +1,4 @@
+// Mutations of DDS files: fields of the header get values that may mean something.
 #include "fuzz/target.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// catopen finds the catalogue by the user's language; KPX_CATALOG names another.
 #include "host/Catalogue.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// A handle that is filled for reading, opened through the plug-in, and closed by it.
 #include "host/ImageReader.h"
 
 #include <cerrno>

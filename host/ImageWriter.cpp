@@ -1,3 +1,4 @@
+// A handle that is filled for writing, opened through the plug-in, and closed by it; the file's size is checked.
 #include "host/ImageWriter.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// Loading by dlopen: exports are checked before anything of the plug-in runs.
 #include "host/Plugin.h"
 
 #include <dlfcn.h>

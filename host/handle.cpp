@@ -1,3 +1,4 @@
+// Handles and descriptors: how they are made, what they hold by default, how they are released.
 #include "host/handle.h"
 
 #include <cstdlib>

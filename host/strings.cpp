@@ -1,3 +1,4 @@
+// Saved strings are released with their handle; defined ones are held once, until the process ends.
 #include "host/strings.h"
 
 #include <cstdlib>

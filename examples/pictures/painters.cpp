@@ -1,3 +1,4 @@
+// Each painter works out one texel from its place.
 #include "examples/pictures/painters.h"
 
 #include <algorithm>

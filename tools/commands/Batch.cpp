@@ -1,3 +1,4 @@
+// Threads take the next file of the list until there is none.
 #include "tools/commands/Batch.h"
 
 #include <unistd.h>

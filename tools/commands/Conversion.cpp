@@ -1,3 +1,4 @@
+// Checks what is asked for as a whole, then turns one input after the other into its output.
 #include "tools/commands/Conversion.h"
 
 #include <filesystem>

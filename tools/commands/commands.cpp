@@ -1,3 +1,4 @@
+// The list of commands, and what stands above them all.
 #include "tools/commands/commands.h"
 
 namespace kpx::tool {

@@ -1,3 +1,4 @@
+// The places are tried in their order; the first that has the plug-in is it.
 #include "tools/commands/pluginChoice.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Options and values by their own names or their translations, in upper or lower case.
 #include "tools/commands/pluginOptions.h"
 
 #include <algorithm>

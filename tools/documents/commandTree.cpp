@@ -1,3 +1,4 @@
+// The facts are read from the parser, so that no document says anything else.
 #include "tools/documents/commandTree.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A script for each of the shells, made of the same facts.
 #include "tools/documents/completions.h"
 
 #include <string>

@@ -1,3 +1,4 @@
+// The page in roff, in the order of its sections.
 #include "tools/documents/manualPage.h"
 
 #include <string_view>

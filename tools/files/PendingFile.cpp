@@ -1,3 +1,4 @@
+// The file has no name while it is written, where the file system allows that; else it has a temporary one.
 #include "tools/files/PendingFile.h"
 
 #include <fcntl.h>

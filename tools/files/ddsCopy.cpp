@@ -1,3 +1,4 @@
+// Copies in blocks, of which each must arrive.
 #include "tools/files/ddsCopy.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Percent escapes, both ways.
 #include "tools/files/fileUri.h"
 
 #include <charconv>

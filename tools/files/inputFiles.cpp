@@ -1,3 +1,4 @@
+// Folders are listed here, links below them not followed.
 #include "tools/files/inputFiles.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The page's parts are embedded; files are added as blocks of JSON.
 #include "tools/gallery/GalleryPage.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Three bytes become four characters.
 #include "tools/gallery/base64.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Pictures of a file for the page: as it is, its channels apart, reduced where asked.
 #include "tools/gallery/galleryPictures.h"
 
 #include <algorithm>

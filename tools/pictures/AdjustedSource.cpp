@@ -1,3 +1,4 @@
+// Sources over a source: one drops the matte, one works blue out.
 #include "tools/pictures/AdjustedSource.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Opens through the host; what the plug-in's picture means is told by the verdict on the file.
 #include "tools/pictures/DdsSource.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Exposure, the encoding of sRGB, and the search for a fitting exposure.
 #include "tools/pictures/ExposedSource.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The table of outputs, and how one is found by its extension.
 #include "tools/pictures/OutputFormat.h"
 
 #include <cctype>

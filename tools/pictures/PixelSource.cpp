@@ -1,3 +1,4 @@
+// A PNG file is known by its signature; everything else is the plug-in's to recognise.
 #include "tools/pictures/PixelSource.h"
 
 #include <png.h>

@@ -1,3 +1,4 @@
+// libpng reports errors by longjmp: between each setjmp and the step that may jump stand calls of libpng alone.
 #include "tools/pictures/PngFile.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// libpng expands whatever the file has to 8-bit RGB, with alpha or without.
 #include "tools/pictures/PngSource.h"
 
 #include <cerrno>

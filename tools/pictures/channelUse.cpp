@@ -1,3 +1,4 @@
+// The table, a row a set of channels.
 #include "tools/pictures/channelUse.h"
 
 #include <string>

@@ -1,3 +1,4 @@
+// Texels are averaged over areas, in light and not in its encoding.
 #include "tools/pictures/thumbnailPicture.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The first silence turns standard output to /dev/null, the last turns it back.
 #include "tools/terminal/StdoutSilence.h"
 
 #include <fcntl.h>

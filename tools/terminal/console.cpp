@@ -1,3 +1,4 @@
+// Lines are put together before they are written, so that those of threads do not mix.
 #include "tools/terminal/console.h"
 
 #include <fcntl.h>

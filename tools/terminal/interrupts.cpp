@@ -1,3 +1,4 @@
+// A handler notes the signal; the work asks for it between files.
 #include "tools/terminal/interrupts.h"
 
 #include <csignal>
