@@ -27,10 +27,6 @@ bool hasCause(const Draft& draft, Cause cause) {
     return draft.verdict.cause == cause || draft.verdict.secondCause == cause;
 }
 
-bool hasDx10Header(const FileFacts& facts) {
-    return judge(facts).loader == Loader::dx10 && facts.fileBytes >= factBytes;
-}
-
 void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
     draft.facts.fileBytes = draft.facts.fileBytes - dataStart + newHeaderBytes;
 }
@@ -282,14 +278,6 @@ Repair repairOf(const FileFacts& facts) {
 
 const char* repairHint(const FileFacts& facts) {
     return repairOf(facts).helps() ? " \"kpximage repair\" makes a copy that is decoded." : "";
-}
-
-std::vector<unsigned char> headerBytes(const FileFacts& facts) {
-    std::vector<unsigned char> bytes(hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader));
-    std::memcpy(bytes.data(), &facts.header, sizeof facts.header);
-    const std::size_t rest = bytes.size() - sizeof facts.header;
-    if (rest != 0) std::memcpy(bytes.data() + sizeof facts.header, &facts.dx10Header, rest);
-    return bytes;
 }
 
 }  // namespace kpx

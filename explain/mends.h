@@ -25,7 +25,4 @@ Repair repairOf(const FileFacts& facts);
 // A sentence for what is told of a black picture, after a space; empty where repair does not help.
 const char* repairHint(const FileFacts& facts);
 
-// The bytes before the pixel data: the header, and the DX10 header where the file has one.
-std::vector<unsigned char> headerBytes(const FileFacts& facts);
-
 }  // namespace kpx

@@ -3,7 +3,6 @@
 #include "explain/verdict.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "reader/dataSize.h"
 #include "reader/loading.h"
@@ -65,7 +64,8 @@ public:
 private:
     // Notes a cause, after any other. The first message stands.
     void fail(Cause cause, const char* printed = nullptr);
-    bool exceeds(std::uint64_t bytes, Cause cause, const char* printed);
+    // True, with the cause noted, where so many bytes are too many.
+    bool refuseAboveLimit(std::uint64_t bytes, Cause cause, const char* printed);
     void applyFormat();
 
     void load();
@@ -112,7 +112,7 @@ void Judgement::fail(Cause cause, const char* printed) {
     if (m_verdict.printed == nullptr) m_verdict.printed = printed;
 }
 
-bool Judgement::exceeds(std::uint64_t bytes, Cause cause, const char* printed) {
+bool Judgement::refuseAboveLimit(std::uint64_t bytes, Cause cause, const char* printed) {
     if (bytes <= largestBlock) return false;
     fail(cause, printed);
     return true;
@@ -128,7 +128,7 @@ void Judgement::applyFormat() {
 bool Judgement::takePicture(std::uint64_t rowBytes, const char* printed) {
     m_verdict.pictureBytes = saturatingProduct(rowBytes, m_height);
     if (!isSideTooLarge(m_width, m_height)) {
-        return !exceeds(m_verdict.pictureBytes, Cause::pictureTooLarge, printed);
+        return !refuseAboveLimit(m_verdict.pictureBytes, Cause::pictureTooLarge, printed);
     }
     fail(Cause::sideTooLarge, printed);
     return false;
@@ -143,7 +143,7 @@ void Judgement::takeRows(std::uint64_t fileRowBytes) {
 
 bool Judgement::takeAll(std::uint64_t bytes, Cause ifShort) {
     m_verdict.bytesExpected = bytes;
-    if (exceeds(bytes, Cause::dataTooLarge, noMemoryMessage)) return false;
+    if (refuseAboveLimit(bytes, Cause::dataTooLarge, noMemoryMessage)) return false;
     if (m_verdict.bytesPresent < bytes) {
         fail(ifShort, noDataMessage);
         return false;
@@ -230,7 +230,7 @@ void Judgement::load() {
 void Judgement::prepareChannelRows() {
     const std::uint64_t bytes = channelRowsBytes(m_width, m_height, m_verdict.channels, m_verdict.bits);
     m_verdict.rowBytes = std::max(m_verdict.rowBytes, bytes);
-    exceeds(bytes, Cause::rowTooLarge, noMemoryMessage);
+    refuseAboveLimit(bytes, Cause::rowTooLarge, noMemoryMessage);
 }
 
 void Judgement::becomeBlack() {
@@ -255,16 +255,6 @@ Verdict Judgement::reach() {
 const char* resultName(Result result) {
     constexpr const char* names[] = {"decoded", "black", "refused"};
     return names[static_cast<std::size_t>(result)];
-}
-
-FileFacts factsOf(std::span<const unsigned char> start, std::uint64_t fileBytes) {
-    FileFacts facts{};
-    facts.fileBytes = fileBytes;
-    const auto header = start.first(std::min(start.size(), sizeof facts.header));
-    if (!header.empty()) std::memcpy(&facts.header, header.data(), header.size());
-    const auto rest = start.subspan(header.size());
-    if (!rest.empty()) std::memcpy(&facts.dx10Header, rest.data(), std::min(rest.size(), sizeof facts.dx10Header));
-    return facts;
 }
 
 Verdict judge(const FileFacts& facts) {

@@ -3,29 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
+#include "explain/fileFacts.h"
 #include "reader/formatTable.h"
 
 namespace kpx {
-
-// What the verdict is about.
-struct FileFacts {
-    std::uint64_t fileBytes;
-    DdsFileHeader header;         // zero from where the file ends
-    DDS_HEADER_DXT10 dx10Header;  // the 20 bytes after the header, whatever they are; zero from where the file ends
-
-    // The bytes that follow the header.
-    constexpr std::uint64_t bytesAfterHeader() const {
-        return fileBytes < sizeof header ? 0 : fileBytes - sizeof header;
-    }
-};
-
-// How many bytes of a file's start the facts are taken from.
-inline constexpr std::size_t factBytes = sizeof(DdsFileHeader) + sizeof(DDS_HEADER_DXT10);
-
-// start holds at least the first factBytes bytes, or the whole of a shorter file.
-FileFacts factsOf(std::span<const unsigned char> start, std::uint64_t fileBytes);
 
 enum class Result : std::uint8_t {
     decoded,  // the file's own picture

@@ -33,8 +33,8 @@ uint64_t word(const std::array<char, headerSize>& header, size_t offset) {
     return value;
 }
 
-// Returns the width that the header declares.
-uint32_t checkFileIsWhole(const std::string& path) {
+// The width that the header declares. Throws HostError where the file is not whole.
+uint32_t widthOfWholeFile(const std::string& path) {
     std::array<char, headerSize> header{};
     std::ifstream file(path, std::ios::binary);
     file.read(header.data(), headerSize);
@@ -113,7 +113,7 @@ uint32_t ImageWriter::close() {
     m_handle = nullptr;
     // The result is the error code of the whole process, which another thread may have set; the file tells.
     handle->closeFunction(handle);
-    return checkFileIsWhole(m_path);
+    return widthOfWholeFile(m_path);
 }
 
 }  // namespace kpx::host

@@ -13,14 +13,15 @@ using kpx::TddsReader;
 
 constexpr int bitsOfTwoBytes = 16;
 
-// Fills what the reader knows of the image into the descriptor that the host has set to its defaults; false when a
-// string cannot be had, with the fields before it set.
-bool describe(ImageHandle* handle, const TddsReader& reader) {
-    ImageFileDescriptor& image = *handle->descriptor;
+void installCallbacks(ImageHandle* handle) {
     handle->hostFlags = 0;
     handle->scanlineFunction = reinterpret_cast<ScanlineFunction>(ScanlineReadCallback);
     handle->closeFunction = ReaderCloseCallback;
+}
 
+// Fills what the reader knows of the image into the descriptor that the host has set to its defaults; false when a
+// string cannot be had, with the fields before it set.
+bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
     const unsigned width = reader.width();
     const unsigned height = reader.height();
     image.height = static_cast<std::int32_t>(height);
@@ -88,7 +89,12 @@ int imageReadOpen(ImageHandle* handle) {
     }
     *handle->pluginData = reader.get();
     handle->imageCount = 1;
-    if (!attachDescriptor(handle) || !describe(handle, *reader)) {
+    bool isDescribed = attachDescriptor(handle);
+    if (isDescribed) {
+        installCallbacks(handle);
+        isDescribed = describe(*handle->descriptor, *reader);
+    }
+    if (!isDescribed) {
         // The host that is told still finds the reader in its slot.
         kpx::reportNoMemory();
         reader.reset();

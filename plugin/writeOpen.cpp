@@ -77,7 +77,7 @@ void report(const Check& check, const ImageHandle& handle) {
 }
 
 // Whether the image is one that can be stored; each reason against it is reported.
-bool passesChecks(const ImageHandle& handle) {
+bool acceptsOrReports(const ImageHandle& handle) {
     bool accepted = true;
     bool lastCheck = false;
     for (const Check& check : checks) {
@@ -127,7 +127,7 @@ Choices readOptions(OptionSetting* const* settings) {
 
 // The number of pixels from first to last, both included; 0, which the writer refuses, where last lies before first.
 // The one span that is too long for 32 bits becomes one that the writer finds too large.
-unsigned span(std::int32_t first, std::int32_t last) {
+unsigned pixelsFromTo(std::int32_t first, std::int32_t last) {
     if (last < first) return 0;
     const std::int64_t pixels = std::int64_t{last} - first + 1;
     return pixels > UINT32_MAX ? UINT32_MAX : static_cast<unsigned>(pixels);
@@ -140,8 +140,9 @@ int openWriter(TddsWriter& writer, const char* path, const ImageFileDescriptor& 
         return -1;
     }
     const bool alpha = image.matteCount == 1 && choices.alpha == kpx::outputAlpha;
-    return writer.open(path, span(image.window.xMin, image.window.xMax), span(image.window.yMin, image.window.yMax),
-                       static_cast<unsigned>(image.channelCount), alpha ? 1 : 0, choices.compression);
+    return writer.open(path, pixelsFromTo(image.window.xMin, image.window.xMax),
+                       pixelsFromTo(image.window.yMin, image.window.yMax), static_cast<unsigned>(image.channelCount),
+                       alpha ? 1 : 0, choices.compression);
 }
 
 }  // namespace
@@ -154,7 +155,7 @@ int imageWriteOpen(ImageHandle* handle) {
         return 0;
     }
     kpx__err = 0;
-    if (!passesChecks(*handle)) return 0;
+    if (!acceptsOrReports(*handle)) return 0;
 
     std::unique_ptr<TddsWriter> writer(new (std::nothrow) TddsWriter);
     if (writer == nullptr) {

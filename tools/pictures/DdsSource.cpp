@@ -34,8 +34,10 @@ SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     return traits;
 }
 
-// By the rules of the reader; a plug-in that decodes more shows a picture of another size.
-bool isBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict, const host::ImageReader& reader) {
+// Whether the picture is the black one, which is told with its reason. By the rules of the reader; a plug-in that
+// decodes more shows a picture of another size.
+bool tellIfBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict,
+                 const host::ImageReader& reader) {
     constexpr int side = static_cast<int>(fallbackSide);
     const bool hasItsSize =
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
@@ -74,7 +76,7 @@ OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
     }
     const FileFacts facts = readFacts(path);
     const Verdict verdict = judge(facts);
-    const bool black = isBlack(path, facts, verdict, *reader);
+    const bool black = tellIfBlack(path, facts, verdict, *reader);
     return {std::move(reader), verdict, black, traitsOf(facts, verdict)};
 }
 
