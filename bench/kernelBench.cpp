@@ -129,6 +129,11 @@ const RowCase rowCases[] = {
      }},
     {"scanlineFloats4", 16, 16, outputFloats4},
     {"scanlineMasks565", 2, 3, masks(2, {0xF800, 0x7E0, 0x1F})},
+    {"scanlineMasks332", 1, 3, masks(1, {0xE0, 0x1C, 0x3})},
+    {"scanlineMasksAlpha", 1, 1, masks(1, {0xFF})},
+    {"scanlineMasks888", 3, 3, masks(3, {0xFF, 0xFF00, 0xFF0000})},
+    {"scanlineMasks1616", 4, 3, masks(4, {0xFFFF, 0xFFFF0000, 0})},
+    {"scanlineMasksSplit", 4, 4, masks(4, {0x00FF00F1, 0x0F00FF02, 0xF000000C, 0xFFFFFFFF})},
     {"scanlineMasks10102", 4, 4, masks(4, {0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000})},
 };
 

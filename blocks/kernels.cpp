@@ -28,20 +28,31 @@ const KernelSet& bestKernels() {
 }
 
 MaskField makeMaskField(std::uint32_t mask) {
-    MaskField field{mask, 0, 0, 0};
+    MaskField field{mask, 0, 0, 0, 0, 0};
     if (mask == 0) return field;
-    // (w >> 8) / (mask >> 8) of a large mask is the same scaling of a field that starts 8 bits higher.
-    const int dropped = mask > 0x01000000U ? 8 : 0;
-    const std::uint32_t kept = mask >> dropped;
-    const int shift = std::countr_zero(kept);
-    const std::uint32_t maximum = kept >> shift;
-    if ((maximum & (maximum + 1)) != 0 || maximum > 0xFFF) return field;
-    // A contiguous field q of n <= 12 bits: floor(q x 255 / maximum) = q x ceil(255 x 2^24 / maximum) >> 24. Rounding
-    // the multiplier up adds less than q / 2^24 < 1 / maximum, which is too little to reach the next integer; the
-    // product is below 255 x 2^24 + maximum and fits 32 bits.
-    field.multiplier = ((255U << 24) + maximum - 1) / maximum;
-    field.fieldShift = static_cast<std::uint8_t>(dropped + shift);
-    field.fieldMask = maximum;
+    // The low 8 bits of a large mask do not count. Moved up by n bits, mask and pixel have the quotient that they had.
+    const std::uint32_t counted = mask > 0x01000000U ? mask & ~0xFFU : mask;
+    field.lift = static_cast<std::uint8_t>(std::countl_zero(counted));
+    field.field = counted << field.lift;
+
+    // 255 x p / f for p <= f, where 2^31 <= f < 2^32 and both are multiples of 2^8, so that quotients are multiples of
+    // 2^8 / f. With m the whole number next to 255 x 2^55 / f, p x m / 2^55 is off by p / 2^56 < f / 2^56 at most,
+    // which is less than 2^8 / f. With m rounded up, the product cannot reach the next multiple, and truncates as it
+    // should. With m rounded down, the division's remainder is added, which is what the product lacks for p = f: less
+    // than f / 2, no more than 2^8 / f again. The sum stays below 2^63.
+    const std::uint64_t dividend = std::uint64_t{255} << 55;
+    const std::uint64_t below = dividend / field.field;
+    const std::uint64_t remainder = dividend % field.field;
+    const bool roundedUp = remainder > field.field / 2;
+    field.multiplier = static_cast<std::uint32_t>(below + (roundedUp ? 1 : 0));
+    field.addend = static_cast<std::uint32_t>(roundedUp ? 0 : remainder);
+
+    // 255 x q / d = q + q x (255 - d) / d for the byte d >= 128. Rounding the factor up adds less than q / 2^16, which
+    // is less than 1 / d.
+    if (field.fitsByte()) {
+        const std::uint32_t d = field.field >> 24;
+        field.byteMultiplier = static_cast<std::uint16_t>((((255 - d) << 16) + d - 1) / d);
+    }
     return field;
 }
 

@@ -39,12 +39,19 @@ struct PixelRow {
     const unsigned char* next;
 };
 
-// One channel of a bit-mask pixel, made ready by makeMaskField.
+// One channel of a bit-mask pixel, made ready by makeMaskField for a multiplication in place of the division:
+// value = (((pixel << lift) & field) x multiplier + addend) >> 55.
 struct MaskField {
-    std::uint32_t mask;        // 0: the channel is 0 everywhere
-    std::uint32_t multiplier;  // 0: only the division gives the value, else see fieldShift
-    std::uint8_t fieldShift;   // with a multiplier, value = ((pixel >> fieldShift) & fieldMask) x multiplier >> 24
-    std::uint32_t fieldMask;
+    std::uint32_t mask;
+    std::uint32_t field;  // the bits of the mask that count, moved up until the first is bit 31; 0: the channel is 0
+    std::uint32_t multiplier;
+    std::uint32_t addend;
+    std::uint8_t lift;
+    // Of fields of up to 8 bits, with w the 16 bits from bit 16 of (pixel << lift) & field:
+    // value = (w + (w x byteMultiplier >> 16)) >> 8.
+    std::uint16_t byteMultiplier;
+
+    constexpr bool fitsByte() const { return (field & 0x00FFFFFF) == 0; }
 };
 MaskField makeMaskField(std::uint32_t mask);
 

@@ -194,6 +194,12 @@ KPX_INLINE Wide sub32(Wide a, Wide b) {
 KPX_INLINE Wide mulLow32(Wide a, Wide b) {
     return {_mm256_mullo_epi32(a.v, b.v)};
 }
+// (a x b + c) >> 32 of unsigned words of 32 bits; b is the same in all words, and c in all of 64 bits.
+KPX_INLINE Wide mulAddHigh32(Wide a, Wide b, Wide c) {
+    const __m256i even = _mm256_add_epi64(_mm256_mul_epu32(a.v, b.v), c.v);
+    const __m256i odd = _mm256_add_epi64(_mm256_mul_epu32(_mm256_srli_epi64(a.v, 32), b.v), c.v);
+    return {_mm256_blend_epi32(_mm256_srli_epi64(even, 32), odd, 0xAA)};
+}
 KPX_INLINE Wide greater32(Wide a, Wide b) {
     return {_mm256_cmpgt_epi32(a.v, b.v)};
 }
@@ -208,6 +214,9 @@ KPX_INLINE Wide shiftRightSigned32(Wide a) {
 template <int bits>
 KPX_INLINE Wide shiftLeft32(Wide a) {
     return {_mm256_slli_epi32(a.v, bits)};
+}
+KPX_INLINE Wide shiftLeft16(Wide a, int bits) {
+    return {_mm256_sll_epi16(a.v, _mm_cvtsi32_si128(bits))};
 }
 KPX_INLINE Wide shiftRight32(Wide a, int bits) {
     return {_mm256_srl_epi32(a.v, _mm_cvtsi32_si128(bits))};

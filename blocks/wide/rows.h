@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "blocks/kernels.h"
 #include "blocks/rowLoops.h"
@@ -119,58 +120,135 @@ KPX_TARGET void splitFloats4(const kpx::PixelRow& row, float* const* rows) {
     kpx::plainKernels.splitFloats4(restOf(row, x, 16), rest);
 }
 
-// 32 pixels of 2 or 4 bytes as words of 32 bits: vector v holds pixels 4v to 4v + 3, and 16 further on.
+// 32 pixels of 1 or 2 bytes in words of 16 bits: vector v holds pixels 8v to 8v + 7, and 16 further on.
+template <std::size_t bytesPerPixel>
+KPX_INLINE void loadShortPixels(const unsigned char* pixels, Wide (&words)[2]) {
+    if constexpr (bytesPerPixel == 1) {
+        const Wide bytes = load(pixels);
+        words[0] = unpackLow8(bytes, zero());
+        words[1] = unpackHigh8(bytes, zero());
+    } else {
+        loadApart(pixels, 32, words);
+    }
+}
+
+// 32 pixels of 1 to 4 bytes in words of 32 bits: vector v holds pixels 4v to 4v + 3, and 16 further on. Of three bytes
+// it reads four more.
 template <std::size_t bytesPerPixel>
 KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
     if constexpr (bytesPerPixel == 4) {
         loadApart(pixels, 64, words);
+    } else if constexpr (bytesPerPixel == 3) {
+        constexpr LaneBytes toWords{{0, 1, 2, none, 3, 4, 5, none, 6, 7, 8, none, 9, 10, 11, none}};
+        for (std::size_t i = 0; i < 4; ++i) {
+            words[i] = shuffle8(loadLanes(pixels + 12 * i, pixels + 48 + 12 * i), loadTwice(&toWords));
+        }
     } else {
         Wide halves[2];
-        loadApart(pixels, 32, halves);
+        loadShortPixels<bytesPerPixel>(pixels, halves);
         for (int i = 0; i < 2; ++i) {
             words[2 * i] = unpackLow16(halves[i], zero());
             words[2 * i + 1] = unpackHigh16(halves[i], zero());
         }
     }
 }
+template <std::size_t bytesPerPixel>
+constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 
+// The two formulas of kpx::MaskField.
+KPX_INLINE Wide scaleByteField(Wide pixel, const kpx::MaskField& field) {
+    const Wide w = shiftLeft32(pixel, field.lift) & spread32(static_cast<int>(field.field));
+    return shiftRight32<24>(add16(w, mulHigh16(w, spread32(field.byteMultiplier << 16))));
+}
 KPX_INLINE Wide scaleField(Wide pixel, const kpx::MaskField& field) {
-    const Wide q = shiftRight32(pixel, field.fieldShift) & spread32(static_cast<int>(field.fieldMask));
-    return shiftRight32<24>(mulLow32(q, spread32(static_cast<int>(field.multiplier))));
+    const Wide w = shiftLeft32(pixel, field.lift) & spread32(static_cast<int>(field.field));
+    return shiftRight32<23>(mulAddHigh32(w, spread32(static_cast<int>(field.multiplier)), spread64(field.addend)));
+}
+// Of fields within the low 16 bits.
+KPX_INLINE Wide scaleShortField(Wide pixel, const kpx::MaskField& field) {
+    const Wide w = shiftLeft16(pixel, field.lift - 16) & spread16(static_cast<int>(field.field >> 16));
+    return shiftRight16<8>(add16(w, mulHigh16(w, spread16(field.byteMultiplier))));
 }
 
-template <std::size_t bytesPerPixel>
-KPX_INLINE void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
-                              unsigned char* const* rows) {
-    std::size_t x = 0;
-    for (; x + 32 <= row.count; x += 32) {
-        fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
-        Wide words[4];
-        loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
-        for (std::size_t f = 0; f < fieldCount; ++f) {
-            const Wide low = packWords(scaleField(words[0], fields[f]), scaleField(words[1], fields[f]));
-            const Wide high = packWords(scaleField(words[2], fields[f]), scaleField(words[3], fields[f]));
-            store(rows[f] + x, packBytes(low, high));
-        }
-    }
+KPX_INLINE Wide packFields(Wide (&w)[4]) {
+    return packBytes(packWords(w[0], w[1]), packWords(w[2], w[3]));
+}
+
+// What is left of a row after whole vectors.
+inline void extractRest(const kpx::PixelRow& row, std::size_t x, std::size_t bytesPerPixel,
+                        const kpx::MaskField* fields, std::size_t fieldCount, unsigned char* const* rows) {
     unsigned char* rest[4] = {};
     for (std::size_t f = 0; f < fieldCount; ++f) rest[f] = rows[f] + x;
     kpx::plainKernels.extractMasks(restOf(row, x, bytesPerPixel), bytesPerPixel, fields, fieldCount, rest);
 }
 
-// Fields that are no fields of up to 12 bits in a row have only the division. A mask of 0 has the multiplier 0, which
-// gives 0 as it should.
-KPX_TARGET void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
-                             std::size_t fieldCount, unsigned char* const* rows) {
-    const bool multiplied = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
-        return field.multiplier != 0 || field.mask == 0;
+template <std::size_t bytesPerPixel>
+KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                              unsigned char* const* rows) {
+    std::size_t x = 0;
+    for (; x + pixelsRead<bytesPerPixel> <= row.count; x += 32) {
+        fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
+        Wide words[4];
+        loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
+        for (std::size_t f = 0; f < fieldCount; ++f) {
+            const kpx::MaskField& field = fields[f];
+            Wide values[4];
+            if (field.fitsByte()) {
+                for (int i = 0; i < 4; ++i) values[i] = scaleByteField(words[i], field);
+            } else {
+                for (int i = 0; i < 4; ++i) values[i] = scaleField(words[i], field);
+            }
+            store(rows[f] + x, packFields(values));
+        }
+    }
+    extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
+}
+
+template <std::size_t bytesPerPixel>
+KPX_TARGET void extractShortFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                                   unsigned char* const* rows) {
+    std::size_t x = 0;
+    for (; x + 32 <= row.count; x += 32) {
+        fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
+        Wide words[2];
+        loadShortPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
+        for (std::size_t f = 0; f < fieldCount; ++f) {
+            store(rows[f] + x, packBytes(scaleShortField(words[0], fields[f]), scaleShortField(words[1], fields[f])));
+        }
+    }
+    extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
+}
+
+// Of wider pixels the first four bytes count: they are gathered first, some at a time.
+KPX_TARGET void extractFarFields(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
+                                 std::size_t fieldCount, unsigned char* const* rows) {
+    constexpr std::size_t some = 256;
+    unsigned char words[4 * some];
+    for (std::size_t x = 0; x < row.count; x += some) {
+        const std::size_t count = std::min(some, row.count - x);
+        for (std::size_t i = 0; i < count; ++i) std::memcpy(words + 4 * i, row.pixels + (x + i) * bytesPerPixel, 4);
+        unsigned char* part[4] = {};
+        for (std::size_t f = 0; f < fieldCount; ++f) part[f] = rows[f] + x;
+        extractFields<4>({words, count, words}, fields, fieldCount, part);
+    }
+}
+
+using FieldExtraction = void (*)(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                                 unsigned char* const* rows);
+constexpr FieldExtraction byPixelBytes[5] = {nullptr, extractFields<1>, extractFields<2>, extractFields<3>,
+                                             extractFields<4>};
+
+void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
+                  std::size_t fieldCount, unsigned char* const* rows) {
+    const bool areShort = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
+        return field.mask <= 0xFFFF && field.fitsByte();
     });
-    if (multiplied && bytesPerPixel == 4) {
-        extractFields<4>(row, fields, fieldCount, rows);
-    } else if (multiplied && bytesPerPixel == 2) {
-        extractFields<2>(row, fields, fieldCount, rows);
+    if (bytesPerPixel > 4) {
+        extractFarFields(row, bytesPerPixel, fields, fieldCount, rows);
+    } else if (areShort && bytesPerPixel <= 2) {
+        (bytesPerPixel == 1 ? extractShortFields<1> : extractShortFields<2>)(row, fields, fieldCount, rows);
     } else {
-        kpx::plainKernels.extractMasks(row, bytesPerPixel, fields, fieldCount, rows);
+        byPixelBytes[bytesPerPixel](row, fields, fieldCount, rows);
     }
 }
 

@@ -129,6 +129,14 @@ KPX_INLINE Wide sub32(Wide a, Wide b) {
 KPX_INLINE Wide mulLow32(Wide a, Wide b) {
     return {{_mm_mullo_epi32(a.lane[0], b.lane[0]), _mm_mullo_epi32(a.lane[1], b.lane[1])}};
 }
+KPX_INLINE __m128i mulAddHigh32(__m128i a, __m128i b, __m128i c) {
+    const __m128i even = _mm_add_epi64(_mm_mul_epu32(a, b), c);
+    const __m128i odd = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(a, 32), b), c);
+    return _mm_blend_epi16(_mm_srli_epi64(even, 32), odd, 0xCC);
+}
+KPX_INLINE Wide mulAddHigh32(Wide a, Wide b, Wide c) {
+    return {{mulAddHigh32(a.lane[0], b.lane[0], c.lane[0]), mulAddHigh32(a.lane[1], b.lane[1], c.lane[1])}};
+}
 KPX_INLINE Wide greater32(Wide a, Wide b) {
     return {{_mm_cmpgt_epi32(a.lane[0], b.lane[0]), _mm_cmpgt_epi32(a.lane[1], b.lane[1])}};
 }
@@ -198,6 +206,10 @@ template <int h>
 KPX_INLINE Wide spreadHalf(Wide a) {
     const __m128i lane = a.lane[h / 2];
     return twice(h % 2 == 0 ? _mm_unpacklo_epi64(lane, lane) : _mm_unpackhi_epi64(lane, lane));
+}
+KPX_INLINE Wide shiftLeft16(Wide a, int bits) {
+    const __m128i count = _mm_cvtsi32_si128(bits);
+    return {{_mm_sll_epi16(a.lane[0], count), _mm_sll_epi16(a.lane[1], count)}};
 }
 KPX_INLINE Wide shiftRight32(Wide a, int bits) {
     const __m128i count = _mm_cvtsi32_si128(bits);

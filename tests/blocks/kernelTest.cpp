@@ -202,24 +202,77 @@ TEST_P(EveryLevel, WidensEveryHalfAndUnsignsEveryByte) {
     for (std::size_t i = 0; i < 65536; ++i) ASSERT_EQ(words[i], i >> 8);
 }
 
-TEST_P(EveryLevel, ScalesEveryValueOfEveryMask) {
-    for (int bits = 1; bits <= 16; ++bits) {
-        for (const int shift : {0, 1, 5, 8, 10, 16, 20, 24, 31}) {
-            if (shift + bits > 32) continue;
-            const auto mask = static_cast<std::uint32_t>(((std::uint64_t{1} << bits) - 1) << shift);
-            const MaskField field = makeMaskField(mask);
-            std::vector<std::uint32_t> pixels;
-            for (std::uint32_t q = 0; q < 1U << bits; ++q) pixels.push_back(q << shift | ~mask);
-            Tile row(pixels.size());
-            unsigned char* rows[1] = {row.data()};
-            const auto* bytes = reinterpret_cast<const unsigned char*>(pixels.data());
-            set().extractMasks({bytes, pixels.size(), bytes}, 4, &field, 1, rows);
-            for (std::size_t q = 0; q < pixels.size(); ++q) {
-                const std::uint64_t w = pixels[q] & mask;
-                const std::uint64_t expected = mask <= 0x01000000 ? w * 255 / mask : (w >> 8) * 255 / (mask >> 8);
-                ASSERT_EQ(row[q], expected) << std::hex << mask << ' ' << q;
+// Extracts one or more fields from pixels of every size and compares with the division.
+testing::AssertionResult extractsLikeDivision(const KernelSet& set, const std::vector<std::uint32_t>& pixels,
+                                              std::span<const std::uint32_t> masks) {
+    for (std::size_t bytesPerPixel = 1; bytesPerPixel <= 5; ++bytesPerPixel) {
+        const std::size_t valueBytes = std::min<std::size_t>(bytesPerPixel, 4);
+        // Exactly as long as the pixels, so that a sanitizer sees reads beyond them.
+        Tile source(pixels.size() * bytesPerPixel, canary);
+        for (std::size_t i = 0; i < pixels.size(); ++i)
+            std::memcpy(source.data() + i * bytesPerPixel, &pixels[i], valueBytes);
+        std::vector<Tile> channels(masks.size(), Tile(pixels.size() + 1, canary));
+        MaskField fields[4] = {};
+        unsigned char* rows[4] = {};
+        for (std::size_t f = 0; f < masks.size(); ++f) {
+            fields[f] = makeMaskField(masks[f]);
+            rows[f] = channels[f].data();
+        }
+        set.extractMasks({source.data(), pixels.size(), source.data()}, bytesPerPixel, fields, masks.size(), rows);
+        for (std::size_t f = 0; f < masks.size(); ++f) {
+            const std::uint64_t mask = masks[f];
+            for (std::size_t i = 0; i < pixels.size(); ++i) {
+                const std::uint64_t kept = valueBytes == 4 ? 0xFFFFFFFF : (1U << (8 * valueBytes)) - 1;
+                const std::uint64_t w = pixels[i] & kept & mask;
+                const std::uint64_t expected = mask == 0            ? 0
+                                               : mask <= 0x01000000 ? w * 255 / mask
+                                                                    : (w >> 8) * 255 / (mask >> 8);
+                if (channels[f][i] != expected || channels[f].back() != canary) {
+                    return testing::AssertionFailure()
+                           << set.name << std::hex << ": pixel " << pixels[i] << " of " << bytesPerPixel
+                           << " bytes, mask " << mask << ": " << int{channels[f][i]} << " and not " << expected;
+                }
             }
         }
+    }
+    return testing::AssertionSuccess();
+}
+
+TEST_P(EveryLevel, ScalesFieldsOfEveryWidthAndPlaceAsTheDivisionDoes) {
+    for (int bits = 0; bits <= 32; ++bits) {
+        for (int shift = 0; shift + bits <= 32 && shift < 32; ++shift) {
+            const auto largest = static_cast<std::uint32_t>((std::uint64_t{1} << bits) - 1);
+            // Small fields whole, of others the values about which the result changes.
+            std::vector<std::uint32_t> pixels;
+            const bool whole = bits <= 8 || (bits <= 16 && shift % 8 == 0);
+            for (std::uint32_t q = 0; whole && q <= largest; ++q) pixels.push_back(q << shift);
+            for (std::uint64_t k = 0; !whole && k <= 255; ++k) {
+                const auto q = static_cast<std::uint32_t>((k * largest + 254) / 255);
+                for (const std::uint32_t near : {q, q - 1, q | 0xFF, (q - 1) & ~0xFFU}) {
+                    pixels.push_back((near & largest) << shift);
+                }
+            }
+            const std::uint32_t masks[] = {largest << shift};
+            ASSERT_TRUE(extractsLikeDivision(set(), pixels, masks));
+        }
+    }
+}
+
+TEST_P(EveryLevel, ScalesFieldsOfEveryShapeAsTheDivisionDoes) {
+    model::Random random(seed);
+    const auto word = [&random] { return static_cast<std::uint32_t>(random.next()); };
+    std::vector<std::uint32_t> pixels(130);
+    for (int round = 0; round < 3000; ++round) {
+        pixels.resize(static_cast<std::size_t>(round < 100 ? round : 100 + round % 31));
+        for (std::uint32_t& pixel : pixels)
+            pixel = random.below(4) == 0 ? word() & word() & word() : ~(word() & word());
+        std::uint32_t masks[4] = {};
+        // Dense and sparse, long and short ones.
+        for (std::uint32_t& mask : masks) {
+            mask = (random.below(2) == 0 ? word() : word() | word() | word()) >> random.below(32) << random.below(32);
+        }
+        const auto count = static_cast<std::size_t>(1 + random.below(4));
+        ASSERT_TRUE(extractsLikeDivision(set(), pixels, std::span(masks).first(count)));
     }
 }
 
