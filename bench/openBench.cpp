@@ -1,31 +1,47 @@
-// From open to the last scanline of whole files in the page cache, through the reader: as a ratio to decoding and
-// scanline output alone of the same picture, in the same run. Every open touches fresh memory.
+// Whole files in the page cache, 4096 by 4096, through the reader and the writer: from open to the last scanline of
+// every format in the table, and from open over all rows to close. Each as a ratio to a copy of the rows ("memcpy") and
+// to the floor, in the same run. The floor is what nobody can spare: the file read, the picture written once to fresh
+// memory of large pages, and each row copied once; or the other way, the rows copied and the picture written to a file
+// in one write.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "bench/ratio.h"
-#include "blocks/walker.h"
 #include "reader/TddsReader.h"
-#include "tests/model/randomBlocks.h"
+#include "reader/loading.h"
+#include "tests/support/families.h"
+#include "writer/TddsWriter.h"
 
 namespace {
 
 constexpr std::uint32_t side = 4096;
+constexpr int rounds = 9;
+using testing_support::Bytes;
+
+std::string pathOf(const char* name) {
+    return "/tmp/kpxOpenBench" + std::to_string(getpid()) + name;
+}
 
 // A picture's file, removed with the object.
 class PictureFile {
 public:
-    PictureFile(const kpx::DdsFileHeader& header, const std::vector<unsigned char>& data)
-        : m_path("/tmp/kpxOpenBench" + std::to_string(getpid())) {
+    PictureFile(const Bytes& header, const Bytes& data, std::size_t dataBytes) : m_path(pathOf("read")) {
         std::FILE* file = std::fopen(m_path.c_str(), "wb");
-        std::fwrite(&header, 1, sizeof header, file);
-        std::fwrite(data.data(), 1, data.size(), file);
+        std::fwrite(header.data(), 1, header.size(), file);
+        for (std::size_t left = dataBytes; left != 0;) {
+            const std::size_t part = std::min(left, data.size());
+            std::fwrite(data.data(), 1, part, file);
+            left -= part;
+        }
         std::fclose(file);
     }
     ~PictureFile() { std::remove(m_path.c_str()); }
@@ -37,89 +53,206 @@ private:
     std::string m_path;
 };
 
-kpx::DdsFileHeader headerOf(const char (&code)[5]) {
-    kpx::DdsFileHeader file{};
-    file.magic = kpx::ddsMagic;
-    file.header.dwFlags = kpx::DDSD_LINEARSIZE;
-    file.header.dwWidth = file.header.dwHeight = side;
-    file.header.ddspf.dwFlags = kpx::DDPF_FOURCC;
-    file.header.ddspf.dwFourCC = kpx::fourCC(code);
-    return file;
-}
-
-void readAll(kpx::TddsReader& reader) {
-    for (std::uint32_t y = 0; y < side; ++y)
-        benchmark::DoNotOptimize(reader.getScanlineChannelsAsBytes(static_cast<int>(y)));
-}
-
-void openFile(benchmark::State& state, const kpx::DdsFileHeader& header, const std::vector<unsigned char>& data,
-              const std::function<void(kpx::TddsReader&, kpx::LazyBuffer&)>& decode) {
-    const PictureFile file(header, data);
-    kpx::LazyBuffer warm;
-    warm.allocate(std::uint64_t{side} * side * 4);
-    kpx::TddsReader output;
-    output.open(file.path());
-    std::vector<double> openTimes;
-    std::vector<double> workTimes;
+// Times three pieces of work in turn, the first of them being the one in question.
+void compare(benchmark::State& state, const std::function<void()>& work, const std::function<void()>& floor,
+             const std::function<void()>& copy) {
+    std::vector<double> times[3];
     for (auto _ : state) {
-        auto start = std::chrono::steady_clock::now();
-        kpx::TddsReader reader;
-        reader.open(file.path());
-        readAll(reader);
-        openTimes.push_back(bench::seconds(start));
-        state.SetIterationTime(openTimes.back());
-        start = std::chrono::steady_clock::now();
-        decode(output, warm);
-        readAll(output);
-        workTimes.push_back(bench::seconds(start));
+        const std::function<void()>* const all[3] = {&work, &floor, &copy};
+        for (int i = 0; i < 3; ++i) {
+            const auto start = std::chrono::steady_clock::now();
+            (*all[i])();
+            times[i].push_back(bench::seconds(start));
+        }
+        state.SetIterationTime(times[0].back());
     }
-    state.counters["ratio"] = bench::median(openTimes) / bench::median(workTimes);
+    const double ours = bench::median(times[0]);
+    state.counters["x_floor"] = ours / bench::median(times[1]);
+    state.counters["x_memcpy"] = ours / bench::median(times[2]);
 }
 
-std::vector<unsigned char> realisticBC7() {
+// The floor of reading: straight into the picture where the file holds it as it is, else in groups.
+void readFloor(const char* path, std::size_t fileBytes, std::size_t pictureBytes, std::size_t rowBytes) {
+    kpx::LazyBuffer picture;
+    picture.allocate(pictureBytes);
+    kpx::LazyBuffer row;
+    row.allocate(rowBytes);
+    const int file = ::open(path, O_RDONLY);
+    const bool asItIs = fileBytes == pictureBytes;
+    kpx::LazyBuffer group;
+    group.allocate(kpx::readGroupBytes);
+    for (std::size_t at = 0; at < fileBytes;) {
+        const std::size_t part = std::min<std::size_t>(asItIs ? fileBytes : kpx::readGroupBytes, fileBytes - at);
+        if (::read(file, asItIs ? picture.data() : group.data(), part) <= 0) break;
+        at += part;
+    }
+    ::close(file);
+    if (!asItIs) std::memset(picture.data(), 0x5A, pictureBytes);
+    for (std::uint32_t y = side; y-- > 0;) {
+        std::memcpy(row.data(), picture.data() + std::min(pictureBytes - rowBytes, y * (pictureBytes / side)),
+                    rowBytes);
+        benchmark::DoNotOptimize(row.data());
+    }
+}
+
+void readFile(benchmark::State& state, const Bytes& header, const Bytes& data, std::size_t pixelBytes) {
+    const std::size_t fileBytes = std::size_t{side} * side * pixelBytes / 16;
+    const PictureFile file(header, data, fileBytes + 1200);
+    kpx::TddsReader first;
+    first.open(file.path());
+    if (first.width() != side) {
+        state.SkipWithError("not read from this header");
+        return;
+    }
+    const std::size_t channels = static_cast<unsigned>(first.numColourChannels() + first.hasAlphaChannel());
+    const std::size_t rowBytes = side * channels * static_cast<unsigned>(first.bitsPerChannel()) / 8;
+    first.close();
+    // Bit-mask pixels stay as they are in the file.
+    const bool asItIs = pixelBytes % 16 == 0 && pixelBytes / 16 < rowBytes / side;
+    (void)asItIs;
+    const Bytes from(rowBytes * side, 1);
+    Bytes to(rowBytes * side, 2);
+    compare(
+        state,
+        [&] {
+            kpx::TddsReader reader;
+            reader.open(file.path());
+            for (int y = 0; y < static_cast<int>(side); ++y) {
+                benchmark::DoNotOptimize(reader.getScanlineChannelsAsBytes(y));
+            }
+        },
+        [&] { readFloor(file.path(), fileBytes, state.range(0) != 0 ? fileBytes : rowBytes * side, rowBytes); },
+        [&] {
+            std::memcpy(to.data(), from.data(), to.size());
+            benchmark::DoNotOptimize(to.data());
+        });
+}
+
+void writeFile(benchmark::State& state) {
+    const auto channels = static_cast<std::size_t>(state.range(0));
+    const std::string path = pathOf("write");
+    const Bytes source(side * 4, 0x5A);
+    unsigned char* rows[4];
+    for (std::size_t c = 0; c < 4; ++c) rows[c] = const_cast<unsigned char*>(source.data()) + c * side;
+    const std::size_t bytes = channels * side * side;
+    const Bytes from(bytes, 1);
+    Bytes to(bytes, 2);
+    compare(
+        state,
+        [&] {
+            kpx::TddsWriter writer;
+            writer.open(path.c_str(), side, side, 3, channels == 4 ? 1 : 0, 0);
+            for (int y = 0; y < static_cast<int>(side); ++y) writer.setScanlineChannelsAsBytes(y, rows);
+            writer.close();
+        },
+        [&] {
+            const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            kpx::LazyBuffer picture;
+            picture.allocate(bytes);
+            for (std::size_t y = side; y-- > 0;) {
+                std::memcpy(picture.data() + y * channels * side, source.data(), channels * side);
+            }
+            for (std::size_t at = 0; at < bytes;) {
+                const ssize_t part = ::write(file, picture.data() + at, bytes - at);
+                if (part <= 0) break;
+                at += static_cast<std::size_t>(part);
+            }
+            ::close(file);
+        },
+        [&] {
+            std::memcpy(to.data(), from.data(), to.size());
+            benchmark::DoNotOptimize(to.data());
+        });
+    std::remove(path.c_str());
+}
+
+// The rows of a writer that is open, without what opening and closing take.
+void writeRows(benchmark::State& state) {
+    const auto channels = static_cast<std::size_t>(state.range(0));
+    const Bytes source(side * 4, 0x5A);
+    unsigned char* rows[4];
+    for (std::size_t c = 0; c < 4; ++c) rows[c] = const_cast<unsigned char*>(source.data()) + c * side;
+    kpx::TddsWriter writer;
+    writer.open("/dev/null", side, side, 3, channels == 4 ? 1 : 0, 0);
+    for (int y = 0; y < static_cast<int>(side); ++y) writer.setScanlineChannelsAsBytes(y, rows);
+    bench::againstCopy(state, channels * side * side, [&] {
+        for (int y = 0; y < static_cast<int>(side); ++y) writer.setScanlineChannelsAsBytes(y, rows);
+    });
+}
+
+// Blocks of random bits, under the mix of modes that encoders make of real pictures where there are modes.
+Bytes blocksOf(const kpx::Format& format, std::size_t bytes) {
     model::Random random(7);
-    std::vector<unsigned char> blocks;
-    for (std::uint32_t i = 0; i < side / 4 * side / 4; ++i) {
-        model::PackedBlock block = model::randomBlock(random);
+    Bytes blocks = testing_support::randomBytes(random, bytes);
+    for (std::size_t i = 0; i < bytes && format.kernel == kpx::BlockKernel::bc7; i += 16) {
         const int percent = random.below(100);
         const int mode = percent < 33 ? 1 : percent < 44 ? 5 : percent < 98 ? 6 : random.below(8);
-        block[0] = static_cast<unsigned char>((block[0] >> (mode + 1) << (mode + 1)) | 1 << mode);
-        blocks.insert(blocks.end(), block.begin(), block.end());
+        blocks[i] = static_cast<unsigned char>((blocks[i] >> (mode + 1) << (mode + 1)) | 1 << mode);
     }
     return blocks;
 }
 
-void decodeWith(kpx::BlockKernel kernel, std::size_t blockBytes, const std::vector<unsigned char>& blocks,
-                kpx::LazyBuffer& image) {
-    kpx::walkBlocks(kpx::bestKernels().strips[static_cast<std::size_t>(kernel)], blocks.data(), blockBytes,
-                    {image.data(), side, side, 4});
+// Sixteenths of a byte that a pixel takes in the file.
+std::size_t sixteenthsOf(const kpx::Format& format) {
+    if (format.blockBytes != 0) return format.blockBytes;
+    if (format.namedBy == kpx::NamedBy::palette) return format.has(kpx::nibbleIndices) ? 8 : 16;
+    return 16U * std::max<std::size_t>(format.bytesPerPixel, 1);
 }
+
+// Masks that have no name, of every pixel size.
+struct OtherMasks {
+    const char* name;
+    std::uint8_t bytesPerPixel;
+    kpx::Masks masks;
+};
+constexpr OtherMasks otherMasks[] = {
+    {"one byte, split", 1, {0x89, 0x52, 0x24, 0}},
+    {"two bytes, split", 2, {0x9249, 0x4924, 0x2492, 0}},
+    {"three bytes, 12-6-6", 3, {0xFFF, 0x3F000, 0xFC0000, 0}},
+    {"four bytes, split", 4, {0x90909090, 0x49494949, 0x26262626, 0xFFFFFFFF}},
+    {"five bytes, split", 5, {0x90909090, 0x49494949, 0x26262626, 0xFFFFFFFF}},
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<unsigned char> bc7 = realisticBC7();
-    const auto time = [](const char* name, auto run) {
-        benchmark::RegisterBenchmark(name, run)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(0.5);
+    constexpr std::size_t dataBytes = std::size_t{1} << 24;
+    std::vector<kpx::Format> formats(kpx::formatTable().begin(), kpx::formatTable().end());
+    for (const OtherMasks& other : otherMasks) {
+        kpx::Format row = formats.front();
+        row.namedBy = kpx::NamedBy::masks;
+        row.name = other.name;
+        row.loader = kpx::Loader::uncompressed;
+        row.bytesPerPixel = other.bytesPerPixel;
+        row.masks = other.masks;
+        row.channels = other.masks.a != 0 ? 4 : 3;
+        formats.push_back(row);
+    }
+    const auto add = [](const std::string& name, auto run, int argument) {
+        benchmark::RegisterBenchmark(name.c_str(), run)
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond)
+            ->Iterations(rounds)
+            ->Arg(argument);
     };
-    time("open/bc7Realistic", [&bc7](benchmark::State& state) {
-        openFile(state, headerOf("DXT7"), bc7, [&bc7](kpx::TddsReader&, kpx::LazyBuffer& image) {
-            decodeWith(kpx::BlockKernel::bc7, 16, bc7, image);
-        });
-    });
-    time("open/dxt1", [&bc7](benchmark::State& state) {
-        openFile(state, headerOf("DXT1"), bc7, [&bc7](kpx::TddsReader&, kpx::LazyBuffer& image) {
-            decodeWith(kpx::BlockKernel::bc1, 8, bc7, image);
-        });
-    });
-    time("open/bgra8", [](benchmark::State& state) {
-        kpx::DdsFileHeader header = headerOf("DXT1");
-        header.header.ddspf = {32, kpx::DDPF_RGB | kpx::DDPF_ALPHAPIXELS, 0, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
-        const std::vector<unsigned char> data(std::size_t{side} * side * 4, 0x5A);
-        openFile(state, header, data, [&data](kpx::TddsReader&, kpx::LazyBuffer& image) {
-            std::memcpy(image.data(), data.data(), data.size());
-        });
-    });
+    for (const kpx::Format& format : formats) {
+        if (format.id == kpx::CODE_RGB_FLOAT32) continue;  // a DX10 header alone leads there
+        const char* const by = format.namedBy == kpx::NamedBy::dxgi ? "dxgi " : format.id < 256 ? "code " : "";
+        const std::string name =
+            "read/" + (format.id != 0 && format.id < 256 ? by + std::to_string(format.id) + " " : "") + format.name;
+        add(
+            name,
+            [format](benchmark::State& state) {
+                readFile(state, testing_support::headerFor(format, side, side), blocksOf(format, dataBytes),
+                         sixteenthsOf(format));
+            },
+            format.loader == kpx::Loader::uncompressed ? 1 : 0);
+    }
+    for (const int channels : {3, 4}) {
+        const std::string what = channels == 3 ? "BGR" : "BGRA";
+        add("write/" + what, writeFile, channels);
+        add("writeRows/" + what, writeRows, channels);
+    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

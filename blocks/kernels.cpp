@@ -2,6 +2,7 @@
 #include "blocks/kernels.h"
 
 #include <bit>
+#include <numeric>
 
 namespace kpx {
 namespace {
@@ -28,7 +29,8 @@ const KernelSet& bestKernels() {
 }
 
 MaskField makeMaskField(std::uint32_t mask) {
-    MaskField field{mask, 0, 0, 0, 0, 0};
+    MaskField field{};
+    field.mask = mask;
     if (mask == 0) return field;
     // The low 8 bits of a large mask do not count. Moved up by n bits, mask and pixel have the quotient that they had.
     const std::uint32_t counted = mask > 0x01000000U ? mask & ~0xFFU : mask;
@@ -52,6 +54,19 @@ MaskField makeMaskField(std::uint32_t mask) {
     if (field.fitsByte()) {
         const std::uint32_t d = field.field >> 24;
         field.byteMultiplier = static_cast<std::uint16_t>((((255 - d) << 16) + d - 1) / d);
+    }
+
+    // Moved down until its last bit is bit 0, the field is d and q of it is taken: 255 x q / d is a multiple of g / d,
+    // where g is the common divisor of 255 and d. The multiplier for 2^24, rounded up, exceeds its due by e / d, and
+    // the product by q x e / d, which is too little where d x e < g x 2^24; with d below 2^12 it always is, as e < d.
+    // The product is then below 255 x 2^24 + 2^24.
+    field.shift = static_cast<std::uint8_t>(std::countr_zero(counted));
+    field.shifted = counted >> field.shift;
+    const std::uint64_t d = field.shifted;
+    const std::uint64_t due = std::uint64_t{255} << 24;
+    const std::uint64_t rounded = (due + d - 1) / d;
+    if ((rounded * d - due) * d < std::gcd(std::uint64_t{255}, d) << 24) {
+        field.shortMultiplier = static_cast<std::uint32_t>(rounded);
     }
     return field;
 }

@@ -155,17 +155,17 @@ KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
 template <std::size_t bytesPerPixel>
 constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 
-// The two formulas of kpx::MaskField.
-KPX_INLINE Wide scaleByteField(Wide pixel, const kpx::MaskField& field) {
-    const Wide w = shiftLeft32(pixel, field.lift) & spread32(static_cast<int>(field.field));
-    return shiftRight32<24>(add16(w, mulHigh16(w, spread32(field.byteMultiplier << 16))));
-}
+// The formulas of kpx::MaskField, from the last to the first.
 KPX_INLINE Wide scaleField(Wide pixel, const kpx::MaskField& field) {
     const Wide w = shiftLeft32(pixel, field.lift) & spread32(static_cast<int>(field.field));
     return shiftRight32<23>(mulAddHigh32(w, spread32(static_cast<int>(field.multiplier)), spread64(field.addend)));
 }
-// Of fields within the low 16 bits.
 KPX_INLINE Wide scaleShortField(Wide pixel, const kpx::MaskField& field) {
+    const Wide q = shiftRight32(pixel, field.shift) & spread32(static_cast<int>(field.shifted));
+    return shiftRight32<24>(mulLow32(q, spread32(static_cast<int>(field.shortMultiplier))));
+}
+// In words of 16 bits, of fields within them.
+KPX_INLINE Wide scaleByteField(Wide pixel, const kpx::MaskField& field) {
     const Wide w = shiftLeft16(pixel, field.lift - 16) & spread16(static_cast<int>(field.field >> 16));
     return shiftRight16<8>(add16(w, mulHigh16(w, spread16(field.byteMultiplier))));
 }
@@ -193,8 +193,8 @@ KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fi
         for (std::size_t f = 0; f < fieldCount; ++f) {
             const kpx::MaskField& field = fields[f];
             Wide values[4];
-            if (field.fitsByte()) {
-                for (int i = 0; i < 4; ++i) values[i] = scaleByteField(words[i], field);
+            if (field.shortMultiplier != 0 || field.mask == 0) {
+                for (int i = 0; i < 4; ++i) values[i] = scaleShortField(words[i], field);
             } else {
                 for (int i = 0; i < 4; ++i) values[i] = scaleField(words[i], field);
             }
@@ -205,15 +205,15 @@ KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fi
 }
 
 template <std::size_t bytesPerPixel>
-KPX_TARGET void extractShortFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
-                                   unsigned char* const* rows) {
+KPX_TARGET void extractByteFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+                                  unsigned char* const* rows) {
     std::size_t x = 0;
     for (; x + 32 <= row.count; x += 32) {
         fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
         Wide words[2];
         loadShortPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
-            store(rows[f] + x, packBytes(scaleShortField(words[0], fields[f]), scaleShortField(words[1], fields[f])));
+            store(rows[f] + x, packBytes(scaleByteField(words[0], fields[f]), scaleByteField(words[1], fields[f])));
         }
     }
     extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
@@ -240,13 +240,13 @@ constexpr FieldExtraction byPixelBytes[5] = {nullptr, extractFields<1>, extractF
 
 void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
                   std::size_t fieldCount, unsigned char* const* rows) {
-    const bool areShort = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
+    const bool areBytes = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
         return field.mask <= 0xFFFF && field.fitsByte();
     });
     if (bytesPerPixel > 4) {
         extractFarFields(row, bytesPerPixel, fields, fieldCount, rows);
-    } else if (areShort && bytesPerPixel <= 2) {
-        (bytesPerPixel == 1 ? extractShortFields<1> : extractShortFields<2>)(row, fields, fieldCount, rows);
+    } else if (areBytes && bytesPerPixel <= 2) {
+        (bytesPerPixel == 1 ? extractByteFields<1> : extractByteFields<2>)(row, fields, fieldCount, rows);
     } else {
         byPixelBytes[bytesPerPixel](row, fields, fieldCount, rows);
     }
