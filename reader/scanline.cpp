@@ -5,6 +5,23 @@
 #include <cstring>
 
 namespace kpx {
+namespace {
+
+// The row of each byte of a pixel whose masks are whole bytes: three or all four of its first bytes, a channel each.
+// False for other masks.
+bool rowsOfWholeBytes(const std::uint32_t (&masks)[4], std::uint32_t channels, std::uint32_t bytesPerPixel,
+                      unsigned char* const* channelRows, unsigned char* (&rows)[4]) {
+    if (channels < 3 || channels > bytesPerPixel || bytesPerPixel > 4) return false;
+    for (std::uint32_t channel = 0; channel < channels; ++channel) {
+        std::uint32_t byte = 0;
+        while (byte < channels && masks[channel] != 0xFFU << (8 * byte)) ++byte;
+        if (byte == channels || rows[byte] != nullptr) return false;
+        rows[byte] = channelRows[channel];
+    }
+    return true;
+}
+
+}  // namespace
 
 unsigned char** TddsReader::getScanlineChannelsAsBytes(int y) {
     if (m_channelRows == nullptr || y < 0 || static_cast<std::uint32_t>(y) >= m_height) return nullptr;
@@ -25,11 +42,17 @@ unsigned char** TddsReader::getScanlineChannelsAsBytes(int y) {
 }
 
 void TddsReader::outputMasked(const PixelRow& row) {
+    const auto bytesPerPixel = static_cast<std::uint32_t>(m_bytesPerPixel);
+    unsigned char* rows[4] = {};
+    if (rowsOfWholeBytes({m_redMask, m_greenMask, m_blueMask, m_alphaMask}, m_numChannels, bytesPerPixel, m_scanlineOut,
+                         rows)) {
+        (bytesPerPixel == 3 ? m_kernels.splitBytes3 : m_kernels.splitBytes4)(row, rows);
+        return;
+    }
     const bool alphaOnly = (m_header.header.ddspf.dwFlags & DDPF_ALPHA) != 0;
     const MaskField colours[4] = {makeMaskField(m_redMask), makeMaskField(m_greenMask), makeMaskField(m_blueMask),
                                   makeMaskField(m_alphaMask)};
-    m_kernels.extractMasks(row, static_cast<std::size_t>(m_bytesPerPixel), alphaOnly ? &colours[3] : colours,
-                           m_numChannels, m_scanlineOut);
+    m_kernels.extractMasks(row, bytesPerPixel, alphaOnly ? &colours[3] : colours, m_numChannels, m_scanlineOut);
 }
 
 void TddsReader::outputBytes(const PixelRow& row, const LayoutRow& layout) {
