@@ -89,6 +89,19 @@ struct KernelSet {
     void (*extractMasks)(const PixelRow& pixels, std::size_t bytesPerPixel, const MaskField* fields,
                          std::size_t fieldCount, unsigned char* const* rows);
 
+    // The other way of splitBytes: unit k of pixel x comes from rows[k][x].
+    void (*joinBytes3)(const unsigned char* const* rows, std::size_t count, unsigned char* pixels);
+    void (*joinBytes4)(const unsigned char* const* rows, std::size_t count, unsigned char* pixels);
+
+    // Entries of four bytes by index: of a byte each, or of 4 bits each, the low ones first.
+    void (*pickByteEntries)(const unsigned char* indices, std::size_t count, const unsigned char* entries,
+                            unsigned char* pixels);
+    void (*pickNibbleEntries)(const unsigned char* indices, std::size_t count, const unsigned char* entries,
+                              unsigned char* pixels);
+    // Two pixels R, G, B out of four bytes R, G0, B, G1 or, with greenFirst, G0, R, G1, B. An odd count uses only the
+    // first pixel of its last pair.
+    void (*expandPairs)(const unsigned char* pairs, std::size_t count, bool greenFirst, unsigned char* pixels);
+
     void (*halfsToFloats)(const unsigned char* halfs, std::size_t count, float* out);
     void (*r11g11b10ToFloats)(const unsigned char* words, std::size_t count, float* out);  // three floats a word
     void (*r9g9b9e5ToFloats)(const unsigned char* words, std::size_t count, float* out);

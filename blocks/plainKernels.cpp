@@ -73,6 +73,36 @@ void extractMasks(const PixelRow& row, std::size_t bytesPerPixel, const MaskFiel
     }
 }
 
+template <std::size_t units>
+void join(const unsigned char* const* rows, std::size_t count, unsigned char* pixels) {
+    for (std::size_t x = 0; x < count; ++x) {
+        for (std::size_t unit = 0; unit < units; ++unit) pixels[x * units + unit] = rows[unit][x];
+    }
+}
+
+void pickByteEntries(const unsigned char* indices, std::size_t count, const unsigned char* entries,
+                     unsigned char* pixels) {
+    for (std::size_t x = 0; x < count; ++x) std::memcpy(pixels + 4 * x, entries + 4 * indices[x], 4);
+}
+
+void pickNibbleEntries(const unsigned char* indices, std::size_t count, const unsigned char* entries,
+                       unsigned char* pixels) {
+    for (std::size_t x = 0; x < count; ++x) {
+        const int index = x % 2 == 0 ? indices[x / 2] & 15 : indices[x / 2] >> 4;
+        std::memcpy(pixels + 4 * x, entries + 4 * index, 4);
+    }
+}
+
+void expandPairs(const unsigned char* pairs, std::size_t count, bool greenFirst, unsigned char* pixels) {
+    const std::size_t red = greenFirst ? 1 : 0;
+    for (std::size_t x = 0; x < count; ++x) {
+        const unsigned char* pair = pairs + x / 2 * 4;
+        pixels[3 * x] = pair[red];
+        pixels[3 * x + 1] = pair[x % 2 * 2 + 1 - red];
+        pixels[3 * x + 2] = pair[2 + red];
+    }
+}
+
 void halfsToFloats(const unsigned char* halfs, std::size_t count, float* out) {
     for (std::size_t i = 0; i < count; ++i) out[i] = halfToFloat(load16(halfs + 2 * i));
 }
@@ -122,6 +152,11 @@ constinit const KernelSet plainKernels = {
     split<float, 3>,
     split<float, 4>,
     extractMasks,
+    join<3>,
+    join<4>,
+    pickByteEntries,
+    pickNibbleEntries,
+    expandPairs,
     halfsToFloats,
     r11g11b10ToFloats,
     r9g9b9e5ToFloats,

@@ -11,7 +11,7 @@
 
 namespace kpx {
 
-TddsWriter::TddsWriter()
+TddsWriter::TddsWriter(const KernelSet& kernels)
     : m_file(nullptr),
       m_paddedWidth(0),
       m_height(0),
@@ -21,7 +21,8 @@ TddsWriter::TddsWriter()
       m_totalChannels(0),
       m_compression(0),
       m_channelCursors(nullptr),
-      m_width(0) {}
+      m_width(0),
+      m_kernels(kernels) {}
 
 TddsWriter::~TddsWriter() {
     close();
@@ -56,17 +57,31 @@ int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned
     return 0;
 }
 
+// Blue, green, red; the matte, which comes last from the host, is last in the file too.
+void TddsWriter::arrangeChannels(unsigned char* const* rows) {
+    // Blue, green, red and then the fourth channel, the matte; any other number of channels from the last to the first.
+    const std::uint32_t reversed = m_totalChannels == 4 ? 3 : m_totalChannels;
+    std::reverse_copy(rows, rows + reversed, m_channelCursors);
+    std::copy(rows + reversed, rows + m_totalChannels, m_channelCursors + reversed);
+}
+
 int TddsWriter::setScanlineChannelsAsBytes(int y, unsigned char** rows) {
     if (m_pixels.data() == nullptr || y < 0 || static_cast<std::uint32_t>(y) >= m_height) return -1;
     const std::uint64_t storedRow = m_height - 1 - static_cast<std::uint32_t>(y);
     unsigned char* out = m_pixels.data() + storedRow * m_rowBytes;
-    std::copy_n(rows, m_totalChannels, m_channelCursors);
-    // Blue, green, red and then the fourth channel, the matte; any other number of channels from the last to the first.
-    const std::uint32_t lastReversed = m_totalChannels == 4 ? 3 : m_totalChannels;
-    for (std::uint32_t x = 0; x < m_width; ++x) {
-        for (std::uint32_t c = lastReversed; c-- > 0;) *out++ = *m_channelCursors[c]++;
-        for (std::uint32_t c = lastReversed; c < m_totalChannels; ++c) *out++ = *m_channelCursors[c]++;
+    arrangeChannels(rows);
+    if (m_totalChannels == 4) {
+        m_kernels.joinBytes4(m_channelCursors, m_width, out);
+    } else if (m_totalChannels == 3) {
+        m_kernels.joinBytes3(m_channelCursors, m_width, out);
+    } else {
+        for (std::size_t x = 0; x < m_width; ++x) {
+            for (std::size_t unit = 0; unit < m_totalChannels; ++unit) {
+                out[x * m_totalChannels + unit] = m_channelCursors[unit][x];
+            }
+        }
     }
+    out += std::size_t{m_width} * m_totalChannels;
     // The pixels that complete a row repeat its last one, so that filtering at the edge sees no foreign colour.
     for (std::uint32_t x = m_width; x < m_paddedWidth; ++x, out += m_totalChannels) {
         std::memcpy(out, out - m_totalChannels, m_totalChannels);

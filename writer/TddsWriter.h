@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "blocks/kernels.h"
 #include "reader/LazyBuffer.h"
 
 namespace kpx {
@@ -14,7 +15,8 @@ public:
     // What open returns where there is no memory for the image.
     static constexpr int noBuffers = -2;
 
-    TddsWriter();
+    // kernels must run on this processor. All sets write the same file.
+    explicit TddsWriter(const KernelSet& kernels = bestKernels());
     virtual ~TddsWriter();
     TddsWriter(const TddsWriter&) = delete;
     TddsWriter& operator=(const TddsWriter&) = delete;
@@ -35,6 +37,8 @@ public:
     void close();
 
 private:
+    // Puts the host's rows into the order in which the file holds the channels.
+    void arrangeChannels(unsigned char* const* rows);
     void writeHeader();
     void writeData();
 
@@ -50,6 +54,7 @@ private:
     LazyBuffer m_pixels;  // the file's rows, first row first; rows that never arrive are zero
 
     std::uint32_t m_width;  // of the host's rows
+    const KernelSet& m_kernels;
 };
 
 }  // namespace kpx

@@ -227,19 +227,23 @@ KPX_INLINE Wide shiftLeft32(Wide a, int bits) {
 KPX_INLINE Wide shiftRightSigned32(Wide a, int bits) {
     return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(bits))};
 }
-KPX_INLINE Wide max32(Wide a, Wide b) {
-    return {_mm256_max_epi32(a.v, b.v)};
-}
 KPX_INLINE Wide equal32(Wide a, Wide b) {
     return {_mm256_cmpeq_epi32(a.v, b.v)};
 }
-// The float quotient of whole numbers, truncated.
-KPX_INLINE Wide divide32(Wide a, Wide b) {
-    return {_mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a.v), _mm256_cvtepi32_ps(b.v)))};
+// Floats are vectors of their bits.
+// Whole numbers times floats.
+KPX_INLINE Wide scaledFloats(Wide a, Wide factors) {
+    return {_mm256_castps_si256(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), _mm256_castsi256_ps(factors.v)))};
 }
-// Integers as floats times a factor, as the bits of the products.
 KPX_INLINE Wide scaledFloats(Wide a, float factor) {
-    return {_mm256_castps_si256(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), _mm256_set1_ps(factor)))};
+    return scaledFloats(a, {_mm256_castps_si256(_mm256_set1_ps(factor))});
+}
+// A float divided by whole numbers.
+KPX_INLINE Wide floatQuotients(float dividend, Wide a) {
+    return {_mm256_castps_si256(_mm256_div_ps(_mm256_set1_ps(dividend), _mm256_cvtepi32_ps(a.v)))};
+}
+KPX_INLINE Wide truncatedFloats(Wide a) {
+    return {_mm256_cvttps_epi32(_mm256_castsi256_ps(a.v))};
 }
 
 // The half floats of each lane as floats: not for exponent 31, which becomes infinity.

@@ -64,24 +64,48 @@ KPX_INLINE void bc1Pair(const unsigned char* blocks, unsigned char* out, std::si
                pickTexels<3>(palette, indices)});
 }
 
+// Divides the colours of premultiplied texels (a, r, g, b) by their alpha: 256 x v / a is truncated, and 255 where it
+// is more. A float quotient is multiplied, 2^-20 larger than its due, so that the two roundings cannot bring a product
+// below its due; products below 256 exceed it by 0.0003, less than the distance 1 / 255 to the next whole number. A
+// divisor of 256 stands for the alpha 0 and leaves v as it is.
+KPX_INLINE Wide divideTexels(Wide texels) {
+    constexpr LaneBytes texelOrder{{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
+    const Wide byte = spread32(255);
+    const Wide alpha = texels & byte;
+    const Wide divisor = alpha | (equal32(alpha, zero()) & spread32(256));
+    const Wide factor = floatQuotients(256.0F * (1.0F + 0x1p-20F), divisor);
+    const Wide r = truncatedFloats(scaledFloats(shiftRight32<8>(texels) & byte, factor));
+    const Wide g = truncatedFloats(scaledFloats(shiftRight32<16>(texels) & byte, factor));
+    const Wide b = truncatedFloats(scaledFloats(shiftRight32<24>(texels), factor));
+    // The packing cuts at 32767, and then at 255.
+    return shuffle8(packBytes(packSignedWords(alpha, r), packSignedWords(g, b)), loadTwice(&texelOrder));
+}
+
 // Stores tiles from colour blocks (bytes 0 to 7 of a lane, four-colour mode) and planes of alpha.
+template <bool premultiplied>
 KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha) {
     const Wide palette = colourPalette<false, false>(colourBlock);
     const TexelIndices indices = texelIndices(colourBlock);
     const Wide low = unpackLow8(alpha, zero());
     const Wide high = unpackHigh8(alpha, zero());
-    storeRows(out, rowBytes,
-              {pickTexels<0>(palette, indices) | unpackLow16(low, zero()),
-               pickTexels<1>(palette, indices) | unpackHigh16(low, zero()),
-               pickTexels<2>(palette, indices) | unpackLow16(high, zero()),
-               pickTexels<3>(palette, indices) | unpackHigh16(high, zero())});
+    Wide rows[4] = {
+        pickTexels<0>(palette, indices) | unpackLow16(low, zero()),
+        pickTexels<1>(palette, indices) | unpackHigh16(low, zero()),
+        pickTexels<2>(palette, indices) | unpackLow16(high, zero()),
+        pickTexels<3>(palette, indices) | unpackHigh16(high, zero()),
+    };
+    if constexpr (premultiplied) {
+        for (Wide& row : rows) row = divideTexels(row);
+    }
+    storeRows(out, rowBytes, rows);
 }
 
+template <bool premultiplied>
 KPX_INLINE void bc2Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = load(blocks);
     const Wide nibble = spread8(15);
     const Wide values = unpackLow8(block & nibble, shiftRight16<4>(block) & nibble);
-    storeColourAndAlpha(out, rowBytes, highHalf(block), values | shiftLeft16<4>(values));  // x 17
+    storeColourAndAlpha<premultiplied>(out, rowBytes, highHalf(block), values | shiftLeft16<4>(values));  // x 17
 }
 
 // The sums of interpolated channels, and their divisions: sum / 7 = sum x 9363 >> 16 for sums up to 1785, and
@@ -137,9 +161,11 @@ KPX_INLINE Wide threeBitIndices(Wide block) {
     return packBytes(shiftRight16<13>(first), shiftRight16<13>(second));
 }
 
+template <bool premultiplied>
 KPX_INLINE void bc3Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = load(blocks);
-    storeColourAndAlpha(out, rowBytes, highHalf(block), shuffle8(unsignedPalette<true>(block), threeBitIndices(block)));
+    storeColourAndAlpha<premultiplied>(out, rowBytes, highHalf(block),
+                                       shuffle8(unsignedPalette<true>(block), threeBitIndices(block)));
 }
 
 template <bool isSigned>
@@ -176,52 +202,13 @@ KPX_INLINE void bc5Pair(const unsigned char* blocks, unsigned char* out, std::si
     }
 
 KPX_PAIR_STRIP(bc1Strip, 8, bc1Pair)
-KPX_PAIR_STRIP(bc2Strip, 16, bc2Pair)
-KPX_PAIR_STRIP(bc3Strip, 16, bc3Pair)
+KPX_PAIR_STRIP(bc2Strip, 16, bc2Pair<false>)
+KPX_PAIR_STRIP(bc3Strip, 16, bc3Pair<false>)
 KPX_PAIR_STRIP(bc4UnsignedStrip, 8, bc4Pair<false>)
 KPX_PAIR_STRIP(bc4SignedStrip, 8, bc4Pair<true>)
 KPX_PAIR_STRIP(bc5UnsignedStrip, 16, bc5Pair<false>)
 KPX_PAIR_STRIP(bc5SignedStrip, 16, bc5Pair<true>)
-
-// Divides the colours of premultiplied texels (a, r, g, b) by their alpha. The quotient of two whole numbers below 2^16
-// and 2^8 is a whole number or at least 1 / 255 away from one, so that a correctly rounded float division truncates to
-// the same value.
-KPX_INLINE Wide divideTexels(Wide texels) {
-    const Wide byte = spread32(255);
-    const Wide alpha = texels & byte;
-    const Wide divisor = max32(alpha, spread32(1));
-    const Wide transparent = equal32(alpha, zero());
-    Wide result = alpha;
-    for (int shift = 8; shift < 32; shift += 8) {
-        const Wide v = shiftRight32(texels, shift) & byte;
-        const Wide quotient = choose(byte, divide32(shiftLeft32<8>(v), divisor), greater32(alpha, v));
-        result = result | shiftLeft32(choose(quotient, v, transparent), shift);
-    }
-    return result;
-}
-
-// Eight texels, two blocks' row, at a time; of a last single block four.
-KPX_TARGET void divideStrip(std::size_t count, unsigned char* out, std::size_t rowBytes) {
-    for (std::size_t r = 0; r < 4; ++r) {
-        unsigned char* row = out + r * rowBytes;
-        for (std::size_t i = 0; i + 2 <= count; i += 2, row += 2 * tileRowBytes) store(row, divideTexels(load(row)));
-        if (count % 2 != 0) {
-            unsigned char unused[tileRowBytes];
-            storeLanes(row, unused, divideTexels(loadTwice(row)));
-        }
-    }
-}
-
-KPX_TARGET void bc2PremultipliedStrip(const unsigned char* blocks, std::size_t count, unsigned char* out,
-                                      std::size_t rowBytes) {
-    bc2Strip(blocks, count, out, rowBytes);
-    divideStrip(count, out, rowBytes);
-}
-
-KPX_TARGET void bc3PremultipliedStrip(const unsigned char* blocks, std::size_t count, unsigned char* out,
-                                      std::size_t rowBytes) {
-    bc3Strip(blocks, count, out, rowBytes);
-    divideStrip(count, out, rowBytes);
-}
+KPX_PAIR_STRIP(bc2PremultipliedStrip, 16, bc2Pair<true>)
+KPX_PAIR_STRIP(bc3PremultipliedStrip, 16, bc3Pair<true>)
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "blocks/wide/bc1to5.h"
 #include "blocks/wide/bc6h.h"
 #include "blocks/wide/bc7.h"
+#include "blocks/wide/loading.h"
 #include "blocks/wide/rows.h"
 
 namespace {
@@ -23,6 +24,11 @@ constexpr kpx::KernelSet makeWideSet(const char* name, bool (*runsHere)()) {
         splitFloats3,
         splitFloats4,
         extractMasks,
+        joinBytes3,
+        joinBytes4,
+        pickByteEntries,
+        pickNibbleEntries,
+        expandPairs,
         halfsToFloats,
         r11g11b10ToFloats,
         r9g9b9e5ToFloats,

@@ -1,4 +1,4 @@
-// Rows of pixels and of values: the split into channels, masks, half floats.
+// Rows of pixels: the split into channels, by units and by masks, and the joining of channels.
 #pragma once
 
 #include <algorithm>
@@ -252,37 +252,55 @@ void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx
     }
 }
 
-KPX_TARGET void halfsToFloats(const unsigned char* halfs, std::size_t count, float* out) {
-    std::size_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const Wide words = load(halfs + 2 * i);
-        storeLanes(out + i, out + i + 8, widenHalfs(unpackLow16(words, zero())));
-        storeLanes(out + i + 4, out + i + 12, widenHalfs(unpackHigh16(words, zero())));
+// Which of sixteen bytes of a row go into vector v of pixels of three bytes.
+constexpr LaneBytes joinedOrder(int vector, int unit) {
+    LaneBytes order{};
+    for (int i = 0; i < 16; ++i) {
+        const int at = 16 * vector + i;
+        order.byte[i] = at % 3 == unit ? static_cast<std::uint8_t>(at / 3) : none;
     }
-    kpx::plainKernels.halfsToFloats(halfs + 2 * i, count - i, out + i);
+    return order;
 }
-
-// The packed words are rare, and the plain loops are fast enough.
-void r11g11b10ToFloats(const unsigned char* words, std::size_t count, float* out) {
-    kpx::plainKernels.r11g11b10ToFloats(words, count, out);
-}
-void r9g9b9e5ToFloats(const unsigned char* words, std::size_t count, float* out) {
-    kpx::plainKernels.r9g9b9e5ToFloats(words, count, out);
-}
-
-// Reads run ahead of writes, so that out may be the start of values.
-KPX_TARGET void highBytes(const unsigned char* values, std::size_t count, unsigned char* out) {
-    std::size_t i = 0;
-    for (; i + 32 <= count; i += 32) {
-        Wide words[2];
-        loadApart(values + 2 * i, 32, words);
-        store(out + i, packBytes(shiftRight16<8>(words[0]), shiftRight16<8>(words[1])));
+constexpr LaneBytes joinedOrders[3][3] = {
+    {joinedOrder(0, 0), joinedOrder(0, 1), joinedOrder(0, 2)},
+    {joinedOrder(1, 0), joinedOrder(1, 1), joinedOrder(1, 2)},
+    {joinedOrder(2, 0), joinedOrder(2, 1), joinedOrder(2, 2)},
+};
+KPX_TARGET void joinBytes3(const unsigned char* const* rows, std::size_t count, unsigned char* pixels) {
+    std::size_t x = 0;
+    for (; x + 32 <= count; x += 32) {
+        const Wide units[3] = {load(rows[0] + x), load(rows[1] + x), load(rows[2] + x)};
+        unsigned char* const to = pixels + 3 * x;
+        for (std::size_t v = 0; v < 3; ++v) {
+            storeLanes(to + laneBytes * v, to + 48 + laneBytes * v,
+                       shuffle8(units[0], loadTwice(&joinedOrders[v][0])) |
+                           shuffle8(units[1], loadTwice(&joinedOrders[v][1])) |
+                           shuffle8(units[2], loadTwice(&joinedOrders[v][2])));
+        }
     }
-    kpx::plainKernels.highBytes(values + 2 * i, count - i, out + i);
+    const unsigned char* const rest[3] = {rows[0] + x, rows[1] + x, rows[2] + x};
+    kpx::plainKernels.joinBytes3(rest, count - x, pixels + 3 * x);
 }
 
-KPX_TARGET void snormToUnorm(unsigned char* bytes, std::size_t count) {
-    kpx::unsignBytes(bytes, count);
+// Four planes of sixteen bytes a lane become sixteen pixels a lane.
+KPX_INLINE void storePixels(unsigned char* to0, unsigned char* to1, Wide a, Wide b, Wide c, Wide d) {
+    const Wide ab0 = unpackLow8(a, b);
+    const Wide ab1 = unpackHigh8(a, b);
+    const Wide cd0 = unpackLow8(c, d);
+    const Wide cd1 = unpackHigh8(c, d);
+    storeLanes(to0, to1, unpackLow16(ab0, cd0));
+    storeLanes(to0 + 16, to1 + 16, unpackHigh16(ab0, cd0));
+    storeLanes(to0 + 32, to1 + 32, unpackLow16(ab1, cd1));
+    storeLanes(to0 + 48, to1 + 48, unpackHigh16(ab1, cd1));
+}
+KPX_TARGET void joinBytes4(const unsigned char* const* rows, std::size_t count, unsigned char* pixels) {
+    std::size_t x = 0;
+    for (; x + 32 <= count; x += 32) {
+        storePixels(pixels + 4 * x, pixels + 4 * x + 64, load(rows[0] + x), load(rows[1] + x), load(rows[2] + x),
+                    load(rows[3] + x));
+    }
+    const unsigned char* const rest[4] = {rows[0] + x, rows[1] + x, rows[2] + x, rows[3] + x};
+    kpx::plainKernels.joinBytes4(rest, count - x, pixels + 4 * x);
 }
 
 }  // namespace

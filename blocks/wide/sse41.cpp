@@ -161,9 +161,6 @@ KPX_INLINE Wide packSignedWords(Wide a, Wide b) {
 KPX_INLINE Wide crossHalves(Wide a) {
     return {{_mm_unpacklo_epi64(a.lane[0], a.lane[1]), _mm_unpackhi_epi64(a.lane[0], a.lane[1])}};
 }
-KPX_INLINE Wide max32(Wide a, Wide b) {
-    return {{_mm_max_epi32(a.lane[0], b.lane[0]), _mm_max_epi32(a.lane[1], b.lane[1])}};
-}
 KPX_INLINE Wide equal32(Wide a, Wide b) {
     return {{_mm_cmpeq_epi32(a.lane[0], b.lane[0]), _mm_cmpeq_epi32(a.lane[1], b.lane[1])}};
 }
@@ -223,17 +220,23 @@ KPX_INLINE Wide shiftRightSigned32(Wide a, int bits) {
     const __m128i count = _mm_cvtsi32_si128(bits);
     return {{_mm_sra_epi32(a.lane[0], count), _mm_sra_epi32(a.lane[1], count)}};
 }
-KPX_INLINE __m128i divide32(__m128i a, __m128i b) {
-    return _mm_cvttps_epi32(_mm_div_ps(_mm_cvtepi32_ps(a), _mm_cvtepi32_ps(b)));
+KPX_INLINE __m128i scaledFloats(__m128i a, __m128i factors) {
+    return _mm_castps_si128(_mm_mul_ps(_mm_cvtepi32_ps(a), _mm_castsi128_ps(factors)));
 }
-KPX_INLINE Wide divide32(Wide a, Wide b) {
-    return {{divide32(a.lane[0], b.lane[0]), divide32(a.lane[1], b.lane[1])}};
-}
-KPX_INLINE __m128i scaledFloats(__m128i a, float factor) {
-    return _mm_castps_si128(_mm_mul_ps(_mm_cvtepi32_ps(a), _mm_set1_ps(factor)));
+KPX_INLINE Wide scaledFloats(Wide a, Wide factors) {
+    return {{scaledFloats(a.lane[0], factors.lane[0]), scaledFloats(a.lane[1], factors.lane[1])}};
 }
 KPX_INLINE Wide scaledFloats(Wide a, float factor) {
-    return {{scaledFloats(a.lane[0], factor), scaledFloats(a.lane[1], factor)}};
+    return scaledFloats(a, twice(_mm_castps_si128(_mm_set1_ps(factor))));
+}
+KPX_INLINE __m128i floatQuotients(float dividend, __m128i a) {
+    return _mm_castps_si128(_mm_div_ps(_mm_set1_ps(dividend), _mm_cvtepi32_ps(a)));
+}
+KPX_INLINE Wide floatQuotients(float dividend, Wide a) {
+    return {{floatQuotients(dividend, a.lane[0]), floatQuotients(dividend, a.lane[1])}};
+}
+KPX_INLINE Wide truncatedFloats(Wide a) {
+    return {{_mm_cvttps_epi32(_mm_castsi128_ps(a.lane[0])), _mm_cvttps_epi32(_mm_castsi128_ps(a.lane[1]))}};
 }
 
 constexpr bool hasHalfConversion = false;

@@ -276,6 +276,79 @@ TEST_P(EveryLevel, ScalesFieldsOfEveryShapeAsTheDivisionDoes) {
     }
 }
 
+// Kernels that are compared with the plain ones alone: from bytes of so many a pixel to bytes of so many.
+struct RowKernel {
+    const char* name;
+    double bytesRead;
+    std::size_t bytesWritten;
+    void (*run)(const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to);
+};
+
+const unsigned char* const* rowsOf(const unsigned char* from, std::size_t count) {
+    static const unsigned char* rows[4];
+    for (std::size_t i = 0; i < 4; ++i) rows[i] = from + i * count;
+    return rows;
+}
+
+constexpr RowKernel rowKernels[] = {
+    {"joinBytes3", 3, 3,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         set.joinBytes3(rowsOf(from, count), count, to);
+     }},
+    {"joinBytes4", 4, 4,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         set.joinBytes4(rowsOf(from, count), count, to);
+     }},
+    {"pickByteEntries", 1, 4,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         static const Tile entries = [] {
+             model::Random random(seed);
+             Tile bytes(1024);
+             for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random.next());
+             return bytes;
+         }();
+         set.pickByteEntries(from, count, entries.data(), to);
+     }},
+    {"pickNibbleEntries", 0.5, 4,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         Tile entries(64);
+         for (std::size_t i = 0; i < 64; ++i) entries[i] = static_cast<unsigned char>(7 * i);
+         set.pickNibbleEntries(from, count, entries.data(), to);
+     }},
+    {"expandPairs", 2, 3,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         set.expandPairs(from, count, false, to);
+     }},
+    {"expandPairs, green first", 2, 3,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         set.expandPairs(from, count, true, to);
+     }},
+    {"r11g11b10ToFloats", 4, 12,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         set.r11g11b10ToFloats(from, count, reinterpret_cast<float*>(to));
+     }},
+    {"r9g9b9e5ToFloats", 4, 12,
+     [](const KernelSet& set, const unsigned char* from, std::size_t count, unsigned char* to) {
+         set.r9g9b9e5ToFloats(from, count, reinterpret_cast<float*>(to));
+     }},
+};
+
+TEST_P(EveryLevel, ConvertsRowsOfEveryLengthAsThePlainKernelsDo) {
+    model::Random random(seed);
+    for (const RowKernel& kernel : rowKernels) {
+        for (std::size_t count = 0; count < 300; ++count) {
+            const std::size_t even = count + count % 2;
+            Tile from(static_cast<std::size_t>(kernel.bytesRead * static_cast<double>(even)));
+            for (unsigned char& byte : from) byte = static_cast<unsigned char>(random.next());
+            Tile to(kernel.bytesWritten * count + 32, canary);
+            Tile expected = to;
+            kernel.run(set(), from.data(), count, to.data());
+            kernel.run(plainKernels, from.data(), count, expected.data());
+            ASSERT_EQ(to, expected) << set().name << ' ' << kernel.name << " of " << count;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Kernels, EveryLevel, testing::ValuesIn(allSets()),
                          [](const auto& instance) { return std::string(instance.param->name); });
 
