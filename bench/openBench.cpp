@@ -71,32 +71,43 @@ void compare(benchmark::State& state, const std::function<void()>& work, const s
     state.counters["x_memcpy"] = ours / bench::median(times[2]);
 }
 
-// The floor of reading: straight into the picture where the file holds it as it is, else in groups.
+// The floor of reading: straight into the picture where it holds the file's bytes as they are, else in groups, each of
+// which fills its part of the picture.
 void readFloor(const char* path, std::size_t fileBytes, std::size_t pictureBytes, std::size_t rowBytes) {
     kpx::LazyBuffer picture;
     picture.allocate(pictureBytes);
     kpx::LazyBuffer row;
     row.allocate(rowBytes);
-    const int file = ::open(path, O_RDONLY);
-    const bool asItIs = fileBytes == pictureBytes;
     kpx::LazyBuffer group;
     group.allocate(kpx::readGroupBytes);
-    for (std::size_t at = 0; at < fileBytes;) {
-        const std::size_t part = std::min<std::size_t>(asItIs ? fileBytes : kpx::readGroupBytes, fileBytes - at);
-        if (::read(file, asItIs ? picture.data() : group.data(), part) <= 0) break;
-        at += part;
+    const int file = ::open(path, O_RDONLY);
+    if (fileBytes == pictureBytes) {
+        if (::read(file, picture.data(), fileBytes) < 0) return;
+    } else {
+        unsigned char* to = picture.data();
+        for (std::size_t left = pictureBytes; left != 0;) {
+            const ssize_t arrived = ::read(file, group.data(), kpx::readGroupBytes);
+            if (arrived <= 0) break;
+            std::size_t part = std::min(left, static_cast<std::size_t>(arrived) * pictureBytes / fileBytes);
+            left -= part;
+            for (; part != 0;) {
+                const std::size_t bytes = std::min<std::size_t>(part, kpx::readGroupBytes);
+                std::memcpy(to, group.data(), bytes);
+                to += bytes;
+                part -= bytes;
+            }
+        }
     }
     ::close(file);
-    if (!asItIs) std::memset(picture.data(), 0x5A, pictureBytes);
-    for (std::uint32_t y = side; y-- > 0;) {
-        std::memcpy(row.data(), picture.data() + std::min(pictureBytes - rowBytes, y * (pictureBytes / side)),
-                    rowBytes);
+    const std::size_t storedRowBytes = pictureBytes / side;
+    for (std::size_t y = side; y-- > 0;) {
+        std::memcpy(row.data(), picture.data() + std::min(pictureBytes - rowBytes, y * storedRowBytes), rowBytes);
         benchmark::DoNotOptimize(row.data());
     }
 }
 
-void readFile(benchmark::State& state, const Bytes& header, const Bytes& data, std::size_t pixelBytes) {
-    const std::size_t fileBytes = std::size_t{side} * side * pixelBytes / 16;
+// With bit masks the picture is as the file.
+void readFile(benchmark::State& state, const Bytes& header, const Bytes& data, std::size_t fileBytes, bool isMasked) {
     const PictureFile file(header, data, fileBytes + 1200);
     kpx::TddsReader first;
     first.open(file.path());
@@ -107,9 +118,6 @@ void readFile(benchmark::State& state, const Bytes& header, const Bytes& data, s
     const std::size_t channels = static_cast<unsigned>(first.numColourChannels() + first.hasAlphaChannel());
     const std::size_t rowBytes = side * channels * static_cast<unsigned>(first.bitsPerChannel()) / 8;
     first.close();
-    // Bit-mask pixels stay as they are in the file.
-    const bool asItIs = pixelBytes % 16 == 0 && pixelBytes / 16 < rowBytes / side;
-    (void)asItIs;
     const Bytes from(rowBytes * side, 1);
     Bytes to(rowBytes * side, 2);
     compare(
@@ -121,15 +129,14 @@ void readFile(benchmark::State& state, const Bytes& header, const Bytes& data, s
                 benchmark::DoNotOptimize(reader.getScanlineChannelsAsBytes(y));
             }
         },
-        [&] { readFloor(file.path(), fileBytes, state.range(0) != 0 ? fileBytes : rowBytes * side, rowBytes); },
+        [&] { readFloor(file.path(), fileBytes, isMasked ? fileBytes : rowBytes * side, rowBytes); },
         [&] {
             std::memcpy(to.data(), from.data(), to.size());
             benchmark::DoNotOptimize(to.data());
         });
 }
 
-void writeFile(benchmark::State& state) {
-    const auto channels = static_cast<std::size_t>(state.range(0));
+void writeFile(benchmark::State& state, std::size_t channels) {
     const std::string path = pathOf("write");
     const Bytes source(side * 4, 0x5A);
     unsigned char* rows[4];
@@ -167,8 +174,7 @@ void writeFile(benchmark::State& state) {
 }
 
 // The rows of a writer that is open, without what opening and closing take.
-void writeRows(benchmark::State& state) {
-    const auto channels = static_cast<std::size_t>(state.range(0));
+void writeRows(benchmark::State& state, std::size_t channels) {
     const Bytes source(side * 4, 0x5A);
     unsigned char* rows[4];
     for (std::size_t c = 0; c < 4; ++c) rows[c] = const_cast<unsigned char*>(source.data()) + c * side;
@@ -192,11 +198,19 @@ Bytes blocksOf(const kpx::Format& format, std::size_t bytes) {
     return blocks;
 }
 
-// Sixteenths of a byte that a pixel takes in the file.
-std::size_t sixteenthsOf(const kpx::Format& format) {
-    if (format.blockBytes != 0) return format.blockBytes;
-    if (format.namedBy == kpx::NamedBy::palette) return format.has(kpx::nibbleIndices) ? 8 : 16;
-    return 16U * std::max<std::size_t>(format.bytesPerPixel, 1);
+std::size_t fileBytesOf(const kpx::Format& format) {
+    constexpr std::size_t pixels = std::size_t{side} * side;
+    if (format.blockBytes != 0) return pixels / 16 * format.blockBytes;
+    if (format.namedBy == kpx::NamedBy::palette) return format.has(kpx::nibbleIndices) ? pixels / 2 : pixels;
+    if (format.bytesPerPixel != 0) return pixels * format.bytesPerPixel;
+    return pixels * (format.channels == 1 ? 1 : 3);  // as the header of a row without a size is read
+}
+
+std::string nameOf(const kpx::Format& format) {
+    const std::string number = std::to_string(format.id) + " ";
+    if (format.namedBy == kpx::NamedBy::dxgi) return "dxgi " + number + format.name;
+    if (format.namedBy == kpx::NamedBy::code && format.id < 256) return "code " + number + format.name;
+    return format.name;
 }
 
 // Masks that have no name, of every pixel size.
@@ -221,6 +235,7 @@ int main(int argc, char** argv) {
     for (const OtherMasks& other : otherMasks) {
         kpx::Format row = formats.front();
         row.namedBy = kpx::NamedBy::masks;
+        row.id = 0;
         row.name = other.name;
         row.loader = kpx::Loader::uncompressed;
         row.bytesPerPixel = other.bytesPerPixel;
@@ -228,30 +243,24 @@ int main(int argc, char** argv) {
         row.channels = other.masks.a != 0 ? 4 : 3;
         formats.push_back(row);
     }
-    const auto add = [](const std::string& name, auto run, int argument) {
+    const auto add = [](const std::string& name, auto run) {
         benchmark::RegisterBenchmark(name.c_str(), run)
             ->UseManualTime()
             ->Unit(benchmark::kMillisecond)
-            ->Iterations(rounds)
-            ->Arg(argument);
+            ->Iterations(rounds);
     };
     for (const kpx::Format& format : formats) {
         if (format.id == kpx::CODE_RGB_FLOAT32) continue;  // a DX10 header alone leads there
-        const char* const by = format.namedBy == kpx::NamedBy::dxgi ? "dxgi " : format.id < 256 ? "code " : "";
-        const std::string name =
-            "read/" + (format.id != 0 && format.id < 256 ? by + std::to_string(format.id) + " " : "") + format.name;
-        add(
-            name,
-            [format](benchmark::State& state) {
-                readFile(state, testing_support::headerFor(format, side, side), blocksOf(format, dataBytes),
-                         sixteenthsOf(format));
-            },
-            format.loader == kpx::Loader::uncompressed ? 1 : 0);
+        const bool isMasked = format.loader == kpx::Loader::uncompressed;
+        add("read/" + nameOf(format), [format, isMasked](benchmark::State& state) {
+            readFile(state, testing_support::headerFor(format, side, side), blocksOf(format, dataBytes),
+                     fileBytesOf(format), isMasked);
+        });
     }
-    for (const int channels : {3, 4}) {
+    for (const std::size_t channels : {3, 4}) {
         const std::string what = channels == 3 ? "BGR" : "BGRA";
-        add("write/" + what, writeFile, channels);
-        add("writeRows/" + what, writeRows, channels);
+        add("write/" + what, [channels](benchmark::State& state) { writeFile(state, channels); });
+        add("writeRows/" + what, [channels](benchmark::State& state) { writeRows(state, channels); });
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

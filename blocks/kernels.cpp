@@ -31,6 +31,7 @@ const KernelSet& bestKernels() {
 MaskField makeMaskField(std::uint32_t mask) {
     MaskField field{};
     field.mask = mask;
+    field.fitsHalf = mask == 0;
     if (mask == 0) return field;
     // The low 8 bits of a large mask do not count. Moved up by n bits, mask and pixel have the quotient that they had.
     const std::uint32_t counted = mask > 0x01000000U ? mask & ~0xFFU : mask;
@@ -49,25 +50,19 @@ MaskField makeMaskField(std::uint32_t mask) {
     field.multiplier = static_cast<std::uint32_t>(below + (roundedUp ? 1 : 0));
     field.addend = static_cast<std::uint32_t>(roundedUp ? 0 : remainder);
 
-    // 255 x q / d = q + q x (255 - d) / d for the byte d >= 128. Rounding the factor up adds less than q / 2^16, which
-    // is less than 1 / d.
-    if (field.fitsByte()) {
-        const std::uint32_t d = field.field >> 24;
-        field.byteMultiplier = static_cast<std::uint16_t>((((255 - d) << 16) + d - 1) / d);
-    }
-
-    // Moved down until its last bit is bit 0, the field is d and q of it is taken: 255 x q / d is a multiple of g / d,
-    // where g is the common divisor of 255 and d. The multiplier for 2^24, rounded up, exceeds its due by e / d, and
-    // the product by q x e / d, which is too little where d x e < g x 2^24; with d below 2^12 it always is, as e < d.
-    // The product is then below 255 x 2^24 + 2^24.
-    field.shift = static_cast<std::uint8_t>(std::countr_zero(counted));
-    field.shifted = counted >> field.shift;
-    const std::uint64_t d = field.shifted;
-    const std::uint64_t due = std::uint64_t{255} << 24;
-    const std::uint64_t rounded = (due + d - 1) / d;
-    if ((rounded * d - due) * d < std::gcd(std::uint64_t{255}, d) << 24) {
-        field.shortMultiplier = static_cast<std::uint32_t>(rounded);
-    }
+    // In the upper half alone the field is f of 16 bits. With d the field moved down until its last bit is bit 0, and g
+    // the common divisor of 255 and d, 255 x h / f is a multiple of g / d. The multiplier, rounded up, exceeds
+    // 255 x 2^bits / f by e / f; the product then exceeds its due by h x e / f <= e, which is less than 2^bits x g / d
+    // where e x d is less than 2^bits x g. With d below 2^7 it is: e < f < 2^16.
+    if ((field.field & 0xFFFF) != 0) return field;
+    const std::uint64_t f = field.field >> 16;
+    const std::uint64_t d = counted >> std::countr_zero(counted);
+    const int bits = f > 255 * 256 ? 24 : 23;  // as many as leave the multiplier in 16 bits
+    const std::uint64_t due = std::uint64_t{255} << bits;
+    const std::uint64_t rounded = (due + f - 1) / f;
+    field.fitsHalf = (rounded * f - due) * d < std::gcd(std::uint64_t{255}, d) << bits;
+    field.halfMultiplier = static_cast<std::uint16_t>(rounded);
+    field.halfScale = static_cast<std::uint16_t>(1U << (32 - bits));
     return field;
 }
 

@@ -39,28 +39,22 @@ struct PixelRow {
     const unsigned char* next;
 };
 
-// One channel of a bit-mask pixel, made ready by makeMaskField: multiplications in place of the division. Each gives
-// its value for the masks that are named; the last for all.
+// One channel of a bit-mask pixel, made ready by makeMaskField: multiplications in place of the division.
 struct MaskField {
     std::uint32_t mask;
     std::uint8_t lift;    // brings the first bit of the mask to bit 31
     std::uint32_t field;  // the bits of the mask that count, lifted; 0: the channel is 0
 
-    // Of fields of up to 8 bits, where w is the upper half of (pixel << lift) & field:
-    // value = (w + (w x byteMultiplier >> 16)) >> 8.
-    std::uint16_t byteMultiplier;
-
-    // Of fields of up to 12 bits, and some longer ones; for others the multiplier is 0:
-    // value = ((pixel >> shift) & shifted) x shortMultiplier >> 24.
-    std::uint8_t shift;
-    std::uint32_t shifted;
-    std::uint32_t shortMultiplier;
-
     // value = (((pixel << lift) & field) x multiplier + addend) >> 55, in 64 bits.
     std::uint32_t multiplier;
     std::uint32_t addend;
 
-    constexpr bool fitsByte() const { return (field & 0x00FFFFFF) == 0; }
+    // Most fields of up to 16 bits, all of up to 7 and all whole ones of up to 16 among them, need words of 16 bits
+    // alone: value = (h x halfMultiplier >> 16) x halfScale >> 16, where h is the upper half of (pixel << lift) &
+    // field.
+    bool fitsHalf;
+    std::uint16_t halfMultiplier;
+    std::uint16_t halfScale;
 };
 MaskField makeMaskField(std::uint32_t mask);
 

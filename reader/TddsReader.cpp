@@ -69,8 +69,6 @@ int TddsReader::open(const char* path) {
 
 int TddsReader::finishOpen(std::FILE* stream, Loader loader) {
     if (loadWith(loader, stream) == 0) {
-        // What the file did not supply stays zero.
-        if (m_isSnorm) convertSnorm(m_arrivedBytes);
         if (prepareChannelRows() == 0) return 0;
         failWithoutMemory();
     }
@@ -130,14 +128,10 @@ int TddsReader::prepareChannelRows() {
 }
 
 void TddsReader::convertSnorm() {
-    // Layouts that are taken apart by masks may hold fewer bytes than their pixels have channels.
-    convertSnorm(m_pixels.size());
-}
-
-void TddsReader::convertSnorm(std::uint64_t mostBytes) {
     if (m_bitsPerChannel != 8) return;
+    // Layouts that are taken apart by masks may hold fewer bytes than their pixels have channels.
     const std::uint64_t bytes = saturatingProduct(m_width, m_height, m_numChannels);
-    m_kernels.snormToUnorm(m_pixels.data(), std::min(bytes, mostBytes));
+    m_kernels.snormToUnorm(m_pixels.data(), std::min(bytes, m_pixels.size()));
 }
 
 void TddsReader::close() {

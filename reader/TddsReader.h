@@ -77,7 +77,6 @@ private:
     int loadWith(Loader loader, std::FILE* stream);
     int installFallback();
     int prepareChannelRows();
-    void convertSnorm(std::uint64_t mostBytes);
     int finishOpen(std::FILE* stream, Loader loader);
 
     // Sets the layout fields that a row of the table states.
@@ -86,8 +85,10 @@ private:
     bool allocateImage(std::uint64_t bytesPerRow);
     // Reads into the pixel buffer and notes what arrived.
     void readPixels(std::FILE* stream, std::uint64_t bytes);
-    void reduceToHighBytes();
-    int loadPixelPairs(std::FILE* stream, const Format& format);
+    // Counts bytes of the pixel buffer that now hold what the file supplied.
+    void noteArrived(std::uint64_t bytes);
+    int loadPixelPairs(std::FILE* stream, bool greenFirst);
+    int loadHighBytes(std::FILE* stream);
     int loadFloats(std::FILE* stream, const Format& format);
     bool readBlocks(std::FILE* stream, const Format* format);
     void decompressRows(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes, std::uint32_t first,
@@ -113,8 +114,8 @@ private:
     DDS_HEADER_DXT10 m_dx10Header;
     bool m_isSnorm;
 
-    LazyBuffer m_rowBlock;         // all the channel rows
-    std::uint64_t m_arrivedBytes;  // of m_pixels, from its start, that the file supplied
+    LazyBuffer m_rowBlock;          // all the channel rows
+    std::uint64_t m_arrivedBytes;   // of m_pixels, from its start, that the file supplied
     const KernelSet& m_kernels;
 };
 

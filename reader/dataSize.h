@@ -40,10 +40,14 @@ constexpr std::uint32_t paletteBytes(const Format& format) {
     return (format.has(smallPalette) ? 16 : 256) * paletteEntryBytes;
 }
 
-// A palette and its indices, which are read in one go.
+inline constexpr std::uint32_t largestPaletteBytes = 256 * paletteEntryBytes;
+
+constexpr std::uint64_t indexRowBytes(const Format& format, std::uint32_t width) {
+    return format.has(nibbleIndices) ? ceilQuotient(width, 2) : width;
+}
+// A palette and its indices.
 constexpr std::uint64_t palettisedBytes(const Format& format, std::uint32_t width, std::uint32_t height) {
-    const std::uint64_t rowBytes = format.has(nibbleIndices) ? ceilQuotient(width, 2) : width;
-    return paletteBytes(format) + rowBytes * height;
+    return paletteBytes(format) + indexRowBytes(format, width) * height;
 }
 // In memory every index becomes its entry.
 constexpr std::uint64_t palettisedRowBytes(std::uint32_t width) {
@@ -55,15 +59,17 @@ constexpr std::uint64_t pairRowBytes(std::uint32_t width) {
     return 4 * ceilQuotient(width, 2);
 }
 
-inline constexpr std::uint32_t expandedPairBytes = 6;
-
-// A row of a Direct3D code in memory, before 16-bit values are reduced. Pixel pairs get the room of a whole pair for
-// every pixel.
+// A row of a Direct3D code as the largest picture is reckoned: as in the file, and pixel pairs with the room of a whole
+// pair for every pixel.
 constexpr std::uint64_t codeRowBytes(const Format& format, std::uint32_t width) {
-    return std::uint64_t{format.has(pixelPairs) ? expandedPairBytes : format.bytesPerPixel} * width;
+    return std::uint64_t{format.has(pixelPairs) ? 6U : format.bytesPerPixel} * width;
 }
 constexpr std::uint64_t codeFileRowBytes(const Format& format, std::uint32_t width) {
     return format.has(pixelPairs) ? pairRowBytes(width) : codeRowBytes(format, width);
+}
+// In memory there is a byte a channel.
+constexpr std::uint64_t codeStoredRowBytes(const Format& format, std::uint32_t width) {
+    return std::uint64_t{format.channels} * width;
 }
 
 // Block-compressed pictures; a null format is a code that is not known, which counts as blocks of 16 bytes.

@@ -1,5 +1,4 @@
 // Floating-point images: halfs, singles and the two packed words, all held as 32-bit floats exactly as decoded.
-#include <algorithm>
 #include <cstring>
 
 #include "reader/TddsReader.h"
@@ -48,32 +47,22 @@ int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
     const std::uint64_t rowFloats = std::uint64_t{m_numChannels} * m_width;
     m_rowBytes = static_cast<std::uint32_t>(rowFloats);
     const std::uint64_t fileRowBytes = floatFileRowBytes(format, m_width);
-    const std::uint64_t groupRows =
-        fileRowBytes == 0 ? 1 : std::clamp<std::uint64_t>(readGroupBytes / fileRowBytes, 1, std::max(m_height, 1U));
-
     if (!allocateImage(floatRowBytes(format, m_width))) return -1;
-    // A picture without rows needs no buffer for them, however long they would be.
-    if (m_height == 0) return 0;
-    LazyBuffer rows;
-    if (!rows.allocate(fileRowBytes * groupRows)) return -1;
     const RowConversion conversion = conversionOf(format, m_kernels, m_width);
 
+    // A row that is not whole, and all after it, stay zero.
     auto* out = reinterpret_cast<float*>(m_pixels.data());
-    std::uint64_t left = fileRowBytes == 0 ? 0 : m_height;
-    while (left != 0) {
-        const std::uint64_t asked = std::min(groupRows, left);
-        const std::uint64_t whole = std::fread(rows.data(), 1, asked * fileRowBytes, stream) / fileRowBytes;
-        if (conversion.widen == nullptr) {
-            std::memcpy(out, rows.data(), whole * fileRowBytes);
-        } else {
-            conversion.widen(rows.data(), whole * conversion.valuesPerRow, out);
-        }
-        // A row that is not whole, and all after it, stay zero.
-        if (whole < asked) break;
-        out += whole * rowFloats;
-        left -= whole;
-    }
-    return 0;
+    const std::int64_t rows =
+        readRecords(stream, fileRowBytes, m_height,
+                    [&out, &conversion, rowFloats](const unsigned char* values, std::uint64_t count) {
+                        if (conversion.widen == nullptr) {
+                            std::memcpy(out, values, count * rowFloats * sizeof(float));
+                        } else {
+                            conversion.widen(values, count * conversion.valuesPerRow, out);
+                        }
+                        out += count * rowFloats;
+                    });
+    return rows < 0 ? -1 : 0;
 }
 
 }  // namespace kpx

@@ -40,7 +40,19 @@ bool TddsReader::allocateImage(std::uint64_t bytesPerRow) {
 }
 
 void TddsReader::readPixels(std::FILE* stream, std::uint64_t bytes) {
-    m_arrivedBytes = std::fread(m_pixels.data(), 1, bytes, stream);
+    // What is to be converted is read in groups that are still in the cache then.
+    const std::uint64_t most = m_isSnorm ? readGroupBytes : bytes;
+    while (m_arrivedBytes < bytes) {
+        const std::uint64_t asked = std::min(most, bytes - m_arrivedBytes);
+        const std::uint64_t arrived = std::fread(m_pixels.data() + m_arrivedBytes, 1, asked, stream);
+        noteArrived(arrived);
+        if (arrived < asked) break;
+    }
+}
+
+void TddsReader::noteArrived(std::uint64_t bytes) {
+    if (m_isSnorm) m_kernels.snormToUnorm(m_pixels.data() + m_arrivedBytes, bytes);
+    m_arrivedBytes += bytes;
 }
 
 }  // namespace kpx

@@ -43,6 +43,10 @@ unsigned char** TddsReader::getScanlineChannelsAsBytes(int y) {
 
 void TddsReader::outputMasked(const PixelRow& row) {
     const auto bytesPerPixel = static_cast<std::uint32_t>(m_bytesPerPixel);
+    if (m_pixelLayout == MaskedAlphaOnly && bytesPerPixel == 1) {
+        std::memcpy(m_scanlineOut[0], row.pixels, m_width);
+        return;
+    }
     unsigned char* rows[4] = {};
     if (rowsOfWholeBytes({m_redMask, m_greenMask, m_blueMask, m_alphaMask}, m_numChannels, bytesPerPixel, m_scanlineOut,
                          rows)) {

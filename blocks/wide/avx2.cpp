@@ -215,17 +215,8 @@ template <int bits>
 KPX_INLINE Wide shiftLeft32(Wide a) {
     return {_mm256_slli_epi32(a.v, bits)};
 }
-KPX_INLINE Wide shiftLeft16(Wide a, int bits) {
-    return {_mm256_sll_epi16(a.v, _mm_cvtsi32_si128(bits))};
-}
-KPX_INLINE Wide shiftRight32(Wide a, int bits) {
-    return {_mm256_srlv_epi32(a.v, _mm256_set1_epi32(bits))};
-}
 KPX_INLINE Wide shiftLeft32(Wide a, int bits) {
     return {_mm256_sllv_epi32(a.v, _mm256_set1_epi32(bits))};
-}
-KPX_INLINE Wide shiftRightSigned32(Wide a, int bits) {
-    return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(bits))};
 }
 KPX_INLINE Wide equal32(Wide a, Wide b) {
     return {_mm256_cmpeq_epi32(a.v, b.v)};

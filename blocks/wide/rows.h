@@ -155,23 +155,19 @@ KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
 template <std::size_t bytesPerPixel>
 constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 
-// The formulas of kpx::MaskField, from the last to the first.
+// The formulas of kpx::MaskField.
 KPX_INLINE Wide scaleField(Wide pixel, const kpx::MaskField& field) {
     const Wide w = shiftLeft32(pixel, field.lift) & spread32(static_cast<int>(field.field));
     return shiftRight32<23>(mulAddHigh32(w, spread32(static_cast<int>(field.multiplier)), spread64(field.addend)));
 }
-KPX_INLINE Wide scaleShortField(Wide pixel, const kpx::MaskField& field) {
-    const Wide q = shiftRight32(pixel, field.shift) & spread32(static_cast<int>(field.shifted));
-    return shiftRight32<24>(mulLow32(q, spread32(static_cast<int>(field.shortMultiplier))));
+KPX_INLINE Wide scaleHalfField(Wide lifted, const kpx::MaskField& field) {
+    const Wide h = lifted & spread16(static_cast<int>(field.field >> 16));
+    return mulHigh16(mulHigh16(h, spread16(field.halfMultiplier)), spread16(field.halfScale));
 }
-// In words of 16 bits, of fields within them.
-KPX_INLINE Wide scaleByteField(Wide pixel, const kpx::MaskField& field) {
-    const Wide w = shiftLeft16(pixel, field.lift - 16) & spread16(static_cast<int>(field.field >> 16));
-    return shiftRight16<8>(add16(w, mulHigh16(w, spread16(field.byteMultiplier))));
-}
-
-KPX_INLINE Wide packFields(Wide (&w)[4]) {
-    return packBytes(packWords(w[0], w[1]), packWords(w[2], w[3]));
+KPX_INLINE Wide scaleHalfField(Wide pixel0, Wide pixel1, const kpx::MaskField& field) {
+    const Wide lifted =
+        packWords(shiftRight32<16>(shiftLeft32(pixel0, field.lift)), shiftRight32<16>(shiftLeft32(pixel1, field.lift)));
+    return scaleHalfField(lifted, field);
 }
 
 // What is left of a row after whole vectors.
@@ -192,20 +188,21 @@ KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fi
         loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
             const kpx::MaskField& field = fields[f];
-            Wide values[4];
-            if (field.shortMultiplier != 0 || field.mask == 0) {
-                for (int i = 0; i < 4; ++i) values[i] = scaleShortField(words[i], field);
+            if (field.fitsHalf) {
+                const Wide low = scaleHalfField(words[0], words[1], field);
+                store(rows[f] + x, packBytes(low, scaleHalfField(words[2], words[3], field)));
             } else {
-                for (int i = 0; i < 4; ++i) values[i] = scaleField(words[i], field);
+                const Wide low = packWords(scaleField(words[0], field), scaleField(words[1], field));
+                const Wide high = packWords(scaleField(words[2], field), scaleField(words[3], field));
+                store(rows[f] + x, packBytes(low, high));
             }
-            store(rows[f] + x, packFields(values));
         }
     }
     extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
 }
 
 template <std::size_t bytesPerPixel>
-KPX_TARGET void extractByteFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+KPX_TARGET void extractHalfFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
                                   unsigned char* const* rows) {
     std::size_t x = 0;
     for (; x + 32 <= row.count; x += 32) {
@@ -213,7 +210,9 @@ KPX_TARGET void extractByteFields(const kpx::PixelRow& row, const kpx::MaskField
         Wide words[2];
         loadShortPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
-            store(rows[f] + x, packBytes(scaleByteField(words[0], fields[f]), scaleByteField(words[1], fields[f])));
+            const Wide lift = spread16(1 << (fields[f].lift & 15));
+            store(rows[f] + x, packBytes(scaleHalfField(mulLow16(words[0], lift), fields[f]),
+                                         scaleHalfField(mulLow16(words[1], lift), fields[f])));
         }
     }
     extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
@@ -240,13 +239,13 @@ constexpr FieldExtraction byPixelBytes[5] = {nullptr, extractFields<1>, extractF
 
 void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
                   std::size_t fieldCount, unsigned char* const* rows) {
-    const bool areBytes = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
-        return field.mask <= 0xFFFF && field.fitsByte();
+    const bool areHalfs = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
+        return field.mask <= 0xFFFF && field.fitsHalf;
     });
     if (bytesPerPixel > 4) {
         extractFarFields(row, bytesPerPixel, fields, fieldCount, rows);
-    } else if (areBytes && bytesPerPixel <= 2) {
-        (bytesPerPixel == 1 ? extractByteFields<1> : extractByteFields<2>)(row, fields, fieldCount, rows);
+    } else if (areHalfs && bytesPerPixel <= 2) {
+        (bytesPerPixel == 1 ? extractHalfFields<1> : extractHalfFields<2>)(row, fields, fieldCount, rows);
     } else {
         byPixelBytes[bytesPerPixel](row, fields, fieldCount, rows);
     }

@@ -204,21 +204,9 @@ KPX_INLINE Wide spreadHalf(Wide a) {
     const __m128i lane = a.lane[h / 2];
     return twice(h % 2 == 0 ? _mm_unpacklo_epi64(lane, lane) : _mm_unpackhi_epi64(lane, lane));
 }
-KPX_INLINE Wide shiftLeft16(Wide a, int bits) {
-    const __m128i count = _mm_cvtsi32_si128(bits);
-    return {{_mm_sll_epi16(a.lane[0], count), _mm_sll_epi16(a.lane[1], count)}};
-}
-KPX_INLINE Wide shiftRight32(Wide a, int bits) {
-    const __m128i count = _mm_cvtsi32_si128(bits);
-    return {{_mm_srl_epi32(a.lane[0], count), _mm_srl_epi32(a.lane[1], count)}};
-}
 KPX_INLINE Wide shiftLeft32(Wide a, int bits) {
     const __m128i count = _mm_cvtsi32_si128(bits);
     return {{_mm_sll_epi32(a.lane[0], count), _mm_sll_epi32(a.lane[1], count)}};
-}
-KPX_INLINE Wide shiftRightSigned32(Wide a, int bits) {
-    const __m128i count = _mm_cvtsi32_si128(bits);
-    return {{_mm_sra_epi32(a.lane[0], count), _mm_sra_epi32(a.lane[1], count)}};
 }
 KPX_INLINE __m128i scaledFloats(__m128i a, __m128i factors) {
     return _mm_castps_si128(_mm_mul_ps(_mm_cvtepi32_ps(a), _mm_castsi128_ps(factors)));
