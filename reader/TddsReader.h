@@ -85,7 +85,7 @@ private:
     bool allocateImage(std::uint64_t bytesPerRow);
     // Reads into the pixel buffer and notes what arrived.
     void readPixels(std::FILE* stream, std::uint64_t bytes);
-    // Counts bytes of the pixel buffer that now hold what the file supplied.
+    // Counts bytes of the pixel buffer that now hold what the file supplied; signed ones become unsigned.
     void noteArrived(std::uint64_t bytes);
     int loadPixelPairs(std::FILE* stream, bool greenFirst);
     int loadHighBytes(std::FILE* stream);

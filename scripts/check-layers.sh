@@ -19,7 +19,7 @@ tools/gallery   tools/pictures tools/terminal explain reader
 tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader host
 tools/documents tools/commands tools/terminal explain
 examples        reader host/kpxbase.h
-bench           reader blocks host examples tests/model tests/support
+bench           writer reader blocks host examples tests/model tests/support
 '
 
 wrong=0
