@@ -155,16 +155,35 @@ KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
 template <std::size_t bytesPerPixel>
 constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 
+// kpx::MaskField in vectors, of which a local copy cannot be what a row overwrites: loaded from the field itself, its
+// numbers would be read and spread again with every store.
+struct WideField {
+    int lift;
+    bool fitsHalf;
+    Wide field, multiplier, addend;
+    Wide halfLift, halfField, halfMultiplier, halfScale;
+};
+KPX_INLINE WideField wideField(const kpx::MaskField& field) {
+    return {field.lift,
+            field.fitsHalf,
+            spread32(static_cast<int>(field.field)),
+            spread32(static_cast<int>(field.multiplier)),
+            spread64(field.addend),
+            spread16(1 << (field.lift & 15)),
+            spread16(static_cast<int>(field.field >> 16)),
+            spread16(field.halfMultiplier),
+            spread16(field.halfScale)};
+}
+
 // The formulas of kpx::MaskField.
-KPX_INLINE Wide scaleField(Wide pixel, const kpx::MaskField& field) {
-    const Wide w = shiftLeft32(pixel, field.lift) & spread32(static_cast<int>(field.field));
-    return shiftRight32<23>(mulAddHigh32(w, spread32(static_cast<int>(field.multiplier)), spread64(field.addend)));
+KPX_INLINE Wide scaleField(Wide pixel, const WideField& field) {
+    const Wide w = shiftLeft32(pixel, field.lift) & field.field;
+    return shiftRight32<23>(mulAddHigh32(w, field.multiplier, field.addend));
 }
-KPX_INLINE Wide scaleHalfField(Wide lifted, const kpx::MaskField& field) {
-    const Wide h = lifted & spread16(static_cast<int>(field.field >> 16));
-    return mulHigh16(mulHigh16(h, spread16(field.halfMultiplier)), spread16(field.halfScale));
+KPX_INLINE Wide scaleHalfField(Wide lifted, const WideField& field) {
+    return mulHigh16(mulHigh16(lifted & field.halfField, field.halfMultiplier), field.halfScale);
 }
-KPX_INLINE Wide scaleHalfField(Wide pixel0, Wide pixel1, const kpx::MaskField& field) {
+KPX_INLINE Wide scaleHalfField(Wide pixel0, Wide pixel1, const WideField& field) {
     const Wide lifted =
         packWords(shiftRight32<16>(shiftLeft32(pixel0, field.lift)), shiftRight32<16>(shiftLeft32(pixel1, field.lift)));
     return scaleHalfField(lifted, field);
@@ -181,13 +200,15 @@ inline void extractRest(const kpx::PixelRow& row, std::size_t x, std::size_t byt
 template <std::size_t bytesPerPixel>
 KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
                               unsigned char* const* rows) {
+    WideField wide[4];
+    for (std::size_t f = 0; f < fieldCount; ++f) wide[f] = wideField(fields[f]);
     std::size_t x = 0;
     for (; x + pixelsRead<bytesPerPixel> <= row.count; x += 32) {
         fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
         Wide words[4];
         loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
-            const kpx::MaskField& field = fields[f];
+            const WideField& field = wide[f];
             if (field.fitsHalf) {
                 const Wide low = scaleHalfField(words[0], words[1], field);
                 store(rows[f] + x, packBytes(low, scaleHalfField(words[2], words[3], field)));
@@ -204,15 +225,17 @@ KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fi
 template <std::size_t bytesPerPixel>
 KPX_TARGET void extractHalfFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
                                   unsigned char* const* rows) {
+    WideField wide[4];
+    for (std::size_t f = 0; f < fieldCount; ++f) wide[f] = wideField(fields[f]);
     std::size_t x = 0;
     for (; x + 32 <= row.count; x += 32) {
         fetchNext<32 * bytesPerPixel>(row, bytesPerPixel * x);
         Wide words[2];
         loadShortPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
-            const Wide lift = spread16(1 << (fields[f].lift & 15));
-            store(rows[f] + x, packBytes(scaleHalfField(mulLow16(words[0], lift), fields[f]),
-                                         scaleHalfField(mulLow16(words[1], lift), fields[f])));
+            const WideField& field = wide[f];
+            store(rows[f] + x, packBytes(scaleHalfField(mulLow16(words[0], field.halfLift), field),
+                                         scaleHalfField(mulLow16(words[1], field.halfLift), field)));
         }
     }
     extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
