@@ -74,8 +74,11 @@ KPX_INLINE Wide divideTexels(Wide texels) {
     const Wide alpha = texels & byte;
     const Wide divisor = alpha | (equal32(alpha, zero()) & spread32(256));
     const Wide factor = floatQuotients(256.0F * (1.0F + 0x1p-20F), divisor);
-    const Wide r = truncatedFloats(scaledFloats(shiftRight32<8>(texels) & byte, factor));
-    const Wide g = truncatedFloats(scaledFloats(shiftRight32<16>(texels) & byte, factor));
+    // Two of the channels by shuffles, which other ports of a processor do than shifts and conversions.
+    constexpr LaneBytes reds{{1, none, none, none, 5, none, none, none, 9, none, none, none, 13, none, none, none}};
+    constexpr LaneBytes greens{{2, none, none, none, 6, none, none, none, 10, none, none, none, 14, none, none, none}};
+    const Wide r = truncatedFloats(scaledFloats(shuffle8(texels, loadTwice(&reds)), factor));
+    const Wide g = truncatedFloats(scaledFloats(shuffle8(texels, loadTwice(&greens)), factor));
     const Wide b = truncatedFloats(scaledFloats(shiftRight32<24>(texels), factor));
     // The packing cuts at 32767, and then at 255.
     return shuffle8(packBytes(packSignedWords(alpha, r), packSignedWords(g, b)), loadTwice(&texelOrder));
