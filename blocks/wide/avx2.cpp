@@ -188,12 +188,6 @@ KPX_INLINE Wide packSignedWords(Wide a, Wide b) {
 KPX_INLINE Wide add32(Wide a, Wide b) {
     return {_mm256_add_epi32(a.v, b.v)};
 }
-KPX_INLINE Wide sub32(Wide a, Wide b) {
-    return {_mm256_sub_epi32(a.v, b.v)};
-}
-KPX_INLINE Wide mulLow32(Wide a, Wide b) {
-    return {_mm256_mullo_epi32(a.v, b.v)};
-}
 // (a x b + c) >> 32 of unsigned words of 32 bits; b is the same in all words, and c in all of 64 bits.
 KPX_INLINE Wide mulAddHigh32(Wide a, Wide b, Wide c) {
     const __m256i even = _mm256_add_epi64(_mm256_mul_epu32(a.v, b.v), c.v);

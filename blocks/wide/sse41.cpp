@@ -123,12 +123,6 @@ KPX_INLINE Wide unpackHigh16(Wide a, Wide b) {
 KPX_INLINE Wide add32(Wide a, Wide b) {
     return {{_mm_add_epi32(a.lane[0], b.lane[0]), _mm_add_epi32(a.lane[1], b.lane[1])}};
 }
-KPX_INLINE Wide sub32(Wide a, Wide b) {
-    return {{_mm_sub_epi32(a.lane[0], b.lane[0]), _mm_sub_epi32(a.lane[1], b.lane[1])}};
-}
-KPX_INLINE Wide mulLow32(Wide a, Wide b) {
-    return {{_mm_mullo_epi32(a.lane[0], b.lane[0]), _mm_mullo_epi32(a.lane[1], b.lane[1])}};
-}
 KPX_INLINE __m128i mulAddHigh32(__m128i a, __m128i b, __m128i c) {
     const __m128i even = _mm_add_epi64(_mm_mul_epu32(a, b), c);
     const __m128i odd = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(a, 32), b), c);
@@ -228,7 +222,7 @@ KPX_INLINE Wide truncatedFloats(Wide a) {
 }
 
 constexpr bool hasHalfConversion = false;
-KPX_INLINE void storeFiniteHalfs(unsigned char*, unsigned char*, Wide) {}
+[[maybe_unused]] KPX_INLINE void storeFiniteHalfs(unsigned char*, unsigned char*, Wide) {}
 
 // SSE has no permutation of words by a register: texels are picked byte by byte.
 struct TexelIndices {
