@@ -257,7 +257,7 @@ int main(int argc, char** argv) {
                      fileBytesOf(format), isMasked);
         });
     }
-    for (const std::size_t channels : {3, 4}) {
+    for (const std::size_t channels : {std::size_t{3}, std::size_t{4}}) {
         const std::string what = channels == 3 ? "BGR" : "BGRA";
         add("write/" + what, [channels](benchmark::State& state) { writeFile(state, channels); });
         add("writeRows/" + what, [channels](benchmark::State& state) { writeRows(state, channels); });
