@@ -58,6 +58,11 @@ KPX_INLINE void fetch(const void* from) {
     _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }
 
+// Eight words of 32 bits out of a table, by indices of a byte each.
+KPX_INLINE Wide pickWords(const unsigned char* table, const unsigned char* indices) {
+    const __m256i eight = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(indices)));
+    return {_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), eight, 4)};
+}
 KPX_INLINE void store(void* to, Wide a) {
     _mm256_storeu_si256(static_cast<__m256i*>(to), a.v);
 }

@@ -13,18 +13,10 @@
 
 namespace {
 
-// Eight indices at a time, two entries a store.
 KPX_TARGET void pickByteEntries(const unsigned char* indices, std::size_t count, const unsigned char* entries,
                                 unsigned char* pixels) {
     std::size_t x = 0;
-    for (; x + 8 <= count; x += 8) {
-        std::uint64_t eight = load64(indices + x);
-        for (std::size_t i = 0; i < 8; i += 2, eight >>= 16) {
-            const std::uint64_t first = kpx::load32(entries + 4 * (eight & 255));
-            const std::uint64_t both = first | std::uint64_t{kpx::load32(entries + 4 * (eight >> 8 & 255))} << 32;
-            std::memcpy(pixels + 4 * (x + i), &both, sizeof both);
-        }
-    }
+    for (; x + 8 <= count; x += 8) store(pixels + 4 * x, pickWords(entries, indices + x));
     kpx::plainKernels.pickByteEntries(indices + x, count - x, entries, pixels + 4 * x);
 }
 

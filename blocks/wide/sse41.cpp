@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #define KPX_TARGET [[gnu::target("sse4.1")]]
 #define KPX_INLINE [[gnu::target("sse4.1"), gnu::always_inline]] inline
@@ -52,6 +53,17 @@ KPX_INLINE void fetch(const void* from) {
     _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }
 
+KPX_INLINE __m128i pickFour(const unsigned char* table, const unsigned char* indices) {
+    const auto word = [table](unsigned char index) {
+        int value;
+        std::memcpy(&value, table + std::size_t{4} * index, sizeof value);
+        return value;
+    };
+    return _mm_setr_epi32(word(indices[0]), word(indices[1]), word(indices[2]), word(indices[3]));
+}
+KPX_INLINE Wide pickWords(const unsigned char* table, const unsigned char* indices) {
+    return {{pickFour(table, indices), pickFour(table, indices + 4)}};
+}
 KPX_INLINE void storeLanes(void* to0, void* to1, Wide a) {
     _mm_storeu_si128(static_cast<__m128i*>(to0), a.lane[0]);
     _mm_storeu_si128(static_cast<__m128i*>(to1), a.lane[1]);
