@@ -41,8 +41,8 @@ MaskField makeMaskField(std::uint32_t mask) {
     // 255 x p / f for p <= f, where 2^31 <= f < 2^32 and both are multiples of 2^8, so that quotients are multiples of
     // 2^8 / f. With m the whole number next to 255 x 2^55 / f, p x m / 2^55 is off by p / 2^56 < f / 2^56 at most,
     // which is less than 2^8 / f. With m rounded up, the product cannot reach the next multiple, and truncates as it
-    // should. With m rounded down, the division's remainder is added, which is what the product lacks for p = f: less
-    // than f / 2, no more than 2^8 / f again. The sum stays below 2^63.
+    // should. With m rounded down, the division's remainder is added, at most f / 2: it is what the product lacks for
+    // p = f, and over 2^55 less than 2^8 / f again. The sum stays below 2^63.
     const std::uint64_t dividend = std::uint64_t{255} << 55;
     const std::uint64_t below = dividend / field.field;
     const std::uint64_t remainder = dividend % field.field;

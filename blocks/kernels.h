@@ -49,9 +49,8 @@ struct MaskField {
     std::uint32_t multiplier;
     std::uint32_t addend;
 
-    // Most fields of up to 16 bits, all of up to 7 and all whole ones of up to 16 among them, need words of 16 bits
-    // alone: value = (h x halfMultiplier >> 16) x halfScale >> 16, where h is the upper half of (pixel << lift) &
-    // field.
+    // Most fields of up to 16 bits need words of 16 bits alone, all of up to 7 and all without gaps among them. With h
+    // the upper half of (pixel << lift) & field, value = (h x halfMultiplier >> 16) x halfScale >> 16.
     bool fitsHalf;
     std::uint16_t halfMultiplier;
     std::uint16_t halfScale;
