@@ -1,7 +1,8 @@
-// Reads the bits of a block one at a time: bit i is bit i mod 8 of byte i / 8, the first bit of a field its lowest.
+// The bits of a block one at a time: bit i is bit i mod 8 of byte i / 8, the first bit of a field its lowest.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace model {
@@ -12,18 +13,14 @@ public:
 
     int take(int count) {
         int value = 0;
-        for (int i = 0; i < count; ++i) value |= takeBit() << i;
+        for (int i = 0; i < count; ++i, ++m_position) {
+            const int byte = m_block[static_cast<std::size_t>(m_position / 8)];
+            value |= (byte >> m_position % 8 & 1) << i;
+        }
         return value;
     }
 
 private:
-    int takeBit() {
-        const int byte = m_block[static_cast<std::size_t>(m_position / 8)];
-        const int bit = (byte >> (m_position % 8)) & 1;
-        ++m_position;
-        return bit;
-    }
-
     std::span<const unsigned char> m_block;
     int m_position;
 };
@@ -31,6 +28,15 @@ private:
 // The field of count bits that starts at bit first.
 inline int bitsOf(std::span<const unsigned char> block, int first, int count) {
     return BitReader(block, first).take(count);
+}
+
+// Stores the low bits of a value into such a field.
+inline void putBits(std::span<unsigned char> block, int first, int count, std::int64_t value) {
+    for (int i = 0; i < count; ++i) {
+        unsigned char& byte = block[static_cast<std::size_t>((first + i) / 8)];
+        const int bit = 1 << (first + i) % 8;
+        byte = static_cast<unsigned char>((value >> i & 1) != 0 ? byte | bit : byte & ~bit);
+    }
 }
 
 }  // namespace model

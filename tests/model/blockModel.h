@@ -38,19 +38,11 @@ FloatTexels decodeBC6H(Block16 block, bool isSigned);
 // A first byte of 0 gives opaque black.
 Texels decodeBC7(Block16 block);
 
-// One value of a single-channel block: the stored byte of index 0 to 7. For signed data e0 and e1 are the raw bytes.
-std::uint8_t bc4Value(std::uint8_t e0, std::uint8_t e1, int index, bool isSigned);
-// The BC3 alpha of index 0 to 7.
-std::uint8_t bc3Alpha(std::uint8_t alpha0, std::uint8_t alpha1, int index);
 // A colour value divided by the texel's alpha; 255 where it would exceed a byte, unchanged where alpha is 0.
 std::uint8_t divideByAlpha(std::uint8_t value, std::uint8_t alpha);
 
 // True when the texel is the anchor of one of the block's subsets (1 to 3), so that its index has one bit less.
 bool isAnchor(int subsets, int partition, int texel);
-// The subset of a texel.
-int subsetOf(int subsets, int partition, int texel);
-// The weight, 0 to 64, of an index of 2, 3 or 4 bits.
-int weightOf(int index, int indexBits);
 // (1 - w) * e0 + w * e1 with the weight w of the index, rounded to nearest.
 std::int64_t interpolate(std::int64_t e0, std::int64_t e1, int index, int indexBits);
 // The low bits of value as a two's-complement number.
