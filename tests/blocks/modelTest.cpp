@@ -92,7 +92,7 @@ TEST(WorkedBlocks, ComeOutOfTheModelAndOfEveryKernel) {
             expectWord(*words, bytes, bytesOfFloats(row.at(3), false));
             continue;
         }
-        const auto* blocks = std::find_if(std::begin(decoders), std::end(decoders), isNamed);
+        const auto blocks = std::find_if(std::begin(decoders), std::end(decoders), isNamed);
         ASSERT_NE(blocks, std::end(decoders));
         Bytes palette;
         std::istringstream texels(row.at(3));

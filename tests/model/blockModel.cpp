@@ -1,7 +1,9 @@
 #include "tests/model/blockModel.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "tests/model/bitReader.h"
@@ -10,7 +12,37 @@
 
 namespace model {
 
+bool isAnchor(int subsets, int partition, int texel) {
+    return partitionOf(subsets, partition).isAnchor[static_cast<std::size_t>(texel)];
+}
+
+std::int64_t interpolate(std::int64_t e0, std::int64_t e1, int index, int indexBits) {
+    constexpr int weights[3][16] = {
+        {0, 21, 43, 64}, {0, 9, 18, 27, 37, 46, 55, 64}, {0, 4, 9, 13, 17, 21, 26, 30, 34, 38, 43, 47, 51, 55, 60, 64}};
+    const std::int64_t weight = weights[indexBits - 2][index];
+    return ((64 - weight) * e0 + weight * e1 + 32) >> 6;
+}
+
+std::int64_t signExtend(std::int64_t value, int bits) {
+    const std::int64_t range = std::int64_t{1} << bits;
+    const std::int64_t low = value & (range - 1);
+    return low >= range / 2 ? low - range : low;
+}
+
+std::uint8_t divideByAlpha(std::uint8_t value, std::uint8_t alpha) {
+    if (alpha == 0) return value;
+    return value < alpha ? static_cast<std::uint8_t>(value * 256 / alpha) : std::uint8_t{255};
+}
+
 namespace {
+
+using Block = std::span<const unsigned char>;
+
+struct Texel {
+    std::uint8_t a, r, g, b;
+};
+using Texels = std::array<Texel, 16>;
+using FloatTexels = std::array<std::array<float, 4>, 16>;  // red, green, blue, alpha
 
 std::uint8_t toByte(std::int64_t value) {
     return static_cast<std::uint8_t>(value);
@@ -20,7 +52,7 @@ std::size_t at(int index) {
 }
 
 // The RGB565 colour that starts at bit first, widened with truncation.
-Texel colourAt(Block8 block, int first) {
+Texel colourAt(Block block, int first) {
     return {255, toByte(bitsOf(block, first + 11, 5) * 255 / 31), toByte(bitsOf(block, first + 5, 6) * 255 / 63),
             toByte(bitsOf(block, first, 5) * 255 / 31)};
 }
@@ -31,10 +63,24 @@ Texel blend(Texel c0, Texel c1, int p, int q) {
             toByte((p * c0.b + q * c1.b) / (p + q))};
 }
 
+// isDXT1: the block may choose the mode of three colours.
+Texels decodeBC1(Block block, bool isDXT1) {
+    const Texel c0 = colourAt(block, 0);
+    const Texel c1 = colourAt(block, 16);
+    std::array<Texel, 4> palette = {c0, c1, blend(c0, c1, 2, 1), blend(c0, c1, 1, 2)};
+    if (isDXT1 && bitsOf(block, 0, 16) <= bitsOf(block, 16, 16)) {
+        palette[2] = blend(c0, c1, 1, 1);
+        palette[3] = {0, 0, 0, 0};
+    }
+    Texels texels{};
+    for (int t = 0; t < 16; ++t) texels[at(t)] = palette[at(bitsOf(block, 32 + 2 * t, 2))];
+    return texels;
+}
+
 // The colours of the block's second half with the alpha that alphaOf(texel) gives.
 template <typename AlphaOf>
-Texels coloursWithAlpha(Block16 block, bool premultiplied, AlphaOf alphaOf) {
-    Texels texels = decodeBC1(block.last<8>(), false);
+Texels coloursWithAlpha(Block block, bool premultiplied, AlphaOf alphaOf) {
+    Texels texels = decodeBC1(block.subspan(8), false);
     for (int t = 0; t < 16; ++t) {
         Texel& texel = texels[at(t)];
         texel.a = alphaOf(t);
@@ -55,11 +101,11 @@ std::uint8_t between(std::int64_t v0, std::int64_t v1, int index, bool six, int 
     return toByte(((6 - index) * v0 + (index - 1) * v1) / 5 + offset);
 }
 
-std::uint8_t bc3Alpha(Block16 block, int texel) {
+std::uint8_t bc3Alpha(Block block, int texel) {
     return between(block[0], block[1], bitsOf(block, 16 + 3 * texel, 3), block[0] >= block[1], 0);
 }
 
-std::uint8_t bc4Value(Block8 block, int texel, bool isSigned) {
+std::uint8_t bc4Value(Block block, int texel, bool isSigned) {
     const auto endpoint = [&](std::uint8_t raw) {
         return isSigned ? std::max<std::int64_t>(signExtend(raw, 8), -127) : std::int64_t{raw};
     };
@@ -68,52 +114,15 @@ std::uint8_t bc4Value(Block8 block, int texel, bool isSigned) {
     return between(v0, v1, bitsOf(block, 16 + 3 * texel, 3), v0 > v1, isSigned ? 128 : 0);
 }
 
-}  // namespace
-
-bool isAnchor(int subsets, int partition, int texel) {
-    return partitionOf(subsets, partition).isAnchor[at(texel)];
-}
-
-std::int64_t interpolate(std::int64_t e0, std::int64_t e1, int index, int indexBits) {
-    constexpr int weights[3][16] = {
-        {0, 21, 43, 64}, {0, 9, 18, 27, 37, 46, 55, 64}, {0, 4, 9, 13, 17, 21, 26, 30, 34, 38, 43, 47, 51, 55, 60, 64}};
-    const std::int64_t weight = weights[indexBits - 2][index];
-    return ((64 - weight) * e0 + weight * e1 + 32) >> 6;
-}
-
-std::int64_t signExtend(std::int64_t value, int bits) {
-    const std::int64_t range = std::int64_t{1} << bits;
-    const std::int64_t low = value & (range - 1);
-    return low >= range / 2 ? low - range : low;
-}
-
-std::uint8_t divideByAlpha(std::uint8_t value, std::uint8_t alpha) {
-    if (alpha == 0) return value;
-    return value < alpha ? toByte(std::int64_t{value} * 256 / alpha) : std::uint8_t{255};
-}
-
-Texels decodeBC1(Block8 block, bool isDXT1) {
-    const Texel c0 = colourAt(block, 0);
-    const Texel c1 = colourAt(block, 16);
-    std::array<Texel, 4> palette = {c0, c1, blend(c0, c1, 2, 1), blend(c0, c1, 1, 2)};
-    if (isDXT1 && bitsOf(block, 0, 16) <= bitsOf(block, 16, 16)) {
-        palette[2] = blend(c0, c1, 1, 1);
-        palette[3] = {0, 0, 0, 0};
-    }
-    Texels texels{};
-    for (int t = 0; t < 16; ++t) texels[at(t)] = palette[at(bitsOf(block, 32 + 2 * t, 2))];
-    return texels;
-}
-
-Texels decodeBC2(Block16 block, bool premultiplied) {
+Texels decodeBC2(Block block, bool premultiplied) {
     return coloursWithAlpha(block, premultiplied, [&](int t) { return toByte(17 * bitsOf(block, 4 * t, 4)); });
 }
 
-Texels decodeBC3(Block16 block, bool premultiplied) {
+Texels decodeBC3(Block block, bool premultiplied) {
     return coloursWithAlpha(block, premultiplied, [&](int t) { return bc3Alpha(block, t); });
 }
 
-Texels decodeBC4(Block8 block, bool isSigned) {
+Texels decodeBC4(Block block, bool isSigned) {
     Texels texels{};
     for (int t = 0; t < 16; ++t) {
         const std::uint8_t grey = bc4Value(block, t, isSigned);
@@ -122,15 +131,13 @@ Texels decodeBC4(Block8 block, bool isSigned) {
     return texels;
 }
 
-Texels decodeBC5(Block16 block, bool isSigned) {
+Texels decodeBC5(Block block, bool isSigned) {
     Texels texels{};
     for (int t = 0; t < 16; ++t) {
-        texels[at(t)] = {255, bc4Value(block.first<8>(), t, isSigned), bc4Value(block.last<8>(), t, isSigned), 0};
+        texels[at(t)] = {255, bc4Value(block, t, isSigned), bc4Value(block.subspan(8), t, isSigned), 0};
     }
     return texels;
 }
-
-namespace {
 
 using Endpoints6 = std::array<std::array<std::int64_t, 3>, 4>;
 
@@ -176,9 +183,7 @@ std::array<int, 16> takeIndices(BitReader& bits, const Partition& partition, int
     return indices;
 }
 
-}  // namespace
-
-FloatTexels decodeBC6H(Block16 block, bool isSigned) {
+FloatTexels decodeBC6H(Block block, bool isSigned) {
     FloatTexels texels{};
     texels.fill({0.0F, 0.0F, 0.0F, 1.0F});
     const auto mode = std::find_if(bc6hModes().begin(), bc6hModes().end(),
@@ -208,8 +213,6 @@ FloatTexels decodeBC6H(Block16 block, bool isSigned) {
     return texels;
 }
 
-namespace {
-
 using Endpoints7 = std::array<std::array<int, 4>, 6>;  // red, green, blue, alpha
 
 // Repeats the high bits of a value of the given width below it, up to 8 bits.
@@ -238,9 +241,7 @@ Endpoints7 takeBC7Endpoints(BitReader& bits, const Bc7Mode& mode) {
     return endpoints;
 }
 
-}  // namespace
-
-Texels decodeBC7(Block16 block) {
+Texels decodeBC7(Block block) {
     Texels texels{};
     texels.fill({255, 0, 0, 0});
     int modeNumber = 0;
@@ -278,6 +279,34 @@ Texels decodeBC7(Block16 block) {
         if (rotation == 3) std::swap(texel.a, texel.b);
     }
     return texels;
+}
+
+template <typename AnyTexels>
+Tile tileOf(const AnyTexels& texels) {
+    Tile tile(sizeof texels);
+    std::memcpy(tile.data(), texels.data(), sizeof texels);
+    return tile;
+}
+
+constexpr BlockFormat formats[] = {
+    {"bc1", 8, 4, [](Block b) { return tileOf(decodeBC1(b, true)); }},
+    {"bc2", 16, 4, [](Block b) { return tileOf(decodeBC2(b, false)); }},
+    {"bc2Premultiplied", 16, 4, [](Block b) { return tileOf(decodeBC2(b, true)); }},
+    {"bc3", 16, 4, [](Block b) { return tileOf(decodeBC3(b, false)); }},
+    {"bc3Premultiplied", 16, 4, [](Block b) { return tileOf(decodeBC3(b, true)); }},
+    {"bc4Unsigned", 8, 4, [](Block b) { return tileOf(decodeBC4(b, false)); }},
+    {"bc4Signed", 8, 4, [](Block b) { return tileOf(decodeBC4(b, true)); }},
+    {"bc5Unsigned", 16, 4, [](Block b) { return tileOf(decodeBC5(b, false)); }},
+    {"bc5Signed", 16, 4, [](Block b) { return tileOf(decodeBC5(b, true)); }},
+    {"bc6hUnsigned", 16, 16, [](Block b) { return tileOf(decodeBC6H(b, false)); }},
+    {"bc6hSigned", 16, 16, [](Block b) { return tileOf(decodeBC6H(b, true)); }},
+    {"bc7", 16, 4, [](Block b) { return tileOf(decodeBC7(b)); }},
+};
+
+}  // namespace
+
+std::span<const BlockFormat> blockFormats() {
+    return formats;
 }
 
 }  // namespace model

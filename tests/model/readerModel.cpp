@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <bit>
+#include <cctype>
+#include <cstring>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
+#include <sstream>
 
 #include "tests/model/blockModel.h"
 #include "tests/model/floatModel.h"
+#include "tests/model/tables.h"
 
 namespace model {
 
@@ -27,7 +31,7 @@ constexpr std::uint32_t ddpfLuminance = 0x20000;
 constexpr const char* noMemory = "Insufficient memory to load DDS file";
 constexpr const char* shortData = "Error loading DDS pixel data";
 
-constexpr std::uint32_t fourCC(const char (&text)[5]) {
+constexpr std::uint32_t fourCC(const char* text) {
     std::uint32_t code = 0;
     for (int i = 3; i >= 0; --i) code = code << 8 | static_cast<unsigned char>(text[i]);
     return code;
@@ -42,6 +46,8 @@ std::uint64_t product(std::initializer_list<std::uint64_t> factors) {
     }
     return result;
 }
+
+using Masks = std::array<std::uint32_t, 4>;  // red, green, blue, alpha
 
 bool canAllocate(std::uint64_t bytes) {
     return bytes <= UINT32_MAX;
@@ -66,26 +72,18 @@ private:
     std::shared_ptr<const std::vector<unsigned char>> m_bytes = std::make_shared<std::vector<unsigned char>>();
 };
 
-// The reader's fields, as the loaders find and leave them.
-struct State {
+// The picture as far as it is known, and the reader's fields as the loaders find and leave them.
+struct State : Picture {
     std::uint32_t headerFlags = 0;
     std::uint32_t linearSize = 0;
     std::uint32_t flags = 0;  // of the pixel format
     std::uint32_t code = 0;   // dwFourCC
     std::uint32_t bitCount = 0;
-    std::array<std::uint32_t, 4> masks{};  // red, green, blue, alpha
+    Masks masks{};
     std::uint32_t dxgiFormat = 0;
     std::uint32_t alphaMode = 0;  // of the DX10 header
-    Data data;
-
-    std::uint64_t width = 0;
-    std::uint64_t height = 0;
-    std::uint32_t channels = 3;
-    int bits = 8;
-    int layout = 0;
     bool isSnorm = false;
-    std::string printed;
-    std::function<Pixel(std::uint64_t x, std::uint64_t y)> pixelAt;
+    Data data;
 };
 
 // A picture whose pixels take so many bytes; sides are at most what a signed number of 32 bits holds.
@@ -103,12 +101,9 @@ std::uint32_t snormToByte(std::uint32_t raw) {
     return value == -128 ? 0U : static_cast<std::uint32_t>((value + 127) * 255 / 254);
 }
 
-// Which byte of a stored pixel each output channel is, by layout; of layouts 0 and 1 the masks tell.
-constexpr const char* channelOrders[] = {"", "", "0", "01", "210", "012", "3210", "2103", "1230", "0123"};
-
-// Pixels of pixelBytes bytes with a channel in single bytes. Of channels of valueBytes = 2 the high byte is taken.
-void showBytes(State& s, std::uint64_t pixelBytes, std::uint64_t valueBytes) {
-    const std::string order = channelOrders[s.layout];
+// Pixels with a channel in values of valueBytes, of which the highest byte is taken: the order tells where in the
+// pixel's bytes each channel is.
+void showBytes(State& s, const std::string& order, std::uint64_t pixelBytes, std::uint64_t valueBytes) {
     s.pixelAt = [data = s.data, width = s.width, isSnorm = s.isSnorm, order, pixelBytes, valueBytes](std::uint64_t x,
                                                                                                      std::uint64_t y) {
         Pixel pixel{};
@@ -139,18 +134,16 @@ void showMasked(State& s, std::uint64_t pixelBytes) {
     };
 }
 
-int uncompressedLayout(const State& s, std::uint64_t pixelBytes) {
-    using Masks = std::array<std::uint32_t, 4>;
+// The order of channels that lie in whole bytes; empty where masks tell them.
+std::string byteOrder(const State& s, std::uint64_t pixelBytes) {
     const Masks& m = s.masks;
-    if (s.channels == 3 && m[0] == 0xFF0000 && m[1] == 0xFF00 && m[2] == 0xFF && (pixelBytes == 3 || pixelBytes == 4))
-        return 4;
-    if (s.channels == 4 && pixelBytes == 4) {
-        if (m == Masks{0xFF000000, 0x00FF0000, 0x0000FF00, 0x000000FF}) return 6;
-        if (m == Masks{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000}) return 7;
-        if (m == Masks{0x000000FF, 0x0000FF00, 0x00FF0000, 0xFF000000}) return 9;
-    }
-    if (s.channels == 1 && m[3] == 0xFF) return 1;
-    return 0;
+    const bool isBgr = m[0] == 0xFF0000 && m[1] == 0xFF00 && m[2] == 0xFF;
+    if (s.channels == 3 && (pixelBytes == 3 || pixelBytes == 4) && isBgr) return "210";
+    if (s.channels != 4 || pixelBytes != 4) return "";
+    if (m == Masks{0xFF000000, 0x00FF0000, 0x0000FF00, 0x000000FF}) return "3210";
+    if (m == Masks{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000}) return "2103";
+    if (m == Masks{0x000000FF, 0x0000FF00, 0x00FF0000, 0xFF000000}) return "0123";
+    return "";
 }
 
 bool loadUncompressed(State& s) {
@@ -158,23 +151,38 @@ bool loadUncompressed(State& s) {
     std::uint64_t pixelBytes = s.bitCount / 8;
     if (pixelBytes == 0) pixelBytes = s.channels;
     if (!canHold(s, pixelBytes)) return failWith(s, noMemory);
-    s.layout = uncompressedLayout(s, pixelBytes);
-    if (s.layout == 1) s.flags |= ddpfAlphaPixels;
-    if (s.layout <= 1)
-        showMasked(s, pixelBytes);
-    else
-        showBytes(s, pixelBytes, 1);
+    if (s.channels == 1 && s.masks[3] == 0xFF) s.flags |= ddpfAlphaPixels;
+    const std::string order = byteOrder(s, pixelBytes);
+    order.empty() ? showMasked(s, pixelBytes) : showBytes(s, order, pixelBytes, 1);
     return true;
 }
 
-struct FloatFormat {
+struct Code {
     std::uint32_t code;
+    std::string kind;
     std::uint32_t channels;
     std::uint64_t valueBytes;
+    std::string detail;  // the order of the channels, or the decoder
 };
 
-constexpr std::array<FloatFormat, 7> floatFormats = {
-    {{111, 1, 2}, {112, 2, 2}, {113, 4, 2}, {114, 1, 4}, {115, 2, 4}, {116, 4, 4}, {1116, 3, 4}}};
+std::uint32_t codeOf(const std::string& text) {
+    if (std::isdigit(text[0]) != 0) return static_cast<std::uint32_t>(std::stoul(text));
+    return fourCC(text.c_str());
+}
+
+const Code& formatOf(std::uint32_t code) {
+    static const std::vector<Code> codes = [] {
+        std::vector<Code> all;
+        for (const auto& row : rowsOf("tests/model/codes.tsv")) {
+            const auto channels = static_cast<std::uint32_t>(std::stoul(row[2]));
+            all.push_back({codeOf(row[0]), row[1], channels, std::stoul(row[3]), row.size() > 4 ? row[4] : ""});
+        }
+        return all;
+    }();
+    static const Code none{};
+    const auto found = std::find_if(codes.begin(), codes.end(), [&](const Code& c) { return c.code == code; });
+    return found == codes.end() ? none : *found;
+}
 
 // Rows of pixelBytes file bytes per pixel that unpack turns into floats. Rows from the first incomplete one are zero.
 template <typename Unpack>
@@ -190,29 +198,26 @@ bool showFloatRows(State& s, std::uint64_t pixelBytes, Unpack unpack) {
 }
 
 bool loadFloatingPoint(State& s) {
-    const FloatFormat format =
-        *std::find_if(floatFormats.begin(), floatFormats.end(), [&](const FloatFormat& f) { return f.code == s.code; });
+    const Code format = formatOf(s.code);
     s.channels = format.channels;
     if (format.channels == 4) s.flags |= ddpfAlphaPixels;
     return showFloatRows(s, format.channels * format.valueBytes, [format](const Data& data, std::uint64_t first) {
         Pixel pixel{};
         for (std::uint32_t c = 0; c < format.channels; ++c) {
             const std::uint64_t index = first + c * format.valueBytes;
-            pixel[c] = format.valueBytes == 4
-                           ? data.word32(index)
-                           : std::bit_cast<std::uint32_t>(halfToFloat(static_cast<std::uint16_t>(data.word16(index))));
+            const float half = halfToFloat(static_cast<std::uint16_t>(data.word16(index)));
+            pixel[c] = format.valueBytes == 4 ? data.word32(index) : std::bit_cast<std::uint32_t>(half);
         }
         return pixel;
     });
 }
 
-template <std::array<float, 3> (*unpackWord)(std::uint32_t)>
-bool loadPackedFloat(State& s) {
+bool loadPackedFloat(State& s, std::array<float, 3> (*unpackWord)(std::uint32_t)) {
     s.channels = 3;
-    return showFloatRows(s, 4, [](const Data& data, std::uint64_t first) {
-        const std::array<float, 3> rgb = unpackWord(data.word32(first));
-        return Pixel{std::bit_cast<std::uint32_t>(rgb[0]), std::bit_cast<std::uint32_t>(rgb[1]),
-                     std::bit_cast<std::uint32_t>(rgb[2]), 0};
+    return showFloatRows(s, 4, [unpackWord](const Data& data, std::uint64_t first) {
+        Pixel pixel{};
+        std::memcpy(pixel.data(), unpackWord(data.word32(first)).data(), 3 * sizeof(float));
+        return pixel;
     });
 }
 
@@ -234,56 +239,28 @@ bool loadPalettised(State& s) {
     return true;
 }
 
-Pixel toPixel(const Texel& t) {
-    return {t.r, t.g, t.b, t.a};
+Pixel texelOf(const Tile& tile, std::uint64_t texel) {
+    Pixel pixel{};
+    if (tile.size() == 16 * sizeof pixel) {
+        std::memcpy(pixel.data(), tile.data() + texel * sizeof pixel, sizeof pixel);
+        return pixel;
+    }
+    const unsigned char* argb = tile.data() + 4 * texel;
+    return {argb[1], argb[2], argb[3], argb[0]};
 }
-Pixel toPixel(const std::array<float, 4>& t) {
-    return {std::bit_cast<std::uint32_t>(t[0]), std::bit_cast<std::uint32_t>(t[1]), std::bit_cast<std::uint32_t>(t[2]),
-            std::bit_cast<std::uint32_t>(t[3])};
-}
-
-using Tile = std::array<Pixel, 16>;
-
-template <typename AnyTexels>
-Tile toTile(const AnyTexels& texels) {
-    Tile tile{};
-    for (std::size_t t = 0; t < 16; ++t) tile[t] = toPixel(texels[t]);
-    return tile;
-}
-
-using Block = const unsigned char*;
-
-struct BlockFormat {
-    std::uint32_t code;
-    std::uint64_t blockBytes;
-    Tile (*decode)(Block block);
-};
-
-const BlockFormat blockFormats[] = {
-    {fourCC("DXT1"), 8, [](Block b) { return toTile(decodeBC1(Block8(b, 8), true)); }},
-    {fourCC("DXT2"), 16, [](Block b) { return toTile(decodeBC2(Block16(b, 16), true)); }},
-    {fourCC("DXT3"), 16, [](Block b) { return toTile(decodeBC2(Block16(b, 16), false)); }},
-    {fourCC("DXT4"), 16, [](Block b) { return toTile(decodeBC3(Block16(b, 16), true)); }},
-    {fourCC("DXT5"), 16, [](Block b) { return toTile(decodeBC3(Block16(b, 16), false)); }},
-    {fourCC("BC4U"), 8, [](Block b) { return toTile(decodeBC4(Block8(b, 8), false)); }},
-    {fourCC("BC4S"), 8, [](Block b) { return toTile(decodeBC4(Block8(b, 8), true)); }},
-    {fourCC("ATI2"), 16, [](Block b) { return toTile(decodeBC5(Block16(b, 16), false)); }},
-    {fourCC("BC5U"), 16, [](Block b) { return toTile(decodeBC5(Block16(b, 16), false)); }},
-    {fourCC("BC5S"), 16, [](Block b) { return toTile(decodeBC5(Block16(b, 16), true)); }},
-    {fourCC("DXT6"), 16, [](Block b) { return toTile(decodeBC6H(Block16(b, 16), false)); }},
-    {fourCC("DXT7"), 16, [](Block b) { return toTile(decodeBC7(Block16(b, 16))); }},
-};
 
 bool loadCompressed(State& s) {
+    const Code& code = formatOf(s.code);
     const bool isBC6H = s.code == fourCC("DXT6");
     s.flags |= ddpfAlphaPixels;
     s.channels = 4;
     if (isBC6H) s.bits = 32;
     if (!canHold(s, isBC6H ? 16 : 4)) return failWith(s, noMemory);
 
-    const BlockFormat* format = std::find_if(std::begin(blockFormats), std::end(blockFormats),
-                                             [&](const BlockFormat& f) { return f.code == s.code; });
-    const bool isKnown = format != std::end(blockFormats);
+    const std::string decoder = s.dxgiFormat == 96 ? "bc6hSigned" : code.detail;
+    const auto formats = blockFormats();
+    const auto format = std::find_if(formats.begin(), formats.end(), [&](const auto& f) { return decoder == f.name; });
+    const bool isKnown = format != formats.end();
     const std::uint64_t blockBytes = isKnown ? format->blockBytes : 16;
     const std::uint64_t tilesAcross = (s.width + 3) / 4;
     const std::uint64_t tilesDown = (s.height + 3) / 4;
@@ -291,140 +268,79 @@ bool loadCompressed(State& s) {
                                           product({tilesAcross, tilesDown, blockBytes})});
     if (!canAllocate(bytes)) return failWith(s, noMemory);
     if (s.data.size() < bytes) return failWith(s, shortData);
-
     if (!isKnown) return false;
-    auto decode = format->decode;
-    if (s.dxgiFormat == 96) decode = [](Block b) { return toTile(decodeBC6H(Block16(b, 16), true)); };
     // The last decoded block is kept, as neighbours in a row share it.
-    s.pixelAt = [data = s.data, decode, tilesAcross, blockBytes, last = UINT64_MAX, tile = Tile{}](
-                    std::uint64_t x, std::uint64_t y) mutable {
+    s.pixelAt = [data = s.data, format, tilesAcross, last = UINT64_MAX, tile = Tile{}](std::uint64_t x,
+                                                                                       std::uint64_t y) mutable {
         const std::uint64_t block = y / 4 * tilesAcross + x / 4;
-        if (block != last) tile = decode(data.at(block * blockBytes));
+        if (block != last) tile = format->decode({data.at(block * format->blockBytes), format->blockBytes});
         last = block;
-        return tile[y % 4 * 4 + x % 4];
+        return texelOf(tile, y % 4 * 4 + x % 4);
     };
     return true;
 }
-
-struct ByteFormat {
-    std::uint32_t code;
-    std::uint32_t channels;
-    std::uint32_t pixelBytes;
-    std::uint32_t valueBytes;
-    int layout;
-};
-
-constexpr std::array<ByteFormat, 6> byteFormats = {
-    {{34, 2, 4, 2, 3}, {36, 4, 8, 2, 9}, {110, 4, 8, 2, 9}, {134, 1, 2, 2, 2}, {135, 2, 2, 1, 3}, {136, 1, 1, 1, 2}}};
 
 // Two pixels in four bytes that share red and blue. Rows from the first incomplete one are zero.
-bool loadPixelPairs(State& s) {
+bool loadPixelPairs(State& s, const std::string& order) {
     s.channels = 3;
     if (!canHold(s, 6)) return failWith(s, noMemory);
-    s.pixelAt = [data = s.data, rowBytes = (s.width + 1) / 2 * 4, isRGBG = s.code == fourCC("RGBG")](std::uint64_t x,
-                                                                                                     std::uint64_t y) {
+    s.pixelAt = [data = s.data, rowBytes = (s.width + 1) / 2 * 4, order](std::uint64_t x, std::uint64_t y) {
         if ((y + 1) * rowBytes > data.size()) return Pixel{};
-        const std::uint64_t pair = y * rowBytes + x / 2 * 4;
-        const std::uint64_t own = x % 2 * 2;
-        if (isRGBG) return Pixel{data.byte(pair), data.byte(pair + 1 + own), data.byte(pair + 2), 0};
-        return Pixel{data.byte(pair + 1), data.byte(pair + own), data.byte(pair + 3), 0};
+        const auto byte = [&](std::size_t channel, std::uint64_t more) {
+            return data.byte(y * rowBytes + x / 2 * 4 + static_cast<std::uint64_t>(order[channel] - '0') + more);
+        };
+        return Pixel{byte(0, 0), byte(1, x % 2 * 2), byte(2, 0), 0};
     };
     return true;
 }
 
-constexpr std::array<std::uint32_t, 8> passedOnCodes = {fourCC("DXT1"), fourCC("DXT2"), fourCC("DXT3"), fourCC("DXT4"),
-                                                        fourCC("DXT5"), fourCC("ATI2"), fourCC("BC4U"), fourCC("BC4S")};
-
 bool loadD3DFormat(State& s) {
-    if (std::count(passedOnCodes.begin(), passedOnCodes.end(), s.code) != 0) return loadCompressed(s);
-    if (s.code == fourCC("RGBG") || s.code == fourCC("GRGB")) return loadPixelPairs(s);
-    for (const ByteFormat& format : byteFormats) {
-        if (s.code != format.code) continue;
-        s.channels = format.channels;
-        s.layout = format.layout;
-        if (format.channels == 4) s.flags |= ddpfAlphaPixels;
-        if (!canHold(s, format.pixelBytes)) return failWith(s, noMemory);
-        showBytes(s, format.pixelBytes, format.valueBytes);
-        return true;
-    }
-    return false;
+    const Code& format = formatOf(s.code);
+    if (format.kind == "blocks") return loadCompressed(s);
+    if (format.kind == "pairs") return loadPixelPairs(s, format.detail);
+    if (format.kind != "bytes") return false;
+    s.channels = format.channels;
+    if (format.channels == 4) s.flags |= ddpfAlphaPixels;
+    const std::uint64_t pixelBytes = format.channels * format.valueBytes;
+    if (!canHold(s, pixelBytes)) return failWith(s, noMemory);
+    showBytes(s, format.detail, pixelBytes, format.valueBytes);
+    return true;
 }
 
-template <std::uint32_t red, std::uint32_t green, std::uint32_t blue, std::uint32_t alpha>
-bool loadMasked32(State& s) {
+bool loadMasked32(State& s, const std::string& masks) {
     s.bitCount = 32;
-    s.masks = {red, green, blue, alpha};
+    std::istringstream(masks) >> std::hex >> s.masks[0] >> s.masks[1] >> s.masks[2] >> s.masks[3];
     s.flags |= ddpfAlphaPixels;
     s.channels = 4;
     return loadUncompressed(s);
 }
 
-bool loadA8(State& s) {
+bool loadAlpha(State& s) {
     s.flags |= ddpfAlpha;
     s.bitCount = 8;
     if (s.masks[3] == 0) s.masks[3] = 0xFF;
     return loadUncompressed(s);
 }
 
-bool loadBC3(State& s) {
-    s.code = s.alphaMode == 2 ? fourCC("DXT4") : fourCC("DXT5");
-    return loadCompressed(s);
-}
-
-struct DxgiFormats {
-    std::uint32_t first;
-    std::uint32_t last;
-    std::uint32_t code;  // becomes dwFourCC
-    bool (*load)(State&);
-};
-
-constexpr std::array<DxgiFormats, 32> dxgiFormats = {{
-    {2, 2, 116, loadFloatingPoint},
-    {6, 6, 1116, loadFloatingPoint},
-    {10, 10, 113, loadFloatingPoint},
-    {11, 11, 36, loadD3DFormat},
-    {13, 13, 36, loadD3DFormat},
-    {16, 16, 115, loadFloatingPoint},
-    {23, 25, 0, loadMasked32<0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000>},
-    {26, 26, 0, loadPackedFloat<unpackR11G11B10>},
-    {27, 32, 0, loadMasked32<0xFF, 0xFF00, 0xFF0000, 0xFF000000>},
-    {33, 33, 34, loadD3DFormat},
-    {34, 34, 112, loadFloatingPoint},
-    {35, 38, 34, loadD3DFormat},
-    {41, 41, 114, loadFloatingPoint},
-    {48, 52, 135, loadD3DFormat},
-    {54, 54, 111, loadFloatingPoint},
-    {56, 59, 134, loadD3DFormat},
-    {60, 64, 136, loadD3DFormat},
-    {65, 65, 0, loadA8},
-    {67, 67, 0, loadPackedFloat<unpackR9G9B9E5>},
-    {68, 68, fourCC("RGBG"), loadD3DFormat},
-    {69, 69, fourCC("GRGB"), loadD3DFormat},
-    {70, 72, fourCC("DXT1"), loadCompressed},
-    {73, 75, fourCC("DXT3"), loadCompressed},
-    {76, 78, 0, loadBC3},
-    {79, 80, fourCC("BC4U"), loadCompressed},
-    {81, 81, fourCC("BC4S"), loadCompressed},
-    {82, 83, fourCC("ATI2"), loadCompressed},
-    {84, 84, fourCC("BC5S"), loadCompressed},
-    {87, 88, 0, loadMasked32<0xFF0000, 0xFF00, 0xFF, 0xFF000000>},
-    {90, 93, 0, loadMasked32<0xFF0000, 0xFF00, 0xFF, 0xFF000000>},
-    {94, 96, fourCC("DXT6"), loadCompressed},
-    {97, 99, fourCC("DXT7"), loadCompressed},
-}};
-
-constexpr std::array<std::uint32_t, 6> snormFormats = {13, 31, 37, 51, 58, 63};
-
 bool loadDX10(State& s) {
     if (s.data.size() < 20) return false;
     s.dxgiFormat = s.data.word32(0);
     s.alphaMode = s.data.word32(16) & 7U;
     s.data = s.data.from(20);
-    s.isSnorm = std::count(snormFormats.begin(), snormFormats.end(), s.dxgiFormat) != 0;
-    for (const DxgiFormats& row : dxgiFormats) {
-        if (s.dxgiFormat < row.first || s.dxgiFormat > row.last) continue;
-        if (row.code != 0) s.code = row.code;
-        return row.load(s);
+    constexpr std::uint32_t snormFormats[] = {13, 31, 37, 51, 58, 63};
+    s.isSnorm = std::count(std::begin(snormFormats), std::end(snormFormats), s.dxgiFormat) != 0;
+    static const auto rows = rowsOf("tests/model/dxgiFormats.tsv");
+    for (const auto& row : rows) {
+        if (s.dxgiFormat < std::stoul(row[0]) || s.dxgiFormat > std::stoul(row[1])) continue;
+        const std::string& loader = row[2];
+        if (loader == "masks") return loadMasked32(s, row[3]);
+        if (loader == "alpha") return loadAlpha(s);
+        if (loader == "r11g11b10") return loadPackedFloat(s, unpackR11G11B10);
+        if (loader == "r9g9b9e5") return loadPackedFloat(s, unpackR9G9B9E5);
+        s.code = codeOf(row[3]);
+        if (s.code == fourCC("DXT5") && s.alphaMode == 2) s.code = fourCC("DXT4");
+        if (loader == "floats") return loadFloatingPoint(s);
+        return loader == "codes" ? loadD3DFormat(s) : loadCompressed(s);
     }
     return false;
 }
@@ -460,51 +376,42 @@ State parseHeader(const Data& file) {
     s.bitCount = file.word32(88);
     s.masks = {file.word32(92), file.word32(96), file.word32(100), file.word32(104)};
     s.channels = (s.flags & ddpfAlphaPixels) != 0 ? 4 : 3;
+    s.bits = 8;
     s.data = file.from(128);
     return s;
 }
 
-void becomeFallback(State& s) {
-    s.width = 64;
-    s.height = 64;
-    s.channels = 4;
-    s.bits = 8;
-    s.pixelAt = [](std::uint64_t, std::uint64_t) { return Pixel{0, 0, 0, 255}; };
-}
-
 }  // namespace
 
-std::vector<std::vector<unsigned char>> Picture::scanline(std::uint32_t y) const {
+std::vector<std::vector<unsigned char>> Picture::scanline(std::uint64_t y) const {
     std::vector<std::vector<unsigned char>> rows(channels);
-    for (std::uint32_t x = 0; x < width; ++x) {
+    for (std::uint64_t x = 0; x < width; ++x) {
         const Pixel pixel = pixelAt(x, height - 1 - y);
-        for (std::size_t c = 0; c < channels; ++c)
-            for (int shift = 0; shift < bits; shift += 8)
+        for (std::size_t c = 0; c < channels; ++c) {
+            for (int shift = 0; shift < bits; shift += 8) {
                 rows[c].push_back(static_cast<unsigned char>(pixel[c] >> shift & 0xFFU));
+            }
+        }
     }
     return rows;
 }
 
 Picture read(std::span<const unsigned char> file) {
-    Picture picture;
-    if (file.size() < 128) return picture;
+    if (file.size() < 128) return {};
     State s = parseHeader(Data(file));
     bool loaded = load(s);
     // A picture without rows needs no room for one.
     if (loaded && s.height != 0 && !canAllocate(product({s.width, s.channels, static_cast<std::uint64_t>(s.bits / 8)})))
         loaded = failWith(s, noMemory);
-    if (!loaded) becomeFallback(s);
-
-    picture.result = loaded ? Result::decoded : Result::fallback;
-    picture.width = static_cast<std::uint32_t>(s.width);
-    picture.height = static_cast<std::uint32_t>(s.height);
-    picture.channels = s.channels;
-    picture.hasAlpha = (s.flags & ddpfAlphaPixels) != 0;
-    picture.colourChannels = picture.hasAlpha ? s.channels - 1 : s.channels;
-    picture.bits = s.bits;
-    picture.printed = s.printed;
-    picture.pixelAt = s.pixelAt;
-    return picture;
+    s.result = loaded ? Result::decoded : Result::fallback;
+    s.hasAlpha = (s.flags & ddpfAlphaPixels) != 0;
+    if (!loaded) {
+        s.width = s.height = 64;
+        s.channels = 4;
+        s.bits = 8;
+        s.pixelAt = [](std::uint64_t, std::uint64_t) { return Pixel{0, 0, 0, 255}; };
+    }
+    return s;
 }
 
 }  // namespace model

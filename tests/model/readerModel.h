@@ -22,10 +22,10 @@ using Pixel = std::array<std::uint32_t, 4>;
 
 struct Picture {
     Result result = Result::refused;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint32_t channels = 0;        // channel rows of a scanline, 1 to 4
-    std::uint32_t colourChannels = 0;  // channels without the alpha channel
+    std::uint64_t width = 0;
+    std::uint64_t height = 0;
+    std::uint32_t channels =
+        0;  // channel rows of a scanline, 1 to 4; the last is the alpha channel's, where it has one
     bool hasAlpha = false;
     int bits = 0;         // of a channel value: 8, or 32 for floats
     std::string printed;  // the message on standard output without its newline, or empty
@@ -34,7 +34,7 @@ struct Picture {
     std::function<Pixel(std::uint64_t x, std::uint64_t y)> pixelAt;
 
     // The channel rows of scanline y, 0 at the bottom: width bytes each, or width little-endian floats.
-    std::vector<std::vector<unsigned char>> scanline(std::uint32_t y) const;
+    std::vector<std::vector<unsigned char>> scanline(std::uint64_t y) const;
 };
 
 // The picture that opening a file of these bytes gives. The bytes are copied.

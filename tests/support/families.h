@@ -38,6 +38,15 @@ inline Bytes headerFor(const kpx::Format& format, std::uint32_t width, std::uint
     return fileOf(file);
 }
 
+// A file of a format with so many random bytes after its headers.
+inline Bytes randomFile(model::Random& random, const kpx::Format& format, std::uint32_t width, std::uint32_t height,
+                        std::size_t dataBytes) {
+    Bytes file = headerFor(format, width, height);
+    const Bytes data = randomBytes(random, dataBytes);
+    file.insert(file.end(), data.begin(), data.end());
+    return file;
+}
+
 inline constexpr std::uint32_t formatFlagBits[] = {
     kpx::DDPF_ALPHAPIXELS,       kpx::DDPF_ALPHA,           kpx::DDPF_FOURCC, kpx::DDPF_PALETTEINDEXED4,
     kpx::DDPF_PALETTEINDEXEDTO8, kpx::DDPF_PALETTEINDEXED8, kpx::DDPF_RGB,    kpx::DDPF_LUMINANCE};

@@ -5,35 +5,33 @@
 #include <string_view>
 
 #include "explain/verdict.h"
+#include "tests/support/memoryFile.h"
 
 namespace testing_support {
 namespace {
 
-template <typename Value>
-void compare(std::ostringstream& differences, const char* what, const Value& actual, const Value& expected) {
+template <typename Actual, typename Expected>
+void compare(std::ostringstream& differences, const char* what, const Actual& actual, const Expected& expected) {
     if (actual != expected) differences << what << " is " << actual << " and not " << expected << "; ";
 }
 
 // What the verdict foretells, which knows the file without opening it.
 void compareVerdict(std::ostringstream& differences, const kpx::Verdict& verdict, const model::Picture& picture) {
-    const bool isRefused = picture.result == model::Result::refused;
-    const bool isDecoded = picture.result == model::Result::decoded;
-    compare(differences, "verdict", std::string_view(kpx::resultName(verdict.result)),
-            std::string_view(kpx::resultName(isRefused   ? kpx::Result::refused
-                                             : isDecoded ? kpx::Result::decoded
-                                                         : kpx::Result::black)));
-    const std::string printed = verdict.printed == nullptr ? "" : verdict.printed;
-    compare(differences, "foretold text", printed, picture.printed);
-    if (isRefused) return;
+    constexpr kpx::Result results[] = {kpx::Result::refused, kpx::Result::decoded, kpx::Result::black};
+    const kpx::Result expected = results[static_cast<std::size_t>(picture.result)];
+    compare(differences, "verdict", std::string(kpx::resultName(verdict.result)), kpx::resultName(expected));
+    compare(differences, "foretold text", std::string(verdict.printed == nullptr ? "" : verdict.printed),
+            picture.printed);
+    if (picture.result == model::Result::refused) return;
     compare(differences, "foretold width", verdict.width, picture.width);
     compare(differences, "foretold height", verdict.height, picture.height);
-    compare(differences, "foretold channels", verdict.colourChannels(), picture.colourChannels);
+    compare(differences, "foretold channels", verdict.colourChannels() + (verdict.hasAlpha ? 1 : 0), picture.channels);
     compare(differences, "foretold alpha", verdict.hasAlpha, picture.hasAlpha);
     compare(differences, "foretold bits", static_cast<int>(verdict.bits), picture.bits);
 }
 
 void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, const model::Picture& picture,
-                     std::uint32_t y) {
+                     std::uint64_t y) {
     const auto expected = picture.scanline(y);
     unsigned char** rows = reader.getScanlineChannelsAsBytes(static_cast<int>(y));
     for (std::size_t channel = 0; channel < expected.size(); ++channel) {
@@ -50,8 +48,9 @@ void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, c
 }  // namespace
 
 testing::AssertionResult readsLikeModel(std::span<const unsigned char> file, const kpx::KernelSet& kernels) {
-    const TemporaryFile temporary(file);
-    return readsLikeModel(temporary.path(), file, kernels);
+    static const MemoryFile inMemory;
+    inMemory.write(file);
+    return readsLikeModel(inMemory.path(), file, kernels);
 }
 
 testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
@@ -71,16 +70,15 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
     if (picture.result != model::Result::refused) {
         compare(differences, "width", reader.width(), picture.width);
         compare(differences, "height", reader.height(), picture.height);
-        compare(differences, "colour channels", reader.numColourChannels(), static_cast<int>(picture.colourChannels));
+        compare(differences, "channels", static_cast<unsigned>(reader.numColourChannels() + reader.hasAlphaChannel()),
+                picture.channels);
         compare(differences, "alpha", reader.hasAlphaChannel() != 0, picture.hasAlpha);
         compare(differences, "bits", reader.bitsPerChannel(), picture.bits);
-    }
-    const std::uint32_t step = 1 + picture.height / comparedScanlines;
-    if (differences.str().empty() && picture.result != model::Result::refused && picture.height != 0) {
-        for (std::uint32_t y = 0; y < picture.height && differences.str().empty(); y += step) {
+        const std::uint64_t step = 1 + picture.height / comparedScanlines;
+        for (std::uint64_t y = 0; y < picture.height && differences.str().empty(); y += step) {
             compareScanline(differences, reader, picture, y);
         }
-        compareScanline(differences, reader, picture, picture.height - 1);
+        if (differences.str().empty() && step > 1) compareScanline(differences, reader, picture, picture.height - 1);
     }
     if (differences.str().empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << differences.str() << "with the kernels " << kernels.name;

@@ -1,6 +1,9 @@
 // The built plug-in, loaded by the test program, with a fresh host and a folder of its own.
 #pragma once
 
+#include <cstring>
+#include <string>
+
 #include "tests/support/Folder.h"
 #include "tests/support/recordingHost.h"
 
@@ -8,6 +11,14 @@ namespace testing_support {
 
 // kpx__err before every test.
 inline constexpr int oldError = 77;
+
+// What the plug-in reports of files that it cannot open, by the system's reason.
+inline std::string cannotOpen(const std::string& path, int reason) {
+    return "902.52, severity 3: Cannot open file " + path + "; " + std::strerror(reason) + "\n";
+}
+inline std::string cannotRecognise(const std::string& path, int reason) {
+    return "level 3: imageIsFile, can't open `" + path + "'. " + std::strerror(reason) + "\n";
+}
 
 class PluginFixture : public testing::Test {
 protected:
