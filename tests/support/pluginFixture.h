@@ -3,6 +3,8 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tests/support/Folder.h"
 #include "tests/support/recordingHost.h"
@@ -18,6 +20,14 @@ inline std::string cannotOpen(const std::string& path, int reason) {
 }
 inline std::string cannotRecognise(const std::string& path, int reason) {
     return "level 3: imageIsFile, can't open `" + path + "'. " + std::strerror(reason) + "\n";
+}
+
+// Four threads at a time, numbered from 0.
+template <typename Work>
+void inThreads(Work work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(work, i);
+    for (std::thread& thread : threads) thread.join();
 }
 
 class PluginFixture : public testing::Test {

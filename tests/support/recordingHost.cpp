@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -115,10 +116,9 @@ namespace testing_support {
 void resetHost() {
     while (record.heldCount != 0) std::free(record.held[--record.heldCount]);
     record.length = 0;
-    record.calls[0] = '\0';
-    record.stringsToFailure = 0;
-    record.builtPath = nullptr;
-    record.readInReports = nullptr;
+    setBuiltPath(nullptr);
+    failHeldString(0);
+    readInReports(nullptr);
 }
 
 std::string hostCalls() {
@@ -157,11 +157,20 @@ void* LoadedPlugin::address(const char* name) const {
     return dlsym(m_library, name);
 }
 
-TestHandle::TestHandle(const char* path) : ImageHandle{}, described{} {
+std::string LoadedPlugin::text(const char* name) const {
+    const char* value = *find<const char*>(name);
+    return value == nullptr ? "null" : value;
+}
+
+std::string LoadedPlugin::translatedTexts() const {
+    return text("imageName") + " " + text("imageExtension") + " " + text("imageNameSyntax");
+}
+
+TestHandle::TestHandle(std::string path) : ImageHandle{}, described{}, m_path(std::move(path)) {
     std::memset(static_cast<void*>(static_cast<ImageHandle*>(this)), handleFill, sizeof(ImageHandle));
     pluginData = nullptr;
     formatName = "Texture";
-    name = const_cast<char*>(path);
+    name = m_path.data();
     nameIsPath = 1;
     options = nullptr;
     channelFormatData = nullptr;

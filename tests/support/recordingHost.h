@@ -33,6 +33,9 @@ public:
     LoadedPlugin(const LoadedPlugin&) = delete;
     LoadedPlugin& operator=(const LoadedPlugin&) = delete;
 
+    // What a variable holds, "null" where it is null; and of the three that imageInit sets.
+    std::string text(const char* name) const;
+    std::string translatedTexts() const;
     template <typename Type>
     Type* find(const char* name) const {
         return reinterpret_cast<Type*>(address(name));
@@ -56,7 +59,7 @@ public:
 // releases what the plug-in leaves on it.
 class TestHandle : public ImageHandle {
 public:
-    explicit TestHandle(const char* path);
+    explicit TestHandle(std::string path);
     ~TestHandle();
     TestHandle(const TestHandle&) = delete;
     TestHandle& operator=(const TestHandle&) = delete;
@@ -74,6 +77,9 @@ public:
     int close() { return closeFunction(this); }
 
     ImageFileDescriptor described;
+
+private:
+    std::string m_path;
 };
 
 }  // namespace testing_support
