@@ -383,19 +383,6 @@ State parseHeader(const Data& file) {
 
 }  // namespace
 
-std::vector<std::vector<unsigned char>> Picture::scanline(std::uint64_t y) const {
-    std::vector<std::vector<unsigned char>> rows(channels);
-    for (std::uint64_t x = 0; x < width; ++x) {
-        const Pixel pixel = pixelAt(x, height - 1 - y);
-        for (std::size_t c = 0; c < channels; ++c) {
-            for (int shift = 0; shift < bits; shift += 8) {
-                rows[c].push_back(static_cast<unsigned char>(pixel[c] >> shift & 0xFFU));
-            }
-        }
-    }
-    return rows;
-}
-
 Picture read(std::span<const unsigned char> file) {
     if (file.size() < 128) return {};
     State s = parseHeader(Data(file));

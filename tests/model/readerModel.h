@@ -32,9 +32,6 @@ struct Picture {
 
     // The pixel of column x in stored row y (row 0 at the top), both inside the picture. Not for use by two threads.
     std::function<Pixel(std::uint64_t x, std::uint64_t y)> pixelAt;
-
-    // The channel rows of scanline y, 0 at the bottom: width bytes each, or width little-endian floats.
-    std::vector<std::vector<unsigned char>> scanline(std::uint64_t y) const;
 };
 
 // The picture that opening a file of these bytes gives. The bytes are copied.

@@ -134,8 +134,11 @@ void startFailing(unsigned nth, Failing failing) {
     counting = true;
 }
 
-unsigned stopFailing() {
+void stopFailing() {
     counting = false;
+}
+
+unsigned failedAllocations() {
     return failed;
 }
 

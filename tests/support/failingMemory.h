@@ -9,8 +9,9 @@ enum class Failing { one, allAfter };
 // From here on allocations are counted; the nth (1 is the next) fails, and all after it where that is asked for.
 // nth 0: none fails. For one thread only.
 void startFailing(unsigned nth, Failing failing);
-// Ends that, and tells how many allocations failed.
-unsigned stopFailing();
+void stopFailing();
+// How many allocations failed between the two.
+unsigned failedAllocations();
 // How many of the blocks and mappings that were taken between the two are not released yet.
 unsigned heldBlocks();
 

@@ -1,6 +1,7 @@
 #include "tests/support/likeModel.h"
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 #include <string_view>
 
@@ -32,14 +33,17 @@ void compareVerdict(std::ostringstream& differences, const kpx::Verdict& verdict
 
 void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, const model::Picture& picture,
                      std::uint64_t y) {
-    const auto expected = picture.scanline(y);
     unsigned char** rows = reader.getScanlineChannelsAsBytes(static_cast<int>(y));
-    for (std::size_t channel = 0; channel < expected.size(); ++channel) {
-        const auto& row = expected[channel];
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            if (rows[channel][i] == row[i]) continue;
-            differences << "scanline " << y << ", channel " << channel << ", byte " << i << " is "
-                        << int{rows[channel][i]} << " and not " << int{row[i]} << "; ";
+    const std::size_t bytes = picture.bits == 32 ? 4 : 1;
+    const std::uint64_t step = picture.width <= longRow ? 1 : picture.width - 1;
+    for (std::uint64_t x = 0; x < picture.width; x += step) {
+        const model::Pixel pixel = picture.pixelAt(x, picture.height - 1 - y);
+        for (std::size_t c = 0; c < picture.channels; ++c) {
+            std::uint32_t value = 0;
+            std::memcpy(&value, rows[c] + x * bytes, bytes);
+            if (value == pixel[c]) continue;
+            differences << "pixel " << x << " of scanline " << y << ", channel " << c << " is " << std::hex << value
+                        << " and not " << pixel[c] << "; ";
             return;
         }
     }
@@ -74,11 +78,13 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
                 picture.channels);
         compare(differences, "alpha", reader.hasAlphaChannel() != 0, picture.hasAlpha);
         compare(differences, "bits", reader.bitsPerChannel(), picture.bits);
-        const std::uint64_t step = 1 + picture.height / comparedScanlines;
-        for (std::uint64_t y = 0; y < picture.height && differences.str().empty(); y += step) {
-            compareScanline(differences, reader, picture, y);
+        const std::uint64_t count = picture.width <= longRow ? comparedScanlines : picture.width <= longestRow ? 1 : 0;
+        for (std::uint64_t i = 0; i < std::min(count, picture.height) && differences.str().empty(); ++i) {
+            compareScanline(differences, reader, picture, i * picture.height / std::min(count, picture.height));
         }
-        if (differences.str().empty() && step > 1) compareScanline(differences, reader, picture, picture.height - 1);
+        if (differences.str().empty() && count > 0 && picture.height > 0) {
+            compareScanline(differences, reader, picture, picture.height - 1);
+        }
     }
     if (differences.str().empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << differences.str() << "with the kernels " << kernels.name;

@@ -17,7 +17,10 @@ testing::AssertionResult readsLikeModel(std::span<const unsigned char> file,
 testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
                                         const kpx::KernelSet& kernels = kpx::bestKernels());
 
-// At most so many scanlines of a picture are compared: the first, the last and some between.
-inline constexpr std::uint32_t comparedScanlines = 300;
+// At most so many scanlines of a picture are compared, of high ones some and the last, and of long rows the two ends;
+// of rows above the longest nothing.
+inline constexpr std::uint64_t comparedScanlines = 300;
+inline constexpr std::uint64_t longRow = 1 << 13;
+inline constexpr std::uint64_t longestRow = 1 << 17;
 
 }  // namespace testing_support
