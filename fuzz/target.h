@@ -16,7 +16,6 @@
 namespace fuzz {
 
 using Bytes = std::vector<unsigned char>;
-using testing_support::PrintedText;
 
 // A large page costs as much as several inputs to clear, and inputs touch little of it.
 struct MemoryFile : testing_support::MemoryFile {

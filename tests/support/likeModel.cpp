@@ -31,11 +31,11 @@ void compareVerdict(std::ostringstream& differences, const kpx::Verdict& verdict
     compare(differences, "foretold bits", static_cast<int>(verdict.bits), picture.bits);
 }
 
+// The scanline's every stepth pixel.
 void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, const model::Picture& picture,
-                     std::uint64_t y) {
+                     std::uint64_t y, std::uint64_t step) {
     unsigned char** rows = reader.getScanlineChannelsAsBytes(static_cast<int>(y));
     const std::size_t bytes = picture.bits == 32 ? 4 : 1;
-    const std::uint64_t step = picture.width <= longRow ? 1 : picture.width - 1;
     for (std::uint64_t x = 0; x < picture.width; x += step) {
         const model::Pixel pixel = picture.pixelAt(x, picture.height - 1 - y);
         for (std::size_t c = 0; c < picture.channels; ++c) {
@@ -49,6 +49,20 @@ void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, c
     }
 }
 
+void comparePixels(std::ostringstream& differences, kpx::TddsReader& reader, const model::Picture& picture,
+                   std::uint64_t mostPixels) {
+    constexpr std::uint64_t longestRow = 1 << 17;
+    if (picture.width > longestRow || picture.height == 0) return;
+    const bool isLong = picture.width > mostPixels;
+    const std::uint64_t step = isLong ? picture.width - 1 : 1;
+    const std::uint64_t most = isLong ? 1 : mostPixels / std::max<std::uint64_t>(picture.width, 1);
+    const std::uint64_t every = 1 + picture.height / most;
+    for (std::uint64_t y = 0; y < picture.height && differences.str().empty(); y += every) {
+        compareScanline(differences, reader, picture, y, step);
+    }
+    if (differences.str().empty()) compareScanline(differences, reader, picture, picture.height - 1, step);
+}
+
 }  // namespace
 
 testing::AssertionResult readsLikeModel(std::span<const unsigned char> file, const kpx::KernelSet& kernels) {
@@ -58,13 +72,13 @@ testing::AssertionResult readsLikeModel(std::span<const unsigned char> file, con
 }
 
 testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
-                                        const kpx::KernelSet& kernels) {
+                                        const kpx::KernelSet& kernels, std::uint64_t mostPixels) {
     const model::Picture picture = model::read(file);
     kpx::TddsReader reader(kernels);
 
-    testing::internal::CaptureStdout();
+    PrintedText output;
     const int result = reader.open(path);
-    const std::string printed = testing::internal::GetCapturedStdout();
+    const std::string printed = output.take();
 
     std::ostringstream differences;
     const kpx::FileFacts facts = kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size());
@@ -78,13 +92,7 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
                 picture.channels);
         compare(differences, "alpha", reader.hasAlphaChannel() != 0, picture.hasAlpha);
         compare(differences, "bits", reader.bitsPerChannel(), picture.bits);
-        const std::uint64_t count = picture.width <= longRow ? comparedScanlines : picture.width <= longestRow ? 1 : 0;
-        for (std::uint64_t i = 0; i < std::min(count, picture.height) && differences.str().empty(); ++i) {
-            compareScanline(differences, reader, picture, i * picture.height / std::min(count, picture.height));
-        }
-        if (differences.str().empty() && count > 0 && picture.height > 0) {
-            compareScanline(differences, reader, picture, picture.height - 1);
-        }
+        if (differences.str().empty()) comparePixels(differences, reader, picture, mostPixels);
     }
     if (differences.str().empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << differences.str() << "with the kernels " << kernels.name;

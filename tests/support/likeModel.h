@@ -10,17 +10,15 @@
 
 namespace testing_support {
 
-// What the reader prints on standard output meanwhile counts too.
+// Of a picture with more pixels than this only some scanlines are compared, or the ends of the first and the last.
+inline constexpr std::uint64_t comparedPixels = 1 << 18;
+
+// What the reader prints on standard output meanwhile counts too. The second is for whatever is at path, of which file
+// is all that can be read.
 testing::AssertionResult readsLikeModel(std::span<const unsigned char> file,
                                         const kpx::KernelSet& kernels = kpx::bestKernels());
-// The same for whatever is at path, of which file is all that can be read.
 testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
-                                        const kpx::KernelSet& kernels = kpx::bestKernels());
-
-// At most so many scanlines of a picture are compared, of high ones some and the last, and of long rows the two ends;
-// of rows above the longest nothing.
-inline constexpr std::uint64_t comparedScanlines = 300;
-inline constexpr std::uint64_t longRow = 1 << 13;
-inline constexpr std::uint64_t longestRow = 1 << 17;
+                                        const kpx::KernelSet& kernels = kpx::bestKernels(),
+                                        std::uint64_t mostPixels = comparedPixels);
 
 }  // namespace testing_support

@@ -1,4 +1,4 @@
-// A file in memory, which can be made and read faster than one in a folder, and what a process prints meanwhile.
+// A file and standard output in memory, which are faster than those in a folder.
 #pragma once
 
 #include <sys/mman.h>
@@ -8,8 +8,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace testing_support {
 
@@ -41,27 +39,34 @@ private:
     std::string m_path;
 };
 
-// Takes over the process's standard output, and gives what was printed since the last call; the text is good until more
-// is printed.
+// Takes over standard output until its text is taken.
 class PrintedText {
 public:
     PrintedText() {
         std::fflush(stdout);
-        FILE* stream = open_memstream(&m_text, &m_size);
-        if (stream == nullptr) throw std::runtime_error("standard output cannot be taken over");
+        std::rewind(stream());
         // The C library lets the variable be assigned; nothing then leaves the process.
-        stdout = stream;
+        stdout = stream();
     }
-    std::string_view take() {
-        std::fflush(stdout);
-        const std::string_view text(m_text, m_size);
-        std::rewind(stdout);
-        return text;
+    ~PrintedText() { stdout = m_before; }
+    PrintedText(const PrintedText&) = delete;
+    PrintedText& operator=(const PrintedText&) = delete;
+
+    std::string take() {
+        std::fflush(stream());
+        stdout = m_before;
+        return {text, size};
     }
 
 private:
-    char* m_text = nullptr;
-    std::size_t m_size = 0;
+    static FILE* stream() {
+        static FILE* const opened = open_memstream(&text, &size);
+        return opened;
+    }
+
+    static inline char* text = nullptr;
+    static inline std::size_t size = 0;
+    FILE* m_before = stdout;
 };
 
 }  // namespace testing_support
