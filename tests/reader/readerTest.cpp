@@ -5,12 +5,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "blocks/bc1.h"
-#include "blocks/bc2.h"
-#include "blocks/bc3.h"
-#include "blocks/bc7.h"
 #include "reader/TddsReader.h"
 #include "reader/formatTable.h"
+#include "tests/model/blockModel.h"
 #include "tests/support/ddsFiles.h"
 #include "tests/support/families.h"
 #include "tests/support/likeModel.h"
@@ -19,12 +16,6 @@ using namespace kpx;
 using namespace testing_support;
 
 namespace {
-
-struct Size {
-    std::uint32_t width, height;
-};
-constexpr Size sizes[] = {{1, 1},   {2, 3},  {3, 2},  {4, 4},   {5, 5}, {8, 4}, {13, 7},
-                          {16, 16}, {33, 9}, {67, 5}, {260, 6}, {0, 5}, {5, 0}};
 
 class EveryFormat : public testing::TestWithParam<const KernelSet*> {
 protected:
@@ -37,13 +28,30 @@ protected:
 
 TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
     model::Random random(1);
+    using Sides = std::pair<std::uint32_t, std::uint32_t>;
     for (const Format& format : formatTable()) {
-        for (const Size size : sizes) {
-            Bytes file = headerFor(format, size.width, size.height);
-            const Bytes data = randomBytes(random, std::size_t{size.width} * size.height * 16 + 1200);
-            file.insert(file.end(), data.begin(), data.end());
-            EXPECT_TRUE(readsLikeModel(file, *GetParam()))
-                << format.name << ", " << size.width << " by " << size.height;
+        for (const auto& [width, height] : {Sides{1, 1},
+                                            {2, 3},
+                                            {3, 2},
+                                            {4, 4},
+                                            {5, 5},
+                                            {8, 4},
+                                            {13, 7},
+                                            {16, 16},
+                                            {33, 9},
+                                            {67, 5},
+                                            {260, 6},
+                                            {0, 5},
+                                            {5, 0}}) {
+            const std::size_t dataBytes = std::size_t{width} * height * 16 + 1200;
+            EXPECT_TRUE(readsLikeModel(randomFile(random, format, width, height, dataBytes), *GetParam()))
+                << format.name << ", " << width << " by " << height;
+        }
+        // Sides of no pixels make empty pictures, and those above signed numbers none.
+        constexpr std::uint32_t most = 0x7FFFFFFF;
+        for (const auto& [width, height] : {Sides{0, most}, {most, 0}, {0, most + 1}, {most + 1, 0}, {1, 0xFFFFFFFF}}) {
+            EXPECT_TRUE(readsLikeModel(randomFile(random, format, width, height, 1100), *GetParam()))
+                << format.name << ", " << width << " by " << height;
         }
     }
 }
@@ -52,25 +60,12 @@ TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
     model::Random random(2);
     for (const Format& format : formatTable()) {
         for (const std::size_t bytes : {0U, 1U, 3U, 17U, 64U, 97U, 130U, 200U, 255U, 1090U}) {
-            Bytes file = headerFor(format, 13, 9);
-            const Bytes data = randomBytes(random, bytes);
-            file.insert(file.end(), data.begin(), data.end());
-            EXPECT_TRUE(readsLikeModel(file, *GetParam())) << format.name << " with " << bytes << " bytes of data";
+            EXPECT_TRUE(readsLikeModel(randomFile(random, format, 13, 9, bytes), *GetParam()))
+                << format.name << " with " << bytes << " bytes of data";
         }
         for (const std::size_t bytes : {0U, 127U, 128U, 147U, 148U}) {
-            const Bytes file = cutTo(withData(headerFor(format, 13, 9), 100), bytes);
-            EXPECT_TRUE(readsLikeModel(file, *GetParam())) << format.name << ", cut to " << bytes;
-        }
-    }
-}
-
-TEST(Sides, OfNoPixelsMakeEmptyPicturesAndAboveSignedNumbersNone) {
-    constexpr std::uint32_t most = 0x7FFFFFFF;
-    for (const Format& format : formatTable()) {
-        for (const auto& [width, height] : std::initializer_list<std::pair<std::uint32_t, std::uint32_t>>{
-                 {0, most}, {most, 0}, {0, most + 1}, {most + 1, 0}, {1, 0xFFFFFFFF}}) {
-            EXPECT_TRUE(readsLikeModel(withData(headerFor(format, width, height), 1100)))
-                << format.name << ", " << width << " by " << height;
+            EXPECT_TRUE(readsLikeModel(cutTo(randomFile(random, format, 13, 9, 100), bytes), *GetParam()))
+                << format.name << ", cut to " << bytes;
         }
     }
 }
@@ -96,38 +91,24 @@ TEST(Dx10Header, WithEveryNumberIsReadOrRefused) {
                 << number << ", alpha mode " << alphaMode;
         }
     }
-    Bytes cut = dx10File(28, 1, 1);
-    cut.resize(147);
-    EXPECT_TRUE(readsLikeModel(cut));
 }
 
 TEST(MaskedPixels, OfAnyMasksAndBitCountAreReadAsTheModelSays) {
     model::Random random(5);
     const auto randomMask = [&random]() -> std::uint32_t {
         const auto any = static_cast<std::uint32_t>(random.next());
-        const int shift = random.below(32);
-        switch (random.below(4)) {
-            case 0:
-                return any;
-            case 1:
-                return 0;
-            case 2:
-                return (1U << (1 + random.below(16))) - 1;
-            default:
-                return ((1U << (1 + random.below(12))) - 1) << shift;
-        }
+        const auto run = [&random](int most) { return (1U << (1 + random.below(most))) - 1; };
+        const std::uint32_t masks[] = {any, 0, run(16), run(12) << random.below(32)};
+        return masks[random.below(4)];
     };
     for (int round = 0; round < 600; ++round) {
         DdsFileHeader file = headerOf(static_cast<std::uint32_t>(1 + random.below(70)), 2);
         DDS_PIXELFORMAT& format = file.header.ddspf;
         const std::uint32_t kinds[] = {DDPF_RGB, DDPF_RGB | DDPF_ALPHAPIXELS, DDPF_ALPHA,
                                        DDPF_ALPHA | DDPF_ALPHAPIXELS};
-        format.dwFlags = kinds[random.below(4)];
-        format.dwRGBBitCount = static_cast<std::uint32_t>(random.below(72));
-        format.dwRBitMask = randomMask();
-        format.dwGBitMask = randomMask();
-        format.dwBBitMask = randomMask();
-        format.dwABitMask = random.below(3) == 0 ? 0xFF : randomMask();
+        const auto bitCount = static_cast<std::uint32_t>(random.below(72));
+        const std::uint32_t alpha = random.below(3) == 0 ? 0xFF : randomMask();
+        format = {32, kinds[random.below(4)], 0, bitCount, randomMask(), randomMask(), randomMask(), alpha};
         const Bytes bytes = fileOf(file, randomBytes(random, 70 * 2 * 9));
         for (const KernelSet* kernels : kernelSets()) {
             if (!kernels->runsHere()) continue;
@@ -151,31 +132,22 @@ TEST(BlockData, IsReadByTheLargestOfItsSizes) {
     }
 }
 
-TEST(Reader, RefusesWhatHasNoWholeHeader) {
-    TddsReader reader;
-    EXPECT_EQ(reader.open("/nonexistent/picture.dds"), -1);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(reader.open("/"), -1);
-    EXPECT_EQ(errno, EISDIR);
-    for (const std::size_t bytes : {0U, 3U, 127U, 128U}) EXPECT_TRUE(readsLikeModel(Bytes(bytes, 0))) << bytes;
-}
-
 TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
-    DdsFileHeader grey = headerOf(9, 2);
-    grey.header.ddspf.dwFlags = DDPF_LUMINANCE;
-    const TemporaryFile first(dx10File(10, 6, 4, Bytes(6 * 4 * 8, 0x3C)));
-    const TemporaryFile second(fileOf(grey, Bytes(18, 7)));
     TddsReader reader;
+    const TemporaryFile first(dx10File(10, 6, 4, Bytes(6 * 4 * 8, 0x3C)));
+    const TemporaryFile second(dx10File(61, 9, 2, Bytes(18, 7)));
     ASSERT_EQ(reader.open(first.path()), 0);
     EXPECT_EQ(reader.bitsPerChannel(), 32);
     ASSERT_EQ(reader.open(second.path()), 0);
     EXPECT_EQ(reader.bitsPerChannel(), 8);
     EXPECT_EQ(reader.numColourChannels(), 1);
     EXPECT_EQ(reader.getScanlineChannelsAsBytes(1)[0][8], 7);
-    EXPECT_EQ(reader.getScanlineChannelsAsBytes(2), nullptr);
-    EXPECT_EQ(reader.getScanlineChannelsAsBytes(-1), nullptr);
-    EXPECT_EQ(reader.open("/nonexistent"), -1);
-    EXPECT_EQ(reader.width(), 0U);
+    for (const int outside : {-1, 2}) EXPECT_EQ(reader.getScanlineChannelsAsBytes(outside), nullptr);
+    for (const auto& [path, reason] : {std::pair{"/nonexistent/picture.dds", ENOENT}, {"/", EISDIR}}) {
+        EXPECT_EQ(reader.open(path), -1);
+        EXPECT_EQ(errno, reason);
+        EXPECT_EQ(reader.width() + reader.height(), 0U);
+    }
     reader.close();
     reader.close();
     EXPECT_EQ(reader.getScanlineChannelsAsBytes(0), nullptr);
@@ -183,26 +155,29 @@ TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
 
 // Whatever loader has filled the picture, and whatever was read before.
 TEST(Reader, ConvertsSignedBytesOfAnyPicture) {
+    TddsReader reader;
     DdsFileHeader palette = headerOf(9, 2);
     palette.header.ddspf.dwFlags = DDPF_PALETTEINDEXED8;
     DdsFileHeader packed = headerOf(9, 2);  // fewer bytes than channels
     packed.header.ddspf = {32, DDPF_RGB, 0, 16, 0xF800, 0x7E0, 0x1F, 0};
-    TddsReader reader;
-    for (const Bytes& file : {fileOf(palette, Bytes(1024 + 18, 0x40)), fileOf(packed, Bytes(36, 0)),
-                              dx10File(2, 9, 2, Bytes(9 * 2 * 16, 0x40))}) {
-        const TemporaryFile onDisk(file);
-        ASSERT_EQ(reader.open(onDisk.path()), 0);
-        const int before = reader.getScanlineChannelsAsBytes(0)[0][8];
+    const struct {
+        Bytes file;
+        int before, after;
+    } cases[] = {{fileOf(palette, Bytes(1024 + 18, 0x40)), 0x40, 191},
+                 {fileOf(packed, Bytes(36, 0)), 0, 123},
+                 {dx10File(2, 9, 2, Bytes(9 * 2 * 16, 0x40)), 0x40, 0x40}};
+    for (const auto& each : cases) {
+        const TemporaryFile file(each.file);
+        ASSERT_EQ(reader.open(file.path()), 0);
+        EXPECT_EQ(reader.getScanlineChannelsAsBytes(0)[0][8], each.before);
         reader.convertSnorm();
-        EXPECT_EQ(reader.getScanlineChannelsAsBytes(0)[0][8], reader.bitsPerChannel() == 32 ? before
-                                                              : before == 0                 ? 123
-                                                                                            : 191);
+        EXPECT_EQ(reader.getScanlineChannelsAsBytes(0)[0][8], each.after);
     }
 }
 
 namespace {
 
-// A block-compressed code and the member that decodes a whole picture of it.
+// A member that decodes a whole picture, and the code of a file of which its loader does.
 struct WholeDecoder {
     const char (&code)[5];
     void (*decode)(TddsReader& reader, unsigned char* blocks);
@@ -220,15 +195,26 @@ const WholeDecoder wholeDecoders[] = {
     {"DXT7", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC7(blocks); }},
 };
 
+// A member that decodes one block and gives the bytes consumed, and the model's decoder that does the same.
+struct BlockMember {
+    std::string model;
+    int (*decode)(TddsReader& reader, unsigned char* block, A8R8G8B8Colour* out);
+};
+const BlockMember blockMembers[] = {
+    {"bc1", [](auto& reader, auto* block, auto* out) { return reader.decompressColourBlock(block, out, 1); }},
+    {"bc2Premultiplied",
+     [](auto& reader, auto* block, auto* out) { return reader.decompressNonInterpAlphaBlock(block, out, 1); }},
+    {"bc3", [](auto& reader, auto* block, auto* out) { return reader.decompressInterpAlphaBlock(block, out, 0); }},
+    {"bc7", [](auto& reader, auto* block, auto* out) { return reader.decompressBC7Block(block, out), 16; }},
+};
+
 }  // namespace
 
 TEST(DecoderMembers, OfWholePicturesDecodeAsTheLoaderDoes) {
-    constexpr std::uint32_t width = 13;
-    constexpr std::uint32_t height = 9;
     model::Random random(8);
     for (const WholeDecoder& decoder : wholeDecoders) {
         Bytes blocks = randomBytes(random, 4 * 3 * 16);
-        const DdsFileHeader header = codeHeader(fourCC(decoder.code), width, height, DDSD_LINEARSIZE);
+        const DdsFileHeader header = codeHeader(fourCC(decoder.code), 13, 9, DDSD_LINEARSIZE);
         const TemporaryFile other(fileOf(header, randomBytes(random, blocks.size())));
         const TemporaryFile same(fileOf(header, blocks));
         TddsReader reader;
@@ -236,38 +222,32 @@ TEST(DecoderMembers, OfWholePicturesDecodeAsTheLoaderDoes) {
         ASSERT_EQ(reader.open(other.path()), 0);
         ASSERT_EQ(expected.open(same.path()), 0);
         decoder.decode(reader, blocks.data());
-        for (int y = 0; y < static_cast<int>(height); ++y) {
-            unsigned char** rows = reader.getScanlineChannelsAsBytes(y);
-            unsigned char** expectedRows = expected.getScanlineChannelsAsBytes(y);
-            const std::size_t rowBytes = width * static_cast<std::size_t>(expected.bitsPerChannel()) / 8;
-            for (int c = 0; c < 4; ++c) {
-                EXPECT_EQ(std::memcmp(rows[c], expectedRows[c], rowBytes), 0) << decoder.code << ", row " << y;
-            }
+        const std::size_t rowBytes = 13 * static_cast<std::size_t>(expected.bitsPerChannel()) / 8;
+        for (int row = 0; row < 9 * 4; ++row) {
+            const unsigned char* decoded = reader.getScanlineChannelsAsBytes(row / 4)[row % 4];
+            const unsigned char* loaded = expected.getScanlineChannelsAsBytes(row / 4)[row % 4];
+            EXPECT_EQ(std::memcmp(decoded, loaded, rowBytes), 0) << decoder.code << ", row " << row / 4;
         }
     }
 }
 
 TEST(DecoderMembers, OfSingleBlocksUseTheWidthOfThePicture) {
-    constexpr std::uint32_t width = 8;
+    constexpr std::size_t width = 8;
     model::Random random(9);
     Bytes block = randomBytes(random, 16);
     const TemporaryFile file(fileOf(codeHeader(fourCC("DXT7"), width, 4, DDSD_LINEARSIZE), Bytes(32, 0)));
     TddsReader reader;
     ASSERT_EQ(reader.open(file.path()), 0);
-    ASSERT_EQ(reader.width(), width);
-    const auto same = [](const auto& member, const auto& free) {
-        A8R8G8B8Colour texels[2][4 * width] = {};
-        member(texels[0]);
-        free(texels[1]);
-        return std::memcmp(texels[0], texels[1], sizeof texels[0]) == 0;
-    };
-    unsigned char* const bytes = block.data();
-    EXPECT_TRUE(same([&](auto* out) { EXPECT_EQ(reader.decompressColourBlock(bytes, out, 1), 8); },
-                     [&](auto* out) { decompressColourBlock(bytes, out, width, 1); }));
-    EXPECT_TRUE(same([&](auto* out) { EXPECT_EQ(reader.decompressNonInterpAlphaBlock(bytes, out, 1), 16); },
-                     [&](auto* out) { decompressNonInterpAlphaBlock(bytes, out, width, 1); }));
-    EXPECT_TRUE(same([&](auto* out) { EXPECT_EQ(reader.decompressInterpAlphaBlock(bytes, out, 0), 16); },
-                     [&](auto* out) { decompressInterpAlphaBlock(bytes, out, width, 0); }));
-    EXPECT_TRUE(same([&](auto* out) { reader.decompressBC7Block(bytes, out); },
-                     [&](auto* out) { decompressBC7Block(bytes, out, width); }));
+    for (const BlockMember& member : blockMembers) {
+        A8R8G8B8Colour texels[4 * width] = {};
+        const int consumed = member.decode(reader, block.data(), texels);
+        for (const model::BlockFormat& format : model::blockFormats()) {
+            if (format.name != member.model) continue;
+            EXPECT_EQ(consumed, static_cast<int>(format.blockBytes)) << member.model;
+            const model::Tile tile = format.decode(block);
+            for (std::size_t row = 0; row < 4; ++row) {
+                EXPECT_EQ(std::memcmp(texels + row * width, tile.data() + row * 16, 16), 0) << member.model;
+            }
+        }
+    }
 }
