@@ -2,27 +2,20 @@
 // the example files or random blocks.
 //   TARGET [--runs N] [--seed S] [--seeds FOLDER] [FILE...]
 // --seeds writes the example files as seeds for libFuzzer instead of running anything.
-#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <string_view>
 
 #include "examples/examples.h"
 #include "fuzz/target.h"
 #include "tests/model/randomBlocks.h"
+#include "tests/support/ddsFiles.h"
 
 namespace {
 
 constexpr std::size_t largestInput = std::size_t{1} << 16;
-
-std::uint64_t numberOf(const char* text) {
-    std::uint64_t number = 0;
-    std::from_chars(text, text + std::strlen(text), number);
-    return number;
-}
 
 void writeSeeds(const std::filesystem::path& folder) {
     std::filesystem::create_directories(folder);
@@ -30,8 +23,7 @@ void writeSeeds(const std::filesystem::path& folder) {
         std::string name = example.name;
         for (char& c : name) c = c == '/' ? '-' : c;
         const auto bytes = example.bytes();
-        std::ofstream(folder / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        std::ofstream(folder / name, std::ios::binary) << std::string(bytes.begin(), bytes.end());
     }
 }
 
@@ -40,13 +32,13 @@ void runMutations(std::uint64_t runs, model::Random& random) {
     std::vector<fuzz::Bytes> seeds;
     for (const auto& example : kpx::example::examples()) {
         const auto bytes = example.bytes();
+        fuzz::Bytes& seed = seeds.emplace_back(bytes.begin(), bytes.end());
         // Short data keeps the target fast; what matters is the header and how the data ends.
-        seeds.emplace_back(bytes.begin(),
-                           bytes.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(bytes.size(), 700)));
+        seed.resize(std::min<std::size_t>(seed.size(), 700));
+        if (seed.size() < 20) continue;
         // Sides that the data just fills.
-        if (seeds.back().size() < 20) continue;
-        seeds.back()[12] = seeds.back()[16] = 12;
-        seeds.back()[13] = seeds.back()[17] = 0;
+        seed[12] = seed[16] = 12;
+        seed[13] = seed[17] = 0;
     }
     fuzz::Bytes input(largestInput);
     for (std::uint64_t run = 0; run < runs; ++run) {
@@ -75,9 +67,7 @@ void runBlocks(std::uint64_t runs, model::Random& random) {
     }
 }
 
-void runFile(const char* path) {
-    std::ifstream stream(path, std::ios::binary);
-    const fuzz::Bytes bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+void run(const fuzz::Bytes& bytes) {
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 }
 
@@ -86,36 +76,29 @@ void runFile(const char* path) {
 int main(int argc, char** argv) {
     std::uint64_t runs = 0;
     std::uint64_t seed = 1;
-    std::uint64_t done = 0;
     const auto start = std::chrono::steady_clock::now();
     for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
-        if (argument == "--runs" && i + 1 < argc) {
-            runs = numberOf(argv[++i]);
-        } else if (argument == "--seed" && i + 1 < argc) {
-            seed = numberOf(argv[++i]);
-        } else if (argument == "--seeds" && i + 1 < argc) {
+        const std::string argument = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (argument == "--runs" && hasValue) {
+            runs = std::stoull(argv[++i]);
+        } else if (argument == "--seed" && hasValue) {
+            seed = std::stoull(argv[++i]);
+        } else if (argument == "--seeds" && hasValue) {
             writeSeeds(argv[i + 1]);
             return 0;
         } else {
-            runFile(argv[i]);
-            ++done;
+            run(testing_support::readFile(argument));
         }
     }
     for (const auto& example : kpx::example::examples()) {
         const auto bytes = example.bytes();
-        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-        ++done;
+        run({bytes.begin(), bytes.end()});
     }
     model::Random random(seed);
-    if (fuzz::inputsAreBlocks) {
-        runBlocks(runs, random);
-    } else {
-        runMutations(runs, random);
-    }
-    done += runs;
+    fuzz::inputsAreBlocks ? runBlocks(runs, random) : runMutations(runs, random);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    std::fprintf(stderr, "%llu inputs in %.1f s, seed %llu: no claim broken\n", static_cast<unsigned long long>(done),
-                 seconds, static_cast<unsigned long long>(seed));
+    std::fprintf(stderr, "%s runs in %.1f s, seed %s: no claim broken\n", std::to_string(runs).c_str(), seconds,
+                 std::to_string(seed).c_str());
     return 0;
 }
