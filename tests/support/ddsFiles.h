@@ -1,11 +1,8 @@
 // DDS files made in memory, and the reader's answer to a file, for tests to compare.
 #pragma once
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +12,7 @@
 
 #include "reader/TddsReader.h"
 #include "reader/ddsFile.h"
+#include "tests/support/memoryFile.h"
 
 namespace testing_support {
 
@@ -88,25 +86,9 @@ inline Bytes dx10File(std::uint32_t dxgiFormat, std::uint32_t width, std::uint32
     return bytes;
 }
 
-// A file of its own in the temporary folder, removed with the object.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(std::span<const unsigned char> content) {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kpxXXXXXX").string();
-        const int descriptor = mkstemp(pattern.data());
-        if (descriptor >= 0) ::close(descriptor);
-        m_path = pattern;
-        std::ofstream(m_path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    }
-    ~TemporaryFile() { std::filesystem::remove(m_path); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const char* path() const { return m_path.c_str(); }
-
-private:
-    std::string m_path;
+// A file of its own, gone with the object.
+struct TemporaryFile : MemoryFile {
+    explicit TemporaryFile(std::span<const unsigned char> content) { write(content); }
 };
 
 inline Bytes readFile(const std::filesystem::path& path) {

@@ -11,24 +11,18 @@
 namespace testing_support {
 namespace {
 
-template <typename Actual, typename Expected>
-void compare(std::ostringstream& differences, const char* what, const Actual& actual, const Expected& expected) {
-    if (actual != expected) differences << what << " is " << actual << " and not " << expected << "; ";
+std::string lineOf(const std::string& text) {
+    return text.empty() ? "" : text + "\n";
 }
 
-// What the verdict foretells, which knows the file without opening it.
-void compareVerdict(std::ostringstream& differences, const kpx::Verdict& verdict, const model::Picture& picture) {
-    constexpr kpx::Result results[] = {kpx::Result::refused, kpx::Result::decoded, kpx::Result::black};
-    const kpx::Result expected = results[static_cast<std::size_t>(picture.result)];
-    compare(differences, "verdict", std::string(kpx::resultName(verdict.result)), kpx::resultName(expected));
-    compare(differences, "foretold text", std::string(verdict.printed == nullptr ? "" : verdict.printed),
-            picture.printed);
-    if (picture.result == model::Result::refused) return;
-    compare(differences, "foretold width", verdict.width, picture.width);
-    compare(differences, "foretold height", verdict.height, picture.height);
-    compare(differences, "foretold channels", verdict.colourChannels() + (verdict.hasAlpha ? 1 : 0), picture.channels);
-    compare(differences, "foretold alpha", verdict.hasAlpha, picture.hasAlpha);
-    compare(differences, "foretold bits", static_cast<int>(verdict.bits), picture.bits);
+// An answer to a file in one line.
+std::string inWords(kpx::Result result, const std::string& printed, std::uint64_t width, std::uint64_t height,
+                    unsigned channels, bool hasAlpha, unsigned bits) {
+    std::ostringstream words;
+    words << kpx::resultName(result) << ", printed \"" << printed << '"';
+    if (result == kpx::Result::refused) return words.str();
+    words << ", " << width << " by " << height << ", " << channels << " channels of " << bits << " bits";
+    return words.str() + (hasAlpha ? ", the last is alpha" : "");
 }
 
 // The scanline's every stepth pixel.
@@ -74,26 +68,32 @@ testing::AssertionResult readsLikeModel(std::span<const unsigned char> file, con
 testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
                                         const kpx::KernelSet& kernels, std::uint64_t mostPixels) {
     const model::Picture picture = model::read(file);
-    kpx::TddsReader reader(kernels);
+    const kpx::Result result = picture.result == model::Result::refused   ? kpx::Result::refused
+                               : picture.result == model::Result::decoded ? kpx::Result::decoded
+                                                                          : kpx::Result::black;
+    const std::string expected = inWords(result, lineOf(picture.printed), picture.width, picture.height,
+                                         picture.channels, picture.hasAlpha, static_cast<unsigned>(picture.bits));
 
+    kpx::TddsReader reader(kernels);
     PrintedText output;
-    const int result = reader.open(path);
+    const bool isRefused = reader.open(path) != 0;
     const std::string printed = output.take();
+    const std::string actual =
+        inWords(isRefused ? kpx::Result::refused : result, printed, reader.width(), reader.height(),
+                static_cast<unsigned>(reader.numColourChannels() + reader.hasAlphaChannel()),
+                reader.hasAlphaChannel() != 0, static_cast<unsigned>(reader.bitsPerChannel()));
+
+    // The verdict knows the file without opening it.
+    const kpx::Verdict verdict =
+        kpx::judge(kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size()));
+    const std::string foretold = inWords(
+        verdict.result, lineOf(verdict.printed == nullptr ? "" : verdict.printed), verdict.width, verdict.height,
+        verdict.colourChannels() + (verdict.hasAlpha ? 1 : 0), verdict.hasAlpha, static_cast<unsigned>(verdict.bits));
 
     std::ostringstream differences;
-    const kpx::FileFacts facts = kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size());
-    compareVerdict(differences, kpx::judge(facts), picture);
-    compare(differences, "result", result, picture.result == model::Result::refused ? -1 : 0);
-    compare(differences, "printed text", printed, picture.printed.empty() ? "" : picture.printed + "\n");
-    if (picture.result != model::Result::refused) {
-        compare(differences, "width", reader.width(), picture.width);
-        compare(differences, "height", reader.height(), picture.height);
-        compare(differences, "channels", static_cast<unsigned>(reader.numColourChannels() + reader.hasAlphaChannel()),
-                picture.channels);
-        compare(differences, "alpha", reader.hasAlphaChannel() != 0, picture.hasAlpha);
-        compare(differences, "bits", reader.bitsPerChannel(), picture.bits);
-        if (differences.str().empty()) comparePixels(differences, reader, picture, mostPixels);
-    }
+    if (actual != expected) differences << "the reader gives " << actual << " and not " << expected << "; ";
+    if (foretold != expected) differences << "the verdict foretells " << foretold << " and not " << expected << "; ";
+    if (differences.str().empty() && !isRefused) comparePixels(differences, reader, picture, mostPixels);
     if (differences.str().empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << differences.str() << "with the kernels " << kernels.name;
 }

@@ -11,31 +11,16 @@
 #include <iterator>
 #include <string>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KPX_UNDER_ADDRESS_SANITIZER 1
-#elif __has_feature(thread_sanitizer)
-#define KPX_UNDER_THREAD_SANITIZER 1
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__)
-#define KPX_UNDER_ADDRESS_SANITIZER 1
-#elif defined(__SANITIZE_THREAD__)
-#define KPX_UNDER_THREAD_SANITIZER 1
-#endif
+// There where the program is built with the sanitizer.
+extern "C" {
+[[gnu::weak]] void __asan_init();
+[[gnu::weak]] void __tsan_init();
+}
 
 namespace testing_support {
 
-#if defined(KPX_UNDER_ADDRESS_SANITIZER)
-inline constexpr bool underAddressSanitizer = true;
-#else
-inline constexpr bool underAddressSanitizer = false;
-#endif
-#if defined(KPX_UNDER_THREAD_SANITIZER)
-inline constexpr bool underThreadSanitizer = true;
-#else
-inline constexpr bool underThreadSanitizer = false;
-#endif
+inline const bool underAddressSanitizer = &__asan_init != nullptr;
+inline const bool underThreadSanitizer = &__tsan_init != nullptr;
 
 // The files that the process has open, the one with which they are counted included.
 inline std::ptrdiff_t openDescriptors() {
