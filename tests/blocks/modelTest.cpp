@@ -7,13 +7,13 @@
 
 #include "tests/model/floatModel.h"
 #include "tests/model/tables.h"
+#include "tests/support/ddsFiles.h"
 #include "tests/support/decoders.h"
 
 using namespace testing_support;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
 constexpr std::size_t copies = 19;  // of a block, which the kernels decode several at a time
 
 Bytes times(std::size_t count, const Bytes& bytes) {

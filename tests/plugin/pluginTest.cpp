@@ -30,22 +30,6 @@ namespace {
 
 using namespace testing_support;
 
-class OpenCatalogue {
-public:
-    explicit OpenCatalogue(const std::string& messages) {
-        kpx__msg_cat = catopen(m_folder.catalogue(messages).c_str(), 0);
-    }
-    ~OpenCatalogue() {
-        catclose(kpx__msg_cat);
-        kpx__msg_cat = nullptr;
-    }
-    OpenCatalogue(const OpenCatalogue&) = delete;
-    OpenCatalogue& operator=(const OpenCatalogue&) = delete;
-
-private:
-    Folder m_folder;
-};
-
 class Plugin : public PluginFixture {};
 
 // What the plug-in says of itself.
@@ -85,8 +69,8 @@ TEST_F(Plugin, InitialisesItsTextsAndNobodyElses) {
 }
 
 TEST_F(Plugin, TakesItsTextsFromTheCatalogueWhereItHasThem) {
-    const OpenCatalogue catalogue(
-        "$set 901\n422 .tex\n423 Textur\n131 unbekannt\n$set 902\n424 of another set\n52 -\n");
+    const std::string texts = "$set 901\n422 .tex\n423 Textur\n131 unbekannt\n$set 902\n424 of another set\n52 -\n";
+    kpx__msg_cat = catopen(m_folder.catalogue(texts).c_str(), 0);
     EXPECT_EQ(m_plugin.imageInit(), 1);
     EXPECT_EQ(m_plugin.translatedTexts(), "Textur .tex Name#.Ext");
     TestHandle handle(m_folder.file("a.dds", dx10File(87, 4, 4)));
@@ -97,6 +81,8 @@ TEST_F(Plugin, TakesItsTextsFromTheCatalogueWhereItHasThem) {
     TestHandle missing("/missing");
     EXPECT_EQ(m_plugin.imageReadOpen(&missing), 0);
     EXPECT_EQ(hostCalls(), cannotOpen("/missing", ENOENT)) << "the host has the catalogue's text to show instead";
+    catclose(kpx__msg_cat);
+    kpx__msg_cat = nullptr;
 }
 
 // A row of the option table, or of the values of an option.
@@ -203,13 +189,6 @@ ImageFileDescriptor descriptorOf(const Described& image, const ImageFileDescript
     expected.auxFormat = nullptr;
     expected.auxCount = expected.auxBits = 0;
     return expected;
-}
-
-template <typename Record>
-Bytes bytesOf(const Record& record) {
-    Bytes bytes;
-    append(bytes, record);
-    return bytes;
 }
 
 TEST_F(Plugin, DescribesTheImageThatItReads) {

@@ -36,6 +36,13 @@ void append(Bytes& bytes, const Record& record) {
     std::memcpy(bytes.data() + end, &record, sizeof record);
 }
 
+template <typename Record>
+Bytes bytesOf(const Record& record) {
+    Bytes bytes;
+    append(bytes, record);
+    return bytes;
+}
+
 // A header named by a format code, with DDPF_FOURCC and further header flags.
 inline kpx::DdsFileHeader codeHeader(std::uint32_t code, std::uint32_t width, std::uint32_t height,
                                      std::uint32_t headerFlags = 0) {

@@ -1,8 +1,6 @@
 // The decoders of blocks by name, each with the kernel and the model that must do the same.
 #pragma once
 
-#include <array>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -12,13 +10,6 @@
 namespace testing_support {
 
 using Tile = model::Tile;
-
-template <typename Texels>
-Tile bytesOf(const Texels& texels) {
-    Tile tile(sizeof texels);
-    std::memcpy(tile.data(), texels.data(), sizeof texels);
-    return tile;
-}
 
 struct Decoder {
     const char* name;

@@ -1,7 +1,5 @@
-// Headers of every family of formats, and of every way that the choice of loader can go.
+// Files of every row of the table of formats.
 #pragma once
-
-#include <iterator>
 
 #include "reader/formatTable.h"
 #include "tests/model/randomBlocks.h"
@@ -45,41 +43,6 @@ inline Bytes randomFile(model::Random& random, const kpx::Format& format, std::u
     const Bytes data = randomBytes(random, dataBytes);
     file.insert(file.end(), data.begin(), data.end());
     return file;
-}
-
-inline constexpr std::uint32_t formatFlagBits[] = {
-    kpx::DDPF_ALPHAPIXELS,       kpx::DDPF_ALPHA,           kpx::DDPF_FOURCC, kpx::DDPF_PALETTEINDEXED4,
-    kpx::DDPF_PALETTEINDEXEDTO8, kpx::DDPF_PALETTEINDEXED8, kpx::DDPF_RGB,    kpx::DDPF_LUMINANCE};
-
-// Of every loader and of none.
-inline std::vector<std::uint32_t> someCodes() {
-    std::vector<std::uint32_t> codes = {0, 25, 34, 36, 50, 110, 111, 113, 116, 117, 134, 135, 136, 1116};
-    for (const char* name : {"DXT1", "DXT5", "DXT6", "DXT7", "BC5U", "BC5S", "BC4U", "ATI1", "ATI2", "RGBG", "DX10"}) {
-        codes.push_back(kpx::load32(reinterpret_cast<const unsigned char*>(name)));
-    }
-    return codes;
-}
-
-// Calls visit(header) for every set of format flags with each of some codes, with DDSD_LINEARSIZE and without.
-template <typename Visit>
-void forEveryDispatch(model::Random& random, Visit visit) {
-    const std::vector<std::uint32_t> codes = someCodes();
-    for (std::uint32_t subset = 0; subset < 1U << std::size(formatFlagBits); ++subset) {
-        std::uint32_t flags = 0;
-        for (std::size_t bit = 0; bit < std::size(formatFlagBits); ++bit) {
-            flags |= (subset >> bit & 1) != 0 ? formatFlagBits[bit] : 0;
-        }
-        for (const std::uint32_t code : codes) {
-            for (const std::uint32_t linear : {0U, kpx::DDSD_LINEARSIZE}) {
-                kpx::DdsFileHeader file = codeHeader(code, 5, 3, linear);
-                file.header.ddspf.dwFlags = flags;
-                file.header.ddspf.dwRGBBitCount = random.below(2) == 0 ? 16 : 32;
-                file.header.ddspf.dwRBitMask = 0xF800;
-                file.header.ddspf.dwABitMask = 0xFF;
-                visit(file);
-            }
-        }
-    }
 }
 
 }  // namespace testing_support
