@@ -18,21 +18,14 @@ constexpr std::uint32_t interesting[] = {
 
 // A value that some field of the header may want.
 std::uint32_t fieldValue(model::Random& random, std::size_t offset) {
+    const auto any = static_cast<std::uint32_t>(random.next());
     const auto formats = kpx::formatTable();
     const kpx::Format& format = formats[random.next() % formats.size()];
-    switch (offset) {
-        case 8:
-            return random.below(2) == 0 ? kpx::DDSD_LINEARSIZE : 0;
-        case 80:
-            return static_cast<std::uint32_t>(random.next() & (random.below(2) == 0 ? 0x7F : 0x2007F));
-        case 84:
-            return random.below(3) == 0 ? kpx::fourCC("DX10") : format.code;
-        case 128:
-            return random.below(4) == 0 ? static_cast<std::uint32_t>(random.below(140)) : format.id;
-        default:
-            return random.below(8) == 0 ? static_cast<std::uint32_t>(random.next())
-                                        : interesting[random.next() % std::size(interesting)];
-    }
+    if (offset == 8) return any & kpx::DDSD_LINEARSIZE;
+    if (offset == 80) return any & (random.below(2) == 0 ? 0x7F : 0x2007F);
+    if (offset == 84) return random.below(3) == 0 ? kpx::fourCC("DX10") : format.code;
+    if (offset == 128) return random.below(4) == 0 ? any % 140 : format.id;
+    return random.below(8) == 0 ? any : interesting[random.next() % std::size(interesting)];
 }
 
 }  // namespace

@@ -166,16 +166,17 @@ struct Code {
 };
 
 std::uint32_t codeOf(const std::string& text) {
-    if (std::isdigit(text[0]) != 0) return static_cast<std::uint32_t>(std::stoul(text));
-    return fourCC(text.c_str());
+    return std::isdigit(text[0]) != 0 ? static_cast<std::uint32_t>(std::stoul(text)) : fourCC(text.c_str());
 }
 
 const Code& formatOf(std::uint32_t code) {
     static const std::vector<Code> codes = [] {
         std::vector<Code> all;
-        for (const auto& row : rowsOf("tests/model/codes.tsv")) {
-            const auto channels = static_cast<std::uint32_t>(std::stoul(row[2]));
-            all.push_back({codeOf(row[0]), row[1], channels, std::stoul(row[3]), row.size() > 4 ? row[4] : ""});
+        for (std::istringstream& row : rowsOf("tests/model/codes.tsv")) {
+            std::string name;
+            Code& format = all.emplace_back();
+            row >> name >> format.kind >> format.channels >> format.valueBytes >> format.detail;
+            format.code = codeOf(name);
         }
         return all;
     }();
@@ -322,6 +323,22 @@ bool loadAlpha(State& s) {
     return loadUncompressed(s);
 }
 
+// A row of the table of DXGI formats: what reads the formats from the first to the last, and how.
+struct DxgiRow {
+    std::uint32_t first, last;
+    std::string loader, detail;
+};
+
+std::vector<DxgiRow> readDxgiRows() {
+    std::vector<DxgiRow> all;
+    for (std::istringstream& row : rowsOf("tests/model/dxgiFormats.tsv")) {
+        DxgiRow& range = all.emplace_back();
+        row >> range.first >> range.last >> range.loader >> std::ws;
+        std::getline(row, range.detail);
+    }
+    return all;
+}
+
 bool loadDX10(State& s) {
     if (s.data.size() < 20) return false;
     s.dxgiFormat = s.data.word32(0);
@@ -329,15 +346,14 @@ bool loadDX10(State& s) {
     s.data = s.data.from(20);
     constexpr std::uint32_t snormFormats[] = {13, 31, 37, 51, 58, 63};
     s.isSnorm = std::count(std::begin(snormFormats), std::end(snormFormats), s.dxgiFormat) != 0;
-    static const auto rows = rowsOf("tests/model/dxgiFormats.tsv");
-    for (const auto& row : rows) {
-        if (s.dxgiFormat < std::stoul(row[0]) || s.dxgiFormat > std::stoul(row[1])) continue;
-        const std::string& loader = row[2];
-        if (loader == "masks") return loadMasked32(s, row[3]);
+    static const std::vector<DxgiRow> rows = readDxgiRows();
+    for (const auto& [first, last, loader, detail] : rows) {
+        if (s.dxgiFormat < first || s.dxgiFormat > last) continue;
+        if (loader == "masks") return loadMasked32(s, detail);
         if (loader == "alpha") return loadAlpha(s);
         if (loader == "r11g11b10") return loadPackedFloat(s, unpackR11G11B10);
         if (loader == "r9g9b9e5") return loadPackedFloat(s, unpackR9G9B9E5);
-        s.code = codeOf(row[3]);
+        s.code = codeOf(detail);
         if (s.code == fourCC("DXT5") && s.alphaMode == 2) s.code = fourCC("DXT4");
         if (loader == "floats") return loadFloatingPoint(s);
         return loader == "codes" ? loadD3DFormat(s) : loadCompressed(s);

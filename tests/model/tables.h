@@ -2,14 +2,15 @@
 #pragma once
 
 #include <array>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace model {
 
-// The columns of each row of a table, which are parted by tabs; lines that start with # are comments. The path starts
-// at the project's root.
-std::vector<std::vector<std::string>> rowsOf(const std::string& path);
+// The rows of a table, whose columns are parted by tabs; lines that start with # are comments. The path starts at the
+// project's root.
+std::vector<std::istringstream> rowsOf(const std::string& path);
 
 struct Partition {
     std::array<int, 16> subsets;    // of each texel
