@@ -3,10 +3,6 @@
 //   TARGET [--runs N] [--seed S] [--seeds FOLDER] [FILE...]
 // --seeds writes the example files as seeds for libFuzzer instead of running anything.
 #include <chrono>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "examples/examples.h"
 #include "fuzz/target.h"

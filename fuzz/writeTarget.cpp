@@ -2,7 +2,6 @@
 // The target is a host of its own.
 #include <algorithm>
 #include <cstring>
-#include <string>
 
 #include "fuzz/target.h"
 #include "plugin/protocol.h"

@@ -1,7 +1,6 @@
 // Worked blocks and words of the published formats, through the slow model and through every kernel level.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <charconv>
 #include <sstream>
 

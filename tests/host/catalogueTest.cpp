@@ -3,10 +3,8 @@
 #include <nl_types.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <map>
 #include <regex>
-#include <string>
 #include <utility>
 
 #include "tests/support/Tool.h"
@@ -24,8 +22,10 @@ using Texts = std::map<std::pair<int, int>, std::string>;
 constexpr int textSet = 901;
 constexpr int errorSet = 902;
 
-std::string unquoted(const std::string& literal) {
-    return std::regex_replace(literal, std::regex(R"(\\(.))"), "$1");
+// The matches of a pattern, each with its parts.
+std::vector<std::smatch> matchesOf(const std::string& pattern, const std::string& text) {
+    const std::regex regex(pattern);
+    return {std::sregex_iterator(text.begin(), text.end(), regex), {}};
 }
 
 // Every number in the plug-in's sources that a text follows: in quotes or by the name of a constant, and with a
@@ -34,21 +34,17 @@ Texts textsOfPlugin() {
     Texts texts;
     for (const auto& entry : fs::directory_iterator(KPX_SOURCE_DIR "/plugin")) {
         if (entry.path().extension() != ".cpp") continue;
-        const std::string source = textOfFile(entry.path());
-        std::map<std::string, std::string> constants;
-        const std::regex constant(R"re(constexpr const char\* (\w+) = "((?:[^"\\]|\\.)*)")re");
-        for (std::sregex_iterator i(source.begin(), source.end(), constant), end; i != end; ++i) {
-            constants[(*i)[1]] = unquoted((*i)[2]);
+        const std::string written = textOfFile(entry.path());
+        std::string source = written;
+        for (const auto& constant : matchesOf(R"re(constexpr const char\* (\w+) = ("(?:[^"\\]|\\.)*"))re", written)) {
+            source = std::regex_replace(source, std::regex("\\b" + constant.str(1) + "\\b"), constant.str(2));
         }
-        const std::regex text(
-            R"re(\b(\d{2,3}),\s+(?:kpx::)?(errorSeverity,|warningSeverity,)?\s*(?:"((?:[^"\\]|\\.)*)"|(\w+)))re");
-        for (std::sregex_iterator i(source.begin(), source.end(), text), end; i != end; ++i) {
-            const std::smatch& match = *i;
-            if (!match[3].matched && !constants.contains(match[4])) continue;
-            const int set = match[2].matched ? errorSet : textSet;
-            const std::string value = match[3].matched ? unquoted(match[3]) : constants[match[4]];
-            const auto [place, isNew] = texts.emplace(std::pair{set, std::stoi(match[1])}, value);
-            EXPECT_EQ(place->second, value) << "two texts of number " << match[1];
+        const char* numbered =
+            R"re(\b(\d{2,3}),\s+(?:kpx::)?(errorSeverity,|warningSeverity,)?\s*"((?:[^"\\]|\\.)*)")re";
+        for (const std::smatch& match : matchesOf(numbered, source)) {
+            const std::string text = std::regex_replace(match.str(3), std::regex(R"(\\(.))"), "$1");
+            const std::pair place(match[2].matched ? errorSet : textSet, std::stoi(match[1]));
+            EXPECT_EQ(texts.emplace(place, text).first->second, text) << "two texts of number " << place.second;
         }
     }
     return texts;
@@ -72,8 +68,7 @@ Texts textsOfCatalogue(const std::string& language) {
 
 std::string conversionsOf(const std::string& text) {
     std::string all;
-    const std::regex conversion("%[^%a-zA-Z]*[a-zA-Z%]");
-    for (std::sregex_iterator i(text.begin(), text.end(), conversion), end; i != end; ++i) all += i->str();
+    for (const std::smatch& conversion : matchesOf("%[^%a-zA-Z]*[a-zA-Z%]", text)) all += conversion.str();
     return all;
 }
 

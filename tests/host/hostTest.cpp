@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -188,9 +187,9 @@ TEST_F(InFolder, AFileThatIsNoPluginIsRefusedWithASentence) {
         {"libm.so.6", "it does not export imageKey"},
         {file("other.so", bytes), "cannot use the plug-in " + at("other.so") + ": its version is \"3.9\", not \"3.2\""},
     };
-    for (const auto& [path, sentence] : cases) {
-        const std::string error = hostError([&] { const Plugin plugin(path); });
-        EXPECT_NE(error.find(sentence), std::string::npos) << path << ": " << error;
+    for (const auto& each : cases) {
+        const std::string error = hostError([&] { const Plugin plugin(each.first); });
+        EXPECT_NE(error.find(each.second), std::string::npos) << each.first << ": " << error;
     }
 }
 

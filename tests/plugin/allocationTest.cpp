@@ -2,13 +2,9 @@
 // stated ones, nothing leaks and no file stays open.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <map>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "tests/support/failingMemory.h"
 #include "tests/support/families.h"

@@ -10,7 +10,6 @@
 #include <csignal>
 #include <cstdio>
 #include <set>
-#include <string>
 #include <thread>
 
 #include "tests/model/readerModel.h"

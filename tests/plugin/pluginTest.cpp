@@ -4,14 +4,10 @@
 #include <gtest/gtest.h>
 #include <nl_types.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "tests/support/ddsFiles.h"
 #include "tests/support/pluginFixture.h"

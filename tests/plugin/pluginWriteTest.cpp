@@ -2,16 +2,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstring>
-#include <filesystem>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "tests/support/ddsFiles.h"
 #include "tests/support/pluginFixture.h"

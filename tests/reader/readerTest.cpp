@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "reader/TddsReader.h"
 #include "reader/formatTable.h"

@@ -1,7 +1,5 @@
 #include "tests/support/likeModel.h"
 
-#include <algorithm>
-#include <cstring>
 #include <sstream>
 #include <string_view>
 
