@@ -6,8 +6,8 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
-#include <memory>
 #include <sstream>
+#include <utility>
 
 #include "tests/model/blockModel.h"
 #include "tests/model/floatModel.h"
@@ -54,22 +54,13 @@ bool canAllocate(std::uint64_t bytes) {
 }
 
 // The bytes after the headers. What the file does not supply is zero.
-class Data {
-public:
-    Data() = default;
-    explicit Data(std::span<const unsigned char> bytes)
-        : m_bytes(std::make_shared<std::vector<unsigned char>>(bytes.begin(), bytes.end())) {}
+struct Data : std::vector<unsigned char> {
+    explicit Data(std::span<const unsigned char> bytes = {}) : std::vector<unsigned char>(bytes.begin(), bytes.end()) {}
 
-    std::uint64_t size() const { return m_bytes->size(); }
     bool has(std::uint64_t index) const { return index < size(); }
-    std::uint32_t byte(std::uint64_t index) const { return has(index) ? (*m_bytes)[index] : 0U; }
+    std::uint32_t byte(std::uint64_t index) const { return has(index) ? (*this)[index] : 0U; }
     std::uint32_t word16(std::uint64_t index) const { return byte(index) | byte(index + 1) << 8; }
     std::uint32_t word32(std::uint64_t index) const { return word16(index) | word16(index + 2) << 16; }
-    Data from(std::size_t first) const { return Data(std::span(*m_bytes).subspan(std::min(first, m_bytes->size()))); }
-    const unsigned char* at(std::uint64_t index) const { return m_bytes->data() + index; }
-
-private:
-    std::shared_ptr<const std::vector<unsigned char>> m_bytes = std::make_shared<std::vector<unsigned char>>();
 };
 
 // The picture as far as it is known, and the reader's fields as the loaders find and leave them.
@@ -84,6 +75,14 @@ struct State : Picture {
     std::uint32_t alphaMode = 0;  // of the DX10 header
     bool isSnorm = false;
     Data data;
+    std::function<Pixel(const State& s, std::uint64_t x, std::uint64_t y)> show;  // becomes pixelAt
+
+    // A stored byte of a picture of bytes, as it is put out.
+    std::uint32_t shownByte(std::uint64_t index) const {
+        const std::int64_t value = signExtend(data.byte(index), 8);
+        if (!isSnorm || !data.has(index)) return data.byte(index);
+        return value == -128 ? 0U : static_cast<std::uint32_t>((value + 127) * 255 / 254);
+    }
 };
 
 // A picture whose pixels take so many bytes; sides are at most what a signed number of 32 bits holds.
@@ -96,64 +95,27 @@ bool failWith(State& s, const char* message) {
     return false;
 }
 
-std::uint32_t snormToByte(std::uint32_t raw) {
-    const std::int64_t value = signExtend(raw, 8);
-    return value == -128 ? 0U : static_cast<std::uint32_t>((value + 127) * 255 / 254);
-}
-
-// Pixels with a channel in values of valueBytes, of which the highest byte is taken: the order tells where in the
-// pixel's bytes each channel is.
-void showBytes(State& s, const std::string& order, std::uint64_t pixelBytes, std::uint64_t valueBytes) {
-    s.pixelAt = [data = s.data, width = s.width, isSnorm = s.isSnorm, order, pixelBytes, valueBytes](std::uint64_t x,
-                                                                                                     std::uint64_t y) {
-        Pixel pixel{};
-        for (std::size_t c = 0; c < order.size(); ++c) {
-            const auto place = static_cast<std::uint64_t>(order[c] - '0');
-            const std::uint64_t index = (y * width + x) * pixelBytes + place * valueBytes + (valueBytes - 1);
-            pixel[c] = isSnorm && data.has(index) ? snormToByte(data.byte(index)) : data.byte(index);
-        }
-        return pixel;
-    };
-}
-
 std::uint32_t scaleMasked(std::uint32_t value, std::uint32_t mask) {
     if (mask == 0) return 0;
     const std::uint32_t field = value & mask;
     return mask <= 0x01000000 ? field * 255 / mask : (field >> 8) * 255 / (mask >> 8);
 }
 
-void showMasked(State& s, std::uint64_t pixelBytes) {
-    s.pixelAt = [data = s.data, width = s.width, masks = s.masks, alphaOnly = (s.flags & ddpfAlpha) != 0, pixelBytes](
-                    std::uint64_t x, std::uint64_t y) {
-        std::uint32_t value = 0;
-        for (std::uint64_t k = 0; k < std::min<std::uint64_t>(pixelBytes, 4); ++k)
-            value |= data.byte((y * width + x) * pixelBytes + k) << (8 * k);
-        if (alphaOnly) return Pixel{scaleMasked(value, masks[3]), 0, 0, 0};
-        return Pixel{scaleMasked(value, masks[0]), scaleMasked(value, masks[1]), scaleMasked(value, masks[2]),
-                     scaleMasked(value, masks[3])};
-    };
-}
-
-// The order of channels that lie in whole bytes; empty where masks tell them.
-std::string byteOrder(const State& s, std::uint64_t pixelBytes) {
-    const Masks& m = s.masks;
-    const bool isBgr = m[0] == 0xFF0000 && m[1] == 0xFF00 && m[2] == 0xFF;
-    if (s.channels == 3 && (pixelBytes == 3 || pixelBytes == 4) && isBgr) return "210";
-    if (s.channels != 4 || pixelBytes != 4) return "";
-    if (m == Masks{0xFF000000, 0x00FF0000, 0x0000FF00, 0x000000FF}) return "3210";
-    if (m == Masks{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000}) return "2103";
-    if (m == Masks{0x000000FF, 0x0000FF00, 0x00FF0000, 0xFF000000}) return "0123";
-    return "";
-}
-
 bool loadUncompressed(State& s) {
     if ((s.flags & ddpfAlpha) != 0) s.channels = 1;
-    std::uint64_t pixelBytes = s.bitCount / 8;
-    if (pixelBytes == 0) pixelBytes = s.channels;
+    const std::uint64_t pixelBytes = s.bitCount >= 8 ? s.bitCount / 8 : s.channels;
     if (!canHold(s, pixelBytes)) return failWith(s, noMemory);
     if (s.channels == 1 && s.masks[3] == 0xFF) s.flags |= ddpfAlphaPixels;
-    const std::string order = byteOrder(s, pixelBytes);
-    order.empty() ? showMasked(s, pixelBytes) : showBytes(s, order, pixelBytes, 1);
+    if ((s.flags & ddpfAlpha) != 0) s.masks[0] = s.masks[3];
+    s.show = [pixelBytes](const State& p, std::uint64_t x, std::uint64_t y) {
+        std::uint32_t value = 0;
+        for (std::uint64_t k = 0; k < std::min<std::uint64_t>(pixelBytes, 4); ++k) {
+            value |= p.shownByte((y * p.width + x) * pixelBytes + k) << (8 * k);
+        }
+        Pixel pixel{};
+        for (std::size_t c = 0; c < 4; ++c) pixel[c] = scaleMasked(value, p.masks[c]);
+        return pixel;
+    };
     return true;
 }
 
@@ -191,9 +153,9 @@ bool showFloatRows(State& s, std::uint64_t pixelBytes, Unpack unpack) {
     s.bits = 32;
     const std::uint64_t rowBytes = product({s.width, pixelBytes});
     if (!canHold(s, 4 * s.channels) || (s.height != 0 && !canAllocate(rowBytes))) return false;
-    s.pixelAt = [data = s.data, rowBytes, pixelBytes, unpack](std::uint64_t x, std::uint64_t y) {
-        if ((y + 1) * rowBytes > data.size()) return Pixel{};
-        return unpack(data, y * rowBytes + x * pixelBytes);
+    s.show = [rowBytes, pixelBytes, unpack](const State& p, std::uint64_t x, std::uint64_t y) {
+        if ((y + 1) * rowBytes > p.data.size()) return Pixel{};
+        return unpack(p.data, y * rowBytes + x * pixelBytes);
     };
     return true;
 }
@@ -231,11 +193,12 @@ bool loadPalettised(State& s) {
     const std::uint64_t inputBytes = paletteBytes + std::min(product({rowBytes, s.height}), std::uint64_t{1} << 62);
     if (!canHold(s, 4) || !canAllocate(inputBytes)) return failWith(s, noMemory);
     if (s.data.size() < inputBytes) return failWith(s, shortData);
-    s.pixelAt = [data = s.data, paletteBytes, rowBytes, isNibble](std::uint64_t x, std::uint64_t y) {
-        const std::uint32_t byte = data.byte(paletteBytes + y * rowBytes + (isNibble ? x / 2 : x));
+    s.show = [paletteBytes, rowBytes, isNibble](const State& p, std::uint64_t x, std::uint64_t y) {
+        const std::uint32_t byte = p.data.byte(paletteBytes + y * rowBytes + (isNibble ? x / 2 : x));
         const std::uint64_t index = !isNibble ? byte : x % 2 == 0 ? byte & 15U : byte >> 4;
-        return Pixel{data.byte(4 * index), data.byte(4 * index + 1), data.byte(4 * index + 2),
-                     data.byte(4 * index + 3)};
+        Pixel pixel{};
+        for (std::size_t c = 0; c < 4; ++c) pixel[c] = p.data.byte(4 * index + c);
+        return pixel;
     };
     return true;
 }
@@ -271,10 +234,10 @@ bool loadCompressed(State& s) {
     if (s.data.size() < bytes) return failWith(s, shortData);
     if (!isKnown) return false;
     // The last decoded block is kept, as neighbours in a row share it.
-    s.pixelAt = [data = s.data, format, tilesAcross, last = UINT64_MAX, tile = Tile{}](std::uint64_t x,
-                                                                                       std::uint64_t y) mutable {
+    s.show = [format, tilesAcross, last = UINT64_MAX, tile = Tile{}](const State& p, std::uint64_t x,
+                                                                     std::uint64_t y) mutable {
         const std::uint64_t block = y / 4 * tilesAcross + x / 4;
-        if (block != last) tile = format->decode({data.at(block * format->blockBytes), format->blockBytes});
+        if (block != last) tile = format->decode({p.data.data() + block * format->blockBytes, format->blockBytes});
         last = block;
         return texelOf(tile, y % 4 * 4 + x % 4);
     };
@@ -285,18 +248,22 @@ bool loadCompressed(State& s) {
 bool loadPixelPairs(State& s, const std::string& order) {
     s.channels = 3;
     if (!canHold(s, 6)) return failWith(s, noMemory);
-    s.pixelAt = [data = s.data, rowBytes = (s.width + 1) / 2 * 4, order](std::uint64_t x, std::uint64_t y) {
-        if ((y + 1) * rowBytes > data.size()) return Pixel{};
-        const auto byte = [&](std::size_t channel, std::uint64_t more) {
-            return data.byte(y * rowBytes + x / 2 * 4 + static_cast<std::uint64_t>(order[channel] - '0') + more);
-        };
-        return Pixel{byte(0, 0), byte(1, x % 2 * 2), byte(2, 0), 0};
+    s.show = [order](const State& p, std::uint64_t x, std::uint64_t y) {
+        const std::uint64_t rowBytes = (p.width + 1) / 2 * 4;
+        if ((y + 1) * rowBytes > p.data.size()) return Pixel{};
+        const std::uint64_t own[] = {0, x % 2 * 2, 0};
+        Pixel pixel{};
+        for (std::size_t c = 0; c < 3; ++c) {
+            const auto place = static_cast<std::uint64_t>(order[c] - '0');
+            pixel[c] = p.data.byte(y * rowBytes + x / 2 * 4 + place + own[c]);
+        }
+        return pixel;
     };
     return true;
 }
 
 bool loadD3DFormat(State& s) {
-    const Code& format = formatOf(s.code);
+    const Code format = formatOf(s.code);
     if (format.kind == "blocks") return loadCompressed(s);
     if (format.kind == "pairs") return loadPixelPairs(s, format.detail);
     if (format.kind != "bytes") return false;
@@ -304,7 +271,16 @@ bool loadD3DFormat(State& s) {
     if (format.channels == 4) s.flags |= ddpfAlphaPixels;
     const std::uint64_t pixelBytes = format.channels * format.valueBytes;
     if (!canHold(s, pixelBytes)) return failWith(s, noMemory);
-    showBytes(s, format.detail, pixelBytes, format.valueBytes);
+    // Of values of two bytes the high one is taken.
+    s.show = [format, pixelBytes](const State& p, std::uint64_t x, std::uint64_t y) {
+        Pixel pixel{};
+        for (std::size_t c = 0; c < format.channels; ++c) {
+            const auto place = static_cast<std::uint64_t>(format.detail[c] - '0');
+            const std::uint64_t last = place * format.valueBytes + format.valueBytes - 1;
+            pixel[c] = p.shownByte((y * p.width + x) * pixelBytes + last);
+        }
+        return pixel;
+    };
     return true;
 }
 
@@ -343,7 +319,7 @@ bool loadDX10(State& s) {
     if (s.data.size() < 20) return false;
     s.dxgiFormat = s.data.word32(0);
     s.alphaMode = s.data.word32(16) & 7U;
-    s.data = s.data.from(20);
+    s.data.erase(s.data.begin(), s.data.begin() + 20);
     constexpr std::uint32_t snormFormats[] = {13, 31, 37, 51, 58, 63};
     s.isSnorm = std::count(std::begin(snormFormats), std::end(snormFormats), s.dxgiFormat) != 0;
     static const std::vector<DxgiRow> rows = readDxgiRows();
@@ -381,7 +357,7 @@ bool load(State& s) {
     return s.code != 0 && loadCompressed(s);
 }
 
-State parseHeader(const Data& file) {
+State parseHeader(Data file) {
     State s;
     s.headerFlags = file.word32(8);
     s.height = file.word32(12);
@@ -393,7 +369,8 @@ State parseHeader(const Data& file) {
     s.masks = {file.word32(92), file.word32(96), file.word32(100), file.word32(104)};
     s.channels = (s.flags & ddpfAlphaPixels) != 0 ? 4 : 3;
     s.bits = 8;
-    s.data = file.from(128);
+    file.erase(file.begin(), file.begin() + 128);
+    s.data = std::move(file);
     return s;
 }
 
@@ -412,9 +389,11 @@ Picture read(std::span<const unsigned char> file) {
         s.width = s.height = 64;
         s.channels = 4;
         s.bits = 8;
-        s.pixelAt = [](std::uint64_t, std::uint64_t) { return Pixel{0, 0, 0, 255}; };
+        s.show = [](const State&, std::uint64_t, std::uint64_t) { return Pixel{0, 0, 0, 255}; };
     }
-    return s;
+    Picture picture = s;
+    picture.pixelAt = [s = std::move(s)](std::uint64_t x, std::uint64_t y) { return s.show(s, x, y); };
+    return picture;
 }
 
 }  // namespace model
