@@ -45,21 +45,16 @@ void runMutations(std::uint64_t runs, model::Random& random) {
     }
 }
 
-// Random bits. In two of four blocks the first byte is a power of two, so that every mode of BC7 is as likely; in one
-// of four the four bytes that hold endpoints in most formats are drawn together, so that they are often equal or
-// ordered.
+// Random bits. In two of four blocks the first set bit is drawn, so that every mode of BC7 is as likely; in one of four
+// the four bytes that hold endpoints in most formats are nearly equal.
 void runBlocks(std::uint64_t runs, model::Random& random) {
     for (std::uint64_t run = 0; run < runs; ++run) {
-        std::uint64_t words[2] = {random.next(), random.next()};
-        if (run % 4 < 2) {
-            words[0] = (words[0] & ~std::uint64_t{0xFF}) << run / 4 % 8 | std::uint64_t{1} << run / 4 % 8;
-        } else if (run % 4 == 2) {
-            const std::uint64_t byte = words[0] >> 56;
-            words[0] = (words[0] & ~std::uint64_t{0xFCFCFCFC}) | (byte & 0xFC) * 0x01010101;
+        model::PackedBlock block = model::randomBlock(random);
+        if (run % 2 == 0) block[0] = static_cast<unsigned char>((block[0] | 1) << random.below(8));
+        if (run % 4 == 1) {
+            for (std::size_t i = 1; i < 4; ++i) block[i] = static_cast<unsigned char>(block[0] ^ (block[i] & 3));
         }
-        std::uint8_t block[16];
-        std::memcpy(block, words, sizeof block);
-        LLVMFuzzerTestOneInput(block, sizeof block);
+        LLVMFuzzerTestOneInput(block.data(), block.size());
     }
 }
 

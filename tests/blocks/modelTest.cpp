@@ -52,33 +52,38 @@ const WordDecoder wordDecoders[] = {
     {"r9g9b9e5", &kpx::KernelSet::r9g9b9e5ToFloats, [](std::uint32_t w) { return bytesOf(model::unpackR9G9B9E5(w)); }},
 };
 
+// Holds what decode(set, out) writes against what is expected, for every set of kernels that runs here.
+template <typename Decode>
+void expectOfEverySet(const Bytes& expected, Decode decode) {
+    for (const kpx::KernelSet* set : kpx::kernelSets()) {
+        if (!set->runsHere()) continue;
+        Bytes out(expected.size());
+        decode(*set, out.data());
+        EXPECT_EQ(out, expected) << set->name;
+    }
+}
+
 void expectWord(const WordDecoder& decoder, const Bytes& bytes, const Bytes& expected) {
     std::uint32_t word = 0;
     std::memcpy(&word, bytes.data(), bytes.size());
     EXPECT_EQ(decoder.model(word), expected) << "the model";
-    for (const kpx::KernelSet* set : kpx::kernelSets()) {
-        if (!set->runsHere()) continue;
-        Bytes out(copies * expected.size());
-        (set->*decoder.kernel)(times(copies, bytes).data(), copies, reinterpret_cast<float*>(out.data()));
-        EXPECT_EQ(out, times(copies, expected)) << set->name;
-    }
+    expectOfEverySet(times(copies, expected), [&](const kpx::KernelSet& set, unsigned char* out) {
+        (set.*decoder.kernel)(times(copies, bytes).data(), copies, reinterpret_cast<float*>(out));
+    });
 }
 
 void expectBlock(const Decoder& decoder, const Bytes& block, const Bytes& expected) {
     EXPECT_EQ(decoder.model(block), expected) << "the model";
-    const auto rowBytes = static_cast<std::ptrdiff_t>(4 * decoder.texelBytes);
+    const std::size_t rowBytes = 4 * decoder.texelBytes;
     Bytes image;
-    for (auto row = expected.begin(); row != expected.end(); row += rowBytes) {
-        const Bytes strip = times(copies, {row, row + rowBytes});
-        image.insert(image.end(), strip.begin(), strip.end());
+    for (std::size_t i = 0; i < 4 * copies; ++i) {
+        const auto* row = expected.data() + i / copies * rowBytes;
+        image.insert(image.end(), row, row + rowBytes);
     }
-    for (const kpx::KernelSet* set : kpx::kernelSets()) {
-        if (!set->runsHere()) continue;
-        Bytes out(image.size());
-        set->strips[static_cast<std::size_t>(decoder.kernel)](times(copies, block).data(), copies, out.data(),
-                                                              out.size() / 4);
-        EXPECT_EQ(out, image) << set->name;
-    }
+    expectOfEverySet(image, [&](const kpx::KernelSet& set, unsigned char* out) {
+        const auto kernel = set.strips[static_cast<std::size_t>(decoder.kernel)];
+        kernel(times(copies, block).data(), copies, out, copies * rowBytes);
+    });
 }
 
 TEST(WorkedBlocks, ComeOutOfTheModelAndOfEveryKernel) {

@@ -40,19 +40,18 @@ inline std::int64_t statusBytes(const std::string& name) {
 // A limit of the process, lowered as long as the object lives.
 class LoweredLimit {
 public:
-    LoweredLimit(int resource, rlim_t limit) : m_resource(resource) {
-        getrlimit(limitOf(resource), &m_before);
+    using Resource = decltype(RLIMIT_NOFILE);
+    LoweredLimit(Resource resource, rlim_t limit) : m_resource(resource) {
+        getrlimit(resource, &m_before);
         const rlimit lowered{limit, m_before.rlim_max};
-        setrlimit(limitOf(resource), &lowered);
+        setrlimit(resource, &lowered);
     }
-    ~LoweredLimit() { setrlimit(limitOf(m_resource), &m_before); }
+    ~LoweredLimit() { setrlimit(m_resource, &m_before); }
     LoweredLimit(const LoweredLimit&) = delete;
     LoweredLimit& operator=(const LoweredLimit&) = delete;
 
 private:
-    static __rlimit_resource limitOf(int resource) { return static_cast<__rlimit_resource>(resource); }
-
-    int m_resource;
+    Resource m_resource;
     rlimit m_before{};
 };
 

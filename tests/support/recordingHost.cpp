@@ -41,13 +41,9 @@ void noteList(const char* format, va_list arguments) {
 char* hold(const char* service, const char* text) {
     note("%s %s\n", service, text);
     if (record.stringsToFailure != 0 && --record.stringsToFailure == 0) return nullptr;
-    if (record.heldCount == std::size(record.held)) return nullptr;
-    const size_t bytes = std::strlen(text) + 1;
-    void* copy = std::malloc(bytes);
-    if (copy == nullptr) return nullptr;
-    std::memcpy(copy, text, bytes);
-    record.held[record.heldCount] = static_cast<char*>(copy);
-    return record.held[record.heldCount++];
+    char* copy = record.heldCount == std::size(record.held) ? nullptr : strdup(text);
+    if (copy != nullptr) record.held[record.heldCount++] = copy;
+    return copy;
 }
 
 }  // namespace
