@@ -1,10 +1,10 @@
 #!/bin/bash
-# Writes tests/manifest.tsv, tests/explain/explained.txt and docs/formats.md anew. The build folder is the argument, else
-# build.
+# Writes anew what tests agree on: tests/manifest.tsv, tests/explain/explained.txt, tests/tools/sessions.txt and
+# docs/formats.md. The build folder is the argument, else build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
-cmake --build "$build" --target manifestTest explainTest formatsDocTest >/dev/null
-for test in manifestTest explainTest formatsDocTest; do
+cmake --build "$build" --target manifestTest explainTest formatsDocTest sessionTest >/dev/null
+for test in manifestTest explainTest formatsDocTest sessionTest; do
     KPX_REWRITE=1 "$build/$test" --gtest_brief=1
 done

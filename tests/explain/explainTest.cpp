@@ -1,9 +1,9 @@
-// kpximage explain and repair as a user runs them, over the files that explained.txt describes. With KPX_REWRITE set in
-// the environment the test writes the answers there anew.
+// kpximage explain and repair as a user runs them, over the files that explained.txt describes.
 #include <nlohmann/json.hpp>
 
 #include "host/ImageReader.h"
 #include "tests/support/Tool.h"
+#include "tests/support/agreedText.h"
 #include "tests/support/describedFile.h"
 #include "tests/support/likeModel.h"
 
@@ -17,28 +17,6 @@ namespace {
 
 constexpr const char* agreedPath = KPX_SOURCE_DIR "/tests/explain/explained.txt";
 constexpr const char* indent = "    ";
-
-struct Entry {
-    std::string heading;  // what stands before it: comments and empty lines
-    std::string description;
-    std::string answer;
-};
-
-std::vector<Entry> agreedEntries() {
-    std::vector<Entry> entries;
-    std::string heading;
-    std::ifstream stream(agreedPath);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with(indent)) {
-            entries.back().answer += line + "\n";
-        } else if (line.empty() || line[0] == '#') {
-            heading += line + "\n";
-        } else {
-            entries.push_back({std::exchange(heading, ""), line, ""});
-        }
-    }
-    return entries;
-}
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::istringstream stream(text);
@@ -90,7 +68,7 @@ class Explain : public Tool {
 protected:
     // In the order of their names.
     void SetUp() override {
-        for (std::size_t i = 0; i < entries.size(); ++i) file(nameOf(i), describedFile(entries[i].description));
+        for (std::size_t i = 0; i < entries.size(); ++i) file(nameOf(i), describedFile(entries[i].question));
     }
     static std::string nameOf(std::size_t i) { return std::to_string(1000 + i) + ".dds"; }
 
@@ -122,7 +100,7 @@ protected:
         return line == "1: has nothing to mend: it is decoded as it is\n" ? "" : indent + ("  no mend   " + line);
     }
 
-    std::vector<Entry> entries = agreedEntries();
+    std::vector<AgreedEntry> entries = readAgreed(agreedPath);
 };
 
 // The JSON and the text have the same facts.
@@ -150,31 +128,27 @@ void expectAlike(const json& explained, const std::string& answer) {
 }  // namespace
 
 TEST_F(Explain, SaysOfEachFileWhatWasAgreedOn) {
-    const bool isRewriting = std::getenv("KPX_REWRITE") != nullptr;
     const std::vector<std::string> answers = answersIn(run("explain *.dds").out);
     const std::vector<std::string> objects = linesOf(run("explain --json *.dds").out);
     ASSERT_EQ(answers.size(), entries.size());
     ASSERT_EQ(objects.size(), entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        SCOPED_TRACE(entries[i].description);
+        SCOPED_TRACE(entries[i].question);
         const json explained = json::parse(objects[i]);
         expectAlike(explained, answers[i]);
         const bool hasFacts = !entries[i].heading.empty();
         std::string answer = answers[i].substr(0, hasFacts ? std::string::npos : answers[i].find("      format"));
-        EXPECT_TRUE(readsLikeModel(describedFile(entries[i].description)));
+        EXPECT_TRUE(readsLikeModel(describedFile(entries[i].question)));
         std::string ids;
         for (const char* kind : {"causes", "surprises", "mends"})
             for (const json& remark : explained[kind]) ids += " " + remark["id"].get<std::string>();
         if (!ids.empty()) answer += std::string(indent) + "  ids      " + ids + "\n";
         answer += explained["mends"].empty() ? notMended(nameOf(i)) : mended(nameOf(i), explained);
         fs::remove(at("mended"));
-        if (isRewriting) entries[i].answer = answer;
-        EXPECT_EQ(answer, entries[i].answer);
+        entries[i].answer = answer;
     }
     EXPECT_FALSE(fs::exists(at("again")));
-    if (!isRewriting || HasFailure()) return;
-    std::ofstream stream(agreedPath);
-    for (const Entry& each : entries) stream << each.heading << each.description << "\n" << each.answer;
+    expectAgreed(agreedPath, entries);
 }
 
 // Whoever looks at a file of another kind names it, with or without the plug-in.

@@ -63,49 +63,6 @@ protected:
     }
 };
 
-TEST_F(BatchRun, FoldersStandForTheDdsFilesInThem) {
-    putTree();
-    struct Case {
-        const char* arguments;
-        int status;
-        const char* out;
-        const char* lastLine;
-    };
-    const Case cases[] = {
-        {"info in", 0, "in/A.DDS: 1 x 1, 1 colour, 0 matte, 8-bit\nin/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
-         "kpximage: 2 files: 2 done\n"},
-        {"info -r in/low", 3,
-         "in/low/b.dds: 4 x 1, 1 colour, 0 matte, 8-bit\nin/low/deep/c.dds: 64 x 64, 3 colour, 1 matte, 8-bit\n",
-         "kpximage: 2 files: 1 done, 1 black\n"},
-        {"info in/low missing.dds", 1, "in/low/b.dds: 4 x 1, 1 colour, 0 matte, 8-bit\n",
-         "kpximage: 2 files: 1 done, 1 failed\n"},
-        {"info in/low", 0, "in/low/b.dds: 4 x 1, 1 colour, 0 matte, 8-bit\n", ""},
-        {"info in --quiet", 0, "in/A.DDS: 1 x 1, 1 colour, 0 matte, 8-bit\nin/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
-         ""},
-        {"info empty", 1, "", "kpximage: empty: holds no .dds files itself; -r looks below\n"},
-        {"info empty -r in/b.dds", 1, "in/b.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n",
-         "kpximage: empty: holds no .dds files\n"},
-        {"info links", 1, "links/a.dds: 2 x 1, 1 colour, 0 matte, 8-bit\n", "kpximage: 2 files: 1 done, 1 failed\n"},
-        {"info pipe.dds", 1, "", "kpximage: pipe.dds: is not a regular file\n"},
-        {"convert pipe.dds a.png", 1, "", "kpximage: pipe.dds: is not a regular file\n"},
-        {"convert in out.png", 2, "", "kpximage: out.png is not a folder\n"},
-    };
-    for (const Case& each : cases) {
-        const RunResult result = run(each.arguments);
-        EXPECT_EQ(result.status, each.status) << each.arguments;
-        EXPECT_EQ(result.out, each.out);
-        EXPECT_TRUE(result.err.ends_with(each.lastLine)) << result.err;
-        EXPECT_TRUE(*each.lastLine != '\0' || result.err.empty()) << result.err;
-    }
-}
-
-TEST_F(BatchRun, AConvertedTreeKeepsItsFolders) {
-    putTree();
-    EXPECT_EQ(run("convert -r in out --jobs 2").status, 3);
-    EXPECT_EQ(filesBelow("out"), "A.png b.png low/b.png low/deep/c.png");
-    EXPECT_EQ(run("convert in low out").status, 1);
-}
-
 TEST_F(BatchRun, SeveralThreadsGiveTheFilesAndMessagesOfOne) {
     for (int i = 0; i < 40; ++i)
         put(std::string("in/").append(std::to_string(i)).append(".dds"), i % 4 == 3 ? cutBlocks() : grey(64));
@@ -153,36 +110,6 @@ TEST_F(BatchRun, ASignalLeavesNoHalfMadeFile) {
     close(nameless);
     EXPECT_EXIT(makeFile(SIGKILL), testing::KilledBySignal(SIGKILL), "");
     EXPECT_EQ(names(), "");
-}
-
-TEST_F(BatchRun, EachLineOfJsonFollowsTheSchema) {
-    put("a/black.dds", dx10File(89, 4, 4));
-    put("a/cut.dds", cutBlocks());
-    put("a/float.dds", fileOf(codeHeader(113, 1, 1), Bytes(8)));
-    put("a/good.dds", grey(4));
-    put("a/mendable.dds", dx10File(85, 4, 4, Bytes(32), 2));
-    put("a/no.dds", Bytes(200));
-    put("a/short.dds", Bytes(5));
-    // The interpreter that Debian's packages are for.
-    const std::string validate =
-        "/usr/bin/python3 -W ignore -m jsonschema " KPX_SOURCE_DIR "/docs/kpximage.schema.json -i ";
-    std::string lines;
-    for (const char* command : {"info --json a nowhere", "explain --json a/* nowhere"}) {
-        const std::string out = run(command).out;
-        EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 8) << command;
-        lines += out;
-    }
-    file("lines", lines);
-    const RunResult valid = shell("split -l 1 lines line- && " + validate + "$(echo line-* | sed 's/ / -i /g')");
-    EXPECT_EQ(valid.status, 0) << valid.err;
-    // The schema itself can refuse.
-    const auto line = nlohmann::json::parse(run("explain --json a/mendable.dds").out);
-    for (const char* change : {R"({"verdict": "grey"})", R"({"picture": {"bits": 9}})", R"({"more": 1})"}) {
-        nlohmann::json wrong = line;
-        wrong.merge_patch(nlohmann::json::parse(change));
-        file("wrong", wrong.dump());
-        EXPECT_EQ(shell(validate + "wrong").status, 1) << change;
-    }
 }
 
 // A terminal is what script(1) makes of a pipe.

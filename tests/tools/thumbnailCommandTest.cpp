@@ -59,33 +59,4 @@ TEST_F(ThumbnailCommand, IsMadeByTheLineOfItsThumbnailer) {
     EXPECT_EQ(testing_support::readPng(at("out.png")).height, 85);
 }
 
-TEST_F(ThumbnailCommand, FailsWithoutLeavingAFile) {
-    image("good.dds", 4, 4);
-    file("text.dds", "no texture");
-    file("black.dds", "DDS " + std::string(200, '\0'));
-    const struct {
-        std::string arguments;
-        int status;
-        const char* message;
-    } cases[] = {
-        {"text.dds out.png", 1, "text.dds: is neither a DDS nor a PNG file\n"},
-        {"missing.dds out.png", 1, "missing.dds: "},
-        {"black.dds out.png", 3, "black.dds: comes out as a black picture. "},
-        {"file:///a%0.dds out.png", 1, "is not a URI: what follows a '%' is no byte\n"},
-        {"file:///a%00.dds out.png", 1, "is not a URI: what follows a '%' is no byte\n"},
-        {"file:///a%2 out.png", 1, "is not a URI: what follows a '%' is no byte\n"},
-        {"file://elsewhere/a.dds out.png", 1, "is not a file of this computer\n"},
-        {"good.dds nowhere/out.png", 1, "nowhere/out.png: cannot be created: No such file or directory\n"},
-        {"good.dds ./good.dds", 1, "good.dds: would be overwritten by its own thumbnail\n"},
-        {"-s 0 good.dds out.png", 2, "-s"},
-        {"-s 1025 good.dds out.png", 2, "-s"},
-    };
-    for (const auto& c : cases) {
-        const RunResult result = run("thumbnail " + c.arguments);
-        EXPECT_EQ(result.status, c.status) << c.arguments;
-        EXPECT_NE(result.err.find(c.message), std::string::npos) << c.arguments << ": " << result.err;
-    }
-    EXPECT_EQ(names(), "black.dds good.dds text.dds");
-}
-
 }  // namespace

@@ -1,0 +1,51 @@
+// Texts of questions and of the answers that were agreed on. An answer is the lines below its question that start with
+// a space; empty lines and comments from "#" on stand between. With KPX_REWRITE set in the environment the answers are
+// written anew, for a reviewer to read as a diff.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace testing_support {
+
+struct AgreedEntry {
+    std::string heading;  // empty lines and comments above the question
+    std::string question;
+    std::string answer;
+};
+
+inline std::vector<AgreedEntry> readAgreed(const std::string& path) {
+    std::vector<AgreedEntry> entries;
+    std::string heading;
+    std::ifstream stream(path);
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with(' ')) {
+            entries.back().answer += line + "\n";
+        } else if (line.empty() || line[0] == '#') {
+            heading += line + "\n";
+        } else {
+            entries.push_back({std::exchange(heading, ""), line, ""});
+        }
+    }
+    EXPECT_FALSE(entries.empty()) << path;
+    return entries;
+}
+
+// Compares the entries with those of the file, or writes them there.
+inline void expectAgreed(const std::string& path, const std::vector<AgreedEntry>& entries) {
+    if (std::getenv("KPX_REWRITE") != nullptr && !testing::Test::HasFailure()) {
+        std::ofstream stream(path);
+        for (const AgreedEntry& each : entries) stream << each.heading << each.question << "\n" << each.answer;
+    }
+    const std::vector<AgreedEntry> agreed = readAgreed(path);
+    ASSERT_EQ(entries.size(), agreed.size());
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        EXPECT_EQ(entries[i].answer, agreed[i].answer) << path << ": " << agreed[i].question;
+}
+
+}  // namespace testing_support
