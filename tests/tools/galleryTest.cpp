@@ -39,7 +39,17 @@ struct Page {
     std::map<std::string, nlohmann::json> blocks;  // by id
 };
 
-TEST_F(Tool, GalleryStatusIsThatOfTheWorstFileAndThePageIsWrittenAllTheSame) {
+class Gallery : public Tool {
+protected:
+    // The page of files and options.
+    [[nodiscard]] Page gallery(const std::string& arguments, int status = 0) const {
+        const RunResult result = run("gallery -o out.html " + arguments);
+        EXPECT_EQ(result.status, status) << arguments << ": " << result.err;
+        return Page(textOfFile(at("out.html")));
+    }
+};
+
+TEST_F(Gallery, StatusIsThatOfTheWorstFileAndThePageIsWrittenAllTheSame) {
     std::filesystem::create_directories(at("in/below"));
     for (const char* name : {"fine.dds", "in/a.dds", "in/below/b.dds"}) file(name, decoded);
     file("black.dds", undecodable);
@@ -66,8 +76,7 @@ TEST_F(Tool, GalleryStatusIsThatOfTheWorstFileAndThePageIsWrittenAllTheSame) {
                             {"fine", ""}}},
                           {"/dev/null", 1, {{"failed", "is not a regular file"}}}};
     for (const Case& each : cases) {
-        EXPECT_EQ(run(std::string("gallery -o out.html ") + each.files).status, each.status) << each.files;
-        const Page page(textOfFile(at("out.html")));
+        const Page page = gallery(each.files, each.status);
         std::vector<std::pair<std::string, std::string>> told;
         for (const auto& one : page.files) {
             const auto& remarks = one["remarks"];
@@ -79,14 +88,12 @@ TEST_F(Tool, GalleryStatusIsThatOfTheWorstFileAndThePageIsWrittenAllTheSame) {
     }
 }
 
-TEST_F(Tool, GalleryPageHasNothingOfAFileInItsMarkup) {
+TEST_F(Gallery, PageHasNothingOfAFileInItsMarkup) {
     const std::string hostile[] = {"<img src=x onerror=alert(1)>.dds", "\"' onload=\"x\" & &lt;.dds",
                                    "-->]]><!--<script>.dds"};
     for (const std::string& name : hostile) file(name, decoded);
     file("\xFF\xE2\x80.dds", decoded);
-    EXPECT_EQ(run("gallery . --quiet -o out.html").status, 0);
-    EXPECT_EQ(run("gallery nothing --quiet -o empty.html").status, 1);
-    const Page page(textOfFile(at("out.html")));
+    const Page page = gallery(". --quiet");
     std::vector<std::string> found;
     for (const auto& told : page.files) found.push_back(told["name"]);
     for (const std::string& name : hostile) EXPECT_EQ(std::count(found.begin(), found.end(), "./" + name), 1) << name;
@@ -94,13 +101,13 @@ TEST_F(Tool, GalleryPageHasNothingOfAFileInItsMarkup) {
 
     // Without the blocks of JSON nothing is left but the page itself.
     const std::regex blocks("<script type=\"application/json\"[^<]*</script>\n");
-    EXPECT_EQ(std::regex_replace(page.text, blocks, ""), std::regex_replace(textOfFile(at("empty.html")), blocks, ""));
+    const std::string bare = std::regex_replace(gallery("nothing --quiet", 1).text, blocks, "");
+    EXPECT_EQ(std::regex_replace(page.text, blocks, ""), bare);
 }
 
-TEST_F(Tool, GalleryPageAsksForNothingOutsideItself) {
+TEST_F(Gallery, PageAsksForNothingOutsideItself) {
     file("a.dds", decoded);
-    EXPECT_EQ(run("gallery a.dds -o out.html").status, 0);
-    const std::string text = textOfFile(at("out.html"));
+    const std::string text = gallery("a.dds").text;
     for (const char* reference : {"://", "@import", "<link", "<iframe", "fetch(", "XMLHttpRequest", "{{"}) {
         EXPECT_EQ(text.find(reference), std::string::npos) << reference;
     }
@@ -110,7 +117,7 @@ TEST_F(Tool, GalleryPageAsksForNothingOutsideItself) {
     EXPECT_TRUE(std::regex_search(text, policy));
 }
 
-TEST_F(Tool, GalleryShowsFloatsAtAnExposureThatItStates) {
+TEST_F(Gallery, ShowsFloatsAtAnExposureThatItStates) {
     struct Case {
         const char* options;
         std::vector<float> values;
@@ -127,29 +134,25 @@ TEST_F(Tool, GalleryShowsFloatsAtAnExposureThatItStates) {
                           {"--exposure 1.25", {8.0F, 1.0F, 0.0F, 1.0F}, 1.25, false}};
     for (const Case& each : cases) {
         file("a.dds", floatFile(116, each.values));
-        EXPECT_EQ(run(std::string("gallery a.dds -o out.html ") + each.options).status, 0);
-        const Page page(textOfFile(at("out.html")));
-        EXPECT_EQ(page.files.at(0)["exposure"], each.exposure);
-        EXPECT_EQ(page.files.at(0)["exposureIsChosen"], each.isChosen);
+        const auto told = gallery(std::string("a.dds ") + each.options).files.at(0);
+        EXPECT_EQ(told["exposure"], each.exposure);
+        EXPECT_EQ(told["exposureIsChosen"], each.isChosen);
     }
 }
 
 // Alpha is a picture of its own where it is not 255 throughout; where there is none, colour is all.
-TEST_F(Tool, GalleryHoldsAlphaApartOnlyWhereThereIsAny) {
+TEST_F(Gallery, HoldsAlphaApartOnlyWhereThereIsAny) {
     for (const auto& [alpha, isApart] : {std::pair(1.0F, false), std::pair(0.5F, true), std::pair(0.0F, true)}) {
         file("a.dds", floatFile(116, {1.0F, 0.5F, 0.0F, alpha}));
-        EXPECT_EQ(run("gallery a.dds -o out.html").status, 0);
-        EXPECT_EQ(Page(textOfFile(at("out.html"))).blocks.at("pictures-0").contains("alpha"), isApart) << alpha;
+        EXPECT_EQ(gallery("a.dds").blocks.at("pictures-0").contains("alpha"), isApart) << alpha;
     }
 }
 
-TEST_F(Tool, GalleryReducesLargePicturesWhenAsked) {
+TEST_F(Gallery, ReducesLargePicturesWhenAsked) {
     DdsFileHeader header = headerOf(800, 400);
     header.header.ddspf = {32, DDPF_ALPHA, 0, 8, 0, 0, 0, 0xFF};
     file("a.dds", fileOf(header, Bytes(800 * 400, 9)));
-    EXPECT_EQ(run("gallery a.dds -o full.html").status, 0);
-    EXPECT_EQ(run("gallery a.dds -o out.html --max-side 400").status, 0);
-    const Page full(textOfFile(at("full.html"))), page(textOfFile(at("out.html")));
+    const Page full = gallery("a.dds"), page = gallery("a.dds --max-side 400");
     EXPECT_FALSE(full.files.at(0).contains("shown"));
     EXPECT_EQ(page.files.at(0)["width"], 800);
     EXPECT_EQ(page.files.at(0)["shown"], "400 × 200");
