@@ -1,149 +1,116 @@
-// Small pictures of pictures given as numbers.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <vector>
-
-#include "tools/pictures/thumbnailPicture.h"
+// kpximage thumbnail as a file manager runs it, and the pixels that it makes.
+#include "tests/support/Tool.h"
+#include "tests/support/describedFile.h"
+#include "tests/support/png.h"
 
 namespace {
 
-using namespace kpx::tool;
-using Pixels = std::vector<unsigned char>;
+namespace fs = std::filesystem;
+using namespace testing_support;
 
-// A picture of interleaved values, bytes or floats.
-template <typename Value>
-class NumberSource : public PixelSource {
-public:
-    NumberSource(ImageLayout layout, std::vector<Value> values, SourceTraits traits = {})
-        : m_layout(layout), m_traits(traits), m_values(std::move(values)) {
-        m_layout.isFloat = sizeof(Value) == sizeof(float);
-        m_values.resize(static_cast<size_t>(layout.width) * static_cast<size_t>(layout.height) * channels());
+class Thumbnail : public Tool {
+protected:
+    [[nodiscard]] Png thumbnail(const std::string& arguments) const {
+        fs::remove(at("out.png"));
+        const RunResult result = run("thumbnail " + arguments + " out.png");
+        EXPECT_EQ(result.status, 0) << arguments << ": " << result.err;
+        EXPECT_EQ(result.out + result.err, "");
+        const Png png = readPng(at("out.png"));
+        EXPECT_EQ(png.type, PNG_COLOR_TYPE_RGBA);
+        EXPECT_EQ(png.depth, 8);
+        return png;
     }
-
-    [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
-    [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
-    [[nodiscard]] SourceTraits traits() const override { return m_traits; }
-
-    std::span<const unsigned char* const> nextRow() override {
-        const auto width = static_cast<size_t>(m_layout.width);
-        m_row.clear();
-        for (size_t channel = 0; channel < channels(); ++channel) {
-            for (size_t x = 0; x < width; ++x) m_row.push_back(m_values[(m_y * width + x) * channels() + channel]);
-        }
-        ++m_y;
-        m_pointers.clear();
-        for (size_t channel = 0; channel < channels(); ++channel) {
-            m_pointers.push_back(reinterpret_cast<const unsigned char*>(&m_row[channel * width]));
-        }
-        return m_pointers;
-    }
-
-private:
-    [[nodiscard]] size_t channels() const { return static_cast<size_t>(m_layout.colours + m_layout.mattes); }
-
-    ImageLayout m_layout;
-    SourceTraits m_traits;
-    std::vector<Value> m_values, m_row;
-    std::vector<const unsigned char*> m_pointers;
-    size_t m_y = 0;
 };
 
-using ByteSource = NumberSource<unsigned char>;
-using FloatSource = NumberSource<float>;
-
-TEST(SmallPicture, FitsIntoTheSquareWithoutBeingEnlarged) {
+TEST_F(Thumbnail, FitsIntoTheSquareWithoutBeingEnlarged) {
     const struct {
         int width, height, size, smallWidth, smallHeight;
     } cases[] = {{8, 8, 4, 4, 4},           {8, 4, 4, 4, 2},  {5, 3, 4, 4, 2},   {3, 7, 4, 2, 4},
                  {1000, 1, 16, 16, 1},      {1, 50, 7, 1, 7}, {5, 3, 128, 5, 3}, {128, 128, 128, 128, 128},
                  {129, 128, 128, 128, 127}, {2, 2, 1, 1, 1}};
     for (const auto& c : cases) {
-        ByteSource source({c.width, c.height, 1, 0, false}, {});
-        const SmallPicture picture = smallPicture(source, c.size);
-        EXPECT_EQ(picture.width, c.smallWidth) << c.width << " x " << c.height << " into " << c.size;
-        EXPECT_EQ(picture.height, c.smallHeight) << c.width << " x " << c.height << " into " << c.size;
-        EXPECT_EQ(picture.pixels.size(), static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height) * 4);
+        const auto width = static_cast<std::uint32_t>(c.width), height = static_cast<std::uint32_t>(c.height);
+        file("a.dds", dx10File(61, width, height, Bytes(width * height)));
+        const Png png = thumbnail("a.dds -s " + std::to_string(c.size));
+        EXPECT_EQ(png.width, c.smallWidth) << c.width << " x " << c.height << " into " << c.size;
+        EXPECT_EQ(png.height, c.smallHeight) << c.width << " x " << c.height << " into " << c.size;
     }
 }
 
-TEST(SmallPicture, OfASmallerSourceIsTheSource) {
-    Pixels all;
-    for (int value = 0; value < 256; ++value) {
-        const auto byte = static_cast<unsigned char>(value);
-        all.insert(all.end(),
-                   {byte, static_cast<unsigned char>(255 - value), static_cast<unsigned char>(byte ^ 90), 255});
-    }
-    ByteSource source({256, 1, 3, 1, false}, all);
-    EXPECT_EQ(smallPicture(source, 256).pixels, all);
-}
-
-TEST(SmallPicture, PutsEverySetOfChannelsInItsPlace) {
+// Where it is smaller, the mean of the light, weighted by alpha: 188 (BC) is the byte of half the light of 255.
+TEST_F(Thumbnail, HasTheColoursOfItsPicture) {
+    const std::string grey = "pf=0x20000 bits=8 masks=FF,0,0,0";
     const struct {
-        int colours, mattes;
-        Pixels expected;
-    } cases[] = {{0, 1, {10, 10, 10, 255}}, {1, 0, {10, 10, 10, 255}}, {1, 1, {10, 10, 10, 20}},
-                 {2, 0, {10, 20, 0, 255}},  {2, 1, {10, 20, 0, 30}},   {3, 0, {10, 20, 30, 255}},
-                 {3, 1, {10, 20, 30, 40}},  {4, 0, {10, 20, 30, 40}}};
-    for (const auto& c : cases) {
-        ByteSource source({1, 1, c.colours, c.mattes, false}, {10, 20, 30, 40});
-        EXPECT_EQ(smallPicture(source, 8).pixels, c.expected) << c.colours << " colours, " << c.mattes << " mattes";
-    }
-}
-
-// 188 is the byte of half the light of 255.
-TEST(SmallPicture, IsTheMeanOfLightWeightedByAlpha) {
-    const struct {
-        const char* what;
-        ImageLayout layout;
-        Pixels values;
-        Pixels expected;
+        std::string file;
+        int size;
+        const char* pixels;
     } cases[] = {
-        {"black and white", {2, 1, 1, 0, false}, {0, 255}, {188, 188, 188, 255}},
-        {"in a column", {1, 2, 1, 0, false}, {255, 0}, {188, 188, 188, 255}},
-        {"what is transparent has no colour",
-         {2, 1, 3, 1, false},
-         {200, 100, 50, 255, 0, 255, 0, 0},
-         {200, 100, 50, 128}},
-        {"nothing but transparency", {2, 1, 3, 1, false}, {200, 100, 50, 0, 9, 9, 9, 0}, {0, 0, 0, 0}},
+        {"size=1x1 pf=0x2 bits=8 masks=0,0,0,FF data=0A", 8, "0A0A0AFF"},
+        {"size=1x1 data=0A " + grey, 8, "0A0A0AFF"},
+        {"size=1x1 pf=0x20001 bits=16 masks=FF,0,0,FF00 data=0A14", 8, "0A0A0A14"},
+        {"size=1x1 dxgi=49 data=0A14", 8, "0A1400FF"},
+        {"size=1x1 pf=0x40 bits=24 masks=FF,FF00,FF0000,0 data=0A141E", 8, "0A141EFF"},
+        {"size=1x1 dxgi=28 data=0A141E28", 8, "0A141E28"},
+        // Alpha without a meaning.
+        {"size=1x1 dxgi=88 data=1E140A00", 8, "0A141EFF"},
+        {"size=2x1 data=00FF " + grey, 1, "BCBCBCFF"},
+        {"size=1x2 data=FF00 " + grey, 1, "BCBCBCFF"},
+        // What is transparent has no colour.
+        {"size=2x1 dxgi=28 data=C86432FF00FF0000", 1, "C8643280"},
+        {"size=2x1 dxgi=28 data=C864320009090900", 1, "00000000"},
         // A third of the light is 156 (0.3333), and the middle pixel belongs to both halves.
-        {"three into one", {3, 1, 1, 0, false}, {255, 0, 0}, {156, 156, 156, 255}},
+        {"size=3x1 data=FF0000 " + grey, 1, "9C9C9CFF"},
+        {"size=3x1 data=00FF00 " + grey, 2, "9C9C9CFF9C9C9CFF"},
+        // Floats up to 1 are only encoded: 0, 0.5, 1, -1.
+        {"size=4x1 code=114 data=000000000000003F0000803F000080BF", 4, "000000FFBCBCBCFFFFFFFFFF000000FF"},
+        // With white at 4, 0.25 becomes 13/64 and 1 becomes 17/32.
+        {"size=4x1 code=114 data=000000000000803E0000803F00008040", 4, "000000FF7C7C7CFFC1C1C1FFFFFFFFFF"},
+        // Not a number and infinity, then 0 and 1.
+        {"size=4x1 code=114 data=0000C07F0000807F000000000000803F", 4, "000000FFFFFFFFFF000000FFBCBCBCFF"},
     };
-    for (const auto& c : cases) {
-        ByteSource source(c.layout, c.values);
-        EXPECT_EQ(smallPicture(source, 1).pixels, c.expected) << c.what;
+    for (const auto& each : cases) {
+        file("a.dds", describedFile(each.file));
+        EXPECT_EQ(thumbnail("a.dds -s " + std::to_string(each.size)).rows, textOf(describedBytes(each.pixels)))
+            << each.file;
     }
-    ByteSource three({3, 1, 1, 0, false}, {0, 255, 0});
-    EXPECT_EQ(smallPicture(three, 2).pixels, (Pixels{156, 156, 156, 255, 156, 156, 156, 255}));
 }
 
-TEST(SmallPicture, LeavesOutAlphaWithoutMeaning) {
-    SourceTraits traits;
-    traits.ignoresAlpha = true;
-    ByteSource source({1, 1, 3, 1, false}, {10, 20, 30, 0}, traits);
-    EXPECT_EQ(smallPicture(source, 8).pixels, (Pixels{10, 20, 30, 255}));
+TEST_F(Thumbnail, OfASmallerPictureIsThePicture) {
+    Bytes all;
+    for (unsigned value = 0; value < 256; ++value) {
+        for (const unsigned byte : {value, 255 - value, value ^ 90, 255U})
+            all.push_back(static_cast<unsigned char>(byte));
+    }
+    file("a.dds", dx10File(28, 256, 1, all));
+    EXPECT_EQ(thumbnail("a.dds -s 256").rows, textOf(all));
 }
 
-TEST(SmallPicture, CompressesOnlyFloatsAboveOne) {
-    const float infinity = std::numeric_limits<float>::infinity();
-    const float none = std::numeric_limits<float>::quiet_NaN();
-    const struct {
-        const char* what;
-        std::vector<float> values;
-        std::vector<int> reds;
-    } cases[] = {
-        {"up to 1: encoded only", {0.0F, 0.5F, 1.0F, -1.0F}, {0, 188, 255, 0}},
-        // With white at 4: 4 becomes 1, 1 becomes 17/32, 0.25 becomes 13/64.
-        {"up to 4", {0.0F, 0.25F, 1.0F, 4.0F}, {0, 124, 193, 255}},
-        {"neither number nor end", {none, infinity, 0.0F, 1.0F}, {0, 255, 0, 188}},
-    };
-    for (const auto& c : cases) {
-        FloatSource source({4, 1, 1, 0, true}, c.values);
-        const SmallPicture picture = smallPicture(source, 4);
-        for (size_t i = 0; i < c.reds.size(); ++i) EXPECT_EQ(picture.pixels[i * 4], c.reds[i]) << c.what << ", " << i;
+TEST_F(Thumbnail, SaysWhatItIsOf) {
+    file("a ü;%#.dds", dx10File(28, 40, 20, Bytes(3200, 255)));
+    ASSERT_EQ(shell("touch -d @1234567890 'a ü;%#.dds'").status, 0);
+    const std::string escaped = "file://" + at("a%20%C3%BC%3B%25%23.dds");
+    const std::map<std::string, std::string> texts = {
+        {"Thumb::URI", escaped},       {"Thumb::MTime", "1234567890"}, {"Thumb::Mimetype", "image/x-dds"},
+        {"Thumb::Image::Width", "40"}, {"Thumb::Image::Height", "20"}, {"Software", "kpximage"}};
+    for (const std::string& input : {std::string("a ü;%#.dds"), at("a ü;%#.dds"), escaped})
+        EXPECT_EQ(thumbnail("-s 16 '" + input + "'").texts, texts) << input;
+}
+
+TEST_F(Thumbnail, IsMadeByTheLineOfItsThumbnailer) {
+    file("a b.dds", dx10File(28, 300, 100, Bytes(120000, 255)));
+    const std::string entry = textOfFile(KPX_SOURCE_DIR "/tools/commands/kpximage.thumbnailer");
+    EXPECT_NE(entry.find("\nMimeType=image/x-dds;\n"), std::string::npos);
+    const size_t start = entry.find("\nExec=") + 6;
+    std::string line = entry.substr(start, entry.find('\n', start) - start);
+    for (const auto& [code, value] : {std::pair{"%s", std::string("256")}, {"%i", "'a b.dds'"}, {"%o", "out.png"}}) {
+        ASSERT_NE(line.find(code), std::string::npos) << line;
+        line.replace(line.find(code), 2, value);
     }
+    const std::string programs = fs::path(KPX_TOOL_PATH).parent_path();
+    const RunResult result = shell("PATH='" + programs + "':$PATH KPX_PLUGIN='" KPX_PLUGIN_PATH "' " + line);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(readPng(at("out.png")).width, 256);
+    EXPECT_EQ(readPng(at("out.png")).height, 85);
 }
 
 }  // namespace
