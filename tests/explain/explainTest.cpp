@@ -123,6 +123,9 @@ void expectAlike(const json& explained, const std::string& answer) {
          << picture["matteChannels"] << " matte, " << picture["bits"] << (picture["float"] ? "-bit float" : "-bit")
          << ", from " << picture["layout"].get<std::string>();
     EXPECT_EQ(lineOf(answer, "host gets"), gets.str());
+    EXPECT_TRUE(lineOf(answer, "read by").starts_with(picture["loader"].get<std::string>())) << answer;
+    const bool isWhole = explained["verdict"] == "decoded" && answer.find("rows in full") == answer.npos;
+    EXPECT_EQ(isWhole, picture["height"] == picture["wholeRows"]) << answer;
 }
 
 }  // namespace
