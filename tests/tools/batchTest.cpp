@@ -1,13 +1,15 @@
-// What kpximage leaves behind when a signal ends it, and what it shows on a terminal meanwhile.
+// What kpximage leaves behind when a signal ends it, and what it shows meanwhile on a terminal and on standard output.
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <iostream>
+#include <memory>
 
 #include "tests/support/Tool.h"
 #include "tests/support/describedFile.h"
 #include "tools/files/PendingFile.h"
+#include "tools/terminal/StdoutSilence.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/interrupts.h"
 
@@ -39,6 +41,18 @@ TEST_F(Tool, ASignalLeavesNoHalfMadeFile) {
     close(nameless);
     EXPECT_EXIT(makeFile(SIGKILL), testing::KilledBySignal(SIGKILL), "");
     EXPECT_EQ(names(), "");
+}
+
+// As of several threads, whichever ends first.
+TEST(StdoutSilence, LastsUntilTheLastOneEnds) {
+    testing::internal::CaptureStdout();
+    auto first = std::make_unique<tool::StdoutSilence>(), second = std::make_unique<tool::StdoutSilence>();
+    std::puts("with two");
+    first.reset();
+    std::puts("with one");
+    second.reset();
+    std::puts("with none");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "with none\n");
 }
 
 // A terminal is what script(1) makes of a pipe.
