@@ -4,7 +4,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
-cmake --build "$build" --target manifestTest explainTest formatsDocTest sessionTest >/dev/null
-for test in manifestTest explainTest formatsDocTest sessionTest; do
+tests='manifestTest explainTest formatsDocTest sessionTest'
+cmake --build "$build" --target KPXDDS kpximage $tests >/dev/null
+for test in $tests; do
     KPX_REWRITE=1 "$build/$test" --gtest_brief=1
 done
