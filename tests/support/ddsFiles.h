@@ -54,8 +54,9 @@ inline kpx::DdsFileHeader codeHeader(std::uint32_t code, std::uint32_t width, st
 }
 
 inline Bytes fileOf(const kpx::DdsFileHeader& header, std::span<const unsigned char> data = {}) {
-    Bytes bytes = bytesOf(header);
-    bytes.insert(bytes.end(), data.begin(), data.end());
+    Bytes bytes(sizeof header + data.size());
+    std::memcpy(bytes.data(), &header, sizeof header);
+    std::copy(data.begin(), data.end(), bytes.begin() + sizeof header);
     return bytes;
 }
 
