@@ -4,9 +4,9 @@
 # Needs neither network nor rights when all are there.
 set -eu
 
-build='g++ cmake ninja-build libpng-dev libcli11-dev nlohmann-json3-dev libopenexr-dev'
+build='g++ cmake ninja-build libpng-dev libisal-dev pkg-config libcli11-dev nlohmann-json3-dev libopenexr-dev'
 test='libgtest-dev libgmock-dev libbenchmark-dev libssl-dev python3-jsonschema'
-packages='dpkg-dev fakeroot file gzip lintian man-db pkg-config'
+packages='dpkg-dev fakeroot file gzip lintian man-db'
 ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver python3-selenium fish zsh'
 
 case "${1:-build}" in

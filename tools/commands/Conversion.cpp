@@ -36,6 +36,10 @@ ExrValues exrValues(const std::string& name) {
     return name == "half" ? ExrValues::half : name == "float" ? ExrValues::float32 : ExrValues::source;
 }
 
+PngEffort pngEffort(const std::string& name) {
+    return name == "smallest" ? PngEffort::smallest : PngEffort::fast;
+}
+
 Adjustments adjustmentsOf(const ConversionRequest& request) {
     const Opaque opaque = request.opaque == "all"      ? Opaque::all
                           : request.opaque == "unused" ? Opaque::whereUnused
@@ -49,7 +53,7 @@ Conversion::Conversion(const host::Plugin& plugin, const ConversionRequest& requ
     : m_request(request),
       m_isToFolder(isToFolder(request)),
       m_adjustments(adjustmentsOf(request)),
-      m_settings{plugin, request.exposure, exrValues(request.exr), {}} {
+      m_settings{plugin, request.exposure, exrValues(request.exr), pngEffort(request.png), {}} {
     chooseFormat();
     checkOptions();
     chooseOptions();
@@ -70,6 +74,7 @@ void Conversion::checkOptions() const {
     const std::string extension(m_format->extension);
     if (m_request.exposure && !m_format->takesExposure) throw UsageError("--exposure has no use for ." + extension);
     if (!m_request.exr.empty() && extension != "exr") throw UsageError("--exr has no use for ." + extension);
+    if (!m_request.png.empty() && extension != "png") throw UsageError("--png has no use for ." + extension);
     if (m_format->takesOptions) return;
     if (!m_request.alpha.empty()) throw UsageError("--alpha has no use for ." + extension);
     if (!m_request.compression.empty()) throw UsageError("--compression has no use for ." + extension);

@@ -23,6 +23,7 @@ struct ConversionRequest {
     std::optional<double> exposure;  // in stops
     std::optional<int> depth;        // 8: 16-bit channels may be reduced
     std::string exr;                 // half, float or source; empty: not chosen
+    std::string png;                 // fast or smallest; empty: not chosen
     std::string opaque;              // unused or all; empty: alpha is written
     bool normalZ = false;            // blue of a two-channel normal map is worked out
     bool isStrict = false;           // what cannot be decoded is not written as a black picture

@@ -10,6 +10,7 @@
 #include "host/ImageWriter.h"
 #include "host/Plugin.h"
 #include "tools/pictures/PixelSource.h"
+#include "tools/pictures/PngFile.h"
 
 namespace kpx::tool {
 
@@ -17,8 +18,9 @@ enum class ExrValues { source, half, float32 };
 
 struct OutputSettings {
     const host::Plugin& plugin;
-    std::optional<double> exposure;           // in stops: makes bytes of floats
-    ExrValues exrValues;                      // source: as many bits as the file has
+    std::optional<double> exposure;  // in stops: makes bytes of floats
+    ExrValues exrValues;             // source: as many bits as the file has
+    PngEffort pngEffort;
     std::vector<host::OptionChoice> options;  // of the plug-in
 };
 

@@ -8,17 +8,28 @@
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
+namespace {
 
-PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t channels, bool isSrgb)
-    : PngFile(std::fopen(path.c_str(), "wb"), layout, channels, isSrgb) {}
+// Pictures up to this size in bytes are made as small as can be, which takes a few milliseconds.
+constexpr size_t smallSize = 64 * 1024;
 
-PngFile::PngFile(FILE* file, const ImageLayout& layout, size_t channels, bool isSrgb) : m_file(file) {
+}  // namespace
+
+PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t channels, bool isSrgb, PngEffort effort)
+    : PngFile(std::fopen(path.c_str(), "wb"), layout, channels, isSrgb, effort) {}
+
+PngFile::PngFile(FILE* file, const ImageLayout& layout, size_t channels, bool isSrgb, PngEffort effort) : m_file(file) {
     try {
         if (m_file == nullptr) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
         m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, [](png_struct*, const char*) {});
         m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
         if (m_info == nullptr) throw std::bad_alloc();
         writeHeader(layout, channels, isSrgb);
+        const size_t rowSize = static_cast<size_t>(layout.width) * channels;
+        if (effort == PngEffort::fast && rowSize * static_cast<size_t>(layout.height) > smallSize) {
+            m_pixels =
+                std::make_unique<PngPixels>(rowSize, channels, [this](auto bytes) { writeChunk("IDAT", bytes); });
+        }
     } catch (...) {
         release();
         throw;
@@ -55,21 +66,30 @@ void PngFile::writeHeader(const ImageLayout& layout, size_t channels, bool isSrg
     png_write_info(m_png, m_info);
 }
 
+void PngFile::writeChunk(const char* type, std::span<const unsigned char> bytes) {
+    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
+    png_write_chunk(m_png, reinterpret_cast<png_const_bytep>(type), bytes.data(), bytes.size());
+}
+
 void PngFile::writeText(const std::string& key, const std::string& text) {
     const std::string chunk = key + '\0' + text;
-    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
-    png_write_chunk(m_png, reinterpret_cast<png_const_bytep>("tEXt"), reinterpret_cast<png_const_bytep>(chunk.data()),
-                    chunk.size());
+    writeChunk("tEXt", {reinterpret_cast<const unsigned char*>(chunk.data()), chunk.size()});
 }
 
 void PngFile::writeRow(const unsigned char* pixels) {
+    if (m_pixels != nullptr) return m_pixels->add(pixels);
     if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
     png_write_row(m_png, pixels);
 }
 
 void PngFile::finish() {
-    if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
-    png_write_end(m_png, m_info);
+    if (m_pixels != nullptr) {
+        m_pixels->finish();
+        writeChunk("IEND", {});
+    } else {
+        if (setjmp(png_jmpbuf(m_png)) != 0) throwError();
+        png_write_end(m_png, m_info);
+    }
     FILE* file = m_file;
     m_file = nullptr;
     if (std::fclose(file) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));

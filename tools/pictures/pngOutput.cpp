@@ -17,7 +17,7 @@ void writePng(PixelSource& source, const std::string& path, const std::string& /
     const std::string_view use = channelUse(layout).png;
     ExposedSource bytes(source, settings.exposure.value_or(0.0));
     RowPacker packer(layout, use);
-    PngFile file(path, layout, use.size(), bytes.traits().isSrgb);
+    PngFile file(path, layout, use.size(), bytes.traits().isSrgb, settings.pngEffort);
     for (int y = 0; y < layout.height; ++y) file.writeRow(packer.pack(bytes.nextRow()));
     file.finish();
 }
