@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 namespace kpx::tool {
 namespace {
@@ -31,35 +32,39 @@ float floatAt(const unsigned char* row, size_t x) {
 class Histogram {
 public:
     // What is black, negative or not a number is left out.
-    void add(float brightest) {
-        if (!(brightest > 0.0F)) return;
-        const double halfStops = std::ceil(2.0 * std::log2(std::min(brightest, largest)));
-        ++m_counts[static_cast<size_t>(std::max(halfStops, static_cast<double>(lowest)) - lowest)];
-        ++m_total;
-    }
+    void add(float brightest) { ++m_counts[m_number(brightest)]; }
 
     // The top of the half stop, counted from full intensity, below which all but a fiftieth lies.
     [[nodiscard]] int top() const {
+        const std::uint64_t total = std::accumulate(m_counts.begin() + 1, m_counts.end(), std::uint64_t{0});
         std::uint64_t above = 0;
         for (int halfStop = highest; halfStop > lowest; --halfStop) {
-            above += m_counts[static_cast<size_t>(halfStop - lowest)];
-            if (above * 50 > m_total) return halfStop;
+            above += m_counts[static_cast<size_t>(halfStop - lowest + 1)];
+            if (above * 50 > total) return halfStop;
         }
-        return m_total == 0 ? 0 : lowest;
+        return total == 0 ? 0 : lowest;
     }
 
 private:
     static constexpr float largest = 16777216.0F;             // 2^24; infinity counts as this
     static constexpr int lowest = -2 * 24, highest = 2 * 24;  // half stops
-    std::array<std::uint64_t, highest - lowest + 1> m_counts{};
-    std::uint64_t m_total = 0;
+    // 0 for what is left out, 1 for the lowest half stop and what lies below it.
+    static std::uint8_t numberOf(float brightest) {
+        if (!(brightest > 0.0F)) return 0;
+        const double halfStops = std::ceil(2.0 * std::log2(std::min(brightest, largest)));
+        return static_cast<std::uint8_t>(std::max(halfStops, static_cast<double>(lowest)) - lowest + 1);
+    }
+
+    FloatTable m_number{numberOf};
+    std::array<std::uint64_t, 256> m_counts{};  // by that number
 };
 
 }  // namespace
 
-ExposedSource::ExposedSource(PixelSource& source, double exposure)
-    : m_source(source), m_gain(std::exp2(exposure)), m_layout(source.layout()) {
+ExposedSource::ExposedSource(PixelSource& source, double exposure) : m_source(source), m_layout(source.layout()) {
     if (!m_layout.isFloat) return;
+    m_colour.emplace([gain = std::exp2(exposure)](double value) { return toByte(srgbEncoded(value * gain)); });
+    if (m_layout.mattes > 0) m_alpha.emplace([](double value) { return toByte(value); });
     m_layout.isFloat = false;
     const int channels = m_layout.colours + m_layout.mattes;
     m_bytes.assign(static_cast<size_t>(channels), std::vector<unsigned char>(static_cast<size_t>(m_layout.width)));
@@ -76,11 +81,9 @@ std::span<const unsigned char* const> ExposedSource::nextRow() {
     const auto rows = m_source.nextRow();
     if (m_bytes.empty()) return rows;
     for (size_t channel = 0; channel < m_bytes.size(); ++channel) {
-        const bool isAlpha = channel >= static_cast<size_t>(m_layout.colours);
-        for (size_t x = 0; x < m_bytes[channel].size(); ++x) {
-            const double value = floatAt(rows[channel], x);
-            m_bytes[channel][x] = toByte(isAlpha ? value : srgbEncoded(value * m_gain));
-        }
+        const FloatTable& byteOf = *(channel < static_cast<size_t>(m_layout.colours) ? m_colour : m_alpha);
+        unsigned char* bytes = m_bytes[channel].data();
+        for (size_t x = 0; x < m_bytes[channel].size(); ++x) bytes[x] = byteOf(floatAt(rows[channel], x));
     }
     return m_rows;
 }
@@ -89,13 +92,14 @@ double fittingExposure(PixelSource& source) {
     constexpr int darkest = -4;  // half stops below full intensity that need no exposure
     const ImageLayout& layout = source.layout();
     Histogram histogram;
+    std::vector<float> brightest(static_cast<size_t>(layout.width));  // colour of each pixel of a row
     for (int y = 0; y < layout.height; ++y) {
         const auto rows = source.nextRow().first(static_cast<size_t>(layout.colours));
-        for (size_t x = 0; x < static_cast<size_t>(layout.width); ++x) {
-            float brightest = 0.0F;
-            for (const unsigned char* row : rows) brightest = std::max(brightest, floatAt(row, x));
-            histogram.add(brightest);
+        std::fill(brightest.begin(), brightest.end(), 0.0F);
+        for (const unsigned char* row : rows) {
+            for (size_t x = 0; x < brightest.size(); ++x) brightest[x] = std::max(brightest[x], floatAt(row, x));
         }
+        for (const float value : brightest) histogram.add(value);
     }
     const int top = histogram.top();
     return top <= 0 && top >= darkest ? 0.0 : -top / 2.0;

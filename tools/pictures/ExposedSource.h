@@ -1,8 +1,10 @@
 // An image of floats as bytes, at an exposure.
 #pragma once
 
+#include <optional>
 #include <vector>
 
+#include "tools/pictures/FloatTable.h"
 #include "tools/pictures/PixelSource.h"
 
 namespace kpx::tool {
@@ -22,8 +24,8 @@ public:
 
 private:
     PixelSource& m_source;
-    double m_gain;
     ImageLayout m_layout;
+    std::optional<FloatTable> m_colour, m_alpha;      // bytes of values, where the source has floats
     std::vector<std::vector<unsigned char>> m_bytes;  // a row of each channel; none where the source has bytes
     std::vector<const unsigned char*> m_rows;
 };
