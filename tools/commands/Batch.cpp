@@ -5,13 +5,18 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <exception>
+#include <filesystem>
+#include <map>
 #include <mutex>
+#include <set>
 #include <system_error>
 #include <thread>
 
 #include "explain/text.h"
 #include "tools/terminal/console.h"
+#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 namespace {
@@ -32,6 +37,8 @@ public:
 
 private:
     void workOnFiles();
+    void workOnFileInTurn(size_t i);
+    void tellInTurn(size_t i, Actions actions);
     void finishOne(Outcome outcome);
     void stop(std::exception_ptr error);
     [[nodiscard]] std::string count() const;
@@ -44,16 +51,55 @@ private:
     std::mutex m_mutex;  // of what follows
     size_t m_done = 0, m_black = 0, m_failed = 0;
     std::exception_ptr m_error;  // the first that ends the run
+
+    size_t m_jobs = 1;
+    std::mutex m_turnMutex;  // of what follows
+    std::condition_variable m_turnChanged;
+    size_t m_turn = 0;                  // the first file that has not told its result
+    std::map<size_t, Actions> m_ready;  // of files whose turn has not come
 };
 
 void Batch::workOnFiles() {
     for (size_t i = m_next++; i < m_files.size(); i = m_next++) {
         try {
-            finishOne(workOnFile(m_files[i].path, [&] { return m_work(m_files[i]); }));
+            if (m_jobs > 1)
+                workOnFileInTurn(i);
+            else
+                finishOne(workOnFile(m_files[i].path, [&] { return m_work(m_files[i]); }));
         } catch (...) {
             stop(std::current_exception());
         }
     }
+}
+
+void Batch::workOnFileInTurn(size_t i) {
+    Turn turn;
+    try {
+        finishOne(workOnFile(m_files[i].path, [&] { return m_work(m_files[i]); }));
+    } catch (...) {
+        stop(std::current_exception());
+    }
+    tellInTurn(i, turn.takeActions());
+}
+
+// Results that wait for a slow file before them are memory: a thread that is far ahead waits itself. The thread of the
+// file whose turn it is never does.
+void Batch::tellInTurn(size_t i, Actions actions) {
+    constexpr size_t ahead = 8;  // for each job
+    std::unique_lock lock(m_turnMutex);
+    m_turnChanged.wait(lock, [&] { return i < m_turn + ahead * m_jobs; });
+    m_ready.emplace(i, std::move(actions));
+    for (auto next = m_ready.find(m_turn); next != m_ready.end(); next = m_ready.find(m_turn)) {
+        const Actions nextActions = std::move(next->second);
+        m_ready.erase(next);
+        ++m_turn;
+        try {
+            for (const auto& action : nextActions) action();
+        } catch (...) {
+            stop(std::current_exception());
+        }
+    }
+    m_turnChanged.notify_all();
 }
 
 void Batch::finishOne(Outcome outcome) {
@@ -82,9 +128,10 @@ std::string Batch::count() const {
 }
 
 Outcome Batch::run(unsigned jobs) {
+    m_jobs = std::min<size_t>(jobs, m_files.size());
     {
         std::vector<std::jthread> others;
-        for (size_t i = 1; i < std::min<size_t>(jobs, m_files.size()); ++i) {
+        for (size_t i = 1; i < m_jobs; ++i) {
             try {
                 others.emplace_back([this] { workOnFiles(); });
             } catch (const std::system_error&) {
@@ -99,16 +146,28 @@ Outcome Batch::run(unsigned jobs) {
     return m_failed > 0 ? Outcome::failed : m_black > 0 ? Outcome::fallback : Outcome::done;
 }
 
+// Files of one name are worked on one after the other where it matters which is first.
+unsigned jobsFor(const std::vector<InputFile>& files, const BatchOptions& options) {
+    std::set<std::filesystem::path> names;
+    const auto isNew = [&](const InputFile& file) {
+        return names.insert(file.folder / std::filesystem::path(file.path).stem()).second;
+    };
+    if (options.isNaming && !std::all_of(files.begin(), files.end(), isNew)) return 1;
+    return options.jobs > 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency());
+}
+
 }  // namespace
 
-void BatchOptions::addTo(CLI::App& command) {
+void BatchOptions::addTo(CLI::App& command, const std::string& verb) {
     command.add_flag("-r,--recursive", isRecursive, "Take the .dds files in the folders below a folder as well");
     command.add_flag("--quiet", isQuiet, "Show no progress and no count");
+    command.add_option("--jobs", jobs, "How many files to " + verb + " at once; else as many as there are processors")
+        ->check(CLI::Range(1, 256));
 }
 
 Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options, const Work& work) {
     const InputFiles inputs = inputFiles(paths, options.isRecursive);
-    const Outcome outcome = Batch(inputs.files, options, work).run(options.jobs);
+    const Outcome outcome = Batch(inputs.files, options, work).run(jobsFor(inputs.files, options));
     return inputs.isComplete ? outcome : worse(outcome, Outcome::failed);
 }
 

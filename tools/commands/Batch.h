@@ -15,12 +15,15 @@ struct BatchOptions {
     bool isRecursive = false;
     bool isQuiet = false;     // neither progress nor count
     bool isPrinting = false;  // the work writes to standard output, which may be the terminal of the progress line
-    unsigned jobs = 1;        // how many files are worked on at once
+    bool isNaming = false;    // the work names files by the inputs, of which one of the same name comes first
+    unsigned jobs = 0;        // how many files are worked on at once; 0: as many as there are processors
 
-    void addTo(CLI::App& command);
+    // The verb says what is done with a file.
+    void addTo(CLI::App& command, const std::string& verb);
 };
 
-// Does the work on every file that the paths mean, on as many threads as there are jobs. A failure is told under the
+// Does the work on every file that the paths mean, on as many threads as there are jobs; what it tells in turn comes in
+// the order of the files. A failure is told under the
 // file's name and the others are still done, except for a UsageError and Interrupted, which end the run and are thrown
 // on. Returns the worst outcome.
 Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options,

@@ -59,10 +59,8 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
         ->add_flag("--opaque{unused}", request->opaque,
                    "Leave out the alpha of formats that do not use it (X8); --opaque=all: all alpha")
         ->check(CLI::IsMember({"unused", "all"}));
-    options->addTo(*command);
-    command->add_option("--jobs", options->jobs, "How many files to convert at once")
-        ->check(CLI::Range(1, 256))
-        ->capture_default_str();
+    options->isNaming = true;
+    options->addTo(*command, "convert");
     command->callback([&invocation, request, options] {
         invocation.run = [&invocation, request, options] { return run(invocation.pluginPath, *request, *options); };
     });

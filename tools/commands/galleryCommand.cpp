@@ -15,6 +15,7 @@
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
+#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 namespace {
@@ -52,12 +53,13 @@ void addLayout(Json& file, const ImageLayout& layout) {
     file["channels"] = textOf(channelUse(layout).exrNames, layout.isFloat ? " 32-bit float" : " 8-bit");
 }
 
-// Describes files in their turn, each with a place in the page whatever becomes of it.
+// Describes files, each with a place in the page whatever becomes of it.
 class Gallery {
 public:
     Gallery(const host::Plugin& plugin, const GallerySettings& settings, GalleryPage& page)
         : m_plugin(plugin), m_settings(settings), m_page(page) {}
 
+    // From any thread, each file in its turn.
     Outcome add(const std::string& path) {
         Json file = {{"name", path}, {"remarks", Json::array()}};
         Json pictures;
@@ -72,7 +74,7 @@ public:
         } catch (const std::exception& error) {
             addFailure(file, error.what());
         }
-        m_page.add(file, pictures);
+        inTurn([this, file = std::move(file), pictures = std::move(pictures)] { m_page.add(file, pictures); });
         return outcome;
     }
 
@@ -161,7 +163,7 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
         ->add_option("--max-side", arguments->settings.maxSide,
                      "Reduce larger pictures to this width or height, for a smaller page; else they have full size")
         ->check(CLI::Range(thumbnailSize, 65536));
-    arguments->batch.addTo(*command);
+    arguments->batch.addTo(*command, "show");
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };
     });

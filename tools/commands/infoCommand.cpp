@@ -46,7 +46,7 @@ std::string textOf(const Shape& shape) {
 
 void print(const std::string& file, const Shape& shape, bool isBlack, bool json) {
     if (!json) {
-        std::cout << printable(file) << ": " << textOf(shape) << "\n";
+        kpx::tool::print(kpx::textOf(printable(file), ": ", textOf(shape), "\n"));
         return;
     }
     printJson({{"file", file},
@@ -106,7 +106,7 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
     command->add_flag("--open", arguments->isOpening,
                       "Have the plug-in decode the images, and fail where one is not what its headers say");
     arguments->batch.isPrinting = true;
-    arguments->batch.addTo(*command);
+    arguments->batch.addTo(*command, "look at");
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] {
             const auto plugin = arguments->isOpening ? loadPlugin(invocation.pluginPath) : nullptr;

@@ -15,6 +15,7 @@ namespace {
 
 std::mutex mutex;
 int silences = 0;
+std::string held;   // printed meanwhile
 int original = -1;  // standard output as it was before the first of them
 
 void flush() {
@@ -46,6 +47,16 @@ StdoutSilence::~StdoutSilence() {
     flush();
     dup2(original, STDOUT_FILENO);
     close(original);
+    std::cout << held;
+    held.clear();
+}
+
+void printAfterSilence(const std::string& text) {
+    const std::lock_guard lock(mutex);
+    if (silences > 0)
+        held += text;
+    else
+        std::cout << text;
 }
 
 }  // namespace kpx::tool

@@ -1,6 +1,8 @@
 // Keeps what plug-ins print to the process's standard output out of the tool's data.
 #pragma once
 
+#include <string>
+
 namespace kpx::tool {
 
 // While one lives, on whatever thread, standard output goes nowhere. What the reader prints follows from its verdict
@@ -12,5 +14,8 @@ public:
     StdoutSilence(const StdoutSilence&) = delete;
     StdoutSilence& operator=(const StdoutSilence&) = delete;
 };
+
+// Writes to standard output: at once, or when the last silence ends.
+void printAfterSilence(const std::string& text);
 
 }  // namespace kpx::tool

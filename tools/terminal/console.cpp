@@ -13,6 +13,7 @@
 
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
+#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 namespace {
@@ -32,9 +33,10 @@ std::string printable(std::string text) {
 }
 
 void tell(const std::string& message) {
-    const std::string line = "kpximage: " + printable(message) + "\n";
-    const std::lock_guard lock(mutex);
-    std::cerr << (progress.empty() ? line : clearedLine + line + progress);
+    inTurn([line = "kpximage: " + printable(message) + "\n"] {
+        const std::lock_guard lock(mutex);
+        std::cerr << (progress.empty() ? line : clearedLine + line + progress);
+    });
 }
 
 void tell(const std::string& file, const std::string& message) {

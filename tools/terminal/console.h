@@ -12,7 +12,7 @@ namespace kpx::tool {
 // The text without line ends and escape sequences, which a file name may hold: '?' for each control character.
 std::string printable(std::string text);
 
-// Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line, from any thread.
+// Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line, from any thread, in turn.
 void tell(const std::string& message);
 void tell(const std::string& file, const std::string& message);
 

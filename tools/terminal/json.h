@@ -2,10 +2,11 @@
 #pragma once
 
 #include <exception>
-#include <iostream>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <string>
+
+#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 
@@ -13,7 +14,7 @@ using Json = nlohmann::ordered_json;
 
 // File names need not be valid UTF-8; JSON has to be.
 inline void printJson(const Json& object) {
-    std::cout << object.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
+    print(object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 // Runs the work on a file; what it throws is printed as an object before it goes on.
