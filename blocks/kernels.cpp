@@ -7,7 +7,15 @@
 namespace kpx {
 namespace {
 
-constexpr const KernelSet* sets[] = {&plainKernels, &sse41Kernels, &avx2Kernels};
+constexpr const KernelSet* sets[] = {
+    &plainKernels,
+#if defined(__x86_64__)
+    &sse41Kernels,
+    &avx2Kernels,
+#elif defined(__aarch64__)
+    &neonKernels,
+#endif
+};
 
 const KernelSet& chooseSet() {
     const KernelSet* best = sets[0];

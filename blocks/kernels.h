@@ -113,5 +113,6 @@ const KernelSet& bestKernels();
 extern const KernelSet plainKernels;
 extern const KernelSet sse41Kernels;
 extern const KernelSet avx2Kernels;
+extern const KernelSet neonKernels;
 
 }  // namespace kpx

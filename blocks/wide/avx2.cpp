@@ -93,16 +93,20 @@ KPX_INLINE Wide mulLow16(Wide a, Wide b) {
 KPX_INLINE Wide mulHigh16(Wide a, Wide b) {
     return {_mm256_mulhi_epu16(a.v, b.v)};
 }
-// (a x b + 0x4000) >> 15, signed.
+// (a x b + 0x4000) >> 15, signed; not both are -32768.
 KPX_INLINE Wide mulRound16(Wide a, Wide b) {
     return {_mm256_mulhrs_epi16(a.v, b.v)};
 }
-// Pairs of unsigned bytes of a times signed bytes of b, added.
-KPX_INLINE Wide mulAddBytes(Wide a, Wide b) {
+// Pairs of bytes multiplied and added, whose sums fit a signed word: unsigned bytes, those of b up to 127; signed
+// bytes, those of a not below 0.
+KPX_INLINE Wide mulAddUnsigned8(Wide a, Wide b) {
+    return {_mm256_maddubs_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide mulAddSigned8(Wide a, Wide b) {
     return {_mm256_maddubs_epi16(a.v, b.v)};
 }
 // Pairs of signed words multiplied and added.
-KPX_INLINE Wide mulAddWords(Wide a, Wide b) {
+KPX_INLINE Wide mulAddSigned16(Wide a, Wide b) {
     return {_mm256_madd_epi16(a.v, b.v)};
 }
 KPX_INLINE Wide abs16(Wide a) {
@@ -124,7 +128,7 @@ KPX_INLINE Wide equal16(Wide a, Wide b) {
 KPX_INLINE Wide greater16(Wide a, Wide b) {
     return {_mm256_cmpgt_epi16(a.v, b.v)};
 }
-// b where the mask is set, else a.
+// b where the bits of the mask are set, else a; all bits of a byte are alike.
 KPX_INLINE Wide choose(Wide a, Wide b, Wide mask) {
     return {_mm256_blendv_epi8(a.v, b.v, mask.v)};
 }
@@ -136,7 +140,7 @@ template <int bits>
 KPX_INLINE Wide shiftLeft16(Wide a) {
     return {_mm256_slli_epi16(a.v, bits)};
 }
-// Byte i of a lane becomes byte order[i] of it, or 0 where order[i] has its top bit set.
+// Byte i of a lane becomes byte order[i] of it, or 0 where order[i] has its top bit set; others are below 16.
 KPX_INLINE Wide shuffle8(Wide a, Wide order) {
     return {_mm256_shuffle_epi8(a.v, order.v)};
 }

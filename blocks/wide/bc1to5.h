@@ -128,8 +128,8 @@ constexpr LaneBytes secondEndpoint{{none, 1, none, 1, none, 1, none, 1, none, 1,
 template <bool equalIsSeven>
 KPX_INLINE Wide unsignedPalette(Wide block) {
     const Wide pairs = shuffle8(block, loadTwice(&endpointPairs));
-    const Wide eight = mulHigh16(mulAddBytes(pairs, loadTwice(&weights7)), spread16(seventh));
-    const Wide six = mulHigh16(mulAddBytes(pairs, loadTwice(&weights5)), spread16(fifth)) | loadTwice(&lastEntry);
+    const Wide eight = mulHigh16(mulAddUnsigned8(pairs, loadTwice(&weights7)), spread16(seventh));
+    const Wide six = mulHigh16(mulAddUnsigned8(pairs, loadTwice(&weights5)), spread16(fifth)) | loadTwice(&lastEntry);
     // Halved, endpoints are positive words.
     const Wide e0 = shiftRight16<1>(shuffle8(block, loadTwice(&firstEndpoint)));
     const Wide e1 = shiftRight16<1>(shuffle8(block, loadTwice(&secondEndpoint)));
@@ -142,8 +142,8 @@ KPX_INLINE Wide signedPalette(Wide block) {
     constexpr LaneWords interpolated{{0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 0}};
     const Wide endpoints = maxSigned8(block, spread8(-127));
     const Wide pairs = shuffle8(endpoints, loadTwice(&endpointPairs));
-    const Wide sum7 = mulAddBytes(loadTwice(&weights7), pairs);
-    const Wide sum5 = mulAddBytes(loadTwice(&weights5), pairs);
+    const Wide sum7 = mulAddSigned8(loadTwice(&weights7), pairs);
+    const Wide sum5 = mulAddSigned8(loadTwice(&weights5), pairs);
     const Wide middle = spread16(128);
     const Wide eight = add16(sign16(mulHigh16(abs16(sum7), spread16(seventh)), sum7), middle);
     const Wide four = add16(sign16(mulHigh16(abs16(sum5), spread16(fifth)), sum5), middle);

@@ -94,16 +94,16 @@ constexpr PaletteWeights paletteWeights4 = paletteWeights(kpx::bcWeights4);
 template <bool isSigned>
 KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
     if constexpr (isSigned) {
-        const Wide first = add32(mulAddWords(pairs, load(&weights.pairs[0])), spread32(32));
-        const Wide second = add32(mulAddWords(pairs, load(&weights.pairs[1])), spread32(32));
+        const Wide first = add32(mulAddSigned16(pairs, load(&weights.pairs[0])), spread32(32));
+        const Wide second = add32(mulAddSigned16(pairs, load(&weights.pairs[1])), spread32(32));
         const Wide values = packSignedWords(shiftRightSigned32<6>(first), shiftRightSigned32<6>(second));
         const Wide halfs = mulHigh16(abs16(values), spread16(31 << 11));
         return halfs | (sign16(halfs, values) & spread16(0x8000));
     } else {
         // The multiplication is signed, so that 0x8000 was taken from the endpoints: 64 x 0x8000 from each sum.
         const Wide base = spread32((64 << 15) + 32);
-        const Wide first = add32(mulAddWords(pairs, load(&weights.pairs[0])), base);
-        const Wide second = add32(mulAddWords(pairs, load(&weights.pairs[1])), base);
+        const Wide first = add32(mulAddSigned16(pairs, load(&weights.pairs[0])), base);
+        const Wide second = add32(mulAddSigned16(pairs, load(&weights.pairs[1])), base);
         return mulHigh16(packWords(shiftRight32<6>(first), shiftRight32<6>(second)), spread16(31 << 10));
     }
 }

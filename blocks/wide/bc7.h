@@ -23,7 +23,7 @@ KPX_INLINE Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fie
 // One channel of all sixteen texels: (e0 x (64 - w) + e1 x w + 32) >> 6, the shift by a rounding multiplication with
 // 2^15 / 64.
 KPX_INLINE Wide interpolate(Wide pairs, Wide weights) {
-    return mulRound16(mulAddBytes(pairs, weights), spread16(512));
+    return mulRound16(mulAddUnsigned8(pairs, weights), spread16(512));
 }
 
 // Half of a block's endpoints, widened to 8 bits in the high bytes of their words: fields at the top, p-bits below

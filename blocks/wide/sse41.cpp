@@ -96,10 +96,13 @@ KPX_INLINE Wide mulHigh16(Wide a, Wide b) {
 KPX_INLINE Wide mulRound16(Wide a, Wide b) {
     return {{_mm_mulhrs_epi16(a.lane[0], b.lane[0]), _mm_mulhrs_epi16(a.lane[1], b.lane[1])}};
 }
-KPX_INLINE Wide mulAddBytes(Wide a, Wide b) {
+KPX_INLINE Wide mulAddUnsigned8(Wide a, Wide b) {
     return {{_mm_maddubs_epi16(a.lane[0], b.lane[0]), _mm_maddubs_epi16(a.lane[1], b.lane[1])}};
 }
-KPX_INLINE Wide mulAddWords(Wide a, Wide b) {
+KPX_INLINE Wide mulAddSigned8(Wide a, Wide b) {
+    return mulAddUnsigned8(a, b);
+}
+KPX_INLINE Wide mulAddSigned16(Wide a, Wide b) {
     return {{_mm_madd_epi16(a.lane[0], b.lane[0]), _mm_madd_epi16(a.lane[1], b.lane[1])}};
 }
 KPX_INLINE Wide sign16(Wide a, Wide b) {

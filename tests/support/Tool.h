@@ -18,6 +18,10 @@ struct RunResult {
 
 class Tool : public testing::Test, public Folder {
 protected:
+    void SetUp() override {
+        if (sizeof KPX_TOOL_PATH == 1) GTEST_SKIP() << "built without the tool";
+    }
+
     // Runs the program in the folder, with arguments as a shell takes them, and `before` in front of it.
     [[nodiscard]] RunResult run(const std::string& arguments, const std::string& before = "") const {
         return shell(before + " KPX_PLUGIN='" KPX_PLUGIN_PATH "' '" KPX_TOOL_PATH "' " + arguments);
