@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that are missing for a set of work: build, test (build and more), packages (build and
-# more) or ci (test, packages and more).
+# more), ci (test, packages and more), or aarch64 (to build for that processor and to run it here).
 # Needs neither network nor rights when all are there.
 set -eu
 
@@ -8,14 +8,16 @@ build='g++ cmake ninja-build libpng-dev libisal-dev pkg-config libcli11-dev nloh
 test='libgtest-dev libgmock-dev libbenchmark-dev libssl-dev python3-jsonschema'
 packages='dpkg-dev fakeroot file gzip lintian man-db'
 ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver python3-selenium fish zsh'
+aarch64='cmake ninja-build libc-dev-bin g++-aarch64-linux-gnu qemu-user clang-tidy-14 nlohmann-json3-dev libstdc++6:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libssl-dev:arm64'
 
 case "${1:-build}" in
 build) wanted=$build ;;
 test) wanted="$build $test" ;;
 packages) wanted="$build $packages" ;;
 ci) wanted="$build $test $packages $ci" ;;
+aarch64) wanted=$aarch64 ;;
 *)
-    echo "usage: install-packages.sh [build|test|packages|ci]" >&2
+    echo "usage: install-packages.sh [build|test|packages|ci|aarch64]" >&2
     exit 2
     ;;
 esac
@@ -36,6 +38,7 @@ if [ "$(id -u)" -ne 0 ]; then
     fi
     asRoot=sudo
 fi
+case "$missing" in *:arm64*) $asRoot dpkg --add-architecture arm64 ;; esac
 $asRoot apt-get -qq update
 # shellcheck disable=SC2086 # a list of words
 $asRoot env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends install $missing >/dev/null
