@@ -11,8 +11,8 @@
 namespace kpx {
 namespace {
 
-// Of x86-64, and of aarch64 with pages of 4 KiB. A multiple of all pages, which are 64 KiB at most, it is an address that
-// advice is taken for.
+// Of x86-64, and of aarch64 with pages of 4 KiB. A multiple of all pages, which are 64 KiB at most, it is an address
+// that advice is taken for.
 constexpr std::size_t largePage = std::size_t{2} << 20;
 constexpr std::uint64_t smallestMapping = std::uint64_t{1} << 20;
 
