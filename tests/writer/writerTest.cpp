@@ -23,8 +23,11 @@ TEST(Writer, StoresChannelsInTheOrderOfTheirNumber) {
         unsigned char values[][6] = {{0, 0}, {1, 10}, {2, 20}, {3, 30}, {4, 40}};
         unsigned char* rows[] = {values[0], values[1], values[2], values[3], values[4]};
         for (std::size_t row = 0; row < 5; ++row) std::fill_n(values[row], 6, row);
+        const testing_support::TemporaryFile other({});
         kpx::TddsWriter writer;
+        ASSERT_EQ(writer.open(other.path(), 4, 1, 3, 0, 0), 0);
         ASSERT_EQ(writer.open(file.path(), 6, 1, each.channels, each.alpha, 0), 0);
+        EXPECT_EQ(testing_support::readFile(other.path()).size(), 128U + 12) << "what was open before is closed";
         EXPECT_EQ(writer.setScanlineChannelsAsBytes(0, rows), 0);
         writer.close();
         Bytes expected;
