@@ -22,10 +22,17 @@ aarch64) wanted=$aarch64 ;;
     ;;
 esac
 
+# is_installed PACKAGE[:ARCHITECTURE]: without an architecture, for this machine's own, or for all.
+native=$(dpkg --print-architecture)
+is_installed() {
+    architecture="($native|all)"
+    [ "$1" = "${1%:*}" ] || architecture=${1#*:}
+    dpkg-query -W -f '${db:Status-Status} ${Architecture}\n' "$1" 2>/dev/null | grep -qE "^installed $architecture\$"
+}
+
 missing=
 for package in $wanted; do
-    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || status=
-    [ "$status" = installed ] || missing="$missing $package"
+    is_installed "$package" || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0
 
