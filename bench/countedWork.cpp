@@ -29,14 +29,14 @@ Work blocks(const char* name, kpx::BlockKernel kernel) {
 
 using RowWork = std::function<void(const KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows)>;
 
-Work rows(const char* name, RowWork work) {
+Work rows(const char* name, const RowWork& work) {
     return {name, [work](const KernelSet& set, const unsigned char* input, std::size_t count, unsigned char* output) {
                 unsigned char* const channels[4] = {output, output + 4 * most, output + 8 * most, output + 12 * most};
                 work(set, {input, count, input}, channels);
             }};
 }
 
-Work masks(const char* name, std::size_t bytesPerPixel, std::vector<std::uint32_t> fieldMasks) {
+Work masks(const char* name, std::size_t bytesPerPixel, const std::vector<std::uint32_t>& fieldMasks) {
     return rows(name, [=](const KernelSet& set, const kpx::PixelRow& row, unsigned char* const* channels) {
         kpx::MaskField fields[4];
         for (std::size_t i = 0; i < fieldMasks.size(); ++i) fields[i] = kpx::makeMaskField(fieldMasks[i]);
