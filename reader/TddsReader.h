@@ -114,8 +114,8 @@ private:
     DDS_HEADER_DXT10 m_dx10Header;
     bool m_isSnorm;
 
-    LazyBuffer m_rowBlock;          // all the channel rows
-    std::uint64_t m_arrivedBytes;   // of m_pixels, from its start, that the file supplied
+    LazyBuffer m_rowBlock;         // all the channel rows
+    std::uint64_t m_arrivedBytes;  // of m_pixels, from its start, that the file supplied
     const KernelSet& m_kernels;
 };
 
