@@ -74,6 +74,14 @@ int main(int argc, char** argv) {
     bgra8.insert(bgra8.end(), pixels.begin(), pixels.end());
     write(folder / "bgra8.dds", bgra8);
 
+    // Half floats below 2, of any sign.
+    Bytes half;
+    append(half, headerOf(113, side * 8));
+    Bytes halves = randomBytes(random, std::size_t{side} * side * 8);
+    for (std::size_t i = 1; i < halves.size(); i += 2) halves[i] &= 0xBF;
+    half.insert(half.end(), halves.begin(), halves.end());
+    write(folder / "half.dds", half);
+
     header.header.dwWidth = header.header.dwHeight = 4;
     Bytes tiny;
     append(tiny, header);

@@ -39,7 +39,7 @@ public:
         const std::uint64_t total = std::accumulate(m_counts.begin() + 1, m_counts.end(), std::uint64_t{0});
         std::uint64_t above = 0;
         for (int halfStop = highest; halfStop > lowest; --halfStop) {
-            above += m_counts[static_cast<size_t>(halfStop - lowest + 1)];
+            above += m_counts[static_cast<size_t>(halfStop - leftOut)];
             if (above * 50 > total) return halfStop;
         }
         return total == 0 ? 0 : lowest;
@@ -48,11 +48,13 @@ public:
 private:
     static constexpr float largest = 16777216.0F;             // 2^24; infinity counts as this
     static constexpr int lowest = -2 * 24, highest = 2 * 24;  // half stops
-    // 0 for what is left out, 1 for the lowest half stop and what lies below it.
+    static constexpr int leftOut = lowest - 1;
+
+    // Half stops from what is left out, 0, on; what lies below the lowest counts as that.
     static std::uint8_t numberOf(float brightest) {
         if (!(brightest > 0.0F)) return 0;
         const double halfStops = std::ceil(2.0 * std::log2(std::min(brightest, largest)));
-        return static_cast<std::uint8_t>(std::max(halfStops, static_cast<double>(lowest)) - lowest + 1);
+        return static_cast<std::uint8_t>(std::max(halfStops, static_cast<double>(lowest)) - leftOut);
     }
 
     FloatTable m_number{numberOf};
