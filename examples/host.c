@@ -74,14 +74,19 @@ int main(int count, char** words) {
     ImageInitFunction* init;
     ImageOpenFunction* readOpen;
     const char** formatName;
-    ImageHandle* handle = calloc(1, sizeof *handle);
+    ImageHandle* handle;
     unsigned long sum = 0;
-    if (plugin == NULL || handle == NULL) return 2;
+    if (plugin == NULL) {
+        fprintf(stderr, "%s\n", count == 3 ? dlerror() : "host PLUGIN FILE");
+        return 2;
+    }
     *(void**)&init = dlsym(plugin, "imageInit");
     *(void**)&readOpen = dlsym(plugin, "imageReadOpen");
     formatName = dlsym(plugin, "imageName");
     if (init == NULL || readOpen == NULL || formatName == NULL || init() != 1) return 2;
 
+    handle = calloc(1, sizeof *handle);
+    if (handle == NULL) return 2;
     handle->formatName = *formatName;
     handle->name = words[2];
     handle->nameIsPath = 1;
