@@ -1,4 +1,4 @@
-// kpximage in a shell as a user runs it: the commands of sessions.txt, and all that they print.
+// kpximage in a shell as a user runs it: the commands of shell.txt, and all that they print.
 #include "tests/support/Tool.h"
 #include "tests/support/agreedText.h"
 #include "tests/support/describedFile.h"
@@ -20,8 +20,8 @@ std::string marked(std::string text, const char* mark, const std::string& folder
 
 // "file NAME DESCRIPTION" makes a file, "$ COMMAND" is run; after a heading all begins anew in an empty folder. Lines
 // of standard error are marked by "!".
-TEST_F(Tool, SessionsGoAsAgreed) {
-    const std::string path = KPX_SOURCE_DIR "/tests/tools/sessions.txt";
+TEST_F(Tool, RunsInAShellGoAsAgreed) {
+    const std::string path = KPX_SOURCE_DIR "/tests/tools/shell.txt";
     const std::string shell =
         "export LC_ALL=C.UTF-8 KPX_PLUGIN='" KPX_PLUGIN_PATH "'; kpximage() { '" KPX_TOOL_PATH "' \"$@\"; }; ";
     std::vector<AgreedEntry> entries = readAgreed(path);
