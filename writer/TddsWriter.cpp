@@ -57,7 +57,6 @@ int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned
     return 0;
 }
 
-// Blue, green, red; the matte, which comes last from the host, is last in the file too.
 void TddsWriter::arrangeChannels(unsigned char* const* rows) {
     // Blue, green, red and then the fourth channel, the matte; any other number of channels from the last to the first.
     const std::uint32_t reversed = m_totalChannels == 4 ? 3 : m_totalChannels;
