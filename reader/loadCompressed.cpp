@@ -13,6 +13,7 @@
 #include "reader/loading.h"
 
 namespace kpx {
+
 int TddsReader::loadCompressedImage(std::FILE* stream) {
     DDS_HEADER& header = m_header.header;
     header.ddspf.dwRGBBitCount = 32;

@@ -4,6 +4,7 @@
 #include "reader/loading.h"
 
 namespace kpx {
+
 int TddsReader::loadD3DFormatImage(std::FILE* stream) {
     const Format* format = findCode(m_header.header.ddspf.dwFourCC);
     if (format == nullptr) return -1;

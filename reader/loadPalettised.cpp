@@ -4,6 +4,7 @@
 #include "reader/loading.h"
 
 namespace kpx {
+
 int TddsReader::loadPalletisedImage(std::FILE* stream) {
     DDS_PIXELFORMAT& pixelFormat = m_header.header.ddspf;
     const Format& format = findPalette(pixelFormat.dwFlags);
