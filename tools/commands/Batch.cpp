@@ -8,8 +8,8 @@
 #include <condition_variable>
 #include <exception>
 #include <filesystem>
-#include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -55,8 +55,9 @@ private:
     size_t m_jobs = 1;
     std::mutex m_turnMutex;  // of what follows
     std::condition_variable m_turnChanged;
-    size_t m_turn = 0;                  // the first file that has not told its result
-    std::map<size_t, Actions> m_ready;  // of files whose turn has not come
+    size_t m_turn = 0;  // the first file that has not told its result
+    // Of each file, none until it is done; told in turn. The room is taken first: what waits for a turn must not fail.
+    std::vector<std::optional<Actions>> m_results;
 };
 
 void Batch::workOnFiles() {
@@ -88,13 +89,11 @@ void Batch::tellInTurn(size_t i, Actions actions) {
     constexpr size_t ahead = 8;  // for each job
     std::unique_lock lock(m_turnMutex);
     m_turnChanged.wait(lock, [&] { return i < m_turn + ahead * m_jobs; });
-    m_ready.emplace(i, std::move(actions));
-    for (auto next = m_ready.find(m_turn); next != m_ready.end(); next = m_ready.find(m_turn)) {
-        const Actions nextActions = std::move(next->second);
-        m_ready.erase(next);
-        ++m_turn;
+    m_results[i] = std::move(actions);
+    for (; m_turn < m_results.size() && m_results[m_turn].has_value(); ++m_turn) {
+        const Actions next = std::move(*m_results[m_turn]);
         try {
-            for (const auto& action : nextActions) action();
+            for (const auto& action : next) action();
         } catch (...) {
             stop(std::current_exception());
         }
@@ -129,6 +128,7 @@ std::string Batch::count() const {
 
 Outcome Batch::run(unsigned jobs) {
     m_jobs = std::min<size_t>(jobs, m_files.size());
+    m_results.resize(m_jobs > 1 ? m_files.size() : 0);
     {
         std::vector<std::jthread> others;
         for (size_t i = 1; i < m_jobs; ++i) {
