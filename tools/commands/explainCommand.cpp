@@ -1,7 +1,6 @@
 // kpximage explain: what a file is, how it is read, and why it looks as it does.
 #include <iomanip>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
 #include "explain/Explanation.h"
 #include "explain/flagNames.h"
@@ -10,6 +9,7 @@
 #include "explain/text.h"
 #include "tools/commands/commands.h"
 #include "tools/terminal/console.h"
+#include "tools/terminal/explanationJson.h"
 #include "tools/terminal/json.h"
 
 namespace kpx::tool {
@@ -76,65 +76,11 @@ void printText(const std::string& name, const Explanation& file) {
     printHowItIsRead(file);
 }
 
-Json remarksAsJson(const std::vector<Remark>& remarks) {
-    Json array = Json::array();
-    for (const Remark& remark : remarks) array.push_back({{"id", remark.id}, {"sentence", remark.sentence}});
-    return array;
-}
-
-Json headerAsJson(const Explanation& file) {
-    const DDS_HEADER& header = file.facts.header.header;
-    Json object = {{"format", namedFormat(file)},
-                   {"sameAs", sameAs(file)},
-                   {"headerFlags", header.dwFlags},
-                   {"pixelFormatFlags", header.ddspf.dwFlags},
-                   {"code", codeText(header.ddspf.dwFourCC)},
-                   {"width", header.dwWidth},
-                   {"height", header.dwHeight},
-                   {"levels", file.contents.levels},
-                   {"faces", file.contents.faces},
-                   {"slices", file.contents.slices},
-                   {"elements", file.contents.elements}};
-    if (file.contents.alphaMode != nullptr) {
-        object["dxgiFormat"] = file.facts.dx10Header.dxgiFormat;
-        object["alphaMode"] = file.contents.alphaMode;
-    }
-    return object;
-}
-
-Json pictureAsJson(const Verdict& verdict) {
-    return {{"loader", loaderName(verdict.loader)},
-            {"decoder", loaderName(verdict.decoder)},
-            {"layout", layoutRow(verdict.layout).name},
-            {"width", verdict.width},
-            {"height", verdict.height},
-            {"colourChannels", verdict.colourChannels()},
-            {"matteChannels", verdict.hasAlpha ? 1 : 0},
-            {"bits", verdict.bits},
-            {"float", layoutRow(verdict.layout).isFloat},
-            {"wholeRows", verdict.wholeRows}};
-}
-
-Json asJson(const std::string& name, const Explanation& file) {
-    Json object = {{"file", name},
-                   {"verdict", resultName(file.verdict.result)},
-                   {"causes", remarksAsJson(file.causes)},
-                   {"surprises", remarksAsJson(file.surprises)},
-                   {"mends", remarksAsJson(file.mends)},
-                   {"fileBytes", file.facts.fileBytes}};
-    if (file.verdict.result == Result::refused) return object;
-    object["bytesPresent"] = file.verdict.bytesPresent;
-    object["bytesExpected"] = file.verdict.bytesExpected;
-    object["header"] = headerAsJson(file);
-    object["picture"] = pictureAsJson(file.verdict);
-    return object;
-}
-
 Outcome show(const std::string& name, bool json) {
     constexpr Outcome outcomes[] = {Outcome::done, Outcome::fallback, Outcome::failed};
     const Explanation file = json ? withFailureAsJson(name, [&] { return explain(name); }) : explain(name);
     if (json) {
-        printJson(asJson(name, file));
+        printJson(explanationAsJson(name, file));
     } else {
         printText(name, file);
     }

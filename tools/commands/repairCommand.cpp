@@ -1,11 +1,8 @@
 // kpximage repair: a copy of a DDS file whose header says the same picture in a form that is decoded.
 #include <iostream>
 
-#include "explain/fileFacts.h"
-#include "explain/mends.h"
-#include "explain/otherFile.h"
 #include "tools/commands/commands.h"
-#include "tools/files/ddsCopy.h"
+#include "tools/files/repairFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 
@@ -17,39 +14,17 @@ struct Arguments {
     bool isDryRun = false;
 };
 
-// The file needs no mend, or there is none.
-Outcome tellWhyNot(const std::string& input, const FileFacts& facts, const Repair& repair) {
-    // A mend that would make a decoded picture black is none.
-    const bool isDecoded = judge(facts).result == Result::decoded;
-    switch (isDecoded ? Result::decoded : repair.verdict.result) {
-        case Result::decoded: {
-            const std::string other = otherFileText(facts);
-            tell(input, !other.empty()        ? other
-                        : !startsAsDds(facts) ? "does not start with \"DDS\""
-                                              : "has nothing to mend: it is decoded as it is");
-            return Outcome::failed;
-        }
-        case Result::black:
-            tell(input,
-                 "cannot be mended and comes out as a black picture. " + causeText(repair.facts, repair.verdict));
-            return Outcome::fallback;
-        case Result::refused:
-            break;
-    }
-    tell(input, "cannot be mended. " + causeText(repair.facts, repair.verdict));
-    return Outcome::failed;
+Outcome outcomeOf(RepairResult result) {
+    constexpr Outcome outcomes[] = {Outcome::done, Outcome::failed, Outcome::fallback, Outcome::failed};
+    return outcomes[static_cast<std::size_t>(result)];
 }
 
 Outcome repair(const Arguments& arguments) {
-    const FileFacts facts = readFacts(arguments.input);
-    const Repair repair = repairOf(facts);
-    if (!repair.helps()) return tellWhyNot(arguments.input, facts, repair);
-    if (!arguments.isDryRun) {
-        const ByteRange data{repair.dataStart, facts.fileBytes - repair.dataStart};
-        writeCopy(arguments.input, {&data, 1}, headerBytes(repair.facts), arguments.output);
-    }
-    for (const Remark& mend : repair.mends) std::cout << printable(arguments.input) << ": " << mend.sentence << "\n";
-    return Outcome::done;
+    const RepairReport report =
+        arguments.isDryRun ? reportRepair(arguments.input) : repairFile(arguments.input, arguments.output);
+    for (const Remark& mend : report.mends) std::cout << printable(arguments.input) << ": " << mend.sentence << "\n";
+    if (!report.reason.empty()) tell(arguments.input, report.reason);
+    return outcomeOf(report.result);
 }
 
 Outcome run(const Arguments& arguments) {

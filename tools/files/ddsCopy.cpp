@@ -40,18 +40,23 @@ void copyRange(std::FILE* from, const ByteRange& range, std::FILE* to) {
 
 }  // namespace
 
-void writeCopy(const std::string& source, std::span<const ByteRange> ranges, std::span<const unsigned char> header,
-               const std::string& destination) {
-    std::error_code error;
-    if (std::filesystem::equivalent(source, destination, error)) throw OutputError("is the input itself");
+void writeParts(const std::string& source, std::span<const ByteRange> ranges, std::span<const unsigned char> header,
+                const std::string& path) {
     const File from(std::fopen(source.c_str(), "rb"), std::fclose);
     if (from == nullptr) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
-    PendingFile pending(destination);
-    File to(std::fopen(pending.path().c_str(), "wb"), std::fclose);
+    File to(std::fopen(path.c_str(), "wb"), std::fclose);
     if (to == nullptr) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
     write(to.get(), header.data(), header.size());
     for (const ByteRange& range : ranges) copyRange(from.get(), range, to.get());
     if (std::fclose(to.release()) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
+}
+
+void writeCopy(const std::string& source, std::span<const ByteRange> ranges, std::span<const unsigned char> header,
+               const std::string& destination) {
+    std::error_code error;
+    if (std::filesystem::equivalent(source, destination, error)) throw OutputError("is the input itself");
+    PendingFile pending(destination);
+    writeParts(source, ranges, header, pending.path());
     pending.commit();
 }
 
