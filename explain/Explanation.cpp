@@ -21,9 +21,7 @@ std::string undecodedName(const Explanation& file) {
         return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
     }
     const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
-    const UndecodedFormat* known = findUndecodedCode(code);
-    if (code == 0) return "none";
-    return "code " + codeText(code) + (known != nullptr && code <= 0xFFFF ? textOf(" ", known->name) : "");
+    return code == 0 ? "none" : "code " + namedCode(code);
 }
 
 }  // namespace
@@ -32,12 +30,15 @@ Explanation explain(const std::string& file) {
     const FileFacts facts = readFacts(file);
     const Verdict verdict = judge(facts);
     const Repair repair = repairOf(facts);
+    const bool isMended = repair.helps();
+    const Repair conversion = isMended ? Repair() : repairOf(facts, true);
     return {facts,
             verdict,
             contentsOf(facts, verdict),
             causesOf(facts, verdict),
             surprisesOf(facts, verdict),
-            repair.helps() ? repair.mends : std::vector<Remark>()};
+            isMended ? repair.mends : std::vector<Remark>(),
+            !isMended && conversion.helps() ? conversion.mends : std::vector<Remark>()};
 }
 
 std::string formatName(const Explanation& file) {

@@ -16,7 +16,8 @@ struct Explanation {
     Contents contents;
     std::vector<Remark> causes;
     std::vector<Remark> surprises;
-    std::vector<Remark> mends;  // that repair would make; none where it does not help
+    std::vector<Remark> mends;        // that repair would make; none where it does not help
+    std::vector<Remark> conversions;  // that repair --convert would make where repair does not help
 };
 
 // Throws FileError when the file cannot be read.

@@ -60,10 +60,7 @@ std::string unknownCode(const FileFacts& facts, const Verdict& /*verdict*/) {
     }
     const UndecodedFormat* known = findUndecodedCode(code);
     if (known == nullptr) return textOf("The code ", codeText(code), " is not known.");
-    const std::string text = codeText(code);
-    // Four characters are their own name.
-    const std::string name = text.front() == '"' ? "" : textOf(" ", known->name);
-    return textOf("The code ", text, name, " is not decoded: it is ", known->what, ".");
+    return textOf("The code ", namedCode(code), " is not decoded: it is ", known->what, ".");
 }
 
 std::string notABlockCode(const FileFacts& facts, const Verdict& /*verdict*/) {
@@ -149,28 +146,33 @@ std::string paletteShort(const FileFacts& /*facts*/, const Verdict& verdict) {
                   verdict.bytesExpected - palette, " for the indices.");
 }
 
+constexpr const char* getWhole = "get a whole copy of it";
+constexpr const char* exportAnew = "export it in another format, such as BC7 or BC3";
+constexpr const char* makeSmaller = "export it smaller";
+
 // A row each, in the order of the causes.
 struct CauseRow {
     Cause cause;
     const char* id;
     std::string (*sentence)(const FileFacts&, const Verdict&);
+    const char* advice;
 };
 constexpr CauseRow causeRows[] = {
-    {Cause::headerCut, "header-cut", headerCut},
-    {Cause::dx10HeaderCut, "dx10-header-cut", dx10HeaderCut},
-    {Cause::nothingNamed, "nothing-named", nothingNamed},
-    {Cause::unknownCode, "unknown-code", unknownCode},
-    {Cause::notABlockCode, "not-a-block-code", notABlockCode},
-    {Cause::linearSizeNeeded, "linear-size-needed", linearSizeNeeded},
-    {Cause::dxgiRejected, "dxgi-not-decoded", dxgiRejected},
-    {Cause::dxgiTooLarge, "dxgi-above-99", dxgiRejected},
-    {Cause::sideTooLarge, "side-too-large", sideTooLarge},
-    {Cause::pictureTooLarge, "picture-too-large", pictureTooLarge},
-    {Cause::dataTooLarge, "data-too-large", dataTooLarge},
-    {Cause::rowTooLarge, "row-too-large", rowTooLarge},
-    {Cause::dataShort, "data-short", dataShort},
-    {Cause::linearSizeTooLarge, "linear-size-too-large", linearSizeTooLarge},
-    {Cause::paletteShort, "palette-short", paletteShort},
+    {Cause::headerCut, "header-cut", headerCut, getWhole},
+    {Cause::dx10HeaderCut, "dx10-header-cut", dx10HeaderCut, getWhole},
+    {Cause::nothingNamed, "nothing-named", nothingNamed, exportAnew},
+    {Cause::unknownCode, "unknown-code", unknownCode, exportAnew},
+    {Cause::notABlockCode, "not-a-block-code", notABlockCode, exportAnew},
+    {Cause::linearSizeNeeded, "linear-size-needed", linearSizeNeeded, exportAnew},
+    {Cause::dxgiRejected, "dxgi-not-decoded", dxgiRejected, exportAnew},
+    {Cause::dxgiTooLarge, "dxgi-above-99", dxgiRejected, exportAnew},
+    {Cause::sideTooLarge, "side-too-large", sideTooLarge, makeSmaller},
+    {Cause::pictureTooLarge, "picture-too-large", pictureTooLarge, makeSmaller},
+    {Cause::dataTooLarge, "data-too-large", dataTooLarge, makeSmaller},
+    {Cause::rowTooLarge, "row-too-large", rowTooLarge, makeSmaller},
+    {Cause::dataShort, "data-short", dataShort, getWhole},
+    {Cause::linearSizeTooLarge, "linear-size-too-large", linearSizeTooLarge, getWhole},
+    {Cause::paletteShort, "palette-short", paletteShort, getWhole},
 };
 
 }  // namespace
@@ -187,6 +189,13 @@ std::vector<Remark> causesOf(const FileFacts& facts, const Verdict& verdict) {
         }
     }
     return causes;
+}
+
+const char* adviceOn(const Verdict& verdict) {
+    for (const CauseRow& row : causeRows) {
+        if (row.cause == verdict.cause) return row.advice;
+    }
+    return exportAnew;
 }
 
 std::string causeText(const FileFacts& facts, const Verdict& verdict) {

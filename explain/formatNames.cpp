@@ -14,6 +14,9 @@ namespace {
 constexpr const char* asInteger = "integers";
 constexpr const char* asDepth = "depth and stencil";
 constexpr const char* asVideo = "YUV video";
+constexpr const char* asPlanes = "YUV video in planes whose order is not published";
+constexpr const char* asStencil = "stencil numbers, which are no picture";
+constexpr const char* asOneBit = "one bit a pixel, in an order that is not published";
 constexpr const char* asIndices = "palette indices without a palette";
 
 // The published DXGI formats that are not decoded.
@@ -34,7 +37,7 @@ constexpr UndecodedFormat undecodedDxgi[] = {
     {19, "R32G8X24_TYPELESS", asDepth},
     {20, "D32_FLOAT_S8X24_UINT", asDepth},
     {21, "R32_FLOAT_X8X24_TYPELESS", asDepth},
-    {22, "X32_TYPELESS_G8X24_UINT", asDepth},
+    {22, "X32_TYPELESS_G8X24_UINT", asStencil},
     {39, "R32_TYPELESS", "32-bit values of no known type; 41 R32_FLOAT is read"},
     {40, "D32_FLOAT", asDepth},
     {42, "R32_UINT", asInteger},
@@ -42,10 +45,10 @@ constexpr UndecodedFormat undecodedDxgi[] = {
     {44, "R24G8_TYPELESS", asDepth},
     {45, "D24_UNORM_S8_UINT", asDepth},
     {46, "R24_UNORM_X8_TYPELESS", asDepth},
-    {47, "X24_TYPELESS_G8_UINT", asDepth},
+    {47, "X24_TYPELESS_G8_UINT", asStencil},
     {53, "R16_TYPELESS", "16-bit values of no known type; 54 R16_FLOAT and 56 R16_UNORM are read"},
     {55, "D16_UNORM", asDepth},
-    {66, "R1_UNORM", "one bit a pixel"},
+    {66, "R1_UNORM", asOneBit},
     {85, "B5G6R5_UNORM", "5-6-5 colour"},
     {86, "B5G5R5A1_UNORM", "5-5-5-1 colour"},
     {89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range; 24 R10G10B10A2_UNORM is read"},
@@ -55,19 +58,19 @@ constexpr UndecodedFormat undecodedDxgi[] = {
     {103, "NV12", asVideo},
     {104, "P010", asVideo},
     {105, "P016", asVideo},
-    {106, "420_OPAQUE", asVideo},
+    {106, "420_OPAQUE", "YUV video in an order that is the graphics processor's own"},
     {107, "YUY2", asVideo},
     {108, "Y210", asVideo},
     {109, "Y216", asVideo},
-    {110, "NV11", asVideo},
+    {110, "NV11", asPlanes},
     {111, "AI44", asIndices},
     {112, "IA44", asIndices},
     {113, "P8", asIndices},
     {114, "A8P8", asIndices},
     {115, "B4G4R4A4_UNORM", "4-4-4-4 colour"},
     {130, "P208", asVideo},
-    {131, "V208", asVideo},
-    {132, "V408", asVideo},
+    {131, "V208", asPlanes},
+    {132, "V408", asPlanes},
 };
 
 constexpr const char* asMasks = "bit-mask colour, which is read with DDPF_RGB and masks, not by a code";
@@ -76,7 +79,8 @@ constexpr const char* asBumpMap = "a signed bump map";
 constexpr const char* asSwizzled = "DXT5 with its channels in another order";
 constexpr const char* asBC6H = "not a published code; BC6H is read under a DX10 header";
 constexpr const char* asBC7 = "not a published code; BC7 is read under a DX10 header";
-constexpr const char* asMobile = "blocks of mobile graphics";
+constexpr const char* asMobile = "blocks of mobile graphics, which are to be exported anew from where they were made";
+constexpr const char* asOpaqueDepth = "depth and stencil, whose places in the file are not published";
 
 // The Direct3D numbers and the four-character codes that are not decoded.
 constexpr UndecodedFormat undecodedCodes[] = {
@@ -107,24 +111,24 @@ constexpr UndecodedFormat undecodedCodes[] = {
     {64, "D3DFMT_V16U16", asBumpMap},
     {67, "D3DFMT_A2W10V10U10", asBumpMap},
     {70, "D3DFMT_D16_LOCKABLE", asDepth},
-    {71, "D3DFMT_D32", asDepth},
-    {73, "D3DFMT_D15S1", asDepth},
-    {75, "D3DFMT_D24S8", asDepth},
-    {77, "D3DFMT_D24X8", asDepth},
-    {79, "D3DFMT_D24X4S4", asDepth},
+    {71, "D3DFMT_D32", asOpaqueDepth},
+    {73, "D3DFMT_D15S1", asOpaqueDepth},
+    {75, "D3DFMT_D24S8", asOpaqueDepth},
+    {77, "D3DFMT_D24X8", asOpaqueDepth},
+    {79, "D3DFMT_D24X4S4", asOpaqueDepth},
     {80, "D3DFMT_D16", asDepth},
     {81, "D3DFMT_L16", asLuminance},
     {82, "D3DFMT_D32F_LOCKABLE", asDepth},
-    {83, "D3DFMT_D24FS8", asDepth},
+    {83, "D3DFMT_D24FS8", asOpaqueDepth},
     {84, "D3DFMT_D32_LOCKABLE", asDepth},
-    {85, "D3DFMT_S8_LOCKABLE", asDepth},
+    {85, "D3DFMT_S8_LOCKABLE", asStencil},
     {117, "D3DFMT_CxV8U8", asBumpMap},
-    {118, "D3DFMT_A1", "one bit a pixel"},
+    {118, "D3DFMT_A1", asOneBit},
     {119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range"},
     {CODE_RGB_FLOAT32, "CODE_RGB_FLOAT32", "three 32-bit floats, which are read under a DX10 header as format 6"},
     {fourCC("ATI1"), "ATI1", "BC4; the same blocks are read as \"BC4U\""},
     {fourCC("RXGB"), "RXGB", "DXT5 with red stored as alpha; the same blocks are read, with red in alpha, as \"DXT5\""},
-    {fourCC("A2D5"), "A2D5", asSwizzled},
+    {fourCC("A2D5"), "A2D5", "DXT5 with its channels in an order that is not published"},
     {fourCC("xGBR"), "xGBR", asSwizzled},
     {fourCC("RxBG"), "RxBG", asSwizzled},
     {fourCC("RBxG"), "RBxG", asSwizzled},
@@ -142,7 +146,7 @@ constexpr UndecodedFormat undecodedCodes[] = {
     {fourCC("NV12"), "NV12", asVideo},
     {fourCC("YV12"), "YV12", asVideo},
     {fourCC("P010"), "P010", asVideo},
-    {fourCC("MET1"), "MULTI2_ARGB8", "several pictures in one"},
+    {fourCC("MET1"), "MULTI2_ARGB8", "several pictures in one, whose order is not published"},
     {fourCC("ETC1"), "ETC1", asMobile},
     {fourCC("ETC2"), "ETC2", asMobile},
     {fourCC("PTC2"), "PVRTC 2 bits", asMobile},
@@ -196,6 +200,12 @@ std::string codeText(std::uint32_t code) {
         text += static_cast<char>(character);
     }
     return text + "\"";
+}
+
+std::string namedCode(std::uint32_t code) {
+    const UndecodedFormat* known = code <= 0xFFFF ? findUndecodedCode(code) : nullptr;
+    // Four characters are their own name.
+    return known == nullptr ? codeText(code) : textOf(code, " ", known->name);
 }
 
 std::string dxgiText(std::uint32_t dxgiFormat) {

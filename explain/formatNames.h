@@ -22,6 +22,9 @@ const UndecodedFormat* findUndecodedCode(std::uint32_t code);
 // "DXT1" in quotes, the number of a numeric code, or hexadecimal where it is neither.
 std::string codeText(std::uint32_t code);
 
+// The same, a published number with its name: 20 D3DFMT_R8G8B8.
+std::string namedCode(std::uint32_t code);
+
 // 71 BC1_UNORM, or the number alone.
 std::string dxgiText(std::uint32_t dxgiFormat);
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "explain/contents.h"
 #include "explain/dx10Header.h"
@@ -36,7 +37,7 @@ void stateLinearSize(DDS_HEADER& header, std::uint64_t bytes) {
     header.dwPitchOrLinearSize = bytes > UINT32_MAX ? 0 : static_cast<std::uint32_t>(bytes);
 }
 
-// A header of pixel rows states no linear size.
+// A header of pixel rows states no linear size, but the length of a row.
 void stateRows(DDS_HEADER& header, std::uint64_t rowBytes) {
     if ((header.dwFlags & DDSD_LINEARSIZE) == 0) return;
     header.dwFlags = (header.dwFlags & ~DDSD_LINEARSIZE) | DDSD_PITCH;
@@ -163,18 +164,44 @@ DDS_HEADER_DXT10 dx10HeaderOf(const DDS_HEADER& header, std::uint32_t dxgi) {
             isCube ? D3D10_RESOURCE_MISC_TEXTURECUBE : 0, 1, 0};
 }
 
+// Puts a DX10 header behind a legacy one.
+void nameByDxgi(Draft& draft, std::uint32_t dxgi) {
+    DDS_HEADER& header = headerOf(draft);
+    nameByCode(header.ddspf, dx10Code);
+    draft.facts.dx10Header = dx10HeaderOf(header, dxgi);
+    moveData(draft, sizeof(DdsFileHeader), factBytes);
+}
+
 std::string signedData(Draft& draft) {
     DDS_HEADER& header = headerOf(draft);
     for (const SignedFormat& row : signedFormats()) {
         if (!isSigned(draft, row)) continue;
-        nameByCode(header.ddspf, dx10Code);
+        nameByDxgi(draft, row.dxgi);
         stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
-        draft.facts.dx10Header = dx10HeaderOf(header, row.dxgi);
-        moveData(draft, sizeof(DdsFileHeader), factBytes);
         return textOf("The pixel format, ", row.name, ", becomes a DX10 header, 20 bytes of DXGI ", dxgiText(row.dxgi),
                       ".");
     }
     return {};
+}
+
+std::string codeOfDxgi(Draft& draft) {
+    DDS_HEADER& header = headerOf(draft);
+    for (const CodeOfDxgi& row : codesOfDxgi()) {
+        if (!hasCause(draft, Cause::unknownCode) || header.ddspf.dwFourCC != row.code) continue;
+        const Format& format = *findDxgi(row.dxgi);
+        nameByDxgi(draft, row.dxgi);
+        if (format.blockBytes == 0) stateRows(header, std::uint64_t{format.bytesPerPixel} * header.dwWidth);
+        return textOf("The pixel format, code ", namedCode(row.code), ", becomes a DX10 header, 20 bytes of DXGI ",
+                      dxgiText(row.dxgi), ".");
+    }
+    return {};
+}
+
+std::string dxgiOfDepth(Draft& draft) {
+    std::uint32_t& dxgi = draft.facts.dx10Header.dxgiFormat;
+    const std::uint32_t same = hasCause(draft, Cause::dxgiRejected) ? dxgiOfSameValues(dxgi) : 0;
+    if (same == 0) return {};
+    return textOf("The DXGI format, ", dxgiText(std::exchange(dxgi, same)), ", becomes ", dxgiText(same), ".");
 }
 
 std::string luminanceAsRed(Draft& draft) {
@@ -230,10 +257,113 @@ std::string linearSizeTooLarge(Draft& draft) {
                   stated, ".");
 }
 
+// What follows changes the picture.
+
+// The code of the pixels, or 0.
+std::uint32_t undecodedCode(const Draft& draft) {
+    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
+    return hasCause(draft, Cause::unknownCode)    ? format.dwFourCC
+           : hasCause(draft, Cause::nothingNamed) ? codeOfBumpMap(format)
+                                                  : 0;
+}
+
+std::optional<Conversion> conversionOf(const Draft& draft) {
+    if (hasCause(draft, Cause::dxgiRejected) || hasCause(draft, Cause::dxgiTooLarge))
+        return Conversion::ofDxgi(draft.facts.dx10Header.dxgiFormat);
+    const std::uint32_t code = undecodedCode(draft);
+    return code == 0 ? std::nullopt : Conversion::ofCode(code);
+}
+
+bool hasPixels(const Draft& draft) {
+    const DDS_HEADER& header = draft.facts.header.header;
+    return header.dwWidth != 0 && header.dwHeight != 0 && !isSideTooLarge(header.dwWidth, header.dwHeight);
+}
+
+struct ConvertedSize {
+    std::uint64_t pictures;  // that are whole
+    std::uint64_t bytes;     // that they become
+};
+
+ConvertedSize convertedSize(const SurfaceLayout& layout) {
+    ConvertedSize size{};
+    size.pictures = forEachWholeSurface(layout, [&](const Surface& surface) {
+        const std::uint64_t rowBytes = layout.conversion->convertedRowBytes(surface.width);
+        const std::uint64_t more = saturatingProduct(rowBytes, surface.height);
+        size.bytes = more > UINT64_MAX - size.bytes ? UINT64_MAX : size.bytes + more;
+    });
+    return size;
+}
+
+// Names what the pixels become, and returns the words for it.
+std::string nameConverted(Draft& draft, std::uint32_t dxgi) {
+    DDS_HEADER& header = headerOf(draft);
+    const Format& format = *findDxgi(dxgi);
+    const bool isDx10 = draft.verdict.loader == Loader::dx10;
+    const bool isFloat = layoutRow(format.layout).isFloat;
+    const std::string words =
+        isDx10 || isFloat ? "DXGI " + dxgiText(dxgi) : useMasks(header, *findNamedMasks("D3DFMT_A8R8G8B8"));
+    if (isDx10) draft.facts.dx10Header.dxgiFormat = dxgi;
+    if (!isDx10 && isFloat) nameByDxgi(draft, dxgi);
+    header.dwFlags &= ~DDSD_LINEARSIZE;
+    if ((header.dwFlags & DDSD_PITCH) != 0)
+        stateLinearSize(header, std::uint64_t{format.bytesPerPixel} * header.dwWidth);
+    return words;
+}
+
+std::string pixelsConverted(Draft& draft) {
+    const auto conversion = hasPixels(draft) ? conversionOf(draft) : std::nullopt;
+    if (!conversion) return {};
+    const SurfaceLayout layout = surfaceLayout(draft.facts, draft.verdict, conversion);
+    const ConvertedSize size = convertedSize(layout);
+    if (size.pictures == 0) return {};
+    const std::uint64_t before = draft.facts.fileBytes - draft.dataStart;
+    const std::uint32_t code = undecodedCode(draft);
+    const std::string name =
+        code == 0 ? "DXGI " + dxgiText(draft.facts.dx10Header.dxgiFormat) : "code " + namedCode(code);
+    const std::string target = nameConverted(draft, conversion->dxgi());
+    draft.converted = layout;
+    draft.facts.fileBytes = UINT64_MAX;  // enough for any header
+    const std::uint64_t headers = headerBytes(draft.facts).size();
+    draft.facts.fileBytes = size.bytes > UINT64_MAX - headers ? UINT64_MAX : headers + size.bytes;
+    std::string sentence = textOf("The pixels, ", name, ", become ", target, ": ", conversion->words(), "; ", before,
+                                  " bytes of data become ", size.bytes);
+    if (size.pictures < layout.count)
+        sentence += textOf("; of ", layout.count, " pictures ", size.pictures, " are whole and kept");
+    return sentence + ".";
+}
+
+std::string swizzledText(const SwizzledCode& row) {
+    constexpr const char* channels[] = {"red", "green", "blue", "alpha"};
+    const std::string_view holds = row.holds;
+    if (holds == "-GBR")
+        return "red and alpha come out exchanged: alpha is the picture's red, which hosts show as transparency, and "
+               "red is "
+               "what stands in its place";
+    if (holds == "GR--") return "red and green come out exchanged";
+    std::string text;
+    for (std::size_t i = 0; i < holds.size(); ++i) {
+        const std::size_t held = std::string_view("RGBA").find(holds[i]);
+        if (held == i) continue;
+        const char* what = held == holds.npos ? "nothing of the picture" : channels[held];
+        text += textOf(text.empty() ? "" : ", ", channels[i], " is ", what);
+    }
+    return "the channels come out as they are stored: " + text;
+}
+
+std::string swizzledBlocks(Draft& draft) {
+    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
+    const SwizzledCode* row = hasCause(draft, Cause::unknownCode) ? findSwizzledCode(format.dwFourCC) : nullptr;
+    if (row == nullptr) return {};
+    nameByCode(format, row->decoded);
+    return textOf("The code ", codeText(row->code), " becomes ", codeText(row->decoded),
+                  ", whose blocks are the same; ", swizzledText(*row), ".");
+}
+
 // A row a fault. A mend may uncover the next fault.
 struct MendRow {
     const char* id;
     std::string (*mend)(Draft&);
+    bool isConversion = false;  // only made where that is asked for
 };
 constexpr MendRow mendRows[] = {
     {"flags-beside-code", flagsBesideCode},
@@ -242,17 +372,21 @@ constexpr MendRow mendRows[] = {
     {"code-of-luminance", codeOfLuminance},
     {"dxgi-of-masks", dxgiOfMasks},
     {"signed-data", signedData},
+    {"code-of-dxgi", codeOfDxgi},
+    {"dxgi-of-depth", dxgiOfDepth},
     {"luminance-as-red", luminanceAsRed},
     {"alpha-without-mask", alphaWithoutMask},
     {"linear-size-missing", linearSizeMissing},
     {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
+    {"swizzled-blocks", swizzledBlocks, true},
+    {"pixels-converted", pixelsConverted, true},
     {"linear-size-too-large", linearSizeTooLarge},
 };
 
 // Makes the first mend whose fault is there; false when there is none.
-bool mendOnce(Draft& draft) {
+bool mendOnce(Draft& draft, bool mayConvert) {
     for (const MendRow& row : mendRows) {
-        const std::string sentence = row.mend(draft);
+        const std::string sentence = row.isConversion && !mayConvert ? "" : row.mend(draft);
         if (sentence.empty()) continue;
         draft.mends.push_back({row.id, sentence});
         draft.verdict = judge(draft.facts);
@@ -261,23 +395,44 @@ bool mendOnce(Draft& draft) {
     return false;
 }
 
+Draft draftOf(const FileFacts& facts) {
+    return {facts, hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader), judge(facts), {}, {}};
+}
+
 }  // namespace
 
 bool Repair::helps() const {
     return startsAsDds(facts) && !mends.empty() && verdict.result == Result::decoded;
 }
 
-Repair repairOf(const FileFacts& facts) {
-    Draft draft{facts, hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader), judge(facts), {}};
+Repair repairOf(const FileFacts& facts, bool mayConvert) {
+    Draft draft = draftOf(facts);
     if (draft.verdict.result == Result::refused) return draft;
     // No fault is there a second time, so that there are at most as many mends as rows.
-    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft)) {
+    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft, mayConvert)) {
     }
     return draft;
 }
 
+std::string conversionObstacle(const FileFacts& facts) {
+    const Draft draft = draftOf(facts);
+    if (draft.verdict.result != Result::black || !startsAsDds(facts) || !hasPixels(draft)) return {};
+    const auto conversion = conversionOf(draft);
+    if (!conversion) return {};
+    const DDS_HEADER& header = facts.header.header;
+    const std::uint64_t needed = conversion->pictureBytes(header.dwWidth, header.dwHeight);
+    const std::uint64_t present = facts.fileBytes - draft.dataStart;
+    if (present >= needed) return {};
+    return textOf("It could be converted if its data were whole: ", present,
+                  " bytes follow the header, and a picture of ", header.dwWidth, " x ", header.dwHeight, " takes ",
+                  needed, ".");
+}
+
 const char* repairHint(const FileFacts& facts) {
-    return repairOf(facts).helps() ? " \"kpximage repair\" makes a copy that is decoded." : "";
+    if (repairOf(facts).helps()) return " \"kpximage repair\" makes a copy that is decoded.";
+    if (repairOf(facts, true).helps())
+        return " \"kpximage repair --convert\" makes another picture of it that is decoded.";
+    return "";
 }
 
 }  // namespace kpx

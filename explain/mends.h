@@ -1,11 +1,13 @@
 // Headers that lie, or call by another name what the reader knows, and how each fault is mended without touching the
-// pixel data.
+// pixel data; and pixels that can be had only by making others of them, or in another order.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "explain/causes.h"
+#include "explain/surfaces.h"
 
 namespace kpx {
 
@@ -15,12 +17,18 @@ struct Repair {
     std::uint64_t dataStart;    // where the pixel data starts in the file as it is
     Verdict verdict;            // on the mended file
     std::vector<Remark> mends;  // in the order in which they were made
+    // The pictures as they lie in the file, to be converted; none: the data stays as it is.
+    std::optional<SurfaceLayout> converted;
 
     // Whether the mended file is recognised and decoded, and the file as it is is not decoded, or wrongly.
     [[nodiscard]] bool helps() const;
 };
 
-Repair repairOf(const FileFacts& facts);
+// With mayConvert also what changes the picture, where nothing else is known.
+Repair repairOf(const FileFacts& facts, bool mayConvert = false);
+
+// Why a file cannot be converted of whose format that is known, without the file's name; empty where that is not so.
+std::string conversionObstacle(const FileFacts& facts);
 
 // A sentence for what is told of a black picture, after a space; empty where repair does not help.
 const char* repairHint(const FileFacts& facts);

@@ -10,6 +10,39 @@ constexpr LuminanceFormat luminance[] = {
     {50, DDPF_LUMINANCE, 8, {0xFF, 0, 0, 0}},
     {51, DDPF_LUMINANCE | DDPF_ALPHAPIXELS, 16, {0xFF, 0, 0, 0xFF00}},
     {81, DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}},
+    // Depth is grey, and four bits of luminance are colour whose masks are one.
+    {70, DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}},
+    {80, DDPF_LUMINANCE, 16, {0xFFFF, 0, 0, 0}},
+    {52, DDPF_RGB | DDPF_ALPHAPIXELS, 8, {0xF, 0xF, 0xF, 0xF0}},
+};
+
+// The codes of blocks are of writers that name BC6H and BC7 without a DX10 header; D3DFMT_CxV8U8 stores two signed
+// bytes, its third value is worked out.
+constexpr CodeOfDxgi underDx10[] = {
+    {82, 41}, {117, 51}, {fourCC("BC6H"), 95}, {fourCC("BC6S"), 96}, {fourCC("BC7L"), 98}, {fourCC("BC7\0"), 98},
+};
+
+struct SameValues {
+    std::uint32_t dxgi, decoded;
+};
+constexpr SameValues sameValues[] = {{40, 41}, {55, 56}};
+
+struct BumpMap {
+    std::uint32_t flag, bits;
+    Masks masks;
+    std::uint32_t code;
+};
+constexpr BumpMap bumpMaps[] = {
+    {DDPF_BUMPLUMINANCE, 16, {0x1F, 0x3E0, 0xFC00, 0}, 61},
+    {DDPF_BUMPLUMINANCE, 32, {0xFF, 0xFF00, 0xFF0000, 0}, 62},
+    {DDPF_BUMPDUDV, 32, {0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000}, 67},
+};
+
+constexpr SwizzledCode swizzled[] = {
+    {fourCC("RXGB"), fourCC("DXT5"), "-GBR"}, {fourCC("xGBR"), fourCC("DXT5"), "-GBR"},
+    {fourCC("RxBG"), fourCC("DXT5"), "R-BG"}, {fourCC("RBxG"), fourCC("DXT5"), "RB-G"},
+    {fourCC("xRBG"), fourCC("DXT5"), "-RBG"}, {fourCC("RGxB"), fourCC("DXT5"), "RG-B"},
+    {fourCC("xGxR"), fourCC("DXT5"), "-G-R"}, {fourCC("A2XY"), fourCC("ATI2"), "GR--"},
 };
 
 constexpr SignedFormat signedValues[] = {
@@ -66,6 +99,33 @@ std::span<const LuminanceFormat> luminanceFormats() {
 
 std::span<const SignedFormat> signedFormats() {
     return signedValues;
+}
+
+std::span<const CodeOfDxgi> codesOfDxgi() {
+    return underDx10;
+}
+
+std::uint32_t dxgiOfSameValues(std::uint32_t dxgiFormat) {
+    for (const SameValues& row : sameValues) {
+        if (row.dxgi == dxgiFormat) return row.decoded;
+    }
+    return 0;
+}
+
+std::uint32_t codeOfBumpMap(const DDS_PIXELFORMAT& format) {
+    const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
+    for (const BumpMap& row : bumpMaps) {
+        const bool isFlagged = (format.dwFlags & row.flag) != 0 && format.dwFourCC == 0;
+        if (isFlagged && format.dwRGBBitCount == row.bits && masks == row.masks) return row.code;
+    }
+    return 0;
+}
+
+const SwizzledCode* findSwizzledCode(std::uint32_t code) {
+    for (const SwizzledCode& row : swizzled) {
+        if (row.code == code) return &row;
+    }
+    return nullptr;
 }
 
 std::span<const SameData> sameDataRows() {

@@ -20,7 +20,7 @@ std::uint32_t flagsOfMasks(const Format& row);
 // The masks of a row. The table has one for the alpha of formats without alpha, which other readers would take for it.
 Masks masksOf(const Format& row);
 
-// Formats of luminance, which are read by DDPF_LUMINANCE and the number of bits, and not by their code.
+// Formats of luminance and depth, which are read by flags and the number of bits, and not by their code.
 struct LuminanceFormat {
     std::uint32_t code;
     std::uint32_t flags, bits;
@@ -37,6 +37,28 @@ struct SignedFormat {
     std::uint32_t dxgi;
 };
 std::span<const SignedFormat> signedFormats();
+
+// Codes that are not decoded, of data that is decoded under a DX10 header.
+struct CodeOfDxgi {
+    std::uint32_t code;
+    std::uint32_t dxgi;
+};
+std::span<const CodeOfDxgi> codesOfDxgi();
+
+// The DXGI format that has the values of another, which is not decoded; 0 where there is none.
+std::uint32_t dxgiOfSameValues(std::uint32_t dxgiFormat);
+
+// The number of a format that a legacy header names by flags and masks, of those that are not decoded by them; 0 where
+// it is none of them.
+std::uint32_t codeOfBumpMap(const DDS_PIXELFORMAT& format);
+
+// Blocks of a decoded code under another, with the channels in another order.
+struct SwizzledCode {
+    std::uint32_t code;
+    std::uint32_t decoded;
+    const char* holds;  // a letter a channel of what is decoded, red, green, blue and alpha: what it holds, or '-'
+};
+const SwizzledCode* findSwizzledCode(std::uint32_t code);
 
 // Legacy formats by their names, and the DXGI format of the same data, where the reader's table does not join the two
 // by a code.

@@ -6,7 +6,6 @@
 #include <iomanip>
 #include <sstream>
 
-#include "explain/mends.h"
 #include "reader/dataSize.h"
 
 namespace kpx {
@@ -56,6 +55,7 @@ std::uint32_t statedSize(const SurfaceLayout& layout, const Surface& surface) {
 }  // namespace
 
 std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t height) const {
+    if (conversion) return conversion->pictureBytes(width, height);
     const Format& format = *verdict.format;
     switch (verdict.decoder) {
         case Loader::compressed:
@@ -71,12 +71,13 @@ std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t hei
     }
 }
 
-SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict) {
+SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict,
+                            const std::optional<Conversion>& conversion) {
     Contents contents = contentsOf(facts, verdict);
     contents.levels = std::min(contents.levels, mostLevels(facts.header.header, contents.slices));
-    const bool hasPalette = verdict.decoder == Loader::palettised;
+    const bool hasPalette = verdict.decoder == Loader::palettised && !conversion;
     const std::uint64_t palette = hasPalette ? paletteBytes(*verdict.format) : 0;
-    return {facts, verdict, contents, headerBytes(facts).size(), palette, countOf(contents)};
+    return {facts, verdict, contents, headerBytes(facts).size(), palette, countOf(contents), conversion};
 }
 
 std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::function<void(const Surface&)>& visit) {

@@ -3,9 +3,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "explain/contents.h"
+#include "explain/conversion.h"
 
 namespace kpx {
 
@@ -15,20 +17,22 @@ struct Surface {
     std::uint64_t start, bytes;   // of its data in the file
 };
 
-// How a file is divided. Of a file whose format is known.
+// How a file is divided. Of a file whose format is known, or can be converted.
 struct SurfaceLayout {
     FileFacts facts;
     Verdict verdict;
-    Contents contents;           // with no more levels than halving the sides gives
-    std::uint64_t headerBytes;   // before all data
-    std::uint64_t paletteBytes;  // between the headers and the first picture; 0 where there is no palette
-    std::uint64_t count;         // of surfaces; no larger than the largest number
+    Contents contents;                     // with no more levels than halving the sides gives
+    std::uint64_t headerBytes;             // before all data
+    std::uint64_t paletteBytes;            // between the headers and the first picture; 0 where there is no palette
+    std::uint64_t count;                   // of surfaces; no larger than the largest number
+    std::optional<Conversion> conversion;  // of a format that is not decoded; none: the verdict knows the format
 
     // The data of a picture of this size; the largest number where it does not fit in one.
     [[nodiscard]] std::uint64_t surfaceBytes(std::uint32_t width, std::uint32_t height) const;
 };
 
-SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict);
+SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict,
+                            const std::optional<Conversion>& conversion = std::nullopt);
 
 // Visits the surfaces that the file supplies in full, in their order, and returns how many there are.
 std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::function<void(const Surface&)>& visit);

@@ -187,30 +187,31 @@ std::string normalMap(const Decoded& file) {
 
 struct SurpriseRow {
     const char* id;
+    Weight weight;
     std::string (*sentence)(const Decoded&);
 };
 constexpr SurpriseRow surpriseRows[] = {
-    {"rows-missing", rowsMissing},
-    {"rows-padded", rowsPadded},
-    {"no-pixels", noPixels},
-    {"huge-picture", hugePicture},
-    {"dx10-header-as-pixels", dx10HeaderAsPixels},
-    {"luminance-as-red", luminanceAsRed},
-    {"mask-empty", maskEmpty},
-    {"alpha-mask-zero", alphaMaskZero},
-    {"bit-count-too-small", bitCountTooSmall},
-    {"masks-reversed", masksReversed},
-    {"x-as-alpha", xAsAlpha},
-    {"premultiplied-divided", premultipliedDivided},
-    {"premultiplied-kept", premultipliedKept},
-    {"srgb-kept", srgbKept},
-    {"integer-as-normalised", integerAsNormalised},
-    {"typeless-as-unsigned", typelessAsNormalised},
-    {"signed-shifted", signedShifted},
-    {"signed-as-unsigned", signedAsUnsigned},
-    {"high-byte-only", highByteOnly},
-    {"blue-missing", blueMissing},
-    {"normal-map", normalMap},
+    {"rows-missing", Weight::fault, rowsMissing},
+    {"rows-padded", Weight::doubt, rowsPadded},
+    {"no-pixels", Weight::fault, noPixels},
+    {"huge-picture", Weight::doubt, hugePicture},
+    {"dx10-header-as-pixels", Weight::fault, dx10HeaderAsPixels},
+    {"luminance-as-red", Weight::fault, luminanceAsRed},
+    {"mask-empty", Weight::doubt, maskEmpty},
+    {"alpha-mask-zero", Weight::doubt, alphaMaskZero},
+    {"bit-count-too-small", Weight::doubt, bitCountTooSmall},
+    {"masks-reversed", Weight::doubt, masksReversed},
+    {"x-as-alpha", Weight::doubt, xAsAlpha},
+    {"premultiplied-divided", Weight::fact, premultipliedDivided},
+    {"premultiplied-kept", Weight::doubt, premultipliedKept},
+    {"srgb-kept", Weight::fact, srgbKept},
+    {"integer-as-normalised", Weight::fact, integerAsNormalised},
+    {"typeless-as-unsigned", Weight::fact, typelessAsNormalised},
+    {"signed-shifted", Weight::fact, signedShifted},
+    {"signed-as-unsigned", Weight::fault, signedAsUnsigned},
+    {"high-byte-only", Weight::fact, highByteOnly},
+    {"blue-missing", Weight::doubt, blueMissing},
+    {"normal-map", Weight::doubt, normalMap},
 };
 
 }  // namespace
@@ -226,7 +227,7 @@ std::vector<Remark> surprisesOf(const FileFacts& facts, const Verdict& verdict) 
     const Decoded file{facts, verdict, facts.header.header, loadedPixelFormat(facts)};
     for (const SurpriseRow& row : surpriseRows) {
         const std::string sentence = row.sentence(file);
-        if (!sentence.empty()) surprises.push_back({row.id, sentence});
+        if (!sentence.empty()) surprises.push_back({row.id, sentence, row.weight});
     }
     return surprises;
 }

@@ -72,20 +72,34 @@ protected:
     }
     static std::string nameOf(std::size_t i) { return std::to_string(1000 + i) + ".dds"; }
 
-    // Mends a file and gives what has become of it. What is told are the changes that explain has announced.
+    // Mends a file and gives what has become of it. What is told are the changes that explain has announced. Mended in
+    // its place it has the same bytes, and undone its own again.
     [[nodiscard]] std::string mended(const std::string& name, const json& explained) const {
-        const RunResult result = run("repair " + name + " mended");
+        const Bytes before = readFile(at(name));
+        const std::string answer = repaired("mended", name, explained["mends"], "");
+        EXPECT_EQ(dataOf(readFile(at("mended"))), dataOf(before));
+        EXPECT_EQ(run("repair --in-place " + name).status, 0) << name;
+        EXPECT_EQ(readFile(at(name)), readFile(at("mended"))) << name;
+        const Bytes kept = readFile(at(name + ".header"));
+        EXPECT_TRUE(kept.size() <= before.size() && std::equal(kept.begin(), kept.end(), before.begin())) << name;
+        EXPECT_EQ(run("repair --undo " + name).status, 0) << name;
+        EXPECT_EQ(readFile(at(name)), before) << name;
+        EXPECT_FALSE(fs::exists(at(name + ".header")));
+        return answer;
+    }
+
+    [[nodiscard]] std::string repaired(const char* label, const std::string& name, const json& changes,
+                                       const std::string& option) const {
+        const RunResult result = run("repair " + option + name + " mended");
         EXPECT_EQ(result.status, 0) << result.err;
         std::string announced;
-        for (const json& mend : explained["mends"])
-            announced += name + ": " + mend["sentence"].get<std::string>() + "\n";
+        for (const json& change : changes) announced += name + ": " + change["sentence"].get<std::string>() + "\n";
         EXPECT_EQ(result.out, announced);
-        EXPECT_EQ(dataOf(readFile(at("mended"))), dataOf(readFile(at(name))));
         EXPECT_EQ(run("repair mended again").err, "kpximage: mended: has nothing to mend: it is decoded as it is\n");
         const std::string answer = answersIn(run("explain mended").out).at(0);
-        return std::string(indent) + "  mended    " + pixelOf(at(name)) + " becomes " + pixelOf(at("mended")) + "\n" +
-               indent + "            " + lineOf(answer, "format") + "\n" + indent + "            " +
-               lineOf(answer, "declared") + "\n";
+        return std::string(indent) + "  " + label + std::string(10 - std::strlen(label), ' ') + pixelOf(at(name)) +
+               " becomes " + pixelOf(at("mended")) + "\n" + indent + "            " + lineOf(answer, "format") + "\n" +
+               indent + "            " + lineOf(answer, "declared") + "\n";
     }
 
     // Why there is no mend, but for a file that needs none.
@@ -105,10 +119,12 @@ protected:
 
 // The JSON and the text have the same facts.
 void expectAlike(const json& explained, const std::string& answer) {
-    for (const auto& [kind, start] : {std::pair{"causes", "why       "}, {"surprises", "note      "}, {"mends", ""}}) {
+    for (const auto& [kind, start] :
+         {std::pair{"causes", "why       "}, {"surprises", "note      "}, {"mends", ""}, {"conversions", ""}}) {
         for (const json& remark : explained[kind])
             EXPECT_NE(answer.find(start + remark["sentence"].get<std::string>() + "\n"), answer.npos) << answer;
     }
+    EXPECT_TRUE(answer.starts_with(indent + explained["summary"].get<std::string>() + "\n")) << answer;
     const std::string format = lineOf(answer, "format");
     if (format.empty()) return;
     const json &header = explained["header"], &picture = explained["picture"];
@@ -143,10 +159,12 @@ TEST_F(Explain, SaysOfEachFileWhatWasAgreedOn) {
         std::string answer = answers[i].substr(0, hasFacts ? std::string::npos : answers[i].find("      format"));
         EXPECT_TRUE(readsLikeModel(describedFile(entries[i].question)));
         std::string ids;
-        for (const char* kind : {"causes", "surprises", "mends"})
+        for (const char* kind : {"causes", "surprises", "mends", "conversions"})
             for (const json& remark : explained[kind]) ids += " " + remark["id"].get<std::string>();
         if (!ids.empty()) answer += std::string(indent) + "  ids      " + ids + "\n";
         answer += explained["mends"].empty() ? notMended(nameOf(i)) : mended(nameOf(i), explained);
+        if (!explained["conversions"].empty())
+            answer += repaired("converted", nameOf(i), explained["conversions"], "--convert ");
         fs::remove(at("mended"));
         entries[i].answer = answer;
     }
@@ -176,9 +194,9 @@ TEST_F(Explain, NamesWhatIsNoDdsFileAsTheOtherCommandsDo) {
 TEST_F(Explain, JsonFollowsTheSchema) {
     const std::string explained = run("explain --json *.dds nowhere").out;
     const std::string told = run("info --json *.dds nowhere").out;
-    EXPECT_EQ(linesOf(explained).size(), entries.size() + 1);
-    EXPECT_EQ(linesOf(told).size(), entries.size() + 1);
-    file("lines", explained + told);
+    const std::string reported = run("repair --json --dry-run --convert nowhere *.dds").out;
+    for (const std::string& text : {explained, told, reported}) EXPECT_EQ(linesOf(text).size(), entries.size() + 1);
+    file("lines", explained + told + reported);
     // The interpreter that Debian's packages are for.
     const std::string validate =
         "/usr/bin/python3 -W ignore -m jsonschema " KPX_SOURCE_DIR "/docs/kpximage.schema.json -i ";

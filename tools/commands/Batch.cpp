@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -21,7 +22,14 @@
 namespace kpx::tool {
 namespace {
 
-using Work = std::function<Outcome(const InputFile&)>;
+using Work = std::function<FileResult(const InputFile&)>;
+
+// What files are counted as.
+struct Count {
+    Outcome outcome;
+    std::string what;
+    auto operator<=>(const Count&) const = default;
+};
 
 // Hands the files out to the threads, and gathers what becomes of them.
 class Batch {
@@ -39,7 +47,7 @@ private:
     void workOnFiles();
     void workOnFileInTurn(size_t i);
     void tellInTurn(size_t i, Actions actions);
-    void finishOne(Outcome outcome);
+    void workOn(const InputFile& file);
     void stop(std::exception_ptr error);
     [[nodiscard]] std::string count() const;
 
@@ -49,7 +57,9 @@ private:
     const bool m_hasProgress;
     std::atomic<size_t> m_next{0};
     std::mutex m_mutex;  // of what follows
-    size_t m_done = 0, m_black = 0, m_failed = 0;
+    size_t m_finished = 0;
+    Outcome m_worst = Outcome::done;
+    std::map<Count, size_t> m_counts;
     std::exception_ptr m_error;  // the first that ends the run
 
     size_t m_jobs = 1;
@@ -66,7 +76,7 @@ void Batch::workOnFiles() {
             if (m_jobs > 1)
                 workOnFileInTurn(i);
             else
-                finishOne(workOnFile(m_files[i].path, [&] { return m_work(m_files[i]); }));
+                workOn(m_files[i]);
         } catch (...) {
             stop(std::current_exception());
         }
@@ -76,7 +86,7 @@ void Batch::workOnFiles() {
 void Batch::workOnFileInTurn(size_t i) {
     Turn turn;
     try {
-        finishOne(workOnFile(m_files[i].path, [&] { return m_work(m_files[i]); }));
+        workOn(m_files[i]);
     } catch (...) {
         stop(std::current_exception());
     }
@@ -101,10 +111,18 @@ void Batch::tellInTurn(size_t i, Actions actions) {
     m_turnChanged.notify_all();
 }
 
-void Batch::finishOne(Outcome outcome) {
+void Batch::workOn(const InputFile& file) {
+    FileResult result(Outcome::failed);
+    const Outcome outcome = workOnFile(file.path, [&] {
+        result = m_work(file);
+        return result.outcome;
+    });
+    const char* usual = outcome == Outcome::done ? "done" : outcome == Outcome::fallback ? "black" : "failed";
     const std::lock_guard lock(m_mutex);
-    ++(outcome == Outcome::done ? m_done : outcome == Outcome::fallback ? m_black : m_failed);
-    if (m_hasProgress) showProgress(textOf(m_done + m_black + m_failed, " of ", m_files.size(), " files"));
+    ++m_finished;
+    ++m_counts[{outcome, result.counted == nullptr ? usual : result.counted}];
+    m_worst = worse(m_worst, outcome);
+    if (m_hasProgress) showProgress(textOf(m_finished, " of ", m_files.size(), " files"));
 }
 
 void Batch::stop(std::exception_ptr error) {
@@ -116,13 +134,14 @@ void Batch::stop(std::exception_ptr error) {
 std::string Batch::count() const {
     std::string text = textOf(m_files.size(), " files:");
     const char* separator = " ";
-    const auto add = [&](size_t number, const char* what) {
-        if (number > 0) text += textOf(separator, number, " ", what);
-        if (number > 0) separator = ", ";
-    };
-    add(m_done, "done");
-    add(m_black, "black");
-    add(m_failed, "failed");
+    // The good, the black and the failed, whatever the values of the outcomes.
+    for (const Outcome outcome : {Outcome::done, Outcome::fallback, Outcome::failed}) {
+        for (const auto& [count, number] : m_counts) {
+            if (count.outcome != outcome) continue;
+            text += textOf(separator, number, " ", count.what);
+            separator = ", ";
+        }
+    }
     return text;
 }
 
@@ -143,7 +162,7 @@ Outcome Batch::run(unsigned jobs) {
     if (m_hasProgress) showProgress("");
     if (m_error != nullptr) std::rethrow_exception(m_error);
     if (m_hasCount) tell(count());
-    return m_failed > 0 ? Outcome::failed : m_black > 0 ? Outcome::fallback : Outcome::done;
+    return m_worst;
 }
 
 // Files of one name are worked on one after the other where it matters which is first.

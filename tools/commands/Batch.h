@@ -22,11 +22,18 @@ struct BatchOptions {
     void addTo(CLI::App& command, const std::string& verb);
 };
 
+// What became of a file, and what it is counted as.
+struct FileResult {
+    FileResult(Outcome end, const char* what = nullptr) : outcome(end), counted(what) {}
+
+    Outcome outcome;
+    const char* counted;  // null: done, black or failed, as the outcome is
+};
+
 // Does the work on every file that the paths mean, on as many threads as there are jobs; what it tells in turn comes in
-// the order of the files. A failure is told under the
-// file's name and the others are still done, except for a UsageError and Interrupted, which end the run and are thrown
-// on. Returns the worst outcome.
+// the order of the files. A failure is told under the file's name and the others are still done, except for a
+// UsageError and Interrupted, which end the run and are thrown on. Returns the worst outcome.
 Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options,
-                 const std::function<Outcome(const InputFile&)>& work);
+                 const std::function<FileResult(const InputFile&)>& work);
 
 }  // namespace kpx::tool

@@ -13,15 +13,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isToFolder(const ConversionRequest& request) {
-    std::error_code error;
-    if (fs::is_directory(request.output(), error)) return true;
-    const std::vector<std::string> inputs = request.inputs();
-    const bool isMany = inputs.size() > 1 || fs::is_directory(inputs.front(), error);
-    if (isMany || request.output().ends_with('/')) {
-        throw UsageError(request.output() + " is not a folder");
-    }
-    return false;
+// The extension of a name without its dot.
+std::string extensionOf(const std::string& name) {
+    const std::string extension = fs::path(name).extension().string();
+    return extension.empty() ? extension : extension.substr(1);
 }
 
 const OutputFormat& knownFormat(const std::string& extension, const std::string& output) {
@@ -51,7 +46,7 @@ Adjustments adjustmentsOf(const ConversionRequest& request) {
 
 Conversion::Conversion(const host::Plugin& plugin, const ConversionRequest& request)
     : m_request(request),
-      m_isToFolder(isToFolder(request)),
+      m_places(request.inputs(), request.output(), outputFormat(extensionOf(request.output())) != nullptr),
       m_adjustments(adjustmentsOf(request)),
       m_settings{plugin, request.exposure, exrValues(request.exr), pngEffort(request.png), {}} {
     chooseFormat();
@@ -60,13 +55,12 @@ Conversion::Conversion(const host::Plugin& plugin, const ConversionRequest& requ
 }
 
 void Conversion::chooseFormat() {
-    if (m_isToFolder) {
+    if (m_places.isFolder()) {
         if (!m_request.format.empty()) m_format = outputFormat(m_request.format);
         return;
     }
     if (!m_request.format.empty()) throw UsageError("--format goes with a folder; a file's name states its format");
-    const std::string extension = fs::path(m_request.output()).extension().string();
-    m_format = &knownFormat(extension.empty() ? extension : extension.substr(1), m_request.output());
+    m_format = &knownFormat(extensionOf(m_request.output()), m_request.output());
 }
 
 void Conversion::checkOptions() const {
@@ -102,24 +96,12 @@ const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
     return *outputFormat(source.layout().isFloat && !m_request.exposure ? "exr" : "png");
 }
 
-void Conversion::claim(const std::string& output) {
-    const std::lock_guard lock(m_mutex);
-    if (m_outputs.insert(output).second) return;
-    throw FileError("would overwrite " + output + ", just made of another input of the same name");
-}
-
-// What lies below a folder comes to lie below the output folder in the same way.
 std::string Conversion::outputPath(const InputFile& input, const OutputFormat& format) {
-    fs::path output = m_request.output();
-    if (m_isToFolder) {
-        output /= fs::path(input.folder) / (fs::path(input.path).stem().string() + "." + std::string(format.extension));
-    }
+    const std::string output = m_places.of(input, format.extension);
     std::error_code error;
     if (fs::equivalent(input.path, output, error)) throw FileError("would be overwritten by its own conversion");
-    claim(output.string());
-    // Where the folder cannot be made, neither can the file in it, which is told.
-    if (m_isToFolder && !input.folder.empty()) fs::create_directories(output.parent_path(), error);
-    return output.string();
+    m_places.claim(output);
+    return output;
 }
 
 Outcome Conversion::convert(const InputFile& input) {

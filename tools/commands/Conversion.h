@@ -1,12 +1,11 @@
 // The conversion of one or more images into a file or a folder.
 #pragma once
 
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "tools/files/OutputPlaces.h"
 #include "tools/files/inputFiles.h"
 #include "tools/pictures/AdjustedSource.h"
 #include "tools/pictures/OutputFormat.h"
@@ -47,15 +46,12 @@ private:
     void chooseOptions();
     [[nodiscard]] const OutputFormat& formatFor(const PixelSource& source) const;
     std::string outputPath(const InputFile& input, const OutputFormat& format);
-    void claim(const std::string& output);
 
     const ConversionRequest& m_request;
-    bool m_isToFolder;
+    OutputPlaces m_places;
     Adjustments m_adjustments;
     const OutputFormat* m_format = nullptr;  // null: by what each image is
     OutputSettings m_settings;
-    std::mutex m_mutex;
-    std::set<std::string> m_outputs;  // so far; under the mutex
 };
 
 }  // namespace kpx::tool

@@ -6,6 +6,7 @@
 #include "explain/flagNames.h"
 #include "explain/formatNames.h"
 #include "explain/otherFile.h"
+#include "explain/summary.h"
 #include "explain/text.h"
 #include "tools/commands/commands.h"
 #include "tools/terminal/console.h"
@@ -64,12 +65,14 @@ void printHowItIsRead(const Explanation& file) {
 }
 
 void printText(const std::string& name, const Explanation& file) {
-    constexpr const char* headlines[] = {"is decoded", "comes out as a 64 x 64 black picture", "is refused"};
-    std::cout << printable(name) << ": " << headlines[static_cast<int>(file.verdict.result)] << "\n";
+    std::cout << printable(name) << ": " << summaryOf(file) << "\n";
     for (const Remark& cause : file.causes) printLine("why", cause.sentence);
     for (const Remark& surprise : file.surprises) printLine("note", surprise.sentence);
     if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy with these changes:");
     for (const Remark& mend : file.mends) printLine("", mend.sentence);
+    if (!file.conversions.empty())
+        printLine("convert", "\"kpximage repair --convert\" makes a copy with these changes:");
+    for (const Remark& conversion : file.conversions) printLine("", conversion.sentence);
     // Of another format, the fields of a header are none.
     if (file.verdict.result == Result::refused || !otherFileText(file.facts).empty()) return;
     printWhatItIs(file);

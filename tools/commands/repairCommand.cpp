@@ -1,55 +1,229 @@
-// kpximage repair: a copy of a DDS file whose header says the same picture in a form that is decoded.
+// kpximage repair: copies of DDS files, or the files themselves, in a form that is decoded; and the way back.
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
 
+#include "explain/text.h"
+#include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
+#include "tools/files/OutputPlaces.h"
+#include "tools/files/inPlaceRepair.h"
 #include "tools/files/repairFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/json.h"
+#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 namespace {
 
+namespace fs = std::filesystem;
+
 struct Arguments {
-    std::string input, output;
+    std::vector<std::string> paths;
     bool isDryRun = false;
+    bool isInPlace = false;
+    bool isUndo = false;
+    bool mayConvert = false;
+    bool json = false;
+    BatchOptions batch;
 };
 
-Outcome outcomeOf(RepairResult result) {
-    constexpr Outcome outcomes[] = {Outcome::done, Outcome::failed, Outcome::fallback, Outcome::failed};
-    return outcomes[static_cast<std::size_t>(result)];
+bool isFolder(const std::string& path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
 }
 
-Outcome repair(const Arguments& arguments) {
-    const RepairReport report =
-        arguments.isDryRun ? reportRepair(arguments.input) : repairFile(arguments.input, arguments.output);
-    for (const Remark& mend : report.mends) std::cout << printable(arguments.input) << ": " << mend.sentence << "\n";
-    if (!report.reason.empty()) tell(arguments.input, report.reason);
-    return outcomeOf(report.result);
+// With --dry-run the output may be left out: a file that is there is then one of the inputs.
+bool namesOutput(const Arguments& arguments) {
+    if (arguments.isInPlace || arguments.isUndo || arguments.paths.size() < 2) return false;
+    std::error_code error;
+    return !arguments.isDryRun || !fs::is_regular_file(arguments.paths.back(), error);
+}
+
+void check(const Arguments& arguments) {
+    if (arguments.mayConvert && (arguments.isInPlace || arguments.isUndo))
+        throw UsageError("--convert changes pixels, which could not be undone: name an output");
+    if (arguments.isInPlace && arguments.isUndo) throw UsageError("--undo is in place already: leave out --in-place");
+    const bool needsOutput = !arguments.isDryRun && !arguments.isInPlace && !arguments.isUndo;
+    if (needsOutput && arguments.paths.size() < 2) throw UsageError("OUT is required, or --dry-run or --in-place");
+}
+
+// A line of the report of a dry run.
+struct Row {
+    std::string result, file, remarks;
+};
+
+class Repairs {
+public:
+    explicit Repairs(const Arguments& arguments)
+        : m_arguments(arguments), m_inputs(arguments.paths), m_hasOutput(namesOutput(arguments)) {
+        if (m_hasOutput) m_inputs.pop_back();
+        m_isSingle = m_inputs.size() == 1 && !isFolder(m_inputs.front());
+        if (m_hasOutput) {
+            const std::string& output = arguments.paths.back();
+            m_places.emplace(m_inputs, output, fs::path(output).extension() == ".dds");
+        }
+    }
+
+    Outcome run();
+
+private:
+    FileResult workOn(const InputFile& file);
+    FileResult repair(const InputFile& file);
+    FileResult undo(const InputFile& file);
+    RepairReport repaired(const InputFile& file, const std::string& output);
+    void show(const std::string& file, const std::string& output, const RepairReport& report);
+    void addRow(std::string result, const std::string& file, std::string remarks);
+    void printRows() const;
+
+    const Arguments& m_arguments;
+    std::vector<std::string> m_inputs;
+    bool m_hasOutput;
+    bool m_isSingle;  // one file, which was named itself
+    std::optional<OutputPlaces> m_places;
+    std::vector<Row> m_rows;  // added in turn
+};
+
+std::string idsOf(const std::vector<Remark>& remarks) {
+    std::string ids;
+    for (const Remark& remark : remarks) ids += (ids.empty() ? "" : ", ") + remark.id;
+    return ids;
+}
+
+Outcome Repairs::run() {
+    BatchOptions options = m_arguments.batch;
+    options.isQuiet = options.isQuiet || m_isSingle;
+    // A file may come under two names, of which links are one.
+    if (m_arguments.isInPlace || m_arguments.isUndo) options.jobs = 1;
+    const Outcome outcome = runBatch(m_inputs, options, [&](const InputFile& file) { return workOn(file); });
+    printRows();
+    if (m_arguments.isDryRun && m_hasOutput && m_places->isFolder() && !options.isQuiet)
+        tell("nothing has been written to " + m_arguments.paths.back() + ", as of --dry-run");
+    return outcome;
+}
+
+FileResult Repairs::workOn(const InputFile& file) {
+    const auto work = [&] { return m_arguments.isUndo ? undo(file) : repair(file); };
+    try {
+        return m_arguments.json ? withFailureAsJson(file.path, work) : work();
+    } catch (const OutputError& error) {
+        tell(m_hasOutput ? m_places->of(file) : file.path, error.what());
+    } catch (const FileError& error) {
+        addRow("failed", file.path, error.what());
+        throw;
+    }
+    return Outcome::failed;
+}
+
+RepairReport Repairs::repaired(const InputFile& file, const std::string& output) {
+    if (m_arguments.isDryRun) return reportRepair(file.path, m_arguments.mayConvert);
+    if (m_arguments.isInPlace) return repairInPlace(file.path);
+    RepairReport report = reportRepair(file.path, m_arguments.mayConvert);
+    if (!report.helps()) return report;
+    m_places->claim(output);
+    return repairFile(file.path, output, m_arguments.mayConvert);
+}
+
+FileResult Repairs::repair(const InputFile& file) {
+    const std::string output = m_hasOutput ? m_places->of(file) : "";
+    const RepairReport report = repaired(file, output);
+    show(file.path, output, report);
+    switch (report.result) {
+        case RepairResult::mended:
+            return {Outcome::done, "mended"};
+        case RepairResult::converted:
+            return {Outcome::done, "converted"};
+        case RepairResult::nothingToMend:
+            return m_isSingle ? FileResult(Outcome::failed) : FileResult(Outcome::done, "with nothing to mend");
+        case RepairResult::black:
+            return Outcome::fallback;
+        case RepairResult::refused:
+            break;
+    }
+    return Outcome::failed;
+}
+
+void Repairs::show(const std::string& file, const std::string& output, const RepairReport& report) {
+    const bool isFine = report.result == RepairResult::nothingToMend;
+    const bool isTable = m_arguments.isDryRun && !m_isSingle;
+    if (m_arguments.json)
+        printJson(repairAsJson(file, m_arguments.isDryRun ? "" : m_arguments.isInPlace ? file : output, report));
+    else if (isTable && !isFine)
+        addRow(
+            nameOf(report.result), file,
+            idsOf(report.helps() ? report.mends : report.causes) + (report.isConvertible ? " (--convert helps)" : ""));
+    else if (!isTable)
+        for (const Remark& mend : report.mends) print(printable(file) + ": " + mend.sentence + "\n");
+    if (!report.helps() && (m_isSingle || !isFine)) tell(file, report.reason);
+}
+
+FileResult Repairs::undo(const InputFile& file) {
+    const bool isUndone = undoRepair(file.path, m_arguments.isDryRun) == UndoResult::undone;
+    if (m_arguments.json) printJson({{"file", file.path}, {"result", isUndone ? "undone" : "nothing-to-undo"}});
+    if (isUndone) {
+        if (!m_arguments.json)
+            print(printable(file.path) + ": gets back its earlier header, which was kept in " +
+                  keptHeaderPath(file.path) + "\n");
+        return {Outcome::done, "undone"};
+    }
+    if (m_isSingle) tell(file.path, "has nothing to undo: there is no " + keptHeaderPath(file.path));
+    return m_isSingle ? FileResult(Outcome::failed) : FileResult(Outcome::done, "with nothing to undo");
+}
+
+void Repairs::addRow(std::string result, const std::string& file, std::string remarks) {
+    if (!m_arguments.isDryRun || m_isSingle || m_arguments.json) return;
+    inTurn([this, row = Row{std::move(result), printable(file), std::move(remarks)}] { m_rows.push_back(row); });
+}
+
+void Repairs::printRows() const {
+    if (m_rows.empty()) return;
+    std::size_t resultWidth = 0, fileWidth = 0;
+    const Row heading{"RESULT", "FILE", "MENDS, OR WHY NOT"};
+    std::vector<Row> rows = {heading};
+    rows.insert(rows.end(), m_rows.begin(), m_rows.end());
+    for (const Row& row : rows) {
+        resultWidth = std::max(resultWidth, row.result.size());
+        fileWidth = std::max(fileWidth, row.file.size());
+    }
+    const auto padded = [](const std::string& text, std::size_t width) {
+        return text + std::string(width - text.size() + 2, ' ');
+    };
+    for (const Row& row : rows)
+        print(padded(row.result, resultWidth) + padded(row.file, fileWidth) + row.remarks + "\n");
 }
 
 Outcome run(const Arguments& arguments) {
-    if (arguments.output.empty() && !arguments.isDryRun) throw UsageError("OUT is required, or --dry-run");
-    return workOnFile(arguments.input, [&] {
-        try {
-            return repair(arguments);
-        } catch (const OutputError& error) {
-            tell(arguments.output, error.what());
-            return Outcome::failed;
-        }
-    });
+    check(arguments);
+    return Repairs(arguments).run();
 }
 
 }  // namespace
 
 void addRepairCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand(
-        "repair", "Copy a DDS file that comes out black or wrong with a header that is read well, its data untouched");
+    CLI::App* command = app.add_subcommand("repair",
+                                           "Copy DDS files that come out black or wrong with a header that is read "
+                                           "well, their data untouched; or mend them "
+                                           "where they are");
     auto arguments = std::make_shared<Arguments>();
-    command->add_option("IN", arguments->input, "File to mend")->required();
-    command->add_option("OUT", arguments->output, "Mended copy; may be left out with --dry-run");
+    command
+        ->add_option("FILE", arguments->paths,
+                     "Files to mend, or folders of .dds files, then the output: a file, or a folder for those that are "
+                     "mended; with --in-place and --undo there is none, with --dry-run it may be left out")
+        ->required();
     command->add_flag("--dry-run", arguments->isDryRun, "Say what would be changed and write nothing");
+    command->add_flag("--convert", arguments->mayConvert,
+                      "Also make other pixels of those that are not decoded, as 8-bit BGRA or 32-bit floats");
+    command->add_flag("--in-place", arguments->isInPlace,
+                      "Mend the files themselves, and keep the old header of each beside it, as FILE.header");
+    command->add_flag("--undo", arguments->isUndo, "Put back the headers that --in-place has kept");
+    command->add_flag("--json", arguments->json, "Print one JSON object a line");
+    arguments->batch.isPrinting = true;
+    arguments->batch.isNaming = true;
+    arguments->batch.addTo(*command, "mend");
     command->footer(
-        "Exit status: 1 as well where there is nothing to mend, 3 where the file is black and no mend is known.");
+        "Of a single file: exit status 1 as well where there is nothing to mend or to undo. 3: a file is black and no "
+        "mend is known.");
     command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
 }
 

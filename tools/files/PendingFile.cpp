@@ -98,6 +98,10 @@ bool PendingFile::takeDestination() {
     return true;
 }
 
+void PendingFile::flushToDisk() const {
+    if (fsync(m_descriptor) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
+}
+
 void PendingFile::commit() {
     stopIfInterrupted();
     if (!takeDestination()) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));

@@ -19,6 +19,10 @@ public:
     // By which the file is opened until it is committed; it exists and is empty.
     [[nodiscard]] const std::string& path() const { return m_path; }
 
+    // Waits until what was written is on the disk, where the file takes the place of another that is the only one.
+    // Throws OutputError.
+    void flushToDisk() const;
+
     // Gives the file its name, in place of an earlier file. Throws OutputError, or Interrupted after a signal.
     void commit();
 

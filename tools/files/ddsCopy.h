@@ -1,10 +1,12 @@
-// Files made of a new header and of data copied from another file.
+// Files made of a new header and of data copied from another file, or converted from it.
 #pragma once
 
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "explain/surfaces.h"
 
 namespace kpx::tool {
 
@@ -18,6 +20,13 @@ struct ByteRange {
 // OutputError of the file.
 void writeParts(const std::string& source, std::span<const ByteRange> ranges, std::span<const unsigned char> header,
                 const std::string& path);
+
+// The same with the source's whole pictures, converted by the layout's conversion.
+void writeConverted(const std::string& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
+                    const std::string& path);
+
+// Throws OutputError where the destination is the source.
+void checkIsNotInput(const std::string& source, const std::string& destination);
 
 // Writes the header and then the ranges of the source to the destination, which appears whole or not at all. Throws
 // FileError of the source and OutputError of the destination.

@@ -2,13 +2,12 @@
 #include "tools/files/repairFile.h"
 
 #include "explain/otherFile.h"
+#include "tools/files/PendingFile.h"
 #include "tools/files/ddsCopy.h"
 #include "tools/terminal/explanationJson.h"
 
 namespace kpx::tool {
 namespace {
-
-constexpr const char* resultNames[] = {"mended", "nothing-to-mend", "black", "refused"};
 
 std::string nothingText(const FileFacts& facts) {
     const std::string other = otherFileText(facts);
@@ -16,43 +15,84 @@ std::string nothingText(const FileFacts& facts) {
     return startsAsDds(facts) ? "has nothing to mend: it is decoded as it is" : "does not start with \"DDS\"";
 }
 
-RepairReport reportOf(const FileFacts& facts) {
-    Repair repair = repairOf(facts);
-    if (repair.helps()) {
-        std::vector<Remark> mends = repair.mends;
-        return {RepairResult::mended, std::move(mends), "", std::move(repair)};
-    }
+RepairReport helpful(RepairResult result, const FileFacts& facts, Repair repair) {
+    std::vector<Remark> mends = repair.mends;
+    return {result, std::move(mends), "", {}, false, facts, std::move(repair)};
+}
+
+// Of a file of which neither mends nor a conversion make one that is decoded.
+RepairReport unhelpful(const FileFacts& facts, Repair repair) {
     // A mend that would make a decoded picture black is none.
     const bool isDecoded = judge(facts).result == Result::decoded;
     if (isDecoded || repair.verdict.result == Result::decoded)
-        return {RepairResult::nothingToMend, {}, nothingText(facts), std::move(repair)};
-    const std::string why = causeText(repair.facts, repair.verdict);
-    if (repair.verdict.result == Result::refused)
-        return {RepairResult::refused, {}, "cannot be mended. " + why, std::move(repair)};
-    return {RepairResult::black, {}, "cannot be mended and comes out as a black picture. " + why, std::move(repair)};
+        return {startsAsDds(facts) ? RepairResult::nothingToMend : RepairResult::refused,
+                {},
+                nothingText(facts),
+                {},
+                false,
+                facts,
+                std::move(repair)};
+    const bool isBlack = repair.verdict.result == Result::black;
+    std::string reason = isBlack ? "cannot be mended and comes out as a black picture. " : "cannot be mended. ";
+    reason += causeText(repair.facts, repair.verdict);
+    const std::string obstacle = conversionObstacle(facts);
+    if (!obstacle.empty()) reason += " " + obstacle;
+    std::vector<Remark> causes = causesOf(repair.facts, repair.verdict);
+    return {isBlack ? RepairResult::black : RepairResult::refused,
+            {},
+            reason,
+            std::move(causes),
+            false,
+            facts,
+            std::move(repair)};
 }
 
 }  // namespace
 
-RepairReport reportRepair(const std::string& input) {
-    return reportOf(readFacts(input));
+const char* nameOf(RepairResult result) {
+    constexpr const char* names[] = {"mended", "converted", "nothing-to-mend", "black", "refused"};
+    return names[static_cast<std::size_t>(result)];
 }
 
-RepairReport repairFile(const std::string& input, const std::string& output) {
+RepairReport reportRepair(const std::string& input, bool mayConvert) {
     const FileFacts facts = readFacts(input);
-    RepairReport report = reportOf(facts);
-    if (report.result != RepairResult::mended) return report;
-    const ByteRange data{report.repair.dataStart, facts.fileBytes - report.repair.dataStart};
-    writeCopy(input, {&data, 1}, headerBytes(report.repair.facts), output);
+    Repair repair = repairOf(facts);
+    if (repair.helps()) return helpful(RepairResult::mended, facts, std::move(repair));
+    Repair conversion = repairOf(facts, true);
+    if (!conversion.helps()) return unhelpful(facts, std::move(repair));
+    if (mayConvert) return helpful(RepairResult::converted, facts, std::move(conversion));
+    RepairReport report = unhelpful(facts, std::move(repair));
+    report.reason += repairHint(facts);
+    report.isConvertible = true;
+    return report;
+}
+
+void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path) {
+    const Repair& repair = report.repair;
+    const std::vector<unsigned char> header = headerBytes(repair.facts);
+    if (repair.converted) return writeConverted(input, *repair.converted, header, path);
+    const ByteRange data{repair.dataStart, report.facts.fileBytes - repair.dataStart};
+    writeParts(input, {&data, 1}, header, path);
+}
+
+RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert) {
+    RepairReport report = reportRepair(input, mayConvert);
+    if (!report.helps()) return report;
+    checkIsNotInput(input, output);
+    PendingFile pending(output);
+    writeRepaired(input, report, pending.path());
+    pending.commit();
     return report;
 }
 
 Json repairAsJson(const std::string& input, const std::string& output, const RepairReport& report) {
     Json object = {{"file", input},
-                   {"result", resultNames[static_cast<std::size_t>(report.result)]},
-                   {"mends", remarksAsJson(report.mends)}};
+                   {"result", nameOf(report.result)},
+                   {"mends", remarksAsJson(report.mends)},
+                   {"causes", remarksAsJson(report.causes)},
+                   {"convertible", report.isConvertible}};
     if (!report.reason.empty()) object["reason"] = report.reason;
-    if (!output.empty() && report.result == RepairResult::mended) object["output"] = output;
+    if (!output.empty() && report.helps()) object["output"] = output;
     return object;
 }
 

@@ -10,25 +10,40 @@
 
 namespace kpx::tool {
 
+// What becomes of a file; nameOf gives the word for it in JSON.
 enum class RepairResult : std::uint8_t {
-    mended,
+    mended,         // its header alone
+    converted,      // the picture too, as was asked for
     nothingToMend,  // it is decoded as it is, or no file of the plug-in's format
     black,          // comes out black, and no mend is known
     refused,        // cannot be opened, and no mend is known
 };
 
+const char* nameOf(RepairResult result);
+
 struct RepairReport {
     RepairResult result;
-    std::vector<Remark> mends;  // in the order in which they are made; none unless mended
-    std::string reason;         // why it is not mended, without the file's name; empty where it is
+    std::vector<Remark> mends;   // in the order in which they are made; none unless helps
+    std::string reason;          // why it is not mended, without the file's name; empty where it is
+    std::vector<Remark> causes;  // why it is not decoded after all; none where helps
+    bool isConvertible = false;  // only if that may be; the reason says so
+    FileFacts facts;             // of the file as it is
     Repair repair;
+
+    // Whether a copy can be made that is decoded.
+    [[nodiscard]] bool helps() const { return reason.empty(); }
 };
 
-// What repair makes of a file; nothing is written. Throws FileError where the file cannot be read.
-RepairReport reportRepair(const std::string& input);
+// What repair makes of a file; nothing is written. The picture is converted only where that may be and nothing else
+// helps. Throws FileError where the file cannot be read.
+RepairReport reportRepair(const std::string& input, bool mayConvert = false);
 
-// Writes the mended copy, if there is to be one. Throws FileError of the input and OutputError of the output.
-RepairReport repairFile(const std::string& input, const std::string& output);
+// Writes the repaired file, of a report that helps, into one that exists. Throws FileError of the input and OutputError
+// of the path.
+void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path);
+
+// Writes the repaired copy, if there is to be one; it appears whole or not at all. Throws as writeRepaired.
+RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert = false);
 
 // The line of `repair --json`. An empty output is none.
 Json repairAsJson(const std::string& input, const std::string& output, const RepairReport& report);

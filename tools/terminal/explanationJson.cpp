@@ -3,6 +3,7 @@
 
 #include "explain/contents.h"
 #include "explain/formatNames.h"
+#include "explain/summary.h"
 
 namespace kpx::tool {
 
@@ -51,10 +52,12 @@ Json pictureAsJson(const Verdict& verdict) {
 
 Json explanationAsJson(const std::string& name, const Explanation& file) {
     Json object = {{"file", name},
+                   {"summary", summaryOf(file)},
                    {"verdict", resultName(file.verdict.result)},
                    {"causes", remarksAsJson(file.causes)},
                    {"surprises", remarksAsJson(file.surprises)},
                    {"mends", remarksAsJson(file.mends)},
+                   {"conversions", remarksAsJson(file.conversions)},
                    {"fileBytes", file.facts.fileBytes}};
     if (file.verdict.result == Result::refused) return object;
     object["bytesPresent"] = file.verdict.bytesPresent;

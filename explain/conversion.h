@@ -1,0 +1,48 @@
+// Pixels of formats that are not decoded, made into pixels that are, by the published formulas. Pure functions over the
+// bytes of one picture.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "explain/fileFacts.h"
+
+namespace kpx {
+
+struct FieldFormat;
+struct YuvFormat;
+
+// What a format of a table becomes: floats of as many channels as it has fields, or 8-bit BGRA.
+class Conversion {
+public:
+    // None where the format is not one of the tables, or is decoded.
+    static std::optional<Conversion> ofDxgi(std::uint32_t dxgiFormat);
+    static std::optional<Conversion> ofCode(std::uint32_t code);
+
+    // The DXGI format of the pixels made: 41, 16, 6 or 2 for one to four 32-bit floats, 87 for BGRA.
+    [[nodiscard]] std::uint32_t dxgi() const;
+    // What is done to the values and what is lost, a clause.
+    [[nodiscard]] std::string words() const;
+
+    // The data of a picture as it is; the largest number where it does not fit in one.
+    [[nodiscard]] std::uint64_t pictureBytes(std::uint32_t width, std::uint32_t height) const;
+    [[nodiscard]] std::uint64_t convertedRowBytes(std::uint32_t width) const;
+
+    // Row y, 0 being the first in the file, of a picture whose data is all there. converted has convertedRowBytes.
+    void convertRow(std::span<const unsigned char> picture, std::uint32_t width, std::uint32_t height, std::uint32_t y,
+                    std::span<unsigned char> converted) const;
+
+private:
+    Conversion(const FieldFormat* fields, const YuvFormat* yuv) : m_fields(fields), m_yuv(yuv) {}
+
+    template <typename IsWanted>
+    static std::optional<Conversion> find(IsWanted isWanted);
+
+    // One of them is null.
+    const FieldFormat* m_fields;
+    const YuvFormat* m_yuv;
+};
+
+}  // namespace kpx

@@ -1,0 +1,59 @@
+// The line is put together of what the other files of this folder have found.
+#include "explain/summary.h"
+
+#include <algorithm>
+
+#include "explain/otherFile.h"
+#include "explain/text.h"
+
+namespace kpx {
+namespace {
+
+std::string whatItIs(const Explanation& file) {
+    const DDS_HEADER& header = file.facts.header.header;
+    const std::string more = contentsText(file.contents);
+    const std::string format = formatName(file);
+    return textOf(header.dwWidth, " x ", header.dwHeight, ", ", format == "none" ? "no format named" : format, more.empty() ? "" : ", ", more, ". ");
+}
+
+std::string mendText(const Explanation& file) {
+    if (!file.mends.empty()) return "\"kpximage repair\" mends it.";
+    if (!file.conversions.empty()) return "\"kpximage repair --convert\" makes another picture of it.";
+    return {};
+}
+
+std::string decodedText(const Explanation& file) {
+    Weight weight = Weight::fact;
+    for (const Remark& surprise : file.surprises) weight = std::max(weight, surprise.weight);
+    const std::string mend = mendText(file);
+    if (!mend.empty()) return "It is decoded, but looks wrong: " + mend;
+    if (weight == Weight::fault) return "It is decoded, but looks wrong: the notes say why.";
+    if (weight == Weight::doubt) return "It is decoded, and may look wrong: the notes say why.";
+    if (!file.surprises.empty()) return "It is decoded and comes out right; the notes say how its values are read.";
+    return "It is decoded and comes out right: there is nothing to do.";
+}
+
+std::string blackText(const Explanation& file) {
+    const std::string mend = mendText(file);
+    return textOf("It comes out as a 64 x 64 black picture: ",
+                  mend.empty() ? textOf("no mend is known; ", adviceOn(file.verdict), ".") : mend);
+}
+
+}  // namespace
+
+std::string summaryOf(const Explanation& file) {
+    const std::string other = otherFileText(file.facts);
+    if (!other.empty()) return textOf("No DDS file: it ", other, ".");
+    switch (file.verdict.result) {
+        case Result::refused:
+            return textOf("It is refused: ", adviceOn(file.verdict), ".");
+        case Result::black:
+            return whatItIs(file) + blackText(file);
+        case Result::decoded:
+            break;
+    }
+    if (!startsAsDds(file.facts)) return "No DDS file: it does not start with \"DDS\".";
+    return whatItIs(file) + decodedText(file);
+}
+
+}  // namespace kpx
