@@ -300,7 +300,7 @@ std::string nameConverted(Draft& draft, std::uint32_t dxgi) {
     const Format& format = *findDxgi(dxgi);
     const bool isDx10 = draft.verdict.loader == Loader::dx10;
     const bool isFloat = layoutRow(format.layout).isFloat;
-    const std::string words =
+    std::string words =
         isDx10 || isFloat ? "DXGI " + dxgiText(dxgi) : useMasks(header, *findNamedMasks("D3DFMT_A8R8G8B8"));
     if (isDx10) draft.facts.dx10Header.dxgiFormat = dxgi;
     if (!isDx10 && isFloat) nameByDxgi(draft, dxgi);

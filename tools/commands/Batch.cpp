@@ -25,11 +25,7 @@ namespace {
 using Work = std::function<FileResult(const InputFile&)>;
 
 // What files are counted as.
-struct Count {
-    Outcome outcome;
-    std::string what;
-    auto operator<=>(const Count&) const = default;
-};
+using Count = std::pair<Outcome, std::string>;
 
 // Hands the files out to the threads, and gathers what becomes of them.
 class Batch {
@@ -137,8 +133,8 @@ std::string Batch::count() const {
     // The good, the black and the failed, whatever the values of the outcomes.
     for (const Outcome outcome : {Outcome::done, Outcome::fallback, Outcome::failed}) {
         for (const auto& [count, number] : m_counts) {
-            if (count.outcome != outcome) continue;
-            text += textOf(separator, number, " ", count.what);
+            if (count.first != outcome) continue;
+            text += textOf(separator, number, " ", count.second);
             separator = ", ";
         }
     }

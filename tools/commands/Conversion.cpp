@@ -97,7 +97,7 @@ const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
 }
 
 std::string Conversion::outputPath(const InputFile& input, const OutputFormat& format) {
-    const std::string output = m_places.of(input, format.extension);
+    std::string output = m_places.of(input, format.extension);
     std::error_code error;
     if (fs::equivalent(input.path, output, error)) throw FileError("would be overwritten by its own conversion");
     m_places.claim(output);

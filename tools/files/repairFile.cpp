@@ -10,7 +10,7 @@ namespace kpx::tool {
 namespace {
 
 std::string nothingText(const FileFacts& facts) {
-    const std::string other = otherFileText(facts);
+    std::string other = otherFileText(facts);
     if (!other.empty()) return other;
     return startsAsDds(facts) ? "has nothing to mend: it is decoded as it is" : "does not start with \"DDS\"";
 }
