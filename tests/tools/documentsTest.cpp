@@ -79,7 +79,7 @@ TEST_F(Documents, HaveEveryCommandAndOption) {
     for (const char* part :
          {".SH EXIT STATUS\n.TP\n\\fB0", "\\fB3\\fR\n", ".SH ENVIRONMENT", "KPX_PLUGIN_PATH", "KPX_CATALOG",
           ".SH SEARCH ORDER", "beside the program", "From 1 to 1024. By default 128.", "From \\-64 to 64.",
-          "[\\fICOMMAND\\fR]\n", "nothing to mend or to undo", "\\-slice000.dds", ".SH EXAMPLES\n.TP\n"}) {
+          "[\\fICOMMAND\\fR]\n", "nothing to mend or to undo", "\\-slice000.dds", ".SH SEE ALSO\n", "guide.md\n"}) {
         EXPECT_TRUE(has(manual, part)) << part;
     }
     for (const std::string& command : commands()) {

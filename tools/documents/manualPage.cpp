@@ -39,14 +39,6 @@ constexpr Row variables[] = {
     {"LC_ALL, LC_MESSAGES, LANG", "The language of messages."},
 };
 
-constexpr Row examples[] = {
-    {"kpximage info textures", "The sizes and channels of all files in a folder."},
-    {"kpximage convert a.dds b.dds pictures",
-     "Pictures of two files in a folder that is there: PNG, or OpenEXR for floats."},
-    {"kpximage convert hdr.dds hdr.png --exposure 0", "A PNG of floats."},
-    {"kpximage explain a.dds", "What a file is, and why it looks as it does."},
-};
-
 // Text in which nothing is a request or an escape.
 std::string roff(std::string_view text) {
     std::string result;
@@ -140,8 +132,7 @@ void writeManualPage(std::ostream& out, const ProgramFacts& program) {
     out << ".SH SEARCH ORDER\nThe plug-in is the first of these; " << bold("kpximage formats")
         << " says which was taken and why.\n";
     writeRows(out, searchOrder);
-    out << ".SH EXAMPLES\n";
-    writeRows(out, examples);
+    out << ".SH SEE ALSO\nA guide by question, with examples and what they print: " << roff(KPX_GUIDE) << "\n";
 }
 
 }  // namespace kpx::tool
