@@ -20,10 +20,21 @@ if(KPX_TOOL)
 endif()
 
 find_program(GZIP gzip REQUIRED)
+# Debian's changelog says the version and the day of CHANGELOG.md.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
+file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## ${PROJECT_VERSION}, [0-9-]+$" LIMIT_COUNT 1)
+if(NOT heading)
+  message(FATAL_ERROR "CHANGELOG.md has no line \"## ${PROJECT_VERSION}, YYYY-MM-DD\".")
+endif()
+string(REGEX REPLACE ".*, " "" changeDay "${heading}")
+execute_process(COMMAND date -u -R -d ${changeDay} OUTPUT_VARIABLE changeDate OUTPUT_STRIP_TRAILING_WHITESPACE
+  COMMAND_ERROR_IS_FATAL ANY)
+set(plainChangelog ${CMAKE_BINARY_DIR}/packages/changelog)
+configure_file(${PROJECT_SOURCE_DIR}/packaging/changelog.in ${plainChangelog} @ONLY)
+
 set(changelog ${CMAKE_BINARY_DIR}/packages/changelog.Debian.gz)
-add_custom_command(OUTPUT ${changelog} DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog
-  COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/packages
-  COMMAND ${GZIP} -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog >${changelog})
+add_custom_command(OUTPUT ${changelog} DEPENDS ${plainChangelog}
+  COMMAND ${GZIP} -9nc ${plainChangelog} >${changelog})
 add_custom_target(kpx_changelog ALL DEPENDS ${changelog})
 
 # kpx_package(COMPONENT PACKAGE SECTION SUMMARY DESCRIPTION): what only a package of Debian has is left out of a plain

@@ -1,0 +1,46 @@
+#!/bin/bash
+# Makes a release of the commit that is checked out: the source archive and the Debian packages, in build/release or the
+# folder that is named; release.sh [--archive] [FOLDER]. Both are checked from an empty folder: what the archive holds is
+# built and tested there, and the packages are made of it. With --archive the archive alone is made, and what it holds is
+# configured, not built. The version is the one of CMakeLists.txt.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+fail() { echo "$*" >&2; exit 1; }
+
+onlyArchive=
+if [ "${1:-}" = --archive ]; then
+    onlyArchive=yes
+    shift
+fi
+folder=$(realpath -m "${1:-build/release}")
+version=$(sed -n 's/^project(KPXDDS VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
+name=kpxdds-$version
+
+grep -qE "^## $version, [0-9]{4}-[0-9]{2}-[0-9]{2}$" CHANGELOG.md || fail "CHANGELOG.md has no line \"## $version, YYYY-MM-DD\""
+[ "$(grep -m 1 '^## ' CHANGELOG.md | tr -d '#,' | awk '{ print $1 }')" = "$version" ] || fail "CHANGELOG.md starts with another version"
+[ -z "$(git status --porcelain)" ] || fail "There are changes that are not committed"
+
+# The same bytes for the same commit: git takes times from it, gzip writes none.
+archive() { git archive --format=tar --prefix="$name/" HEAD | gzip -9n; }
+
+scripts/install-packages.sh packages
+rm -rf "$folder"
+mkdir -p "$folder"
+archive >"$folder/$name.tar.gz"
+archive | cmp - "$folder/$name.tar.gz" || fail "The archive is not the same twice"
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+tar -xzf "$folder/$name.tar.gz" -C "$work"
+cd "$work/$name"
+if [ -n "$onlyArchive" ]; then
+    cmake --preset release >"$work/log" 2>&1 || { cat "$work/log"; fail "What the archive holds cannot be configured"; }
+else
+    scripts/test.sh
+    scripts/test-packages.sh build
+    cp build/packages/*.deb "$folder"
+fi
+cd "$folder"
+sha256sum -- * >SHA256SUMS
+echo "Release $version in $folder:"
+cat SHA256SUMS
