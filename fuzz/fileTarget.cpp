@@ -1,11 +1,43 @@
 // A whole file: header rules, open and scanlines. Claims that reader, verdict and model agree on everything: results,
-// sizes, what is printed, and the pixels, whatever the heap held before and whichever kernels run.
+// sizes, what is printed, and the pixels, whatever the heap held before and whichever kernels run; that what repair
+// makes of the file is decoded, needs no repair, and is as long as is said.
 #include <malloc.h>
 
+#include "explain/mends.h"
+#include "explain/summary.h"
 #include "fuzz/target.h"
 #include "tests/support/likeModel.h"
 
 const bool fuzz::inputsAreBlocks = false;
+
+namespace {
+
+// The bytes that the file's pictures become, each converted from memory that holds nothing else.
+std::uint64_t convertedBytes(std::span<const unsigned char> file, const kpx::SurfaceLayout& layout) {
+    std::uint64_t bytes = 0;
+    kpx::forEachWholeSurface(layout, [&](const kpx::Surface& surface) {
+        const auto data = file.subspan(surface.start, surface.bytes);
+        const std::vector<unsigned char> picture(data.begin(), data.end());
+        std::vector<unsigned char> row(layout.conversion->convertedRowBytes(surface.width));
+        for (std::uint32_t y = 0; y < surface.height; ++y)
+            layout.conversion->convertRow(picture, surface.width, surface.height, y, row);
+        bytes += row.size() * surface.height;
+    });
+    return bytes;
+}
+
+void checkRepair(std::span<const unsigned char> file, bool mayConvert) {
+    const kpx::FileFacts facts = kpx::factsOf(file, file.size());
+    const kpx::Repair repair = kpx::repairOf(facts, mayConvert);
+    if (!repair.helps()) return;
+    fuzz::claim(kpx::judge(repair.facts).result == kpx::Result::decoded, "what is mended is decoded");
+    fuzz::claim(kpx::repairOf(repair.facts, mayConvert).mends.empty(), "what is mended needs no mend");
+    const std::uint64_t data =
+        repair.converted ? convertedBytes(file, *repair.converted) : file.size() - repair.dataStart;
+    fuzz::claim(repair.facts.fileBytes == kpx::headerBytes(repair.facts).size() + data, "the size is the one told");
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const fuzz::MemoryFile file;
@@ -19,5 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     mallopt(M_PERTURB, 0x55);
     const testing::AssertionResult result = testing_support::readsLikeModel(file.path(), bytes, kernels, mostPixels);
     fuzz::claim(result, result.message());
+    for (const bool mayConvert : {false, true}) checkRepair(bytes, mayConvert);
+    fuzz::claim(!kpx::summaryOf(kpx::explain(file.path())).empty(), "there is something to say");
     return 0;
 }

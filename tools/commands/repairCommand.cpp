@@ -91,6 +91,12 @@ std::string idsOf(const std::vector<Remark>& remarks) {
     return ids;
 }
 
+// Of UTF-8.
+std::size_t charactersIn(const std::string& text) {
+    const auto isFirst = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isFirst));
+}
+
 Outcome Repairs::run() {
     BatchOptions options = m_arguments.batch;
     options.isQuiet = options.isQuiet || m_isSingle;
@@ -183,11 +189,11 @@ void Repairs::printRows() const {
     std::vector<Row> rows = {heading};
     rows.insert(rows.end(), m_rows.begin(), m_rows.end());
     for (const Row& row : rows) {
-        resultWidth = std::max(resultWidth, row.result.size());
-        fileWidth = std::max(fileWidth, row.file.size());
+        resultWidth = std::max(resultWidth, charactersIn(row.result));
+        fileWidth = std::max(fileWidth, charactersIn(row.file));
     }
     const auto padded = [](const std::string& text, std::size_t width) {
-        return text + std::string(width - text.size() + 2, ' ');
+        return text + std::string(width - charactersIn(text) + 2, ' ');
     };
     for (const Row& row : rows)
         print(padded(row.result, resultWidth) + padded(row.file, fileWidth) + row.remarks + "\n");
