@@ -21,6 +21,7 @@ struct Remark {
     std::string id;
     std::string sentence;
     Weight weight = Weight::fault;
+    const char* advice = "";  // what to do where no mend is known, a clause; empty where there is nothing
 };
 
 // None of a decoded file.

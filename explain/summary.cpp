@@ -13,7 +13,8 @@ std::string whatItIs(const Explanation& file) {
     const DDS_HEADER& header = file.facts.header.header;
     const std::string more = contentsText(file.contents);
     const std::string format = formatName(file);
-    return textOf(header.dwWidth, " x ", header.dwHeight, ", ", format == "none" ? "no format named" : format, more.empty() ? "" : ", ", more, ". ");
+    return textOf(header.dwWidth, " x ", header.dwHeight, ", ", format == "none" ? "no format named" : format,
+                  more.empty() ? "" : ", ", more, ". ");
 }
 
 std::string mendText(const Explanation& file) {
@@ -22,15 +23,22 @@ std::string mendText(const Explanation& file) {
     return {};
 }
 
+// The first of those that matter most.
+const Remark* worstOf(const std::vector<Remark>& remarks) {
+    const auto isBetter = [](const Remark& a, const Remark& b) { return a.weight < b.weight; };
+    const auto worst = std::max_element(remarks.begin(), remarks.end(), isBetter);
+    return worst == remarks.end() ? nullptr : &*worst;
+}
+
 std::string decodedText(const Explanation& file) {
-    Weight weight = Weight::fact;
-    for (const Remark& surprise : file.surprises) weight = std::max(weight, surprise.weight);
     const std::string mend = mendText(file);
     if (!mend.empty()) return "It is decoded, but looks wrong: " + mend;
-    if (weight == Weight::fault) return "It is decoded, but looks wrong: the notes say why.";
-    if (weight == Weight::doubt) return "It is decoded, and may look wrong: the notes say why.";
-    if (!file.surprises.empty()) return "It is decoded and comes out right; the notes say how its values are read.";
-    return "It is decoded and comes out right: there is nothing to do.";
+    const Remark* worst = worstOf(file.surprises);
+    if (worst == nullptr) return "It is decoded and comes out right: there is nothing to do.";
+    if (worst->weight == Weight::fact)
+        return "It is decoded and comes out right; the notes say how its values are read.";
+    return textOf("It is decoded, ", worst->weight == Weight::fault ? "but looks" : "and may look",
+                  " wrong, as the notes say", *worst->advice == '\0' ? "" : ": ", worst->advice, ".");
 }
 
 std::string blackText(const Explanation& file) {

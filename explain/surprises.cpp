@@ -189,29 +189,31 @@ struct SurpriseRow {
     const char* id;
     Weight weight;
     std::string (*sentence)(const Decoded&);
+    const char* advice = "";
 };
 constexpr SurpriseRow surpriseRows[] = {
-    {"rows-missing", Weight::fault, rowsMissing},
-    {"rows-padded", Weight::doubt, rowsPadded},
-    {"no-pixels", Weight::fault, noPixels},
-    {"huge-picture", Weight::doubt, hugePicture},
+    {"rows-missing", Weight::fault, rowsMissing, "get a whole copy of it"},
+    {"rows-padded", Weight::doubt, rowsPadded, "if it is sheared, export it without padded rows"},
+    {"no-pixels", Weight::fault, noPixels, "export it anew"},
+    {"huge-picture", Weight::doubt, hugePicture, "compare its size with what it should be"},
     {"dx10-header-as-pixels", Weight::fault, dx10HeaderAsPixels},
-    {"luminance-as-red", Weight::fault, luminanceAsRed},
-    {"mask-empty", Weight::doubt, maskEmpty},
-    {"alpha-mask-zero", Weight::doubt, alphaMaskZero},
-    {"bit-count-too-small", Weight::doubt, bitCountTooSmall},
-    {"masks-reversed", Weight::doubt, masksReversed},
-    {"x-as-alpha", Weight::doubt, xAsAlpha},
+    {"luminance-as-red", Weight::fault, luminanceAsRed, "take its red channel for grey"},
+    {"mask-empty", Weight::doubt, maskEmpty, "if colour is missing, export it anew"},
+    {"alpha-mask-zero", Weight::doubt, alphaMaskZero, "\"kpximage convert --opaque=all\" leaves alpha out"},
+    {"bit-count-too-small", Weight::doubt, bitCountTooSmall, "if it is garbled, export it anew"},
+    {"masks-reversed", Weight::doubt, masksReversed, "if red and blue are exchanged, export it anew"},
+    {"x-as-alpha", Weight::doubt, xAsAlpha, "\"kpximage convert --opaque\" leaves that alpha out"},
     {"premultiplied-divided", Weight::fact, premultipliedDivided},
-    {"premultiplied-kept", Weight::doubt, premultipliedKept},
+    {"premultiplied-kept", Weight::doubt, premultipliedKept,
+     "if its edges are dark, have it exported with straight alpha"},
     {"srgb-kept", Weight::fact, srgbKept},
     {"integer-as-normalised", Weight::fact, integerAsNormalised},
     {"typeless-as-unsigned", Weight::fact, typelessAsNormalised},
     {"signed-shifted", Weight::fact, signedShifted},
     {"signed-as-unsigned", Weight::fault, signedAsUnsigned},
     {"high-byte-only", Weight::fact, highByteOnly},
-    {"blue-missing", Weight::doubt, blueMissing},
-    {"normal-map", Weight::doubt, normalMap},
+    {"blue-missing", Weight::doubt, blueMissing, "\"kpximage convert --normal-z\" works blue out"},
+    {"normal-map", Weight::doubt, normalMap, "\"kpximage gallery\" shows its channels apart"},
 };
 
 }  // namespace
@@ -227,7 +229,7 @@ std::vector<Remark> surprisesOf(const FileFacts& facts, const Verdict& verdict) 
     const Decoded file{facts, verdict, facts.header.header, loadedPixelFormat(facts)};
     for (const SurpriseRow& row : surpriseRows) {
         const std::string sentence = row.sentence(file);
-        if (!sentence.empty()) surprises.push_back({row.id, sentence, row.weight});
+        if (!sentence.empty()) surprises.push_back({row.id, sentence, row.weight, row.advice});
     }
     return surprises;
 }
