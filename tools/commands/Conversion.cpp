@@ -3,8 +3,8 @@
 
 #include <filesystem>
 
-#include "tools/commands/pluginOptions.h"
 #include "tools/files/PendingFile.h"
+#include "tools/pictures/pluginOptions.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 

@@ -3,7 +3,7 @@
 #include "tools/commands/Conversion.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/exposureRange.h"
-#include "tools/commands/pluginChoice.h"
+#include "tools/pictures/pluginChoice.h"
 #include "tools/terminal/console.h"
 
 namespace kpx::tool {

@@ -6,7 +6,7 @@
 #include "explain/text.h"
 #include "reader/formatTable.h"
 #include "tools/commands/commands.h"
-#include "tools/commands/pluginChoice.h"
+#include "tools/pictures/pluginChoice.h"
 
 namespace kpx::tool {
 namespace {

@@ -6,8 +6,8 @@
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
-#include "tools/commands/pluginChoice.h"
 #include "tools/pictures/DdsSource.h"
+#include "tools/pictures/pluginChoice.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/json.h"
 

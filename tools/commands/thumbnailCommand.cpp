@@ -4,11 +4,11 @@
 #include <filesystem>
 
 #include "tools/commands/commands.h"
-#include "tools/commands/pluginChoice.h"
 #include "tools/files/PendingFile.h"
 #include "tools/files/fileUri.h"
 #include "tools/pictures/PixelSource.h"
 #include "tools/pictures/PngFile.h"
+#include "tools/pictures/pluginChoice.h"
 #include "tools/pictures/thumbnailPicture.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"

@@ -1,5 +1,5 @@
 // Options and values by their own names or their translations, in upper or lower case.
-#include "tools/commands/pluginOptions.h"
+#include "tools/pictures/pluginOptions.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,8 +1,7 @@
 // The places are tried in their order; the first that has the plug-in is it.
-#include "tools/commands/pluginChoice.h"
+#include "tools/pictures/pluginChoice.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <sstream>
 #include <vector>
 
@@ -25,36 +24,40 @@ struct Folder {
     const char* place;
 };
 
-std::vector<Folder> searchedFolders() {
+std::vector<Folder> searchedFolders(const Searcher& searcher) {
     std::vector<Folder> folders;
     std::istringstream list(environment("KPX_PLUGIN_PATH"));
     for (std::string folder; std::getline(list, folder, ':');) {
         // An empty element would be the current folder, which may be anybody's.
         if (!folder.empty()) folders.push_back({folder, "KPX_PLUGIN_PATH"});
     }
-    std::error_code error;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
-    folders.push_back({program, "beside the program"});
-    folders.push_back({(program / KPX_PLUGIN_DIR_FROM_PROGRAM).lexically_normal(), "the installed place"});
+    folders.push_back({searcher.folder, searcher.beside});
+    folders.push_back({(searcher.folder / searcher.installed).lexically_normal(), "the installed place"});
     folders.push_back({KPX_PLUGIN_DIR, "the installed place"});
     return folders;
 }
 
 }  // namespace
 
-PluginChoice choosePlugin(const std::string& option) {
+Searcher program() {
+    std::error_code error;
+    return {fs::read_symlink("/proc/self/exe", error).parent_path(), "beside the program", KPX_PLUGIN_DIR_FROM_PROGRAM,
+            "with --plugin or in KPX_PLUGIN"};
+}
+
+PluginChoice choosePlugin(const std::string& option, const Searcher& searcher) {
     // A bare file name would be searched for in the system's library folders.
     if (!option.empty()) return {fs::absolute(option), "--plugin"};
     const std::string named = environment("KPX_PLUGIN");
     if (!named.empty()) return {fs::absolute(named), "KPX_PLUGIN"};
     std::string missing;
-    for (const Folder& folder : searchedFolders()) {
+    for (const Folder& folder : searchedFolders(searcher)) {
         std::error_code error;
         const fs::path file = fs::absolute(folder.path / pluginFile);
         if (fs::exists(file, error)) return {file, folder.place};
         missing += (missing.empty() ? "" : ", ") + file.string();
     }
-    throw FileError("found no plug-in: there is none of " + missing + "; name one with --plugin or in KPX_PLUGIN");
+    throw FileError("found no plug-in: there is none of " + missing + "; name one " + searcher.naming);
 }
 
 std::unique_ptr<host::Plugin> loadPlugin(const std::string& option) {
