@@ -40,7 +40,15 @@ Function asFunction(void* symbol) {
     return reinterpret_cast<Function>(symbol);
 }
 
+// A plug-in looks for the services among the symbols that the whole process sees. Those of a program's libraries are;
+// those of a library that was itself loaded, as by a module of an interpreter, have to be made so.
+void exportServices() {
+    Dl_info self{};
+    if (dladdr(&protocolVersion, &self) != 0) dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
+}
+
 void* load(const std::string& path) {
+    exportServices();
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) throw HostError(std::string("cannot load the plug-in: ") + dlerror());
     return library;
