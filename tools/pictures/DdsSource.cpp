@@ -31,24 +31,24 @@ SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     traits.lacksBlue = isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed) ||
                        (verdict.decoder == Loader::uncompressed && loadedPixelFormat(facts).dwBBitMask == 0);
     traits.ignoresAlpha = isDxgi("X8_");
+    traits.isRed = verdict.colourChannels() == 1 && (facts.header.header.ddspf.dwFlags & DDPF_LUMINANCE) == 0;
     return traits;
 }
 
-// Whether the picture is the black one, which is told with its reason. By the rules of the reader; a plug-in that
-// decodes more shows a picture of another size.
-bool tellIfBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict,
-                 const host::ImageReader& reader) {
+std::string whyBlack(const FileFacts& facts, const Verdict& verdict) {
+    return "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts);
+}
+
+// Why the picture is the black one; empty where it is not. By the rules of the reader; a plug-in that decodes more
+// shows a picture of another size.
+std::string whyBlack(const FileFacts& facts, const Verdict& verdict, const host::ImageReader& reader) {
     constexpr int side = static_cast<int>(fallbackSide);
     const bool hasItsSize =
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
-    if (verdict.result == Result::black && hasItsSize) {
-        tellWhyBlack(path, facts, verdict);
-        return true;
-    }
+    if (verdict.result == Result::black && hasItsSize) return whyBlack(facts, verdict);
     // What the rules cannot foresee.
-    if (hasItsSize || reader.width() != side || reader.height() != side) return false;
-    tell(path, noMemoryMessage);
-    return true;
+    if (hasItsSize || reader.width() != side || reader.height() != side) return {};
+    return noMemoryMessage;
 }
 
 }  // namespace
@@ -61,13 +61,12 @@ void checkHasHeader(const FileFacts& facts) {
 
 void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict) {
     if (verdict.printed != nullptr) tell(path, verdict.printed);
-    tell(path, "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts));
+    tell(path, whyBlack(facts, verdict));
 }
 
-OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
+OpenedImage openThroughHost(const host::Plugin& plugin, const std::string& path) {
     std::unique_ptr<host::ImageReader> reader;
     try {
-        const StdoutSilence silence;
         reader = std::make_unique<host::ImageReader>(plugin, path);
     } catch (const host::HostError&) {
         // A plug-in quotes the system's last error even where a file is merely too short.
@@ -76,11 +75,22 @@ OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
     }
     const FileFacts facts = readFacts(path);
     const Verdict verdict = judge(facts);
-    const bool black = tellIfBlack(path, facts, verdict, *reader);
-    return {std::move(reader), verdict, black, traitsOf(facts, verdict)};
+    std::string why = whyBlack(facts, verdict, *reader);
+    const bool isBlack = !why.empty();
+    return {std::move(reader), verdict, isBlack, std::move(why), traitsOf(facts, verdict)};
 }
 
-DdsSource::DdsSource(const host::Plugin& plugin, const std::string& path) : m_image(openImage(plugin, path)) {
+OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
+    OpenedImage image = [&] {
+        const StdoutSilence silence;
+        return openThroughHost(plugin, path);
+    }();
+    if (image.isBlack && image.verdict.printed != nullptr) tell(path, image.verdict.printed);
+    if (image.isBlack) tell(path, image.why);
+    return image;
+}
+
+DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {
     const host::ImageReader& reader = *m_image.reader;
     m_layout = {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(), reader.isFloat()};
     if (m_layout.width < 1 || m_layout.height < 1) {

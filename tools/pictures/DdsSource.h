@@ -11,6 +11,7 @@ struct OpenedImage {
     std::unique_ptr<host::ImageReader> reader;
     Verdict verdict;  // that the headers lead to
     bool isBlack;     // the plug-in's stand-in for what it cannot decode
+    std::string why;  // it is, in a sentence without the file's name
     SourceTraits traits;
 };
 
@@ -20,19 +21,28 @@ void checkHasHeader(const FileFacts& facts);
 // Tells why the picture comes out black, under the file's name.
 void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict);
 
+// Opens the image and tells nothing; what the plug-in prints is the caller's to silence. Throws FileError or
+// host::HostError.
+OpenedImage openThroughHost(const host::Plugin& plugin, const std::string& path);
+
 // Opens the image while standard output is silent; why the picture is black is told under the file's name. Throws
 // FileError or host::HostError.
 OpenedImage openImage(const host::Plugin& plugin, const std::string& path);
 
 class DdsSource : public PixelSource {
 public:
-    DdsSource(const host::Plugin& plugin, const std::string& path);
+    // Throws FileError where the image has no pixels.
+    explicit DdsSource(OpenedImage image);
+    DdsSource(const host::Plugin& plugin, const std::string& path) : DdsSource(openImage(plugin, path)) {}
 
     [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
     [[nodiscard]] SourceTraits traits() const override { return m_image.traits; }
     [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }
     std::span<const unsigned char* const> nextRow() override;
+
+    // Why it is black, in a sentence without the file's name.
+    [[nodiscard]] const std::string& whyBlack() const { return m_image.why; }
 
     // The next row is the top one again.
     void rewind() { m_scanline = m_layout.height; }

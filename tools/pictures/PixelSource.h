@@ -25,6 +25,7 @@ struct SourceTraits {
     bool isHalf = false;        // floats that were stored with 16 bits
     bool lacksBlue = false;     // blue is 0, as the format has only red and green
     bool ignoresAlpha = false;  // what is delivered as alpha has no meaning
+    bool isRed = false;         // the one colour is red, not grey
 };
 
 class PixelSource {

@@ -1,6 +1,7 @@
 // Puts rows of byte channels, one a channel, into pixels.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <span>
@@ -10,6 +11,31 @@
 #include "tools/pictures/PixelSource.h"
 
 namespace kpx::tool {
+
+// Joins rows of `width` values, one a channel, to pixels. With the count known and the rows in locals, compilers make
+// vectors of the loop.
+template <std::size_t count, typename Value>
+void joinRows(const Value* const* rows, std::size_t width, Value* to) {
+    std::array<const Value*, count> channels{};
+    std::copy_n(rows, count, channels.begin());
+    for (std::size_t x = 0; x < width; ++x) {
+        for (std::size_t i = 0; i < count; ++i) to[count * x + i] = channels[i][x];
+    }
+}
+
+template <typename Value>
+void joinRows(const Value* const* rows, std::size_t count, std::size_t width, Value* to) {
+    switch (count) {
+        case 1:
+            return joinRows<1>(rows, width, to);
+        case 2:
+            return joinRows<2>(rows, width, to);
+        case 3:
+            return joinRows<3>(rows, width, to);
+        default:
+            return joinRows<4>(rows, width, to);
+    }
+}
 
 class RowPacker {
 public:
@@ -26,33 +52,12 @@ public:
         for (std::size_t place = 0; place < m_use.size(); ++place) {
             channels[place] = m_use[place] == '-' ? m_zeros.data() : rows[static_cast<std::size_t>(m_use[place] - '0')];
         }
-        switch (m_use.size()) {
-            case 1:
-                return channels[0];
-            case 2:
-                return pack<2>(channels);
-            case 3:
-                return pack<3>(channels);
-            default:
-                return pack<4>(channels);
-        }
+        if (m_use.size() == 1) return channels[0];
+        joinRows(channels.data(), m_use.size(), m_width, m_pixels.data());
+        return m_pixels.data();
     }
 
 private:
-    // With the count known and the rows in locals, compilers make vectors of the loop.
-    template <std::size_t count>
-    const unsigned char* pack(const std::array<const unsigned char*, 4>& channels) {
-        const auto [first, second, third, fourth] = channels;
-        unsigned char* to = m_pixels.data();
-        for (std::size_t x = 0; x < m_width; ++x) {
-            to[count * x] = first[x];
-            to[count * x + 1] = second[x];
-            if constexpr (count > 2) to[count * x + 2] = third[x];
-            if constexpr (count > 3) to[count * x + 3] = fourth[x];
-        }
-        return to;
-    }
-
     std::size_t m_width;
     std::string_view m_use;
     std::vector<unsigned char> m_zeros;  // the row of '-'

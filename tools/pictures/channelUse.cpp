@@ -22,6 +22,13 @@ constexpr ChannelUse uses[] = {
 
 }  // namespace
 
+const ChannelUse* channelUse(std::string_view exrNames) {
+    for (const ChannelUse& use : uses) {
+        if (use.exrNames == exrNames) return &use;
+    }
+    return nullptr;
+}
+
 const ChannelUse& channelUse(const ImageLayout& layout) {
     for (const ChannelUse& use : uses) {
         if (use.colours == layout.colours && use.mattes == layout.mattes) return use;

@@ -16,6 +16,9 @@ struct ChannelUse {
     std::string_view exrNames;  // the names of the image's channels, in their order
 };
 
+// The channels by their names, in the order of an image's; null where no image has such.
+const ChannelUse* channelUse(std::string_view exrNames);
+
 // Throws FileError for a set of channels that no image has.
 const ChannelUse& channelUse(const ImageLayout& layout);
 

@@ -30,7 +30,7 @@ uint32_t writeThroughHost(PixelSource& source, const std::string& path, const Ou
 
 }  // namespace
 
-void writeDds(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings) {
+std::string writeDdsFile(PixelSource& source, const std::string& path, const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
     if (layout.isFloat) throw FileError("has floating-point channels, which cannot be written as DDS: write .exr");
     uint32_t stored = 0;
@@ -39,9 +39,13 @@ void writeDds(PixelSource& source, const std::string& path, const std::string& n
     } catch (const host::HostError& error) {
         throw OutputError(error.what());
     }
-    if (stored != static_cast<uint32_t>(layout.width)) {
-        tell(name, "note: the width " + std::to_string(layout.width) + " is stored as " + std::to_string(stored));
-    }
+    if (stored == static_cast<uint32_t>(layout.width)) return {};
+    return "note: the width " + std::to_string(layout.width) + " is stored as " + std::to_string(stored);
+}
+
+void writeDds(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings) {
+    const std::string note = writeDdsFile(source, path, settings);
+    if (!note.empty()) tell(name, note);
 }
 
 }  // namespace kpx::tool
