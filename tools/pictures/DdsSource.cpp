@@ -31,7 +31,9 @@ SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     traits.lacksBlue = isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed) ||
                        (verdict.decoder == Loader::uncompressed && loadedPixelFormat(facts).dwBBitMask == 0);
     traits.ignoresAlpha = isDxgi("X8_");
-    traits.isRed = verdict.colourChannels() == 1 && (facts.header.header.ddspf.dwFlags & DDPF_LUMINANCE) == 0;
+    // Luminance is named by flags alone.
+    const bool isCode = (facts.header.header.ddspf.dwFlags & DDPF_FOURCC) != 0;
+    traits.isRed = verdict.colourChannels() == 1 && (isCode || verdict.decoder == Loader::floatingPoint);
     return traits;
 }
 

@@ -1,6 +1,7 @@
 // The table, a row a set of channels.
 #include "tools/pictures/channelUse.h"
 
+#include <algorithm>
 #include <string>
 
 #include "tools/terminal/errors.h"
@@ -22,9 +23,9 @@ constexpr ChannelUse uses[] = {
 
 }  // namespace
 
-const ChannelUse* channelUse(std::string_view exrNames) {
+const ChannelUse* channelUse(std::string_view names) {
     for (const ChannelUse& use : uses) {
-        if (use.exrNames == exrNames) return &use;
+        if (std::is_permutation(use.exrNames.begin(), use.exrNames.end(), names.begin(), names.end())) return &use;
     }
     return nullptr;
 }

@@ -16,8 +16,8 @@ struct ChannelUse {
     std::string_view exrNames;  // the names of the image's channels, in their order
 };
 
-// The channels by their names, in the order of an image's; null where no image has such.
-const ChannelUse* channelUse(std::string_view exrNames);
+// The channels by their names, in any order; null where no image has such.
+const ChannelUse* channelUse(std::string_view names);
 
 // Throws FileError for a set of channels that no image has.
 const ChannelUse& channelUse(const ImageLayout& layout);

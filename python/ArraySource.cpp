@@ -1,0 +1,56 @@
+// Arrays may have any strides: rows of channels are made of them value by value.
+#include "python/ArraySource.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "tools/pictures/channelUse.h"
+#include "tools/terminal/errors.h"
+
+namespace kpx::python {
+namespace {
+
+// One colour is written as grey, whichever it is.
+const tool::ChannelUse& useOf(const std::string& names) {
+    const tool::ChannelUse* use = tool::channelUse(names == "R" ? "Y" : names);
+    if (use != nullptr) return *use;
+    throw tool::UsageError("has the channels " + names + ", which are none of Y, R, A, YA, RG, RGA, RGB and RGBA");
+}
+
+int sideOf(pybind11::ssize_t count) {
+    if (count > std::numeric_limits<int>::max()) throw tool::UsageError("is too large for a DDS file");
+    return static_cast<int>(count);
+}
+
+}  // namespace
+
+ArraySource::ArraySource(const pybind11::array& pixels, const std::string& names)
+    : m_next(static_cast<const unsigned char*>(pixels.data())) {
+    const tool::ChannelUse& use = useOf(names);
+    m_layout = {sideOf(pixels.shape(1)), sideOf(pixels.shape(0)), use.colours, use.mattes,
+                pixels.dtype().kind() == 'f'};
+    if (m_layout.width == 0 || m_layout.height == 0) {
+        throw tool::UsageError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
+                               std::to_string(m_layout.height));
+    }
+    std::copy_n(pixels.strides(), 3, m_strides.begin());
+    const auto width = static_cast<std::size_t>(m_layout.width);
+    m_values.resize(width * names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const std::size_t place = names.size() == 1 ? 0 : names.find(use.exrNames[i]);
+        m_places.push_back(static_cast<pybind11::ssize_t>(place));
+        m_rows.push_back(m_values.data() + i * width);
+    }
+}
+
+std::span<const unsigned char* const> ArraySource::nextRow() {
+    unsigned char* to = m_values.data();
+    for (const pybind11::ssize_t place : m_places) {
+        const unsigned char* from = m_next + place * m_strides[2];
+        for (int x = 0; x < m_layout.width; ++x) *to++ = from[x * m_strides[1]];
+    }
+    m_next += m_strides[0];
+    return m_rows;
+}
+
+}  // namespace kpx::python

@@ -1,0 +1,50 @@
+// Descriptor 1 is left alone, as Python's own output goes there, from any thread at any time. Plug-ins print through
+// C's stream `stdout`, which glibc lets programs assign. While an image is opened it is a stream that asks which thread
+// writes. The interpreter's lock guards the exchange: of a process that forks, no child finds it half made.
+#include "python/StdoutGate.h"
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstdio>
+
+namespace kpx::python {
+namespace {
+
+thread_local int closedGates = 0;        // of this thread
+int gates = 0;                           // of all; under the interpreter's lock
+std::atomic<std::FILE*> real = nullptr;  // stdout behind the gate; threads may write there after the last gate
+
+// The text is passed on at once, as whoever flushes the gate cannot flush what is behind it.
+ssize_t pass(void* /*cookie*/, const char* text, size_t size) {
+    if (closedGates > 0) return static_cast<ssize_t>(size);
+    const size_t written = std::fwrite(text, 1, size, real);
+    return std::fflush(real) == 0 ? static_cast<ssize_t>(written) : 0;
+}
+
+// It is never closed: a thread may have taken it for stdout and write later. Null where there is no memory.
+std::FILE* gateStream() {
+    static std::FILE* const stream = [] {
+        std::FILE* opened = fopencookie(nullptr, "w", {nullptr, pass, nullptr, nullptr});
+        if (opened != nullptr) std::setvbuf(opened, nullptr, _IONBF, 0);
+        return opened;
+    }();
+    return stream;
+}
+
+}  // namespace
+
+StdoutGate::StdoutGate() {
+    ++closedGates;
+    std::FILE* const gate = gateStream();
+    if (++gates > 1 || gate == nullptr) return;
+    real = stdout;
+    stdout = gate;
+}
+
+StdoutGate::~StdoutGate() {
+    --closedGates;
+    if (--gates == 0 && stdout == gateStream()) stdout = real;
+}
+
+}  // namespace kpx::python

@@ -1,0 +1,160 @@
+// The extension module _kpximage, which the package kpximage is written over: paths are bytes, channels are a text of a
+// letter each, objects are JSON. What the work on a file ends with is a Failure with the tool's sentence.
+#include <dlfcn.h>
+#include <pybind11/functional.h>
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <optional>
+
+#include "explain/Explanation.h"
+#include "explain/otherFile.h"
+#include "host/HostError.h"
+#include "python/ArraySource.h"
+#include "python/StdoutGate.h"
+#include "tools/files/PendingFile.h"
+#include "tools/pictures/DdsSource.h"
+#include "tools/pictures/OutputFormat.h"
+#include "tools/pictures/RowPacker.h"
+#include "tools/pictures/channelUse.h"
+#include "tools/pictures/pluginChoice.h"
+#include "tools/pictures/pluginOptions.h"
+#include "tools/terminal/errors.h"
+#include "tools/terminal/explanationJson.h"
+
+namespace kpx::python {
+namespace {
+
+namespace py = pybind11;
+using Unlocked = py::gil_scoped_release;
+
+// This module, which lies in the folder of its package.
+tool::Searcher module() {
+    Dl_info self{};
+    dladdr(reinterpret_cast<const void*>(&module), &self);
+    return {std::filesystem::canonical(self.dli_fname).parent_path(), "beside the module", KPX_PLUGIN_DIR_FROM_MODULE,
+            "in KPX_PLUGIN"};
+}
+
+// Loaded at its first use, for as long as the process lives: other threads may be within it when the interpreter ends.
+const host::Plugin& plugin() {
+    static const host::Plugin& loaded = *new host::Plugin(tool::choosePlugin("", module()).path);
+    return loaded;
+}
+
+// Runs the handlers of signals that have come; what they raise ends the work.
+void heedSignals() {
+    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+}
+
+tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
+    checkIsNoPipe(path);
+    if (!plugin.isFile(path)) throw FileError(unrecognisedText(path));
+    return tool::openThroughHost(plugin, path);
+}
+
+// The rows go from the reader's channels to their pixels in the array, with nothing in between.
+template <typename Value>
+py::array readRows(tool::DdsSource& source, py::ssize_t channels) {
+    const tool::ImageLayout& layout = source.layout();
+    py::array_t<Value> array(std::array<py::ssize_t, 3>{layout.height, layout.width, channels});
+    Value* to = array.mutable_data();
+    const Unlocked unlocked;
+    const auto width = static_cast<std::size_t>(layout.width);
+    const auto count = static_cast<std::size_t>(channels);
+    for (int y = 0; y < layout.height; ++y, to += width * count) {
+        const auto rows = source.nextRow();
+        std::array<const Value*, 4> values{};
+        for (std::size_t i = 0; i < count; ++i) values[i] = reinterpret_cast<const Value*>(rows[i]);
+        tool::joinRows(values.data(), count, width, to);
+    }
+    return array;
+}
+
+// The array, the names of its channels, and why it is black or nothing.
+py::tuple readPicture(const std::string& path) {
+    const host::Plugin& reading = plugin();
+    std::optional<tool::DdsSource> source;
+    {
+        const StdoutGate gate;
+        const Unlocked unlocked;
+        source.emplace(openImage(reading, path));
+    }
+    heedSignals();
+    const bool isRed = source->traits().isRed;
+    const std::string names(isRed ? "R" : tool::channelUse(source->layout()).exrNames);
+    const auto channels = static_cast<py::ssize_t>(names.size());
+    const bool isFloat = source->layout().isFloat;
+    const py::array array = isFloat ? readRows<float>(*source, channels) : readRows<unsigned char>(*source, channels);
+    std::string why = source->whyBlack();
+    {
+        const Unlocked unlocked;
+        source.reset();
+    }
+    return py::make_tuple(array, names, why);
+}
+
+// `tell` is called with what is to be said of a file that is complete; what it raises leaves no file.
+void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
+                  const std::function<void(const std::string&)>& tell) {
+    tool::OutputSettings settings{plugin(), {}, {}, {}, {}};
+    if (!alpha.empty()) {
+        const host::Option& option = tool::findOption(settings.plugin, "Alpha");
+        settings.options.push_back({option.code, static_cast<std::uint8_t>(tool::findValue(option, alpha).code)});
+    }
+    ArraySource source(pixels, names);
+    std::optional<tool::PendingFile> file;
+    std::string note;
+    {
+        const Unlocked unlocked;
+        file.emplace(path);
+        note = tool::writeDdsFile(source, file->path(), settings);
+    }
+    if (!note.empty()) tell(note);
+    heedSignals();
+    const Unlocked unlocked;
+    file->commit();
+}
+
+py::str textOf(const tool::Json& object) {
+    return object.dump(-1, ' ', false, tool::Json::error_handler_t::replace);
+}
+
+py::str explainFile(const std::string& path) {
+    const Explanation file = [&] {
+        const Unlocked unlocked;
+        return explain(path);
+    }();
+    return textOf(tool::explanationAsJson(path, file));
+}
+
+// A sentence may quote a path, which need not be UTF-8.
+void raise(PyObject* type, const char* sentence) {
+    const auto text = py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(sentence));
+    if (text) PyErr_SetObject(type, text.ptr());
+}
+
+}  // namespace
+}  // namespace kpx::python
+
+PYBIND11_MODULE(_kpximage, module) {
+    namespace py = pybind11;
+    using namespace kpx::python;
+    static const py::handle failure = py::exception<kpx::FileError>(module, "Failure").release();
+    py::register_exception_translator([](std::exception_ptr thrown) {
+        try {
+            std::rethrow_exception(std::move(thrown));
+        } catch (const kpx::tool::UsageError& error) {
+            raise(PyExc_ValueError, error.what());
+        } catch (const kpx::FileError& error) {
+            raise(failure.ptr(), error.what());
+        } catch (const kpx::host::HostError& error) {
+            raise(failure.ptr(), error.what());
+        }
+    });
+    module.attr("version") = KPX_VERSION;
+    module.def("plugin_path", [] { return py::bytes(plugin().path()); });
+    module.def("read", &readPicture);
+    module.def("write", &writePicture);
+    module.def("explain", &explainFile);
+}
