@@ -1,4 +1,4 @@
-# Where things are installed, below CMAKE_INSTALL_PREFIX, in components: plugin, host, host-dev and tool.
+# Where things are installed, below CMAKE_INSTALL_PREFIX, in components: plugin, host, host-dev, tool and python.
 # Debian's folder of libraries, which CMake knows for the building machine's own alone.
 if(CMAKE_CROSSCOMPILING AND CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND EXISTS /etc/debian_version AND NOT DEFINED CMAKE_INSTALL_LIBDIR)
   set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})

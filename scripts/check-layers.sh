@@ -18,6 +18,7 @@ tools/pictures  tools/terminal explain reader host
 tools/gallery   tools/pictures tools/terminal explain reader
 tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader host
 tools/documents tools/commands tools/terminal explain
+python          tools/pictures tools/files tools/terminal explain host
 examples        reader host/kpxbase.h
 bench           writer reader blocks host examples tests/model tests/support
 '

@@ -1,0 +1,273 @@
+"""The Python package against the manifest, the model of all that is read, and against the tool: the same pictures, the
+same sentences, the same files."""
+
+import copy
+import hashlib
+import json
+import os
+import pickle
+import re
+import signal
+import subprocess
+import sys
+import threading
+import time
+import warnings
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+import kpximage
+
+SOURCE = Path(__file__).resolve().parents[2]
+BUILD = Path(os.environ["KPX_BUILD"])
+SAMPLES = SOURCE.parent / "shared" / "samples"
+MANIFEST = {line.split("\t")[0]: line.rstrip("\n").split("\t")[1:]
+            for line in (SOURCE / "tests/manifest.tsv").read_text().splitlines() if not line.startswith("#")}
+
+
+@pytest.fixture(scope="session")
+def examples(tmp_path_factory):
+    folder = tmp_path_factory.mktemp("work") / "examples" / "out"
+    subprocess.run([BUILD / "kpxexamples", folder], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+@pytest.fixture(autouse=True)
+def quiet():
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", kpximage.ImageWarning)
+        yield
+
+
+def tool(*arguments):
+    return subprocess.run([BUILD / "kpximage", *map(str, arguments)], capture_output=True, text=True,
+                          errors="surrogateescape")
+
+
+def python(code, *arguments, **options):
+    return subprocess.run([sys.executable, "-c", code, *map(str, arguments)], capture_output=True, text=True, **options)
+
+
+def warned(work, *arguments, **options):
+    """The texts of the warnings that come of it."""
+    with warnings.catch_warnings(record=True) as caught:
+        warnings.simplefilter("always")
+        work(*arguments, **options)
+    assert all(one.category is kpximage.ImageWarning and one.filename == __file__ for one in caught)
+    return [str(one.message) for one in caught]
+
+
+@pytest.mark.parametrize("name", MANIFEST)
+def test_reads_what_the_manifest_says(name, examples):
+    file = examples / f"{name[9:]}.dds" if name.startswith("examples/") else SAMPLES / name[8:]
+    if not file.exists():
+        assert name.startswith("samples/")
+        pytest.skip(f"there is no {file}")
+    result, width, height, colours, mattes, bits, _, digest = MANIFEST[name][:8]
+    if result == "refused" or "0" in (width, height):
+        with pytest.raises(kpximage.Error):
+            kpximage.read(file)
+        return
+    picture = kpximage.read(file)
+    assert picture.shape == (int(height), int(width), int(colours) + int(mattes))
+    assert picture.dtype == {"8": np.uint8, "32": np.float32}[bits]
+    assert (picture.is_black, len(picture.channels)) == (result == "black", picture.shape[2])
+    assert ("A" in picture.channels) == (mattes == "1" or picture.is_black)
+    rows = np.ascontiguousarray(picture[::-1].transpose(0, 2, 1))  # from the bottom, channel by channel
+    if digest != "-":
+        assert hashlib.sha256(rows).hexdigest() == digest
+
+
+@pytest.mark.parametrize("file, names", [
+    ("dxt5", "RGBA"), ("alpha-8", "A"), ("luminance-8", "Y"), ("luminance-16", "Y"), ("luminance-8-alpha-8", "YA"),
+    ("dx10-61-r8", "R"), ("code-114-r32f", "R"), ("code-34-g16r16", "RG"), ("dx10-67-rgb9e5", "RGB"),
+    ("bad/ati1-code", "RGBA")])
+def test_names_channels(file, names, examples):
+    assert kpximage.read(examples / f"{file}.dds").channels == tuple(names)
+
+
+def test_pictures_keep_what_is_known_of_them(examples):
+    picture = kpximage.read(examples / "bad/ati1-code.dds")
+    for same in (picture.copy(), picture[8:, ::2], picture[0], picture.astype(float), picture + 1, copy.deepcopy(picture),
+                 pickle.loads(pickle.dumps(picture)), picture[picture[..., 3] > 0], picture[None], picture.copy("F")):
+        assert (same.channels, same.is_black) == (tuple("RGBA"), True)
+    for pick, names in ((np.s_[..., :3], "RGB"), (np.s_[..., ::-1], "ABGR"), (np.s_[:, :, [3, 0]], "AR"), (np.s_[2, 3, 1:], "GBA")):
+        assert picture[pick].channels == tuple(names)
+    for unknown in (picture[..., 3], picture[:, :4, 0], picture[picture > 3], picture.mean(axis=2), np.zeros(4).view(kpximage.Image)):
+        assert unknown.channels is None
+
+
+def test_says_what_the_tool_says(examples, tmp_path):
+    os.mkfifo(tmp_path / "pipe")
+    for name, start in (("empty", b""), ("text", b"text" * 99), ("png", b"\x89PNG\r\n\x1a\n"), ("n\udcff", b"DDS ")):
+        (tmp_path / name).write_bytes(start)
+    refused = [*tmp_path.iterdir(), tmp_path / "missing", Path("/dev/null"), *examples.glob("bad/*cut*.dds")]
+    refused = [file for file in refused if tool("info", "--open", file).returncode == 1]
+    assert len(refused) >= 7
+    for file in refused:
+        with pytest.raises(kpximage.Error) as caught:
+            kpximage.read(file)
+        assert caught.value.path == file and repr(caught.value.sentence) in repr(caught.value)
+        assert f"kpximage: {caught.value}\n" == tool("info", "--open", file).stderr
+    for file in examples.glob("bad/*.dds"):
+        if MANIFEST[f"examples/bad/{file.stem}"][0] == "black":
+            assert f"kpximage: {warned(kpximage.read, file)[0]}" == tool("info", "--open", file).stderr.splitlines()[-1]
+    with pytest.raises(ValueError):
+        kpximage.read("a\0b")
+
+
+def test_explains_as_the_tool_does(examples):
+    files = [*map(str, examples.glob("**/*.dds"))]
+    lines = tool("explain", "--json", *files).stdout.splitlines()
+    assert [kpximage.explain(file) for file in files] == [json.loads(line) for line in lines]
+    with pytest.raises(kpximage.Error, match="missing: cannot open the file: No such file"):
+        kpximage.explain("missing")
+
+
+def test_writes_the_files_that_the_tool_writes(examples, tmp_path):
+    files = [file for file in examples.glob("*.dds") if MANIFEST[f"examples/{file.stem}"][5] == "8"]
+    assert len(files) > 50
+    told = [re.sub(r"[^/]*\.dds:", "own.dds:", line)
+            for line in tool("convert", "--format", "dds", *files, tmp_path).stderr.splitlines() if "note: " in line]
+    said = []
+    for file in files:
+        picture = kpximage.read(file)
+        said += [f"kpximage: {text}" for text in warned(kpximage.write, tmp_path / "own.dds", picture)]
+        assert (tmp_path / "own.dds").read_bytes() == (tmp_path / file.name).read_bytes(), file
+    assert said == told != []
+
+
+def test_writes_arrays_of_any_strides_and_names(tmp_path):
+    texels = np.random.default_rng(1).integers(0, 256, (6, 8, 4), dtype=np.uint8)
+    r, g, b, a = np.moveaxis(texels, 2, 0)
+    o = np.zeros_like(r)
+    for array, names, alpha, channels in (
+            (texels, None, None, (r, g, b, a)), (texels, "BGRA", None, (b, g, r, a)), (texels, None, False, (r, g, b)),
+            (texels[..., 2::-1], None, None, (b, g, r)), (texels[..., 1], None, None, (g, g, g)),
+            (texels[..., :2], "RG", True, (r, g, o)), (texels[..., :2], ["A", "Y"], None, (g, g, g, r)),
+            (texels[..., 3:], "A", "output alpha", (o, o, o, a)), (texels.copy("F"), None, None, (r, g, b, a)),
+            (texels.view(kpximage.Image)[..., :3], "GRB", None, (g, r, b)), (texels.tolist(), None, None, None)):
+        if channels is None:  # numbers of no width
+            pytest.raises(TypeError, kpximage.write, tmp_path / "a.dds", array)
+            continue
+        kpximage.write(tmp_path / "a.dds", array, names, alpha)
+        assert np.array_equal(kpximage.read(tmp_path / "a.dds"), np.stack(channels, axis=2)), names
+
+
+def test_refuses_what_cannot_be_written_and_leaves_nothing(tmp_path):
+    good = np.zeros((4, 7, 3), np.uint8)
+    for array, options, error, text in (
+            (good.astype(np.float32), {}, kpximage.Error, "has floating-point channels, which cannot be written as DDS"),
+            (good.astype(np.int16), {}, TypeError, "int16"), (good[..., :2], {}, ValueError, "YA or RG"),
+            (good[0, 0], {}, ValueError, "shape"), (np.zeros((2, 2, 5), np.uint8), {}, ValueError, "shape"),
+            (good[:0], {}, ValueError, "has no pixels: it is 7 x 0"), (good, {"channels": "RG"}, ValueError, "RG"),
+            (good, {"channels": "RGG"}, ValueError, "RGG"), (good, {"alpha": "none"}, ValueError, "is no value of Alpha")):
+        with pytest.raises(error, match=re.escape(text)):
+            kpximage.write(tmp_path / "a.dds", array, **options)
+    for place, text in (("/dev/full", "not a regular file"), (tmp_path, "not a regular file"),
+                        (tmp_path / "no/a.dds", "cannot be created: No such file or directory")):
+        with pytest.raises(kpximage.Error, match=text):
+            kpximage.write(place, good)
+    with warnings.catch_warnings(), pytest.raises(kpximage.ImageWarning, match="the width 7 is stored as 8"):
+        warnings.simplefilter("error")
+        kpximage.write(tmp_path / "a.dds", good)
+    assert not [*tmp_path.iterdir()]
+
+
+def test_writes_whole_or_not_at_all(tmp_path):
+    file = tmp_path / "a.dds"
+    file.write_text("earlier")
+    full = python("import kpximage, numpy, resource, sys\nresource.setrlimit(resource.RLIMIT_FSIZE, (9999, 9999))\n"
+                  "try: kpximage.write(sys.argv[1], numpy.zeros((99, 99, 4), 'u1'))\nexcept kpximage.Error as e: print(e)", file)
+    assert full.stdout.startswith(f"{file}: could not be written: ") and full.stdout.endswith("is it full?\n")
+    previous = signal.signal(signal.SIGALRM, lambda *_: signal.raise_signal(signal.SIGINT))
+    with pytest.raises(KeyboardInterrupt):
+        signal.setitimer(signal.ITIMER_REAL, 0.002)
+        kpximage.write(file, np.zeros((4096, 4096, 4), np.uint8))
+    signal.signal(signal.SIGALRM, previous)
+    assert file.read_text() == "earlier" and len([*tmp_path.iterdir()]) == 1
+
+
+def test_the_interpreter_runs_on_while_files_are_read_and_written(tmp_path):
+    steps, done = [], threading.Event()
+
+    def step():
+        while not done.is_set():
+            steps.append(time.sleep(0))  # lets go of the interpreter, which else nobody does for an hour
+
+    interval = sys.getswitchinterval()
+    sys.setswitchinterval(3600)
+    thread = threading.Thread(target=step)
+    thread.start()
+    for work in (lambda: kpximage.write(tmp_path / "a.dds", large), lambda: kpximage.read(tmp_path / "a.dds")):
+        large = np.zeros((2048, 4096, 4), np.uint8)
+        before = len(steps)
+        work()
+        assert len(steps) > before
+    done.set()
+    sys.setswitchinterval(interval)
+    thread.join()
+
+
+def test_threads_read_at_once(examples):
+    files = [*examples.glob("*.dds")]
+    alone = [kpximage.read(file) for file in files]
+    with ThreadPoolExecutor(8) as threads:
+        for first, second in zip(alone * 4, threads.map(kpximage.read, files * 4)):
+            assert np.array_equal(first, second, equal_nan=first.dtype.kind == "f")
+
+
+def test_what_others_print_is_whole(examples):
+    """Through C's stream and Python's, by other threads, while the plug-in prints of what is cut short."""
+    printing = [name for name, columns in MANIFEST.items() if name.startswith("examples/") and "Error" in columns[6]]
+    run = python("import ctypes, kpximage, sys, threading, warnings\nwarnings.simplefilter('ignore')\nlibc = ctypes.CDLL(None)\n"
+                 "def reading():\n  for _ in range(300): kpximage.read(sys.argv[1])\n"
+                 "threads = [threading.Thread(target=reading) for _ in range(4)]\nfor t in threads: t.start()\n"
+                 "for _ in range(2000): libc.puts(b'C'); print('Python')\nfor t in threads: t.join()\nlibc.puts(b'end')",
+                 examples / f"{printing[0][9:]}.dds")
+    assert (run.stdout.count("C\n"), run.stdout.count("Python\n"), run.stdout.count("end\n")) == (2000, 2000, 1)
+    assert len(run.stdout) == 2000 * 9 + 4 and run.stderr == ""
+
+
+def test_a_thousand_readings_keep_nothing(examples, tmp_path):
+    (tmp_path / "a.dds").write_bytes((examples / "dxt5.dds").read_bytes())
+
+    def work():
+        picture = kpximage.read(tmp_path / "a.dds")
+        counts = sys.getrefcount(picture), sys.getrefcount(picture.base)
+        assert counts == (2, 2)
+        kpximage.write(tmp_path / "b.dds", picture)
+        pytest.raises(kpximage.Error, kpximage.read, tmp_path)
+        kpximage.read(examples / "bad/ati1-code.dds")
+
+    def held():
+        return int(Path("/proc/self/statm").read_text().split()[1]) * 4096, len(os.listdir("/proc/self/fd"))
+
+    for _ in range(100):
+        work()
+    before = held()
+    for _ in range(1000):
+        work()
+    after = held()
+    assert after[0] - before[0] < 2 << 20 and after[1] == before[1]
+
+
+def test_finds_the_plugin():
+    say = "import kpximage\ntry: print(kpximage.plugin_path())\nexcept kpximage.Error as e: print(e.path, e)"
+    environment = {name: value for name, value in os.environ.items() if not name.startswith("KPX_PLUGIN")}
+    for change, text in (({}, f"{BUILD}/python/kpximage/KPXDDS.so"), ({"KPX_PLUGIN_PATH": f"/no:{BUILD}"}, f"{BUILD}/KPXDDS.so"),
+                         ({"KPX_PLUGIN": "/no.so"}, "None cannot load the plug-in: /no.so: ")):
+        assert python(say, env={**environment, **change}).stdout.startswith(text)
+
+
+def test_the_example_of_the_readme_runs(examples, monkeypatch):
+    monkeypatch.chdir(examples.parents[1])
+    Path("build").mkdir()
+    section = (SOURCE / "README.md").read_text().split("## From Python\n")[1].split("\n## ")[0]
+    code = re.findall(r"```python\n(.*?)```", section, re.S)
+    assert len(code) == 1
+    exec(code[0], {})
+    assert [*Path("build").iterdir()]
