@@ -18,6 +18,9 @@ set(CPACK_COMPONENTS_ALL plugin host host-dev)
 if(KPX_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
+if(KPX_PYTHON)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 
 find_program(GZIP gzip REQUIRED)
 # Debian's changelog says the version and the day of CHANGELOG.md.
@@ -66,6 +69,15 @@ kpx_package(tool kpximage graphics "look at DDS textures and convert them"
 "Command-line tool that shows what DDS files hold, converts them to PNG and
 OpenEXR and back, explains and repairs files with faults, and makes
 thumbnails for file managers.")
+if(KPX_PYTHON)
+  kpx_package(python python3-kpximage python "DDS textures as NumPy arrays (Python 3)"
+"Module that reads DDS files into NumPy arrays and writes, explains and
+repairs them, from several threads at once where they are many.")
+  # The extension is for this version of the interpreter alone.
+  math(EXPR next "${Python3_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= 3.${Python3_VERSION_MINOR}~), python3 (<< 3.${next}), python3-numpy")
+endif()
 set(CPACK_DEBIAN_HOST_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
 
@@ -74,3 +86,6 @@ cpack_add_component(plugin)
 cpack_add_component(host)
 cpack_add_component(host-dev DEPENDS host)
 cpack_add_component(tool DEPENDS plugin host)
+if(KPX_PYTHON)
+  cpack_add_component(python DEPENDS plugin host)
+endif()

@@ -26,7 +26,7 @@ take_over() {
 make_packages() {
     take_over &&
         cmake --preset release -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DKPX_TESTS=OFF -DKPX_BENCHMARKS=OFF &&
-        cmake --build "$build" -j2 --target kpximage KPXDDS kpx_catalogues kpx_documents kpx_changelog kpxexamples &&
+        cmake --build "$build" -j2 --target kpximage KPXDDS kpx_catalogues kpx_documents kpx_changelog kpx_python kpxexamples &&
         rm -f "$packages"/*.deb &&
         cpack --config "$build/CPackConfig.cmake" -B "$packages"
 }
@@ -63,6 +63,14 @@ line=$(sed -n 's/^Exec=//p' usr/share/thumbnailers/kpximage.thumbnailer)
 line=${line/\%s/32} line=${line/\%i/examples/dxt5.dds} line=${line/\%o/thumbnail.png}
 installed sh -c "$line"
 installed file thumbnail.png | grep -q 'PNG image data, 32 x 26' || fail "the thumbnail is no PNG of 32 x 26"
+
+# The module, in the scratch root's folder of Debian's packages.
+installed PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -Bc 'import kpximage
+picture = kpximage.read("examples/dxt5.dds")
+kpximage.write("copy.dds", picture)
+print(kpximage.__file__, kpximage.plugin_path(), *picture.shape, (kpximage.read("copy.dds") == picture).all())' >module
+[ "$(cat module)" = "$root/usr/lib/python3/dist-packages/kpximage/__init__.py $plugin 64 80 4 True" ] ||
+    fail "the Python module is not at work: $(cat module)"
 
 # The German catalogue through NLSPATH.
 installed NLSPATH="$root/usr/share/locale/de/LC_MESSAGES/%N" kpximage formats >german

@@ -200,7 +200,7 @@ def test_the_interpreter_runs_on_while_files_are_read_and_written(tmp_path):
 
     interval = sys.getswitchinterval()
     sys.setswitchinterval(3600)
-    thread = threading.Thread(target=step)
+    thread = threading.Thread(target=step, daemon=True)
     thread.start()
     for work in (lambda: kpximage.write(tmp_path / "a.dds", large), lambda: kpximage.read(tmp_path / "a.dds")):
         large = np.zeros((2048, 4096, 4), np.uint8)
