@@ -73,10 +73,7 @@ if(KPX_PYTHON)
   kpx_package(python python3-kpximage python "DDS textures as NumPy arrays (Python 3)"
 "Module that reads DDS files into NumPy arrays and writes, explains and
 repairs them, from several threads at once where they are many.")
-  # The extension is for this version of the interpreter alone.
-  math(EXPR next "${Python3_VERSION_MINOR} + 1")
-  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "python3 (>= 3.${Python3_VERSION_MINOR}~), python3 (<< 3.${next}), python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${KPX_PYTHON_VERSIONS}, python3-numpy")
 endif()
 set(CPACK_DEBIAN_HOST_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)

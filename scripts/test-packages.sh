@@ -72,6 +72,10 @@ print(kpximage.__file__, kpximage.plugin_path(), *picture.shape, (kpximage.read(
 [ "$(cat module)" = "$root/usr/lib/python3/dist-packages/kpximage/__init__.py $plugin 64 80 4 True" ] ||
     fail "the Python module is not at work: $(cat module)"
 
+versions=$(/usr/bin/python3 -c 'from sys import version_info as v; print(f"python3 (>= 3.{v[1]}~), python3 (<< 3.{v[1] + 1})")')
+dpkg-deb -f "$packages"/python3-kpximage_*.deb Depends | grep -qF "$versions, python3-numpy" ||
+    fail "the Python package does not ask for $versions"
+
 # The German catalogue through NLSPATH.
 installed NLSPATH="$root/usr/share/locale/de/LC_MESSAGES/%N" kpximage formats >german
 grep -q 'Kompression' german || fail "the German catalogue is not found"
