@@ -1,7 +1,6 @@
 // Arrays may have any strides: rows of channels are made of them value by value.
 #include "python/ArraySource.h"
 
-#include <algorithm>
 #include <limits>
 
 #include "tools/pictures/channelUse.h"
@@ -17,39 +16,36 @@ const tool::ChannelUse& useOf(const std::string& names) {
     throw tool::UsageError("has the channels " + names + ", which are none of Y, R, A, YA, RG, RGA, RGB and RGBA");
 }
 
-int sideOf(pybind11::ssize_t count) {
+int sideOf(std::ptrdiff_t count) {
     if (count > std::numeric_limits<int>::max()) throw tool::UsageError("is too large for a DDS file");
     return static_cast<int>(count);
 }
 
 }  // namespace
 
-ArraySource::ArraySource(const pybind11::array& pixels, const std::string& names)
-    : m_next(static_cast<const unsigned char*>(pixels.data())) {
+ArraySource::ArraySource(const PixelArray& pixels, const std::string& names) : m_pixels(pixels) {
     const tool::ChannelUse& use = useOf(names);
-    m_layout = {sideOf(pixels.shape(1)), sideOf(pixels.shape(0)), use.colours, use.mattes,
-                pixels.dtype().kind() == 'f'};
+    m_layout = {sideOf(pixels.shape[1]), sideOf(pixels.shape[0]), use.colours, use.mattes, pixels.isFloat};
     if (m_layout.width == 0 || m_layout.height == 0) {
         throw tool::UsageError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
                                std::to_string(m_layout.height));
     }
-    std::copy_n(pixels.strides(), 3, m_strides.begin());
     const auto width = static_cast<std::size_t>(m_layout.width);
     m_values.resize(width * names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
         const std::size_t place = names.size() == 1 ? 0 : names.find(use.exrNames[i]);
-        m_places.push_back(static_cast<pybind11::ssize_t>(place));
+        m_places.push_back(static_cast<std::ptrdiff_t>(place));
         m_rows.push_back(m_values.data() + i * width);
     }
 }
 
 std::span<const unsigned char* const> ArraySource::nextRow() {
     unsigned char* to = m_values.data();
-    for (const pybind11::ssize_t place : m_places) {
-        const unsigned char* from = m_next + place * m_strides[2];
-        for (int x = 0; x < m_layout.width; ++x) *to++ = from[x * m_strides[1]];
+    for (const std::ptrdiff_t place : m_places) {
+        const unsigned char* from = m_pixels.values + place * m_pixels.strides[2];
+        for (int x = 0; x < m_layout.width; ++x) *to++ = from[x * m_pixels.strides[1]];
     }
-    m_next += m_strides[0];
+    m_pixels.values += m_pixels.strides[0];
     return m_rows;
 }
 

@@ -1,9 +1,8 @@
-// A NumPy array as a picture that is written.
+// An array in memory as a picture that is written.
 #pragma once
 
-#include <pybind11/numpy.h>
-
 #include <array>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,18 @@
 
 namespace kpx::python {
 
+// Of the axes height, width and channels. The strides are in bytes, of any sign.
+struct PixelArray {
+    const unsigned char* values;  // where the first pixel is
+    std::array<std::ptrdiff_t, 3> shape, strides;
+    bool isFloat;  // otherwise of bytes
+};
+
 class ArraySource : public tool::PixelSource {
 public:
-    // Of shape (height, width, channels), of bytes unless it is of floats, with a name for each channel, in any order.
-    // The array must outlive the source. Throws UsageError for names that no picture has, and sizes of none.
-    ArraySource(const pybind11::array& pixels, const std::string& names);
+    // With a letter for each channel, in any order. What the array is of must outlive the source. Throws UsageError for
+    // names that no picture has, and for sizes of none.
+    ArraySource(const PixelArray& pixels, const std::string& names);
 
     [[nodiscard]] tool::SourceKind kind() const override { return tool::SourceKind::dds; }
     [[nodiscard]] const tool::ImageLayout& layout() const override { return m_layout; }
@@ -23,10 +29,9 @@ public:
 
 private:
     tool::ImageLayout m_layout{};
-    const unsigned char* m_next;  // the first value of the next row
-    std::array<pybind11::ssize_t, 3> m_strides{};
-    std::vector<pybind11::ssize_t> m_places;  // of the picture's channels on the array's last axis
-    std::vector<unsigned char> m_values;      // a row of each channel in turn
+    PixelArray m_pixels;                   // from the next row on
+    std::vector<std::ptrdiff_t> m_places;  // of the picture's channels on the array's last axis
+    std::vector<unsigned char> m_values;   // a row of each channel in turn
     std::vector<const unsigned char*> m_rows;
 };
 

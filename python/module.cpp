@@ -5,6 +5,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "explain/Explanation.h"
@@ -102,7 +103,10 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
         const host::Option& option = tool::findOption(settings.plugin, "Alpha");
         settings.options.push_back({option.code, static_cast<std::uint8_t>(tool::findValue(option, alpha).code)});
     }
-    ArraySource source(pixels, names);
+    PixelArray array{static_cast<const unsigned char*>(pixels.data()), {}, {}, pixels.dtype().kind() == 'f'};
+    std::copy_n(pixels.shape(), 3, array.shape.begin());
+    std::copy_n(pixels.strides(), 3, array.strides.begin());
+    ArraySource source(array, names);
     std::optional<tool::PendingFile> file;
     std::string note;
     {
