@@ -1,9 +1,11 @@
 // The extension module _kpximage, which the package kpximage is written over: paths are bytes, channels are a text of a
-// letter each, objects are JSON. What the work on a file ends with is a Failure with the tool's sentence.
+// letter each, objects are JSON. What ends the work on a file is a Failure with the tool's sentence; an OutputFailure
+// where that is the output.
 #include <dlfcn.h>
 #include <pybind11/functional.h>
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
 
 #include <algorithm>
 #include <optional>
@@ -14,6 +16,7 @@
 #include "python/ArraySource.h"
 #include "python/StdoutGate.h"
 #include "tools/files/PendingFile.h"
+#include "tools/files/repairFile.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/RowPacker.h"
@@ -132,6 +135,15 @@ py::str explainFile(const std::string& path) {
     return textOf(tool::explanationAsJson(path, file));
 }
 
+// Without an output nothing is written.
+py::str repair(const std::string& path, const std::optional<std::string>& output, bool mayConvert) {
+    const tool::RepairReport report = [&] {
+        const Unlocked unlocked;
+        return output ? tool::repairFile(path, *output, mayConvert) : tool::reportRepair(path, mayConvert);
+    }();
+    return textOf(tool::repairAsJson(path, output.value_or(""), report));
+}
+
 // A sentence may quote a path, which need not be UTF-8.
 void raise(PyObject* type, const char* sentence) {
     const auto text = py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(sentence));
@@ -145,11 +157,15 @@ PYBIND11_MODULE(_kpximage, module) {
     namespace py = pybind11;
     using namespace kpx::python;
     static const py::handle failure = py::exception<kpx::FileError>(module, "Failure").release();
+    static const py::handle outputFailure =
+        py::exception<kpx::tool::OutputError>(module, "OutputFailure", failure).release();
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
             std::rethrow_exception(std::move(thrown));
         } catch (const kpx::tool::UsageError& error) {
             raise(PyExc_ValueError, error.what());
+        } catch (const kpx::tool::OutputError& error) {
+            raise(outputFailure.ptr(), error.what());
         } catch (const kpx::FileError& error) {
             raise(failure.ptr(), error.what());
         } catch (const kpx::host::HostError& error) {
@@ -161,4 +177,5 @@ PYBIND11_MODULE(_kpximage, module) {
     module.def("read", &readPicture);
     module.def("write", &writePicture);
     module.def("explain", &explainFile);
+    module.def("repair", &repair);
 }

@@ -107,9 +107,11 @@ def _file_name(path: Path) -> bytes:
 
 
 @contextmanager
-def _errors_of(path: Optional[Path]) -> Iterator[None]:
+def _errors_of(path: Optional[Path], output: Optional[Path] = None) -> Iterator[None]:
     try:
         yield
+    except _kpximage.OutputFailure as failure:
+        raise Error(path if output is None else output, str(failure)) from None
     except _kpximage.Failure as failure:
         raise Error(path, str(failure)) from None
 
@@ -193,3 +195,17 @@ def explain(path: Path) -> "dict[str, Any]":
     name = _file_name(path)
     with _errors_of(path):
         return json.loads(_kpximage.explain(name))
+
+
+def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "dict[str, Any]":
+    """Writes a copy whose header says the same picture in a form that is decoded: the object of `kpximage repair --json`.
+
+    out: the copy, which appears whole or not at all, and only where "result" is "mended" or "converted"; without it
+    nothing is written, as with --dry-run.
+    convert: the picture may be converted too, where nothing else helps.
+
+    Raises Error where the file cannot be read or the copy cannot be written.
+    """
+    names = _file_name(path), None if out is None else _file_name(out)
+    with _errors_of(path, out):
+        return json.loads(_kpximage.repair(*names, convert))

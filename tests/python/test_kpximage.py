@@ -127,6 +127,26 @@ def test_explains_as_the_tool_does(examples):
         kpximage.explain("missing")
 
 
+@pytest.mark.parametrize("options", [{}, {"convert": True}])
+def test_repairs_as_the_tool_does(examples, tmp_path, options):
+    for folder in ("own", "tool"):
+        (tmp_path / folder).mkdir()
+    files = [*examples.glob("bad/*.dds"), examples / "dxt5.dds"]
+    lines = tool("repair", "--json", *(f"--{name}" for name in options), *files, tmp_path / "tool").stdout.splitlines()
+    said = {line["file"]: line for line in map(json.loads, lines)}
+    for file in files:
+        copies = [tmp_path / folder / file.name for folder in ("own", "tool")]
+        done = kpximage.repair(file, copies[0], **options)
+        assert done.get("output") == (str(copies[0]) if copies[0].exists() else None)
+        assert {**done, "output": 0} == {**said[str(file)], "output": 0}
+        assert copies[0].exists() == copies[1].exists() == (done["result"] in ("mended", "converted"))
+        if copies[0].exists():
+            assert copies[0].read_bytes() == copies[1].read_bytes()
+            assert kpximage.repair(file, **options)["mends"] == done["mends"]
+    with pytest.raises(kpximage.Error, match="/dev/full: exists and is not a regular file"):
+        kpximage.repair(examples / "bad/ati1-code.dds", "/dev/full")
+
+
 def test_writes_the_files_that_the_tool_writes(examples, tmp_path):
     files = [file for file in examples.glob("*.dds") if MANIFEST[f"examples/{file.stem}"][5] == "8"]
     assert len(files) > 50
