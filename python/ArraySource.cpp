@@ -1,6 +1,7 @@
 // Arrays may have any strides: rows of channels are made of them value by value.
 #include "python/ArraySource.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "tools/pictures/channelUse.h"
@@ -9,11 +10,10 @@
 namespace kpx::python {
 namespace {
 
-// One colour is written as grey, whichever it is.
-const tool::ChannelUse& useOf(const std::string& names) {
-    const tool::ChannelUse* use = tool::channelUse(names == "R" ? "Y" : names);
-    if (use != nullptr) return *use;
-    throw tool::UsageError("has the channels " + names + ", which are none of Y, R, A, YA, RG, RGA, RGB and RGBA");
+// Red alone is written as grey, as other one-colour pictures are.
+std::string withGrey(std::string names) {
+    if (names.find_first_of("YGB") == names.npos) std::replace(names.begin(), names.end(), 'R', 'Y');
+    return names;
 }
 
 int sideOf(std::ptrdiff_t count) {
@@ -24,8 +24,13 @@ int sideOf(std::ptrdiff_t count) {
 }  // namespace
 
 ArraySource::ArraySource(const PixelArray& pixels, const std::string& names) : m_pixels(pixels) {
-    const tool::ChannelUse& use = useOf(names);
-    m_layout = {sideOf(pixels.shape[1]), sideOf(pixels.shape[0]), use.colours, use.mattes, pixels.isFloat};
+    const std::string channels = withGrey(names);
+    const tool::ChannelUse* use = tool::channelUse(channels);
+    if (use == nullptr) {
+        throw tool::UsageError("has the channels " + names +
+                               ", which are none of Y, R, A, YA, RA, RG, RGA, RGB and RGBA");
+    }
+    m_layout = {sideOf(pixels.shape[1]), sideOf(pixels.shape[0]), use->colours, use->mattes, pixels.isFloat};
     if (m_layout.width == 0 || m_layout.height == 0) {
         throw tool::UsageError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
                                std::to_string(m_layout.height));
@@ -33,8 +38,7 @@ ArraySource::ArraySource(const PixelArray& pixels, const std::string& names) : m
     const auto width = static_cast<std::size_t>(m_layout.width);
     m_values.resize(width * names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::size_t place = names.size() == 1 ? 0 : names.find(use.exrNames[i]);
-        m_places.push_back(static_cast<std::ptrdiff_t>(place));
+        m_places.push_back(static_cast<std::ptrdiff_t>(channels.find(use->exrNames[i])));
         m_rows.push_back(m_values.data() + i * width);
     }
 }

@@ -57,21 +57,24 @@ tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path)
     return tool::openThroughHost(plugin, path);
 }
 
-// The rows go from the reader's channels to their pixels in the array, with nothing in between.
+// From the reader's rows of channels to pixels, with nothing in between.
+template <typename Value>
+void copyRows(tool::DdsSource& source, std::size_t channels, Value* to) {
+    const Unlocked unlocked;
+    const auto width = static_cast<std::size_t>(source.layout().width);
+    for (int y = 0; y < source.layout().height; ++y, to += width * channels) {
+        const auto rows = source.nextRow();
+        std::array<const Value*, 4> values{};
+        for (std::size_t i = 0; i < channels; ++i) values[i] = reinterpret_cast<const Value*>(rows[i]);
+        tool::joinRows(values.data(), channels, width, to);
+    }
+}
+
 template <typename Value>
 py::array readRows(tool::DdsSource& source, py::ssize_t channels) {
     const tool::ImageLayout& layout = source.layout();
     py::array_t<Value> array(std::array<py::ssize_t, 3>{layout.height, layout.width, channels});
-    Value* to = array.mutable_data();
-    const Unlocked unlocked;
-    const auto width = static_cast<std::size_t>(layout.width);
-    const auto count = static_cast<std::size_t>(channels);
-    for (int y = 0; y < layout.height; ++y, to += width * count) {
-        const auto rows = source.nextRow();
-        std::array<const Value*, 4> values{};
-        for (std::size_t i = 0; i < count; ++i) values[i] = reinterpret_cast<const Value*>(rows[i]);
-        tool::joinRows(values.data(), count, width, to);
-    }
+    copyRows(source, static_cast<std::size_t>(channels), array.mutable_data());
     return array;
 }
 
@@ -85,8 +88,8 @@ py::tuple readPicture(const std::string& path) {
         source.emplace(openImage(reading, path));
     }
     heedSignals();
-    const bool isRed = source->traits().isRed;
-    const std::string names(isRed ? "R" : tool::channelUse(source->layout()).exrNames);
+    std::string names(tool::channelUse(source->layout()).exrNames);
+    if (source->traits().isRed) names.front() = 'R';
     const auto channels = static_cast<py::ssize_t>(names.size());
     const bool isFloat = source->layout().isFloat;
     const py::array array = isFloat ? readRows<float>(*source, channels) : readRows<unsigned char>(*source, channels);

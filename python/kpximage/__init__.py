@@ -151,8 +151,8 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
     """Writes an uncompressed DDS file of 24-bit BGR or, with alpha, 32-bit BGRA, whole or not at all.
 
     array: uint8 of shape (height, width) or (height, width, 1 to 4), the top row first.
-    channels: the name of each channel, in any order, of one of the sets Y, R, A, YA, RG, RGA, RGB and RGBA; a single
-    colour is written as grey. Else those of the array; else by their number: 1 is Y, 3 are RGB, 4 are RGBA.
+    channels: the name of each channel, in any order, of one of the sets Y, R, A, YA, RA, RG, RGA, RGB and RGBA; R
+    without G is written as grey. Else those of the array; else by their number: 1 is Y, 3 are RGB, 4 are RGBA.
     alpha: False leaves alpha out; or a value of the plug-in's option "Alpha", by its name.
 
     Raises ValueError for other shapes, channels and values of alpha, TypeError for values other than uint8, Error for

@@ -89,6 +89,16 @@ def test_names_channels(file, names, examples):
     assert kpximage.read(examples / f"{file}.dds").channels == tuple(names)
 
 
+def test_red_may_have_alpha(examples, tmp_path):
+    file = bytearray((examples / "dx10-49-rg8.dds").read_bytes())
+    file[80] |= 1  # DDPF_ALPHAPIXELS
+    (tmp_path / "a.dds").write_bytes(file)
+    picture = kpximage.read(tmp_path / "a.dds")
+    assert picture.channels == ("R", "A")
+    kpximage.write(tmp_path / "b.dds", picture)
+    assert np.array_equal(kpximage.read(tmp_path / "b.dds"), picture[..., [0, 0, 0, 1]])
+
+
 def test_pictures_keep_what_is_known_of_them(examples):
     picture = kpximage.read(examples / "bad/ati1-code.dds")
     for same in (picture.copy(), picture[8:, ::2], picture[0], picture.astype(float), picture + 1, copy.deepcopy(picture),
