@@ -32,10 +32,13 @@ Explanation explain(const std::string& file) {
     const Repair repair = repairOf(facts);
     const bool isMended = repair.helps();
     const Repair conversion = isMended ? Repair() : repairOf(facts, true);
+    std::vector<Remark> causes = causesOf(facts, verdict);
+    const auto obstacle = isMended ? std::nullopt : conversionObstacle(facts);
+    if (obstacle) causes.push_back(*obstacle);
     return {facts,
             verdict,
             contentsOf(facts, verdict),
-            causesOf(facts, verdict),
+            std::move(causes),
             surprisesOf(facts, verdict),
             isMended ? repair.mends : std::vector<Remark>(),
             !isMended && conversion.helps() ? conversion.mends : std::vector<Remark>()};

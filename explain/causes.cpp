@@ -11,10 +11,6 @@
 namespace kpx {
 namespace {
 
-std::string countOf(std::uint64_t bytes) {
-    return textOf(bytes, bytes == 1 ? " byte" : " bytes");
-}
-
 // DDS_PIXELFORMAT.dwFlags that name a format of which nothing is decoded.
 struct UndecodedFlag {
     std::uint32_t flag;

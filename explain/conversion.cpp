@@ -53,8 +53,8 @@ constexpr const char* asNumbers =
 constexpr const char* asShortNumbers = "each integer becomes the float of the same value";
 constexpr const char* asSigned = "signed values become -1 to 1";
 constexpr const char* asSignedLuminance = "signed values become -1 to 1, and the luminance is blue, 0 to 1";
-constexpr const char* asDepth = "depth becomes 0 to 1; the stencil is left out";
-constexpr const char* asFloatDepth = "depth keeps its values; the stencil is left out";
+constexpr const char* asDepth = "the 24 bits of depth become 0 to 1; the other 8 are left out";
+constexpr const char* asFloatDepth = "the 32-bit floats are kept; the other 32 bits are left out";
 constexpr const char* asExtended = "colours become -0.75 to 1.25, by (n - 384) / 510";
 
 constexpr FieldFormat fieldFormats[] = {
@@ -93,6 +93,7 @@ constexpr FieldFormat fieldFormats[] = {
     {61, 0, 2, {{{0, 5, snorm}, {5, 5, snorm}, {10, 6, unorm}}}, asSignedLuminance},
     {62, 0, 4, {{{0, 8, snorm}, {8, 8, snorm}, {16, 8, unorm}}}, asSignedLuminance},
     {67, 0, 4, {{{0, 10, snorm}, {10, 10, snorm}, {20, 10, snorm}, {30, 2, unorm}}}, asSigned},
+    {71, 0, 4, {{{0, 32, unorm}}}, "depth becomes 0 to 1"},
     {84, 0, 4, {{{0, 32, unorm}}}, "depth becomes 0 to 1"},
     {119,
      89,
@@ -103,17 +104,19 @@ constexpr FieldFormat fieldFormats[] = {
 
 constexpr YuvFormat yuvFormats[] = {
     {fourCC("AYUV"), 100, 0, 0, {0, 32, 16}, {0, 32, 8}, {0, 32, 0}, 24, 8, 8},
-    {0, 101, 0, 0, {0, 32, 12}, {0, 32, 2}, {0, 32, 22}, 30, 2, 10},  // Y410
-    {0, 102, 0, 0, {0, 64, 24}, {0, 64, 8}, {0, 64, 40}, 56, 8, 16},  // Y416
+    {fourCC("Y410"), 101, 0, 0, {0, 32, 12}, {0, 32, 2}, {0, 32, 22}, 30, 2, 10},
+    {fourCC("Y416"), 102, 0, 0, {0, 64, 24}, {0, 64, 8}, {0, 64, 40}, 56, 8, 16},
     {fourCC("NV12"), 103, 1, 1, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8},
     {fourCC("P010"), 104, 1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 10},
-    {0, 105, 1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 16},  // P016
+    {fourCC("P016"), 105, 1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 16},
     {fourCC("YUY2"), 107, 1, 0, {0, 16, 0}, {0, 32, 8}, {0, 32, 24}, 0, 0, 8},
-    {0, 108, 1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 10},  // Y210
-    {0, 109, 1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 16},  // Y216
-    {0, 130, 1, 0, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8},      // P208
+    {fourCC("Y210"), 108, 1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 10},
+    {fourCC("Y216"), 109, 1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 16},
+    {0, 130, 1, 0, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8},  // P208
     {fourCC("UYVY"), 0, 1, 0, {0, 16, 8}, {0, 32, 0}, {0, 32, 16}, 0, 0, 8},
     {fourCC("YV12"), 0, 1, 1, {0, 8, 0}, {2, 8, 0}, {1, 8, 0}, 0, 0, 8},
+    {fourCC("IYUV"), 0, 1, 1, {0, 8, 0}, {1, 8, 0}, {2, 8, 0}, 0, 0, 8},
+    {fourCC("I420"), 0, 1, 1, {0, 8, 0}, {1, 8, 0}, {2, 8, 0}, 0, 0, 8},
 };
 
 // So many bits, up to 32, from a bit on.
@@ -275,6 +278,10 @@ std::uint64_t Conversion::pictureBytes(std::uint32_t width, std::uint32_t height
         bytes = more > UINT64_MAX - bytes ? UINT64_MAX : bytes + more;
     }
     return bytes;
+}
+
+std::uint64_t Conversion::rowBytes(std::uint32_t width) const {
+    return m_fields != nullptr ? std::uint64_t{m_fields->pixelBytes} * width : planeRowBytes(*m_yuv, 0, width);
 }
 
 std::uint64_t Conversion::convertedRowBytes(std::uint32_t width) const {

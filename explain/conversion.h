@@ -28,6 +28,8 @@ public:
 
     // The data of a picture as it is; the largest number where it does not fit in one.
     [[nodiscard]] std::uint64_t pictureBytes(std::uint32_t width, std::uint32_t height) const;
+    // A row of it, of luminance where that has a plane of its own.
+    [[nodiscard]] std::uint64_t rowBytes(std::uint32_t width) const;
     [[nodiscard]] std::uint64_t convertedRowBytes(std::uint32_t width) const;
 
     // Row y, 0 being the first in the file, of a picture whose data is all there. converted has convertedRowBytes.

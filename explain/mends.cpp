@@ -88,9 +88,13 @@ std::string flagsBesideCode(Draft& draft) {
 
 std::string codeOfAnotherWriter(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
-    if (!hasCause(draft, Cause::unknownCode) || format.dwFourCC != fourCC("ATI1")) return {};
-    nameByCode(format, fourCC("BC4U"));
-    return "The code becomes \"BC4U\", under which the blocks of \"ATI1\" are read.";
+    for (const SameBlocks& row : sameBlocks()) {
+        if (!hasCause(draft, Cause::unknownCode) || format.dwFourCC != row.code) continue;
+        nameByCode(format, row.decoded);
+        return textOf("The code becomes ", codeText(row.decoded), ", under which the blocks of ", codeText(row.code),
+                      " are read.");
+    }
+    return {};
 }
 
 std::string codeOfMasks(Draft& draft) {
@@ -192,7 +196,7 @@ std::string codeOfDxgi(Draft& draft) {
         nameByDxgi(draft, row.dxgi);
         if (format.blockBytes == 0) stateRows(header, std::uint64_t{format.bytesPerPixel} * header.dwWidth);
         return textOf("The pixel format, code ", namedCode(row.code), ", becomes a DX10 header, 20 bytes of DXGI ",
-                      dxgiText(row.dxgi), ".");
+                      dxgiText(row.dxgi), row.words, ".");
     }
     return {};
 }
@@ -280,16 +284,18 @@ bool hasPixels(const Draft& draft) {
 }
 
 struct ConvertedSize {
-    std::uint64_t pictures;  // that are whole
-    std::uint64_t bytes;     // that they become
+    std::uint64_t pictures;     // that are whole
+    std::uint64_t sourceBytes;  // that they have
+    std::uint64_t bytes;        // that they become
 };
 
 ConvertedSize convertedSize(const SurfaceLayout& layout) {
     ConvertedSize size{};
-    size.pictures = forEachWholeSurface(layout, [&](const Surface& surface) {
-        const std::uint64_t rowBytes = layout.conversion->convertedRowBytes(surface.width);
-        const std::uint64_t more = saturatingProduct(rowBytes, surface.height);
-        size.bytes = more > UINT64_MAX - size.bytes ? UINT64_MAX : size.bytes + more;
+    forEachWholeSize(layout, [&](std::uint32_t width, std::uint32_t height, std::uint64_t count) {
+        const std::uint64_t bytes = saturatingProduct(layout.conversion->convertedRowBytes(width), height, count);
+        size.bytes = bytes > UINT64_MAX - size.bytes ? UINT64_MAX : size.bytes + bytes;
+        size.sourceBytes += layout.surfaceBytes(width, height) * count;
+        size.pictures += count;
     });
     return size;
 }
@@ -310,53 +316,61 @@ std::string nameConverted(Draft& draft, std::uint32_t dxgi) {
     return words;
 }
 
+std::string paddingText(const DDS_HEADER& header, const Conversion& conversion) {
+    const bool isPadded =
+        (header.dwFlags & DDSD_PITCH) != 0 && header.dwPitchOrLinearSize > conversion.rowBytes(header.dwWidth);
+    if (!isPadded) return {};
+    return textOf("; rows are taken without padding, though a pitch of ", header.dwPitchOrLinearSize, " is stated");
+}
+
 std::string pixelsConverted(Draft& draft) {
     const auto conversion = hasPixels(draft) ? conversionOf(draft) : std::nullopt;
     if (!conversion) return {};
     const SurfaceLayout layout = surfaceLayout(draft.facts, draft.verdict, conversion);
     const ConvertedSize size = convertedSize(layout);
     if (size.pictures == 0) return {};
-    const std::uint64_t before = draft.facts.fileBytes - draft.dataStart;
+    const std::uint64_t behind = draft.facts.fileBytes - draft.dataStart - size.sourceBytes;
     const std::uint32_t code = undecodedCode(draft);
     const std::string name =
         code == 0 ? "DXGI " + dxgiText(draft.facts.dx10Header.dxgiFormat) : "code " + namedCode(code);
+    const std::string padding = paddingText(headerOf(draft), *conversion);
     const std::string target = nameConverted(draft, conversion->dxgi());
     draft.converted = layout;
     draft.facts.fileBytes = UINT64_MAX;  // enough for any header
     const std::uint64_t headers = headerBytes(draft.facts).size();
     draft.facts.fileBytes = size.bytes > UINT64_MAX - headers ? UINT64_MAX : headers + size.bytes;
-    std::string sentence = textOf("The pixels, ", name, ", become ", target, ": ", conversion->words(), "; ", before,
-                                  " bytes of data become ", size.bytes);
+    std::string sentence = textOf("The pixels, ", name, ", become ", target, ": ", conversion->words(), padding, "; ",
+                                  countOf(size.sourceBytes), " of data become ", size.bytes);
     if (size.pictures < layout.count)
-        sentence += textOf("; of ", layout.count, " pictures ", size.pictures, " are whole and kept");
+        sentence += textOf("; of ", layout.count, " pictures ", size.pictures, size.pictures == 1 ? " is" : " are",
+                           " whole and kept");
+    if (behind != 0)
+        sentence += textOf("; ", countOf(behind), " behind them ", behind == 1 ? "is" : "are", " left out");
     return sentence + ".";
 }
 
+// What comes out as each channel, of those that are not what they are called.
 std::string swizzledText(const SwizzledCode& row) {
     constexpr const char* channels[] = {"red", "green", "blue", "alpha"};
     const std::string_view holds = row.holds;
-    if (holds == "-GBR")
-        return "red and alpha come out exchanged: alpha is the picture's red, which hosts show as transparency, and "
-               "red is "
-               "what stands in its place";
-    if (holds == "GR--") return "red and green come out exchanged";
     std::string text;
     for (std::size_t i = 0; i < holds.size(); ++i) {
         const std::size_t held = std::string_view("RGBA").find(holds[i]);
         if (held == i) continue;
-        const char* what = held == holds.npos ? "nothing of the picture" : channels[held];
-        text += textOf(text.empty() ? "" : ", ", channels[i], " is ", what);
+        const std::string what = held == holds.npos ? "is no part of the picture" : textOf("is its ", channels[held]);
+        text += textOf(text.empty() ? "" : ", ", "what comes out as ", channels[i], " ", what);
     }
-    return "the channels come out as they are stored: " + text;
+    return textOf(holds == "-GBR" ? "red and alpha come out exchanged: " : "", text,
+                  ". Hosts show alpha as transparency");
 }
 
 std::string swizzledBlocks(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     const SwizzledCode* row = hasCause(draft, Cause::unknownCode) ? findSwizzledCode(format.dwFourCC) : nullptr;
     if (row == nullptr) return {};
-    nameByCode(format, row->decoded);
-    return textOf("The code ", codeText(row->code), " becomes ", codeText(row->decoded),
-                  ", whose blocks are the same; ", swizzledText(*row), ".");
+    nameByCode(format, fourCC("DXT5"));
+    return textOf("The code ", codeText(row->code), " becomes ", codeText(fourCC("DXT5")),
+                  ", whose blocks are the same: ", swizzledText(*row), ".");
 }
 
 // A row a fault. A mend may uncover the next fault.
@@ -414,18 +428,39 @@ Repair repairOf(const FileFacts& facts, bool mayConvert) {
     return draft;
 }
 
-std::string conversionObstacle(const FileFacts& facts) {
+bool isMendOf(const FileFacts& facts, std::uint64_t dataStart, std::span<const unsigned char> header) {
+    Draft draft = draftOf(facts);
+    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft, false)) {
+        const std::vector<unsigned char> bytes = headerBytes(draft.facts);
+        const bool isSame = std::equal(bytes.begin(), bytes.end(), header.begin(), header.end());
+        if (isSame && draft.helps() && draft.dataStart == dataStart) return true;
+    }
+    return false;
+}
+
+std::optional<Remark> conversionObstacle(const FileFacts& facts) {
+    const auto remark = [](const std::string& sentence, const char* advice) {
+        return Remark{"not-convertible", sentence, Weight::fault, advice};
+    };
     const Draft draft = draftOf(facts);
-    if (draft.verdict.result != Result::black || !startsAsDds(facts) || !hasPixels(draft)) return {};
+    if (draft.verdict.result != Result::black || !startsAsDds(facts)) return std::nullopt;
+    const Repair repair = repairOf(facts, true);
+    if (repair.helps()) return std::nullopt;
+    if (repair.converted || findSwizzledCode(undecodedCode(draft)) != nullptr)
+        return remark("Converted, it would be black as well. " + causeText(repair.facts, repair.verdict),
+                      adviceOn(repair.verdict));
     const auto conversion = conversionOf(draft);
-    if (!conversion) return {};
+    if (!conversion) return std::nullopt;
     const DDS_HEADER& header = facts.header.header;
-    const std::uint64_t needed = conversion->pictureBytes(header.dwWidth, header.dwHeight);
-    const std::uint64_t present = facts.fileBytes - draft.dataStart;
-    if (present >= needed) return {};
-    return textOf("It could be converted if its data were whole: ", present,
-                  " bytes follow the header, and a picture of ", header.dwWidth, " x ", header.dwHeight, " takes ",
-                  needed, ".");
+    const std::string size = textOf(header.dwWidth, " x ", header.dwHeight);
+    if (header.dwWidth == 0 || header.dwHeight == 0)
+        return remark(textOf("A picture of ", size, " has no pixels that could be converted."), "export it anew");
+    if (isSideTooLarge(header.dwWidth, header.dwHeight))
+        return remark(textOf("A picture of ", size, " is too large to be converted."), "export it smaller");
+    return remark(textOf("It could be converted if its data were whole: a picture of ", size, " takes ",
+                         conversion->pictureBytes(header.dwWidth, header.dwHeight), " bytes, and ",
+                         facts.fileBytes - draft.dataStart, " are there."),
+                  "get a whole copy of it");
 }
 
 const char* repairHint(const FileFacts& facts) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "explain/causes.h"
@@ -27,8 +28,12 @@ struct Repair {
 // With mayConvert also what changes the picture, where nothing else is known.
 Repair repairOf(const FileFacts& facts, bool mayConvert = false);
 
-// Why a file cannot be converted of whose format that is known, without the file's name; empty where that is not so.
-std::string conversionObstacle(const FileFacts& facts);
+// Whether the header is what the mends make of the file, all of them or the first ones: a later version may have more.
+// dataStart is where the file's data starts.
+bool isMendOf(const FileFacts& facts, std::uint64_t dataStart, std::span<const unsigned char> header);
+
+// Why a black file is not converted, of whose format that is known how; none where it is, or that is not known.
+std::optional<Remark> conversionObstacle(const FileFacts& facts);
 
 // A sentence for what is told of a black picture, after a space; empty where repair does not help.
 const char* repairHint(const FileFacts& facts);

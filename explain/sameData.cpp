@@ -17,9 +17,14 @@ constexpr LuminanceFormat luminance[] = {
 };
 
 // The codes of blocks are of writers that name BC6H and BC7 without a DX10 header; D3DFMT_CxV8U8 stores two signed
-// bytes, its third value is worked out.
+// bytes.
 constexpr CodeOfDxgi underDx10[] = {
-    {82, 41}, {117, 51}, {fourCC("BC6H"), 95}, {fourCC("BC6S"), 96}, {fourCC("BC7L"), 98}, {fourCC("BC7\0"), 98},
+    {82, 41},
+    {117, 51, "; the third value, which is worked out of the two, is added by \"kpximage convert --normal-z\""},
+    {fourCC("BC6H"), 95},
+    {fourCC("BC6S"), 96},
+    {fourCC("BC7L"), 98},
+    {fourCC("BC7\0"), 98},
 };
 
 struct SameValues {
@@ -38,11 +43,14 @@ constexpr BumpMap bumpMaps[] = {
     {DDPF_BUMPDUDV, 32, {0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000}, 67},
 };
 
+constexpr SameBlocks blocksOfOthers[] = {
+    {fourCC("ATI1"), fourCC("BC4U")},
+    {fourCC("A2XY"), fourCC("ATI2")},
+};
+
 constexpr SwizzledCode swizzled[] = {
-    {fourCC("RXGB"), fourCC("DXT5"), "-GBR"}, {fourCC("xGBR"), fourCC("DXT5"), "-GBR"},
-    {fourCC("RxBG"), fourCC("DXT5"), "R-BG"}, {fourCC("RBxG"), fourCC("DXT5"), "RB-G"},
-    {fourCC("xRBG"), fourCC("DXT5"), "-RBG"}, {fourCC("RGxB"), fourCC("DXT5"), "RG-B"},
-    {fourCC("xGxR"), fourCC("DXT5"), "-G-R"}, {fourCC("A2XY"), fourCC("ATI2"), "GR--"},
+    {fourCC("RXGB"), "-GBR"}, {fourCC("xGBR"), "-GBR"}, {fourCC("RxBG"), "R-BG"}, {fourCC("RBxG"), "RB-G"},
+    {fourCC("xRBG"), "-RBG"}, {fourCC("RGxB"), "RG-B"}, {fourCC("xGxR"), "-G-R"},
 };
 
 constexpr SignedFormat signedValues[] = {
@@ -119,6 +127,10 @@ std::uint32_t codeOfBumpMap(const DDS_PIXELFORMAT& format) {
         if (isFlagged && format.dwRGBBitCount == row.bits && masks == row.masks) return row.code;
     }
     return 0;
+}
+
+std::span<const SameBlocks> sameBlocks() {
+    return blocksOfOthers;
 }
 
 const SwizzledCode* findSwizzledCode(std::uint32_t code) {

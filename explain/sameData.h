@@ -42,6 +42,7 @@ std::span<const SignedFormat> signedFormats();
 struct CodeOfDxgi {
     std::uint32_t code;
     std::uint32_t dxgi;
+    const char* words = "";  // what is not said any more, after a semicolon
 };
 std::span<const CodeOfDxgi> codesOfDxgi();
 
@@ -52,11 +53,18 @@ std::uint32_t dxgiOfSameValues(std::uint32_t dxgiFormat);
 // it is none of them.
 std::uint32_t codeOfBumpMap(const DDS_PIXELFORMAT& format);
 
-// Blocks of a decoded code under another, with the channels in another order.
-struct SwizzledCode {
+// Codes of other writers for blocks that are decoded under another code.
+struct SameBlocks {
     std::uint32_t code;
     std::uint32_t decoded;
-    const char* holds;  // a letter a channel of what is decoded, red, green, blue and alpha: what it holds, or '-'
+};
+std::span<const SameBlocks> sameBlocks();
+
+// Codes of DXT5 blocks with the channels in another order. They are their own source: their letters name what DXT5 has
+// as red, green, blue and alpha.
+struct SwizzledCode {
+    std::uint32_t code;
+    const char* holds;  // for red, green, blue and alpha of what is decoded: the channel that it holds, or '-'
 };
 const SwizzledCode* findSwizzledCode(std::uint32_t code);
 

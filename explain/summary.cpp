@@ -43,8 +43,10 @@ std::string decodedText(const Explanation& file) {
 
 std::string blackText(const Explanation& file) {
     const std::string mend = mendText(file);
+    const bool hasAdvice = !file.causes.empty() && *file.causes.back().advice != '\0';
+    const char* advice = hasAdvice ? file.causes.back().advice : adviceOn(file.verdict);
     return textOf("It comes out as a 64 x 64 black picture: ",
-                  mend.empty() ? textOf("no mend is known; ", adviceOn(file.verdict), ".") : mend);
+                  mend.empty() ? textOf("no mend is known; ", advice, ".") : mend);
 }
 
 }  // namespace
@@ -52,6 +54,7 @@ std::string blackText(const Explanation& file) {
 std::string summaryOf(const Explanation& file) {
     const std::string other = otherFileText(file.facts);
     if (!other.empty()) return textOf("No DDS file: it ", other, ".");
+    if (!startsAsDds(file.facts)) return "No DDS file: it does not start with \"DDS\".";
     switch (file.verdict.result) {
         case Result::refused:
             return textOf("It is refused: ", adviceOn(file.verdict), ".");
@@ -60,7 +63,6 @@ std::string summaryOf(const Explanation& file) {
         case Result::decoded:
             break;
     }
-    if (!startsAsDds(file.facts)) return "No DDS file: it does not start with \"DDS\".";
     return whatItIs(file) + decodedText(file);
 }
 

@@ -107,6 +107,35 @@ std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::functi
     return count;
 }
 
+void forEachWholeSize(const SurfaceLayout& layout,
+                      const std::function<void(std::uint32_t, std::uint32_t, std::uint64_t)>& visit) {
+    const DDS_HEADER& header = layout.facts.header.header;
+    const Contents& contents = layout.contents;
+    const auto bytesOf = [&](std::uint32_t level) {
+        return layout.surfaceBytes(halved(header.dwWidth, level), halved(header.dwHeight, level));
+    };
+    // All levels of a face.
+    std::uint64_t faceBytes = 0;
+    for (std::uint32_t level = 0; level < contents.levels; ++level) {
+        const std::uint64_t bytes = saturatingProduct(bytesOf(level), halved(contents.slices, level));
+        faceBytes = bytes > UINT64_MAX - faceBytes ? UINT64_MAX : faceBytes + bytes;
+    }
+    const std::uint64_t start = layout.headerBytes + layout.paletteBytes;
+    const std::uint64_t present = layout.facts.fileBytes - std::min(start, layout.facts.fileBytes);
+    const std::uint64_t faces = saturatingProduct(contents.faces, contents.elements);
+    const std::uint64_t wholeFaces = std::min(faces, present / faceBytes);
+    // Of the face after them, as far as the data goes.
+    std::uint64_t rest = wholeFaces < faces ? present - wholeFaces * faceBytes : 0;
+    for (std::uint32_t level = 0; level < contents.levels; ++level) {
+        const std::uint32_t slices = halved(contents.slices, level);
+        const std::uint64_t more = std::min<std::uint64_t>(slices, rest / bytesOf(level));
+        rest = more < slices ? 0 : rest - more * bytesOf(level);
+        // Each surface has a byte at least, so that there are no more than bytes.
+        const std::uint64_t count = wholeFaces * slices + more;
+        if (count > 0) visit(halved(header.dwWidth, level), halved(header.dwHeight, level), count);
+    }
+}
+
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface) {
     const Contents& contents = layout.contents;
     std::string name;

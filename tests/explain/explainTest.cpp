@@ -246,11 +246,18 @@ TEST_F(Tool, RepairWritesNeitherInADryRunNorOverItsInput) {
 TEST_F(Tool, RepairMendsBlackSamples) {
     const fs::path samples = KPX_SAMPLES_DIR;
     if (!exists(samples)) GTEST_SKIP() << "there are no sample files in " << samples;
-    for (const char* name : {"ati1-linear-too-big", "bc4u-linear-too-big", "dx10-b5g6r5", "dx10-b5g5r5a1",
-                             "dx10-b4g4r4a4", "fourcc-25-a1r5g5b5", "bumpdudv-q8w8v8u8"}) {
+    for (const auto& [name, option] : {std::pair{"ati1-linear-too-big", ""},
+                                       {"bc4u-linear-too-big", ""},
+                                       {"dx10-b5g6r5", ""},
+                                       {"dx10-b5g5r5a1", ""},
+                                       {"dx10-b4g4r4a4", ""},
+                                       {"fourcc-25-a1r5g5b5", ""},
+                                       {"bumpdudv-q8w8v8u8", ""},
+                                       {"dx10-xr-bias", " --convert"},
+                                       {"rxgb", " --convert"}}) {
         const std::string path = (samples / name).string() + ".dds";
         EXPECT_EQ(run("info " + path).status, 3) << name;
-        EXPECT_EQ(run("repair " + path + " " + name + ".dds").status, 0) << name;
+        EXPECT_EQ(run("repair " + path + " " + name + ".dds" + option).status, 0) << name;
         EXPECT_EQ(run(std::string("info ") + name + ".dds").status, 0) << name;
     }
 }

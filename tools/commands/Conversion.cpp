@@ -101,6 +101,7 @@ std::string Conversion::outputPath(const InputFile& input, const OutputFormat& f
     std::error_code error;
     if (fs::equivalent(input.path, output, error)) throw FileError("would be overwritten by its own conversion");
     m_places.claim(output);
+    m_places.makeFolderOf(output);
     return output;
 }
 

@@ -34,11 +34,11 @@ bool isFolder(const std::string& path) {
     return fs::is_directory(path, error);
 }
 
-// With --dry-run the output may be left out: a file that is there is then one of the inputs.
+// With --dry-run the output may be left out: what is there is then one of the inputs, so that none is passed over.
 bool namesOutput(const Arguments& arguments) {
     if (arguments.isInPlace || arguments.isUndo || arguments.paths.size() < 2) return false;
     std::error_code error;
-    return !arguments.isDryRun || !fs::is_regular_file(arguments.paths.back(), error);
+    return !arguments.isDryRun || !fs::exists(arguments.paths.back(), error);
 }
 
 void check(const Arguments& arguments) {
@@ -100,8 +100,6 @@ std::size_t charactersIn(const std::string& text) {
 Outcome Repairs::run() {
     BatchOptions options = m_arguments.batch;
     options.isQuiet = options.isQuiet || m_isSingle;
-    // A file may come under two names, of which links are one.
-    if (m_arguments.isInPlace || m_arguments.isUndo) options.jobs = 1;
     const Outcome outcome = runBatch(m_inputs, options, [&](const InputFile& file) { return workOn(file); });
     printRows();
     if (m_arguments.isDryRun && m_hasOutput && m_places->isFolder() && !options.isQuiet)
@@ -123,12 +121,14 @@ FileResult Repairs::workOn(const InputFile& file) {
 }
 
 RepairReport Repairs::repaired(const InputFile& file, const std::string& output) {
-    if (m_arguments.isDryRun) return reportRepair(file.path, m_arguments.mayConvert);
-    if (m_arguments.isInPlace) return repairInPlace(file.path);
+    if (m_arguments.isInPlace) return repairInPlace(file.path, m_arguments.isDryRun);
     RepairReport report = reportRepair(file.path, m_arguments.mayConvert);
-    if (!report.helps()) return report;
+    if (!report.helps() || !m_hasOutput) return report;
     m_places->claim(output);
-    return repairFile(file.path, output, m_arguments.mayConvert);
+    if (m_arguments.isDryRun) return report;
+    m_places->makeFolderOf(output);
+    writeRepairedCopy(file.path, report, output);
+    return report;
 }
 
 FileResult Repairs::repair(const InputFile& file) {
@@ -156,11 +156,11 @@ void Repairs::show(const std::string& file, const std::string& output, const Rep
     if (m_arguments.json)
         printJson(repairAsJson(file, m_arguments.isDryRun ? "" : m_arguments.isInPlace ? file : output, report));
     else if (isTable && !isFine)
-        addRow(
-            nameOf(report.result), file,
-            idsOf(report.helps() ? report.mends : report.causes) + (report.isConvertible ? " (--convert helps)" : ""));
+        addRow(nameOf(report.result), file,
+               idsOf(report.helps() ? report.mends() : report.causes) +
+                   (report.isConvertible ? " (--convert helps)" : ""));
     else if (!isTable)
-        for (const Remark& mend : report.mends) print(printable(file) + ": " + mend.sentence + "\n");
+        for (const Remark& mend : report.mends()) print(printable(file) + ": " + mend.sentence + "\n");
     if (!report.helps() && (m_isSingle || !isFine)) tell(file, report.reason);
 }
 
@@ -170,7 +170,7 @@ FileResult Repairs::undo(const InputFile& file) {
     if (isUndone) {
         if (!m_arguments.json)
             print(printable(file.path) + ": gets back its earlier header, which was kept in " +
-                  keptHeaderPath(file.path) + "\n");
+                  printable(keptHeaderPath(file.path)) + "\n");
         return {Outcome::done, "undone"};
     }
     if (m_isSingle) tell(file.path, "has nothing to undo: there is no " + keptHeaderPath(file.path));
@@ -179,7 +179,9 @@ FileResult Repairs::undo(const InputFile& file) {
 
 void Repairs::addRow(std::string result, const std::string& file, std::string remarks) {
     if (!m_arguments.isDryRun || m_isSingle || m_arguments.json) return;
-    inTurn([this, row = Row{std::move(result), printable(file), std::move(remarks)}] { m_rows.push_back(row); });
+    inTurn([this, row = Row{std::move(result), printable(file), printable(std::move(remarks))}] {
+        m_rows.push_back(row);
+    });
 }
 
 void Repairs::printRows() const {
@@ -215,7 +217,7 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
     command
         ->add_option("FILE", arguments->paths,
                      "Files to mend, or folders of .dds files, then the output: a file, or a folder for those that are "
-                     "mended; with --in-place and --undo there is none, with --dry-run it may be left out")
+                     "mended; with --in-place and --undo there is none, and with --dry-run none that is there")
         ->required();
     command->add_flag("--dry-run", arguments->isDryRun, "Say what would be changed and write nothing");
     command->add_flag("--convert", arguments->mayConvert,
@@ -228,8 +230,8 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
     arguments->batch.isNaming = true;
     arguments->batch.addTo(*command, "mend");
     command->footer(
-        "Of a single file: exit status 1 as well where there is nothing to mend or to undo. 3: a file is black and no "
-        "mend is known.");
+        "Of a single file: exit status 1 as well where there is nothing to mend or to undo. 3: a file stays "
+        "black.");
     command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
 }
 

@@ -54,8 +54,9 @@ void write(const Arguments& arguments, const SurfaceLayout& layout, const Surfac
 Outcome split(const Arguments& arguments) {
     const SurfaceLayout layout = layoutOf(arguments.input);
     // Nothing is made of a file without a whole picture.
-    if (forEachWholeSurface(layout, [](const Surface&) {}) == 0)
-        throw FileError("is too short: no picture in it is whole");
+    bool hasWhole = false;
+    forEachWholeSize(layout, [&](std::uint32_t, std::uint32_t, std::uint64_t) { hasWhole = true; });
+    if (!hasWhole) throw FileError("is too short: no picture in it is whole");
     makeFolder(arguments.folder);
     const std::uint64_t whole =
         forEachWholeSurface(layout, [&](const Surface& surface) { write(arguments, layout, surface); });

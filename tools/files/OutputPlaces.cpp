@@ -41,11 +41,12 @@ std::string OutputPlaces::of(const InputFile& input, std::string_view extension)
 }
 
 void OutputPlaces::claim(const std::string& place) {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (!m_claimed.insert(place).second)
-            throw FileError("would overwrite " + place + ", just made of another input of the same name");
-    }
+    const std::lock_guard lock(m_mutex);
+    if (m_claimed.insert(place).second) return;
+    throw FileError("would overwrite " + place + ", just made of another input of the same name");
+}
+
+void OutputPlaces::makeFolderOf(const std::string& place) const {
     if (!m_isFolder) return;
     // Where a folder below cannot be made, neither can the file in it, which is told.
     std::error_code error;

@@ -25,9 +25,11 @@ public:
     // it is empty.
     [[nodiscard]] std::string of(const InputFile& input, std::string_view extension = "") const;
 
-    // To be called once for every output before it is written, from any thread: makes the folder that it lies in.
-    // Throws FileError where another input has the output.
+    // To be called once for every output before it is written, from any thread. Throws FileError where another input
+    // has the output.
     void claim(const std::string& place);
+    // Makes the folder that an output is to lie in. Throws FileError.
+    void makeFolderOf(const std::string& place) const;
 
 private:
     std::string m_output;

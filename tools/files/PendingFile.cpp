@@ -102,6 +102,11 @@ void PendingFile::flushToDisk() const {
     if (fsync(m_descriptor) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
 }
 
+void PendingFile::takeOwner(unsigned user, unsigned group) const {
+    // Only the superuser may give files away; whoever else replaces another's file owns the new one.
+    [[maybe_unused]] const int result = fchown(m_descriptor, user, group);
+}
+
 void PendingFile::commit() {
     stopIfInterrupted();
     if (!takeDestination()) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));

@@ -23,6 +23,9 @@ public:
     // Throws OutputError.
     void flushToDisk() const;
 
+    // Gives the file to who has the one that it takes the place of, where the system allows that.
+    void takeOwner(unsigned user, unsigned group) const;
+
     // Gives the file its name, in place of an earlier file. Throws OutputError, or Interrupted after a signal.
     void commit();
 

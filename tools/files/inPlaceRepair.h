@@ -12,9 +12,10 @@ namespace kpx::tool {
 // Where the earlier header is kept: FILE.header, beside the file itself where the path is that of a link.
 std::string keptHeaderPath(const std::string& path);
 
-// Mends a file's header, if a mend helps; the file has the old one or the new one at any time. Throws FileError, also
-// where a header from an earlier repair is kept there, and OutputError.
-RepairReport repairInPlace(const std::string& path);
+// Mends a file's header, if a mend helps, unless it is a dry run; the file has the old one or the new one at any time.
+// Several processes may work on the same file. Throws FileError, also where a header from an earlier repair is kept
+// there, and OutputError.
+RepairReport repairInPlace(const std::string& path, bool isDryRun);
 
 enum class UndoResult : std::uint8_t {
     undone,

@@ -15,36 +15,25 @@ std::string nothingText(const FileFacts& facts) {
     return startsAsDds(facts) ? "has nothing to mend: it is decoded as it is" : "does not start with \"DDS\"";
 }
 
-RepairReport helpful(RepairResult result, const FileFacts& facts, Repair repair) {
-    std::vector<Remark> mends = repair.mends;
-    return {result, std::move(mends), "", {}, false, facts, std::move(repair)};
-}
-
 // Of a file of which neither mends nor a conversion make one that is decoded.
 RepairReport unhelpful(const FileFacts& facts, Repair repair) {
     // A mend that would make a decoded picture black is none.
-    const bool isDecoded = judge(facts).result == Result::decoded;
-    if (isDecoded || repair.verdict.result == Result::decoded)
-        return {startsAsDds(facts) ? RepairResult::nothingToMend : RepairResult::refused,
-                {},
-                nothingText(facts),
-                {},
-                false,
+    const bool isDecoded = judge(facts).result == Result::decoded || repair.verdict.result == Result::decoded;
+    if (isDecoded) {
+        const bool isDds = startsAsDds(facts);
+        return {isDds ? RepairResult::nothingToMend : RepairResult::refused,
                 facts,
-                std::move(repair)};
+                std::move(repair),
+                nothingText(facts),
+                {}};
+    }
     const bool isBlack = repair.verdict.result == Result::black;
-    std::string reason = isBlack ? "cannot be mended and comes out as a black picture. " : "cannot be mended. ";
-    reason += causeText(repair.facts, repair.verdict);
-    const std::string obstacle = conversionObstacle(facts);
-    if (!obstacle.empty()) reason += " " + obstacle;
     std::vector<Remark> causes = causesOf(repair.facts, repair.verdict);
-    return {isBlack ? RepairResult::black : RepairResult::refused,
-            {},
-            reason,
-            std::move(causes),
-            false,
-            facts,
-            std::move(repair)};
+    const auto obstacle = conversionObstacle(facts);
+    if (obstacle) causes.push_back(*obstacle);
+    std::string reason = isBlack ? "cannot be mended and comes out as a black picture." : "cannot be mended.";
+    for (const Remark& cause : causes) reason += " " + cause.sentence;
+    return {isBlack ? RepairResult::black : RepairResult::refused, facts, std::move(repair), reason, std::move(causes)};
 }
 
 }  // namespace
@@ -57,10 +46,10 @@ const char* nameOf(RepairResult result) {
 RepairReport reportRepair(const std::string& input, bool mayConvert) {
     const FileFacts facts = readFacts(input);
     Repair repair = repairOf(facts);
-    if (repair.helps()) return helpful(RepairResult::mended, facts, std::move(repair));
+    if (repair.helps()) return {RepairResult::mended, facts, std::move(repair), "", {}};
     Repair conversion = repairOf(facts, true);
     if (!conversion.helps()) return unhelpful(facts, std::move(repair));
-    if (mayConvert) return helpful(RepairResult::converted, facts, std::move(conversion));
+    if (mayConvert) return {RepairResult::converted, facts, std::move(conversion), "", {}};
     RepairReport report = unhelpful(facts, std::move(repair));
     report.reason += repairHint(facts);
     report.isConvertible = true;
@@ -75,20 +64,23 @@ void writeRepaired(const std::string& input, const RepairReport& report, const s
     writeParts(input, {&data, 1}, header, path);
 }
 
-RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert) {
-    RepairReport report = reportRepair(input, mayConvert);
-    if (!report.helps()) return report;
+void writeRepairedCopy(const std::string& input, const RepairReport& report, const std::string& output) {
     checkIsNotInput(input, output);
     PendingFile pending(output);
     writeRepaired(input, report, pending.path());
     pending.commit();
+}
+
+RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert) {
+    RepairReport report = reportRepair(input, mayConvert);
+    if (report.helps()) writeRepairedCopy(input, report, output);
     return report;
 }
 
 Json repairAsJson(const std::string& input, const std::string& output, const RepairReport& report) {
     Json object = {{"file", input},
                    {"result", nameOf(report.result)},
-                   {"mends", remarksAsJson(report.mends)},
+                   {"mends", remarksAsJson(report.mends())},
                    {"causes", remarksAsJson(report.causes)},
                    {"convertible", report.isConvertible}};
     if (!report.reason.empty()) object["reason"] = report.reason;

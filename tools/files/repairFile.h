@@ -23,15 +23,16 @@ const char* nameOf(RepairResult result);
 
 struct RepairReport {
     RepairResult result;
-    std::vector<Remark> mends;   // in the order in which they are made; none unless helps
-    std::string reason;          // why it is not mended, without the file's name; empty where it is
-    std::vector<Remark> causes;  // why it is not decoded after all; none where helps
-    bool isConvertible = false;  // only if that may be; the reason says so
-    FileFacts facts;             // of the file as it is
+    FileFacts facts;  // of the file as it is
     Repair repair;
+    std::string reason;          // why it is not mended, without the file's name; empty where it is
+    std::vector<Remark> causes;  // why it is not decoded after all; none where it is
+    bool isConvertible = false;  // only if that may be; the reason says so
 
     // Whether a copy can be made that is decoded.
-    [[nodiscard]] bool helps() const { return reason.empty(); }
+    [[nodiscard]] bool helps() const { return result == RepairResult::mended || result == RepairResult::converted; }
+    // What is changed, in the order in which it is; nothing unless that helps.
+    [[nodiscard]] std::vector<Remark> mends() const { return helps() ? repair.mends : std::vector<Remark>(); }
 };
 
 // What repair makes of a file; nothing is written. The picture is converted only where that may be and nothing else
@@ -42,7 +43,10 @@ RepairReport reportRepair(const std::string& input, bool mayConvert = false);
 // of the path.
 void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path);
 
-// Writes the repaired copy, if there is to be one; it appears whole or not at all. Throws as writeRepaired.
+// Writes the repaired copy of a report that helps, which appears whole or not at all. Throws as writeRepaired.
+void writeRepairedCopy(const std::string& input, const RepairReport& report, const std::string& output);
+
+// Both: the copy is written if there is to be one.
 RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert = false);
 
 // The line of `repair --json`. An empty output is none.
