@@ -15,7 +15,7 @@ host
 tools/terminal  explain
 tools/files     tools/terminal explain
 tools/pictures  tools/terminal explain reader host
-tools/gallery   tools/pictures tools/terminal explain reader
+tools/gallery   tools/pictures tools/files tools/terminal explain reader host
 tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader host
 tools/documents tools/commands tools/terminal explain
 python          tools/pictures tools/files tools/terminal explain host

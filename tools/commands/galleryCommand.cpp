@@ -1,5 +1,7 @@
 // kpximage gallery: one page of all files, with what is odd about each.
+#include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include "explain/Explanation.h"
 #include "explain/otherFile.h"
@@ -8,8 +10,13 @@
 #include "tools/commands/commands.h"
 #include "tools/commands/exposureRange.h"
 #include "tools/files/PendingFile.h"
+#include "tools/files/PendingFolder.h"
+#include "tools/files/fileUri.h"
+#include "tools/files/repairFile.h"
 #include "tools/gallery/GalleryPage.h"
 #include "tools/gallery/galleryPictures.h"
+#include "tools/gallery/repairCommandLine.h"
+#include "tools/gallery/surfaceStrip.h"
 #include "tools/pictures/channelUse.h"
 #include "tools/pictures/pluginChoice.h"
 #include "tools/terminal/console.h"
@@ -23,6 +30,7 @@ namespace {
 struct Arguments {
     std::vector<std::string> paths;
     std::string output;
+    bool hasAssets = false;
     GallerySettings settings;
     BatchOptions batch;
 };
@@ -42,16 +50,26 @@ Json explained(const std::string& name, const Explanation& explanation) {
     file["format"] = formatName(explanation);
     file["sameAs"] = sameAs(explanation);
     file["contents"] = contentsText(explanation.contents);
-    if (verdict.result == Result::black) file["declared"] = textOf(header.dwWidth, " × ", header.dwHeight);
+    const bool hasOtherSize = header.dwWidth != verdict.width || header.dwHeight != verdict.height;
+    if (verdict.result == Result::black && hasOtherSize) {
+        file["declared"] = textOf(header.dwWidth, " × ", header.dwHeight);
+    }
     return file;
 }
 
-void addLayout(Json& file, const ImageLayout& layout) {
-    file["width"] = layout.width;
-    file["height"] = layout.height;
-    file["isAlphaOnly"] = layout.colours == 0;
-    file["channels"] = textOf(channelUse(layout).exrNames, layout.isFloat ? " 32-bit float" : " 8-bit");
+Json layoutAsJson(const ImageLayout& layout) {
+    return {{"width", layout.width},
+            {"height", layout.height},
+            {"isAlphaOnly", layout.colours == 0},
+            {"channels", textOf(channelUse(layout).exrNames, layout.isFloat ? " 32-bit float" : " 8-bit")}};
 }
+
+// What the page has of a file: what is told of it, and its pictures as the card and the viewer show them. The file as
+// it is and its mended copy are two versions.
+struct Entry {
+    Json file, thumbnails, pictures;
+    double exposure = 0.0;  // of the version that was added last
+};
 
 // Describes files, each with a place in the page whatever becomes of it.
 class Gallery {
@@ -61,25 +79,30 @@ public:
 
     // From any thread, each file in its turn.
     Outcome add(const std::string& path) {
-        Json file = {{"name", path}, {"remarks", Json::array()}};
-        Json pictures;
+        Entry entry;
+        entry.file = {{"name", path}, {"remarks", Json::array()}};
         Outcome outcome = Outcome::failed;
         try {
-            file = explained(path, explain(path));
-            outcome = addPictures(path, file, pictures);
+            entry.file = explained(path, explain(path));
+            outcome = addFile(path, entry);
         } catch (const Interrupted&) {
             throw;
         } catch (const std::bad_alloc&) {
-            addFailure(file, "not enough memory");
+            addFailure(entry.file, "not enough memory");
         } catch (const std::exception& error) {
-            addFailure(file, error.what());
+            addFailure(entry.file, error.what());
         }
-        inTurn([this, file = std::move(file), pictures = std::move(pictures)] { m_page.add(file, pictures); });
+        addMore(path, entry);
+        inTurn([this, entry = std::move(entry)]() mutable {
+            m_page.add(entry.file, std::move(entry.thumbnails), std::move(entry.pictures));
+        });
         return outcome;
     }
 
 private:
-    Outcome addPictures(const std::string& path, Json& file, Json& pictures) const;
+    Outcome addFile(const std::string& path, Entry& entry) const;
+    void addVersion(const char* version, DdsSource& source, Entry& entry) const;
+    void addMore(const std::string& path, Entry& entry) const;
     static void addFailure(Json& file, const std::string& message);
 
     const host::Plugin& m_plugin;
@@ -88,24 +111,56 @@ private:
 };
 
 // An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
-Outcome Gallery::addPictures(const std::string& path, Json& file, Json& pictures) const {
+Outcome Gallery::addFile(const std::string& path, Entry& entry) const {
     if (!m_plugin.isFile(path)) throw FileError(unrecognisedText(path));
     DdsSource source(m_plugin, path);
-    const GalleryPictures made = galleryPictures(source, m_settings);
-    const ImageLayout& layout = source.layout();
-    addLayout(file, layout);
-    if (made.width != layout.width || made.height != layout.height)
-        file["shown"] = textOf(made.width, " × ", made.height);
-    if (made.exposure) {
-        file["exposure"] = *made.exposure;
-        file["exposureIsChosen"] = !m_settings.exposure.has_value();
-    }
-    file["thumbnail"] = made.thumbnail;
-    file["thumbnailSize"] = {made.thumbnailWidth, made.thumbnailHeight};
-    pictures = {{"colour", made.colour}};
-    if (!made.alpha.empty()) pictures["alpha"] = made.alpha;
-    file["state"] = source.isBlack() ? "black" : file["remarks"].empty() ? "fine" : "noted";
+    addVersion("original", source, entry);
+    entry.file["state"] = source.isBlack() ? "black" : entry.file["remarks"].empty() ? "fine" : "noted";
     return source.isBlack() ? Outcome::fallback : Outcome::done;
+}
+
+void Gallery::addVersion(const char* version, DdsSource& source, Entry& entry) const {
+    GalleryPictures made = galleryPictures(source, m_settings);
+    const ImageLayout& layout = source.layout();
+    Json told = layoutAsJson(layout);
+    if (made.width != layout.width || made.height != layout.height)
+        told["shown"] = textOf(made.width, " × ", made.height);
+    if (made.exposure) {
+        told["exposure"] = *made.exposure;
+        told["exposureIsChosen"] = !m_settings.exposure.has_value();
+    }
+    told["thumbnailSize"] = {made.thumbnailWidth, made.thumbnailHeight};
+    entry.exposure = made.exposure.value_or(0.0);
+    entry.file[version] = std::move(told);
+    entry.thumbnails[version] = Json::binary(std::move(made.thumbnail));
+    Json& pictures = entry.pictures[version];
+    pictures["colour"] = Json::binary(std::move(made.colour));
+    if (!made.alpha.empty()) pictures["alpha"] = Json::binary(std::move(made.alpha));
+    if (!made.both.empty()) pictures["both"] = Json::binary(std::move(made.both));
+}
+
+// The mended copy, where there is one, and the strip of its pictures, or of the file's own. They come on top: what
+// fails here is no failure of the file.
+void Gallery::addMore(const std::string& path, Entry& entry) const {
+    try {
+        const RepairReport report = reportRepair(path, true);
+        std::optional<TemporaryFile> mended;
+        if (report.helps()) {
+            const bool isConverted = report.result == RepairResult::converted;
+            if (isConverted) addRemarks(entry.file, "repair", report.mends);
+            entry.file["command"] = repairCommandLine(path, isConverted);
+            mended.emplace();
+            writeRepaired(path, report, mended->path());
+            DdsSource source(openUntold(m_plugin, mended->path()));
+            if (!source.isBlack()) addVersion("mended", source, entry);
+        }
+        Json strip = surfaceStrip(m_plugin, mended ? mended->path() : path, entry.exposure);
+        if (!strip.is_null()) entry.pictures["strip"] = std::move(strip);
+    } catch (const Interrupted&) {
+        throw;
+    } catch (const std::exception&) {
+        // What there is of it is shown.
+    }
 }
 
 void Gallery::addFailure(Json& file, const std::string& message) {
@@ -129,18 +184,37 @@ void checkOutput(const Arguments& arguments) {
     }
 }
 
+// "page-files" for "page.html".
+std::string assetFolder(const std::string& output) {
+    return output.substr(0, output.size() - std::strlen(".html")) + "-files";
+}
+
+// The page takes its name before the folder lets go of an earlier page's pictures.
+Outcome makeGallery(const host::Plugin& plugin, const Arguments& arguments) {
+    PendingFile pending(arguments.output);
+    std::optional<PendingFolder> folder;
+    KeepPicture keep;
+    if (arguments.hasAssets) {
+        folder.emplace(assetFolder(arguments.output));
+        keep = [&](const std::string& name, auto bytes) { return relativeUrl(folder->write(name, bytes)); };
+    }
+    GallerySettings settings = arguments.settings;
+    settings.hasBoth = arguments.hasAssets;
+    GalleryPage page(pending.path(), arguments.paths, keep);
+    Gallery gallery(plugin, settings, page);
+    const Outcome outcome =
+        runBatch(arguments.paths, arguments.batch, [&](const InputFile& input) { return gallery.add(input.path); });
+    page.finish();
+    pending.commit();
+    if (folder) folder->commit();
+    return outcome;
+}
+
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     checkOutput(arguments);
     const auto plugin = loadPlugin(pluginPath);
     try {
-        PendingFile pending(arguments.output);
-        GalleryPage page(pending.path(), arguments.paths);
-        Gallery gallery(*plugin, arguments.settings, page);
-        const Outcome outcome =
-            runBatch(arguments.paths, arguments.batch, [&](const InputFile& input) { return gallery.add(input.path); });
-        page.finish();
-        pending.commit();
-        return outcome;
+        return makeGallery(*plugin, arguments);
     } catch (const OutputError& error) {
         tell(arguments.output, error.what());
         return Outcome::failed;
@@ -163,6 +237,10 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
         ->add_option("--max-side", arguments->settings.maxSide,
                      "Reduce larger pictures to this width or height, for a smaller page; else they have full size")
         ->check(CLI::Range(thumbnailSize, 65536));
+    command->add_flag(
+        "--assets", arguments->hasAssets,
+        "Keep the pictures as files in a folder beside the page, NAME-files for NAME.html, from where they "
+        "are loaded as they come into sight; else they stand in the page");
     arguments->batch.addTo(*command, "show");
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };

@@ -112,4 +112,6 @@ void PendingFile::commit() {
     if (!takeDestination()) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
 }
 
+TemporaryFile::TemporaryFile() : PendingFile((fs::temp_directory_path() / textOf("kpximage-", getpid())).string()) {}
+
 }  // namespace kpx::tool

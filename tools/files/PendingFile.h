@@ -42,4 +42,12 @@ private:
     int m_descriptor = -1;
 };
 
+// A file in the system's folder for temporary ones, gone when it ends.
+class TemporaryFile : PendingFile {
+public:
+    // Throws OutputError, or std::filesystem::filesystem_error where there is no such folder.
+    TemporaryFile();
+    using PendingFile::path;
+};
+
 }  // namespace kpx::tool

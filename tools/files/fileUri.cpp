@@ -23,6 +23,20 @@ char byteOf(std::string_view digits) {
     return isByte ? static_cast<char>(value) : '\0';
 }
 
+std::string escaped(std::string_view path) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string text;
+    for (const char c : path) {
+        if (unescaped.find(c) != std::string_view::npos) {
+            text += c;
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            text += {'%', digits[byte >> 4], digits[byte & 0xF]};
+        }
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string pathOfFile(const std::string& pathOrUri) {
@@ -44,17 +58,12 @@ std::string pathOfFile(const std::string& pathOrUri) {
 }
 
 std::string uriOfPath(const std::string& path) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string uri(scheme);
-    for (const char c : std::filesystem::absolute(path).lexically_normal().string()) {
-        if (unescaped.find(c) != std::string_view::npos) {
-            uri += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            uri += {'%', digits[byte >> 4], digits[byte & 0xF]};
-        }
-    }
-    return uri;
+    return std::string(scheme) + escaped(std::filesystem::absolute(path).lexically_normal().string());
+}
+
+// A name with a colon would be taken for a scheme.
+std::string relativeUrl(const std::string& path) {
+    return "./" + escaped(path);
 }
 
 }  // namespace kpx::tool

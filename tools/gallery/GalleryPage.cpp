@@ -24,9 +24,11 @@ std::string hashSource(std::string_view sha256) {
     return source + "'";
 }
 
-std::string policy() {
-    return "default-src 'none'; img-src data:; script-src " + hashSource(gallery::scriptSha256) + "; style-src " +
-           hashSource(gallery::styleSha256) + "; base-uri 'none'; form-action 'none'";
+// Of all schemes pictures have one: that of data, or that of the page, which is file: where no server has it.
+std::string policy(bool hasPictures) {
+    const std::string pictures = hasPictures ? "data:" : "'self' file:";
+    return "default-src 'none'; img-src " + pictures + "; script-src " + hashSource(gallery::scriptSha256) +
+           "; style-src " + hashSource(gallery::styleSha256) + "; base-uri 'none'; form-action 'none'";
 }
 
 // Writes the template up to a mark and leaves what follows it.
@@ -38,10 +40,10 @@ void writeUpTo(std::ostream& stream, std::string_view& rest, std::string_view ma
 
 constexpr std::string_view filesMark = "{{files}}";
 
-void writeHead(std::ostream& stream) {
+void writeHead(std::ostream& stream, bool hasPictures) {
     std::string_view rest = gallery::page;
     writeUpTo(stream, rest, "{{policy}}");
-    stream << policy();
+    stream << policy(hasPictures);
     writeUpTo(stream, rest, "{{style}}");
     stream << gallery::style;
     writeUpTo(stream, rest, filesMark);
@@ -56,16 +58,43 @@ void writeTail(std::ostream& stream) {
 
 }  // namespace
 
-GalleryPage::GalleryPage(const std::string& path, const std::vector<std::string>& places)
-    : m_stream(path, std::ios::binary) {
-    writeHead(m_stream);
+GalleryPage::GalleryPage(const std::string& path, const std::vector<std::string>& places, KeepPicture keep)
+    : m_stream(path, std::ios::binary), m_keep(std::move(keep)) {
+    writeHead(m_stream, m_keep == nullptr);
     addBlock(R"(id="page")", {{"places", places}});
 }
 
-void GalleryPage::add(const Json& file, const Json& pictures) {
+void GalleryPage::add(const Json& file, Json thumbnails, Json pictures) {
+    const std::string number = std::to_string(m_count++);
     addBlock(R"(class="file")", file);
-    if (!pictures.is_null()) addBlock(textOf(R"(id="pictures-)", m_count, '"'), pictures);
-    ++m_count;
+    for (const auto& [name, block] : {std::pair("thumbnails", &thumbnails), std::pair("pictures", &pictures)}) {
+        if (block->is_null()) continue;
+        placePictures(textOf(number, "-", name), *block);
+        addBlock(textOf("id=\"", name, "-", number, '"'), *block);
+    }
+}
+
+// The names of pictures are made of the keys that lead to them.
+void GalleryPage::placePictures(const std::string& name, Json& value) {
+    if (value.is_binary()) {
+        value = urlOf(name + ".png", value.get_binary());
+    } else if (value.is_structured()) {
+        for (const auto& part : value.items()) placePictures(name + "-" + part.key(), part.value());
+    }
+}
+
+std::string GalleryPage::urlOf(const std::string& name, std::span<const unsigned char> bytes) {
+    if (m_keep == nullptr) {
+        std::string url = "data:image/png;base64,";
+        appendBase64(url, bytes);
+        return url;
+    }
+    try {
+        return m_keep(name, bytes);
+    } catch (const OutputError& error) {
+        if (m_failure.empty()) m_failure = error.what();
+        return "";
+    }
 }
 
 void GalleryPage::addBlock(const std::string& attributes, const Json& object) {
@@ -83,14 +112,14 @@ void GalleryPage::addBlock(const std::string& attributes, const Json& object) {
 }
 
 void GalleryPage::noteFailure() {
-    if (!m_stream && m_cause == 0) m_cause = errno;
+    if (!m_stream && m_failure.empty()) m_failure = std::string("cannot be written: ") + std::strerror(errno);
 }
 
 void GalleryPage::finish() {
     writeTail(m_stream);
     m_stream.close();
     noteFailure();
-    if (!m_stream) throw OutputError(std::string("cannot be written: ") + std::strerror(m_cause));
+    if (!m_failure.empty()) throw OutputError(m_failure);
 }
 
 }  // namespace kpx::tool

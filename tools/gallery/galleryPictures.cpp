@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "tools/gallery/base64.h"
 #include "tools/pictures/ExposedSource.h"
 #include "tools/pictures/PngFile.h"
 #include "tools/pictures/RowPacker.h"
@@ -36,16 +35,14 @@ private:
     FILE* m_stream;
 };
 
-// A PNG of so many channels, with the pixels of each row in turn.
+// Of so many channels, with the pixels of each row in turn.
 template <typename NextRow>
-std::string pngUri(const ImageLayout& layout, size_t channels, NextRow nextRow) {
+Png makePng(const ImageLayout& layout, size_t channels, NextRow nextRow) {
     const MemoryFile file;
     PngFile png(file.stream(), layout, channels, false);
     for (int y = 0; y < layout.height; ++y) png.writeRow(nextRow());
     png.finish();
-    std::string uri = "data:image/png;base64,";
-    appendBase64(uri, file.bytes());
-    return uri;
+    return {file.bytes().begin(), file.bytes().end()};
 }
 
 class Pictures {
@@ -57,11 +54,10 @@ public:
         return smallPicture(bytes, side);
     }
 
-    // The channels of a use as a PNG.
-    [[nodiscard]] std::string uri(std::string_view use) const {
+    [[nodiscard]] Png channels(std::string_view use) const {
         ExposedSource bytes = fromTheTop();
         RowPacker packer(bytes.layout(), use);
-        return pngUri(bytes.layout(), use.size(), [&] { return packer.pack(bytes.nextRow()); });
+        return makePng(bytes.layout(), use.size(), [&] { return packer.pack(bytes.nextRow()); });
     }
 
     [[nodiscard]] bool isOpaque(std::string_view alphaUse) const {
@@ -85,7 +81,7 @@ private:
 };
 
 // So many of the channels red, green, blue and alpha, from the first.
-std::string uriOf(const SmallPicture& picture, size_t first, size_t channels) {
+Png pngOf(const SmallPicture& picture, size_t first, size_t channels) {
     const ImageLayout layout{picture.width, picture.height, 3, 1, false};
     std::vector<unsigned char> row(static_cast<size_t>(picture.width) * channels);
     const unsigned char* pixel = picture.pixels.data();
@@ -95,7 +91,7 @@ std::string uriOf(const SmallPicture& picture, size_t first, size_t channels) {
         }
         return row.data();
     };
-    return pngUri(layout, channels, nextRow);
+    return makePng(layout, channels, nextRow);
 }
 
 bool isOpaque(const SmallPicture& picture, size_t alpha) {
@@ -121,20 +117,29 @@ GalleryPictures galleryPictures(DdsSource& source, const GallerySettings& settin
     const std::string_view alphaUse = use.substr(3);
     const SmallPicture thumbnail = pictures.reduced(thumbnailSize);
     GalleryPictures made{
-        uriOf(thumbnail, 0, 4), thumbnail.width, thumbnail.height, layout.width, layout.height, "", "", exposure};
+        pngOf(thumbnail, 0, 4), thumbnail.width, thumbnail.height, layout.width, layout.height, {}, {}, {}, exposure};
+    const bool hasColours = layout.colours > 0;
     if (std::max(layout.width, layout.height) <= settings.maxSide.value_or(INT_MAX)) {
-        made.colour = pictures.uri(use.substr(0, colours));
-        if (!alphaUse.empty() && !pictures.isOpaque(alphaUse)) made.alpha = pictures.uri(alphaUse);
+        made.colour = pictures.channels(use.substr(0, colours));
+        if (alphaUse.empty() || pictures.isOpaque(alphaUse)) return made;
+        made.alpha = pictures.channels(alphaUse);
+        if (settings.hasBoth && hasColours) made.both = pictures.channels(use);
         return made;
     }
     const SmallPicture reduced = pictures.reduced(*settings.maxSide);
     made.width = reduced.width;
     made.height = reduced.height;
-    made.colour = uriOf(reduced, 0, colours);
+    made.colour = pngOf(reduced, 0, colours);
     // Where there is nothing but alpha, a small picture shows it as grey.
-    const size_t alpha = layout.colours == 0 ? 0 : 3;
-    if (!isOpaque(reduced, alpha)) made.alpha = uriOf(reduced, alpha, 1);
+    const size_t alpha = hasColours ? 3 : 0;
+    if (isOpaque(reduced, alpha)) return made;
+    made.alpha = pngOf(reduced, alpha, 1);
+    if (settings.hasBoth && hasColours) made.both = pngOf(reduced, 0, 4);
     return made;
+}
+
+Png smallPng(DdsSource& source, double exposure, int side) {
+    return pngOf(Pictures(source, exposure).reduced(side), 0, 4);
 }
 
 }  // namespace kpx::tool

@@ -1,5 +1,6 @@
 // The gallery: cards of all files, filters, and the viewer of one picture. Each file is a block of JSON in the page;
-// its pictures are a block of their own, which is read only when they are opened.
+// the pictures of its card and those of the viewer are blocks of their own, which are read only when they are to be
+// shown. A picture's URL holds the picture itself or leads to a file beside the page.
 "use strict";
 
 const $ = (id) => document.getElementById(id);
@@ -16,6 +17,11 @@ const kinds = {
   note: "",
   repair: "Repair: ",
 };
+// What there may be pictures of.
+const versions = {
+  original: "as it is",
+  mended: "mended",
+};
 // What the files can be filtered by, besides format and words.
 const choices = [
   { id: "all", label: "All", takes: () => true },
@@ -25,6 +31,18 @@ const choices = [
   { id: "failed", label: "Failed", takes: (file) => file.state === "failed" },
   { id: "repair", label: "Repair helps", takes: (file) => file.remarks.some((remark) => remark.kind === "repair") },
 ];
+
+// What the files can be sorted by; where they are equal they stay as they are listed.
+const collator = new Intl.Collator("en", { numeric: true });
+const last = "\uFFFF";
+const orders = [
+  { id: "listed", label: "As listed", compare: () => 0 },
+  { id: "name", label: "Name", compare: (a, b) => collator.compare(baseName(a), baseName(b)) },
+  { id: "size", label: "Size, largest first", compare: (a, b) => area(b) - area(a) },
+  { id: "format", label: "Format", compare: (a, b) => collator.compare(a.format || last, b.format || last) },
+  { id: "trouble", label: "Trouble first", compare: (a, b) => trouble.indexOf(a.state) - trouble.indexOf(b.state) },
+];
+const trouble = ["failed", "black", "noted", "fine"];
 
 function element(name, className, text) {
   const made = document.createElement(name);
@@ -37,27 +55,44 @@ function counted(number, one) {
   return `${number} ${one}${number === 1 ? "" : "s"}`;
 }
 
+// The versions of a file that there are pictures of.
+function versionsOf(file) {
+  return Object.keys(versions).filter((version) => file[version]);
+}
+
+function baseName(file) {
+  return file.name.slice(file.name.lastIndexOf("/") + 1);
+}
+
+// In texels; that of no picture is less than any.
+function area(file) {
+  const { width = 0, height = 0 } = file.original || {};
+  return width * height;
+}
+
 // Cards.
 
-function sizeText(file) {
-  return file.width ? `${file.width} × ${file.height}` : "";
+function sizeText({ width, height }) {
+  return `${width} × ${height}`;
 }
 
-function exposureText(file) {
-  if (file.exposure === undefined) return "";
-  const stops = `${file.exposure > 0 ? "+" : ""}${String(file.exposure).replace("-", "−")} stops`;
-  return `exposure ${stops}${file.exposureIsChosen ? ", chosen" : ""}`;
+function exposureText({ exposure, exposureIsChosen }) {
+  if (exposure === undefined) return "";
+  const stops = `${exposure > 0 ? "+" : ""}${String(exposure).replace("-", "−")} stops`;
+  return `exposure ${stops}${exposureIsChosen ? ", chosen" : ""}`;
 }
 
-function factsText(file) {
-  const declared = file.declared ? `the file declares ${file.declared}` : "";
-  const shown = file.shown ? `shown reduced to ${file.shown}` : "";
-  const facts = [sizeText(file), file.channels, exposureText(file), declared, shown].filter(Boolean).join(" · ");
+function factsText(file, version) {
+  const told = file[version];
+  if (!told) return "";
+  const declared = version === "original" && file.declared ? `the file declares ${file.declared}` : "";
+  const shown = told.shown ? `shown reduced to ${told.shown}` : "";
+  const facts = [sizeText(told), told.channels, exposureText(told), declared, shown].filter(Boolean).join(" · ");
   return facts.replaceAll(" × ", "\u00A0×\u00A0");
 }
 
-function formatText(file) {
-  const same = file.sameAs ? `, the same as ${file.sameAs}` : "";
+function formatText(file, sameAs = "") {
+  const same = sameAs ? `, the same as ${sameAs}` : "";
   const contents = file.contents ? ` (${file.contents}; the first picture is shown)` : "";
   return file.format ? file.format + same + contents : "";
 }
@@ -86,36 +121,73 @@ function badges(file) {
   return list;
 }
 
-// Fits the picture into its frame: small ones are enlarged, with crisp pixels.
-function showThumbnail(image, file) {
-  image.src = file.thumbnail;
-  image.alt = `${file.name}, ${sizeText(file)}`;
-  const [width, height] = file.thumbnailSize;
-  const isSmall = Math.max(width, height) < 160;
-  image.classList.toggle("enlarged", isSmall);
+// Puts the command that mends a file where it is to be read and copied.
+function showCommand(place, file) {
+  place.hidden = !file.command;
+  if (!file.command) return;
+  const parts = $("command").content.cloneNode(true);
+  const [code, button] = parts.children;
+  code.textContent = file.command;
+  button.setAttribute("aria-label", `Copy the command that mends ${file.name}`);
+  button.addEventListener("click", () => copy(code, button));
+  place.replaceChildren(parts);
+}
+
+async function copy(code, button) {
+  try {
+    await navigator.clipboard.writeText(code.textContent);
+    button.textContent = "Copied";
+  } catch {
+    // Where a browser gives no leave to write, its own keys copy what is selected.
+    getSelection().selectAllChildren(code);
+    button.textContent = "Selected";
+  }
+  button.addEventListener("blur", () => { button.textContent = "Copy"; }, { once: true });
+}
+
+// The frame of a picture, which is loaded when it comes near the screen. Small pictures are enlarged, with crisp texels.
+function makeFrame(file, index, version) {
+  const frame = $("frame").content.firstElementChild.cloneNode(true);
+  const [button, caption] = frame.children;
+  const image = button.firstElementChild;
+  const { thumbnailSize: [width, height] } = file[version];
+  const mark = file.command ? `${versions[version]}, ` : "";
+  image.alt = `${file.name}, ${mark}${sizeText(file[version])}`;
   image.width = width;
   image.height = height;
-  if (!isSmall) return;
-  image.style.aspectRatio = `${width} / ${height}`;
-  image.style[width * 4 >= height * 5 ? "width" : "height"] = "100%";
-  image.style[width * 4 >= height * 5 ? "height" : "width"] = "auto";
+  image.classList.toggle("enlarged", Math.max(width, height) < 160);
+  image.style.setProperty("--aspect", width / height);
+  caption.textContent = versions[version];
+  caption.hidden = !file.command;
+  Object.assign(button.dataset, { index, version });
+  button.addEventListener("click", () => viewer.open(index, version));
+  thumbnails.observe(button);
+  return frame;
 }
+
+function loadThumbnail(button) {
+  const { index, version } = button.dataset;
+  button.firstElementChild.src = JSON.parse($(`thumbnails-${index}`).textContent)[version];
+}
+
+const thumbnails = new IntersectionObserver((entries) => {
+  for (const { isIntersecting, target } of entries) {
+    if (!isIntersecting) continue;
+    thumbnails.unobserve(target);
+    loadThumbnail(target);
+  }
+}, { rootMargin: "600px 0px" });
 
 function makeCard(file, index) {
   const card = $("card").content.firstElementChild.cloneNode(true);
   const part = (selector) => card.querySelector(selector);
-  const button = part(".open");
-  if (file.thumbnail) {
-    showThumbnail(button.firstElementChild, file);
-    button.addEventListener("click", () => viewer.open(index));
-    part(".none").remove();
-  } else {
-    button.remove();
-  }
+  part(".pictures").append(...versionsOf(file).map((version) => makeFrame(file, index, version)));
+  if (!file.original) part(".pictures").prepend(element("div", "none", "no picture"));
   part("h2").append(...nameParts(file));
-  part(".facts").textContent = factsText(file);
+  part(".facts").textContent = factsText(file, "original");
   part(".format").textContent = formatText(file);
   part(".badges").append(...badges(file));
+  showCommand(part(".command"), file);
   part(".remarks").append(...remarkItems(file));
   card.dataset.state = file.state;
   return card;
@@ -153,6 +225,17 @@ function makeFormats(files) {
   for (const name of names) $("format").append(new Option(`${name} (${numbers.get(name)})`, name));
 }
 
+function makeOrders() {
+  for (const { id, label } of orders) $("order").append(new Option(label, id));
+}
+
+function applyOrder() {
+  const { compare } = orders.find((order) => order.id === $("order").value);
+  sorted = files.map((_, index) => index).sort((a, b) => compare(files[a], files[b]) || a - b);
+  $("cards").append(...sorted.map((index) => cards[index]));
+  applyFilters();
+}
+
 function applyFilters() {
   const chosen = choices.find((choice) => choice.id === $("filters").elements.state.value);
   const format = $("format").value;
@@ -165,12 +248,17 @@ function applyFilters() {
     if (isShown) ++shown;
   });
   $("empty").hidden = shown > 0 || files.length === 0;
+  const order = orders.find(({ id }) => id === $("order").value);
   $("count").textContent =
-    shown === files.length ? counted(shown, "file") : `${shown} of ${counted(files.length, "file")} shown`;
+    (shown === files.length ? counted(shown, "file") : `${shown} of ${counted(files.length, "file")} shown`) +
+    (order.id === "listed" ? "" : `, by ${order.label.toLowerCase()}`);
 }
 
+// The order stays.
 function resetFilters() {
+  const order = $("order").value;
   $("filters").reset();
+  $("order").value = order;
   applyFilters();
   $("filters").elements.state[0]?.focus();
 }
@@ -179,80 +267,125 @@ function resetFilters() {
 
 const viewer = {
   index: -1,  // of the file that is shown
+  version: "original",
+  pictures: null,  // of that file
   view: "all",
   zoom: 0,  // pixels of the screen a texel; 0: as large as fits
   loads: 0,  // counts the openings, so that a late picture is not shown as another file's
 
-  open(index) {
+  open(index, version) {
     this.zoom = 0;
-    this.show(index);
+    this.show(index, version);
     $("viewer").showModal();
     this.layOut();
   },
 
-  async show(index) {
+  show(index, version) {
     this.index = index;
     const file = files[index];
+    this.pictures = JSON.parse($(`pictures-${index}`).textContent);
     $("viewer-name").replaceChildren(...nameParts(file));
-    $("viewer-facts").textContent = [factsText(file), formatText(file), states[file.state]].filter(Boolean).join(" · ");
-    $("viewer-remarks").replaceChildren(...remarkItems(file));
     const places = this.places();
     $("position").textContent = `${places.indexOf(index) + 1} of ${places.length}`;
+    $("versions").hidden = !file.command;
+    showCommand($("viewer-command"), file);
+    this.showStrip(this.pictures.strip);
+    $("details").scrollTop = 0;
+    this.showVersion(version);
+  },
+
+  async showVersion(version) {
+    this.version = version;
+    const file = files[this.index];
+    const state = version === "original" ? states[file.state] : "Mended copy";
+    const facts = [factsText(file, version), formatText(file, file.sameAs), state];
+    $("viewer-facts").textContent = facts.filter(Boolean).join(" · ");
+    $("viewer-remarks").replaceChildren(...remarkItems(file));
+    $("details").hidden = file.remarks.length === 0 && !this.pictures.strip;
+    for (const button of document.querySelectorAll("#versions button")) {
+      button.setAttribute("aria-pressed", button.dataset.version === version);
+      button.setAttribute("aria-disabled", !file[button.dataset.version]);
+    }
     const load = ++this.loads;
-    const pictures = JSON.parse($(`pictures-${index}`).textContent);
-    this.hasAlpha = pictures.alpha !== undefined;
-    $("picture").style.setProperty("--alpha", this.hasAlpha ? `url("${pictures.alpha}")` : "none");
-    $("picture").classList.toggle("transparent", this.hasAlpha);
-    $("colour-picture").src = pictures.colour;
-    if (this.hasAlpha) $("alpha-picture").src = pictures.alpha;
+    const { alpha, both } = this.pictures[version];
+    // A picture that is a file masks no other.
+    const isMasked = alpha !== undefined && both === undefined;
+    $("picture").style.setProperty("--alpha", isMasked ? `url("${alpha}")` : "none");
+    $("picture").classList.toggle("masked", isMasked);
+    if (alpha !== undefined) setSource($("alpha-picture"), alpha);
     this.layOut();
     this.choose(this.view);
     try {
-      await Promise.all([$("colour-picture").decode(), this.hasAlpha ? $("alpha-picture").decode() : null]);
+      await Promise.all([$("colour-picture").decode(), alpha !== undefined ? $("alpha-picture").decode() : null]);
     } catch {
       if (load !== this.loads) return;
-      const failure = "This browser cannot show the picture, which may be too large for it.";
+      const failure = "This browser cannot show the picture, which may be too large for it or no longer there.";
       $("viewer-remarks").prepend(element("li", "", failure));
+      $("details").hidden = false;
       this.say(failure);
     }
+  },
+
+  showStrip(strip) {
+    $("strip").hidden = !strip;
+    $("surfaces").replaceChildren(...(strip ? strip.surfaces.map(surfaceItem) : []));
+    if (!strip) return;
+    $("strip-title").textContent = strip.title;
+    $("strip-notes").textContent = strip.notes.join(" ");
   },
 
   say(text) {
     $("viewer-status").textContent = text;
   },
 
-  // The files that can be opened, as they are filtered.
+  // The button of the card that shows the picture.
+  opener() {
+    return cards[this.index].querySelector(`.open[data-version="${this.version}"]`);
+  },
+
+  // The files that can be opened, as they are filtered and sorted.
   places() {
-    return files.flatMap((file, index) => (file.thumbnail && !cards[index].hidden ? [index] : []));
+    return sorted.filter((index) => versionsOf(files[index]).length > 0 && !cards[index].hidden);
   },
 
   step(by) {
     const places = this.places();
-    this.show(places[(places.indexOf(this.index) + by + places.length) % places.length]);
+    const index = places[(places.indexOf(this.index) + by + places.length) % places.length];
+    this.show(index, versionsOf(files[index])[0]);
     this.say(`${files[this.index].name}, ${$("position").textContent}`);
   },
 
   choose(view) {
     this.view = view;
-    const { name, isAlphaOnly } = files[this.index];
-    const shown = !this.hasAlpha && view === "alpha" ? "all" : isAlphaOnly && view === "all" ? "alpha" : view;
+    const { name, command } = files[this.index];
+    const { colour, alpha, both } = this.pictures[this.version];
+    const hasAlpha = alpha !== undefined;
+    const { isAlphaOnly } = this.told();
+    const shown = !hasAlpha && view === "alpha" ? "all" : isAlphaOnly && view === "all" ? "alpha" : view;
     for (const button of document.querySelectorAll("[data-view][type=button]")) {
       button.setAttribute("aria-pressed", button.dataset.view === shown);
       if (button.dataset.view !== "alpha") continue;
-      button.setAttribute("aria-disabled", !this.hasAlpha);
-      button.title = this.hasAlpha ? "" : "There is no alpha, or it is 255 everywhere";
+      button.setAttribute("aria-disabled", !hasAlpha);
+      button.title = hasAlpha ? "" : "There is no alpha, or it is 255 everywhere";
     }
     $("picture").dataset.view = shown;
+    setSource($("colour-picture"), shown === "all" && both !== undefined ? both : colour);
     $("colour-picture").hidden = shown === "alpha";
     $("alpha-picture").hidden = shown !== "alpha";
     const channels = { all: "all channels", colour: "colour without alpha" };
-    $("colour-picture").alt = `${name}, ${channels[shown] || `${shown} channel`}`;
-    $("alpha-picture").alt = `${name}, alpha channel`;
+    const called = command ? `${name}, ${versions[this.version]}` : name;
+    $("colour-picture").alt = `${called}, ${channels[shown] || `${shown} channel`}`;
+    $("alpha-picture").alt = `${called}, alpha channel`;
+  },
+
+  // What is told of the picture.
+  told() {
+    return files[this.index][this.version];
   },
 
   // In pixels of the screen a texel.
   fittingScale() {
-    const { width, height } = files[this.index];
+    const { width, height } = this.told();
     const scale = Math.min($("stage").clientWidth / width, $("stage").clientHeight / height) * devicePixelRatio;
     return scale > 1 ? Math.floor(scale) : scale;
   },
@@ -263,7 +396,7 @@ const viewer = {
 
   layOut() {
     if (this.index < 0) return;
-    const { width, height } = files[this.index];
+    const { width, height } = this.told();
     const scale = this.scale();
     const picture = $("picture");
     picture.style.width = `${Math.max(1, width * scale / devicePixelRatio)}px`;
@@ -296,18 +429,54 @@ const viewer = {
   onKey(event) {
     const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
     if (!step || event.altKey || event.ctrlKey || event.metaKey || event.shiftKey) return;
-    // In the picture, arrows move what is larger than its frame.
-    const stage = $("stage");
-    if (event.target === stage && stage.scrollWidth > stage.clientWidth) return;
+    // Arrows move what is larger than its frame.
+    if (event.target.scrollWidth > event.target.clientWidth && event.target.tabIndex >= 0) return;
     event.preventDefault();
     this.step(step);
   },
 };
 
+// An image that is set again to what it is would be loaded again.
+function setSource(image, url) {
+  if (image.getAttribute("src") !== url) image.src = url;
+}
+
+// "-face0+x-mip01" as "face +x", "mip 1".
+function surfaceWords(name) {
+  const kinds = { array: "element" };
+  const parts = name.matchAll(/-(array|face|mip|slice)0*(\d+)([+-][xyz])?/g);
+  return [...parts].map(([, kind, number, face]) => `${kinds[kind] || kind} ${(face || number).replace("-", "−")}`);
+}
+
+// All have one size, whatever theirs is, so that what is in a small mipmap can be seen.
+function surfaceItem({ name, width, height, picture }) {
+  const item = element("li");
+  const place = element("div", "surface");
+  if (picture) {
+    const image = element("img", "checkered");
+    image.alt = "";
+    image.loading = "lazy";
+    image.classList.toggle("enlarged", Math.max(width, height) < 96);
+    image.style.setProperty("--aspect", width / height);
+    setSource(image, picture);
+    place.append(image);
+  } else {
+    place.append("no picture");
+  }
+  item.append(place, ...surfaceWords(name).map((word) => element("span", "", word)));
+  item.append(element("span", "size", `${width}\u00A0×\u00A0${height}`));
+  return item;
+}
+
 function connect() {
-  $("filters").addEventListener("input", applyFilters);
+  $("filters").addEventListener("input", (event) => (event.target === $("order") ? applyOrder : applyFilters)());
   $("filters").addEventListener("submit", (event) => event.preventDefault());
   $("reset").addEventListener("click", resetFilters);
+  for (const button of document.querySelectorAll("#versions button")) {
+    button.addEventListener("click", () => {
+      if (button.getAttribute("aria-disabled") !== "true") viewer.showVersion(button.dataset.version);
+    });
+  }
   for (const button of document.querySelectorAll("[data-view][type=button]")) {
     button.addEventListener("click", () => {
       if (button.getAttribute("aria-disabled") !== "true") viewer.choose(button.dataset.view);
@@ -321,7 +490,7 @@ function connect() {
   $("next").addEventListener("click", () => viewer.step(1));
   $("close").addEventListener("click", () => $("viewer").close());
   $("viewer").addEventListener("keydown", (event) => viewer.onKey(event));
-  $("viewer").addEventListener("close", () => cards[viewer.index].querySelector("button").focus());
+  $("viewer").addEventListener("close", () => viewer.opener().focus());
   new ResizeObserver(() => viewer.layOut()).observe($("stage"));
 }
 
@@ -329,10 +498,11 @@ const page = JSON.parse($("page").textContent);
 const files = [...document.querySelectorAll("script.file")].map((block) => JSON.parse(block.textContent));
 const texts = files.map(searchedText);
 const cards = files.map(makeCard);
+let sorted;  // the files' indices
 $("places").textContent = page.places.join(", ");
 document.title = `Textures in ${page.places.join(", ")}`;
-$("cards").append(...cards);
 makeChoices(files);
 makeFormats(files);
+makeOrders();
 connect();
-applyFilters();
+applyOrder();

@@ -82,11 +82,13 @@ OpenedImage openThroughHost(const host::Plugin& plugin, const std::string& path)
     return {std::move(reader), verdict, isBlack, std::move(why), traitsOf(facts, verdict)};
 }
 
+OpenedImage openUntold(const host::Plugin& plugin, const std::string& path) {
+    const StdoutSilence silence;
+    return openThroughHost(plugin, path);
+}
+
 OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
-    OpenedImage image = [&] {
-        const StdoutSilence silence;
-        return openThroughHost(plugin, path);
-    }();
+    OpenedImage image = openUntold(plugin, path);
     if (image.isBlack && image.verdict.printed != nullptr) tell(path, image.verdict.printed);
     if (image.isBlack) tell(path, image.why);
     return image;

@@ -25,8 +25,10 @@ void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict
 // host::HostError.
 OpenedImage openThroughHost(const host::Plugin& plugin, const std::string& path);
 
-// Opens the image while standard output is silent; why the picture is black is told under the file's name. Throws
-// FileError or host::HostError.
+// Opens the image while standard output is silent, and tells nothing. Throws FileError or host::HostError.
+OpenedImage openUntold(const host::Plugin& plugin, const std::string& path);
+
+// The same; why the picture is black is told under the file's name.
 OpenedImage openImage(const host::Plugin& plugin, const std::string& path);
 
 class DdsSource : public PixelSource {
