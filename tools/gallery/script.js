@@ -232,7 +232,6 @@ function makeOrders() {
 function applyOrder() {
   const { compare } = orders.find((order) => order.id === $("order").value);
   sorted = files.map((_, index) => index).sort((a, b) => compare(files[a], files[b]) || a - b);
-  $("cards").append(...sorted.map((index) => cards[index]));
   applyFilters();
 }
 
@@ -240,18 +239,27 @@ function applyFilters() {
   const chosen = choices.find((choice) => choice.id === $("filters").elements.state.value);
   const format = $("format").value;
   const words = $("words").value.toLowerCase().split(/\s+/).filter(Boolean);
-  let shown = 0;
-  files.forEach((file, index) => {
-    const isShown = chosen.takes(file) && (!format || file.format === format) &&
-      words.every((word) => texts[index].includes(word));
-    cards[index].hidden = !isShown;
-    if (isShown) ++shown;
-  });
-  $("empty").hidden = shown > 0 || files.length === 0;
-  const order = orders.find(({ id }) => id === $("order").value);
-  $("count").textContent =
-    (shown === files.length ? counted(shown, "file") : `${shown} of ${counted(files.length, "file")} shown`) +
-    (order.id === "listed" ? "" : `, by ${order.label.toLowerCase()}`);
+  shown = sorted.filter((index) => chosen.takes(files[index]) && (!format || files[index].format === format) &&
+    words.every((word) => texts[index].includes(word)));
+  arrangeCards();
+  $("empty").hidden = shown.length > 0 || files.length === 0;
+  const order = $("order").value;
+  const all = counted(files.length, "file");
+  $("count").textContent = (shown.length === files.length ? all : `${shown.length} of ${all} shown`) +
+    (order === "listed" ? "" : `, sorted by ${order}`);
+}
+
+// In blocks, of which the browser lays out those near the screen. A block has whole rows of any number of columns that
+// there may be, one to six.
+function arrangeCards() {
+  const length = 60;
+  const blocks = [];
+  for (let start = 0; start < shown.length; start += length) {
+    const block = element("div", "block");
+    block.append(...shown.slice(start, start + length).map((index) => cards[index]));
+    blocks.push(block);
+  }
+  $("cards").replaceChildren(...blocks);
 }
 
 // The order stays.
@@ -345,7 +353,7 @@ const viewer = {
 
   // The files that can be opened, as they are filtered and sorted.
   places() {
-    return sorted.filter((index) => versionsOf(files[index]).length > 0 && !cards[index].hidden);
+    return shown.filter((index) => versionsOf(files[index]).length > 0);
   },
 
   step(by) {
@@ -498,7 +506,8 @@ const page = JSON.parse($("page").textContent);
 const files = [...document.querySelectorAll("script.file")].map((block) => JSON.parse(block.textContent));
 const texts = files.map(searchedText);
 const cards = files.map(makeCard);
-let sorted;  // the files' indices
+// The files' indices in the order of the page, and those of them that the filters leave.
+let sorted, shown;
 $("places").textContent = page.places.join(", ");
 document.title = `Textures in ${page.places.join(", ")}`;
 makeChoices(files);

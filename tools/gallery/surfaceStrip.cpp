@@ -20,10 +20,9 @@ public:
         Json entry = {{"name", surfaceName(m_layout, surface)}, {"width", surface.width}, {"height", surface.height}};
         stopIfInterrupted();
         try {
-            const TemporaryFile file;
             const ByteRange ranges[] = {{m_layout.headerBytes, m_layout.paletteBytes}, {surface.start, surface.bytes}};
-            writeParts(m_path, ranges, headerBytes(factsOfSurface(m_layout, surface)), file.path());
-            DdsSource source(openUntold(m_plugin, file.path()));
+            writeParts(m_path, ranges, headerBytes(factsOfSurface(m_layout, surface)), m_file.path());
+            DdsSource source(openUntold(m_plugin, m_file.path()));
             if (!source.isBlack()) entry["picture"] = Json::binary(smallPng(source, m_exposure, stripSide));
         } catch (const std::exception&) {
             // The others can be shown all the same.
@@ -36,6 +35,7 @@ private:
     const std::string& m_path;
     const SurfaceLayout& m_layout;
     double m_exposure;
+    TemporaryFile m_file;  // of one surface after the other
 };
 
 }  // namespace
