@@ -2,10 +2,11 @@
 #include <cmath>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <regex>
 
 #include "tests/support/Tool.h"
-#include "tests/support/ddsFiles.h"
+#include "tests/support/describedFile.h"
 
 using namespace kpx;
 using namespace testing_support;
@@ -81,7 +82,7 @@ TEST_F(Gallery, StatusIsThatOfTheWorstFileAndThePageIsWrittenAllTheSame) {
         for (const auto& one : page.files) {
             const auto& remarks = one["remarks"];
             told.emplace_back(one["state"], remarks.empty() ? "" : remarks[0]["text"]);
-            EXPECT_EQ(one.contains("thumbnail"), one["state"] != "failed") << one;
+            EXPECT_EQ(one.contains("original"), one["state"] != "failed") << one;
         }
         EXPECT_EQ(told, each.told) << each.files;
         std::filesystem::remove(at("out.html"));
@@ -111,10 +112,14 @@ TEST_F(Gallery, PageAsksForNothingOutsideItself) {
     for (const char* reference : {"://", "@import", "<link", "<iframe", "fetch(", "XMLHttpRequest", "{{"}) {
         EXPECT_EQ(text.find(reference), std::string::npos) << reference;
     }
-    const std::regex policy(
-        "content=\"default-src 'none'; img-src data:; script-src 'sha256-[A-Za-z0-9+/]{43}='; "
-        "style-src 'sha256-[A-Za-z0-9+/]{43}='; base-uri 'none'; form-action 'none'\"");
-    EXPECT_TRUE(std::regex_search(text, policy));
+    const std::string policy =
+        "content=\"default-src 'none'; img-src PICTURES; script-src 'sha256-[A-Za-z0-9+/]{43}='; "
+        "style-src 'sha256-[A-Za-z0-9+/]{43}='; base-uri 'none'; form-action 'none'\"";
+    const auto allows = [&](const std::string& page, const std::string& pictures) {
+        return std::regex_search(page, std::regex(std::regex_replace(policy, std::regex("PICTURES"), pictures)));
+    };
+    EXPECT_TRUE(allows(text, "data:"));
+    EXPECT_TRUE(allows(gallery("a.dds --assets").text, "'self' file:"));
 }
 
 TEST_F(Gallery, ShowsFloatsAtAnExposureThatItStates) {
@@ -134,7 +139,7 @@ TEST_F(Gallery, ShowsFloatsAtAnExposureThatItStates) {
                           {"--exposure 1.25", {8.0F, 1.0F, 0.0F, 1.0F}, 1.25, false}};
     for (const Case& each : cases) {
         file("a.dds", floatFile(116, each.values));
-        const auto told = gallery(std::string("a.dds ") + each.options).files.at(0);
+        const auto told = gallery(std::string("a.dds ") + each.options).files.at(0)["original"];
         EXPECT_EQ(told["exposure"], each.exposure);
         EXPECT_EQ(told["exposureIsChosen"], each.isChosen);
     }
@@ -144,7 +149,7 @@ TEST_F(Gallery, ShowsFloatsAtAnExposureThatItStates) {
 TEST_F(Gallery, HoldsAlphaApartOnlyWhereThereIsAny) {
     for (const auto& [alpha, isApart] : {std::pair(1.0F, false), std::pair(0.5F, true), std::pair(0.0F, true)}) {
         file("a.dds", floatFile(116, {1.0F, 0.5F, 0.0F, alpha}));
-        EXPECT_EQ(gallery("a.dds").blocks.at("pictures-0").contains("alpha"), isApart) << alpha;
+        EXPECT_EQ(gallery("a.dds").blocks.at("pictures-0")["original"].contains("alpha"), isApart) << alpha;
     }
 }
 
@@ -153,15 +158,160 @@ TEST_F(Gallery, ReducesLargePicturesWhenAsked) {
     header.header.ddspf = {32, DDPF_ALPHA, 0, 8, 0, 0, 0, 0xFF};
     file("a.dds", fileOf(header, Bytes(800 * 400, 9)));
     const Page full = gallery("a.dds"), page = gallery("a.dds --max-side 400");
-    EXPECT_FALSE(full.files.at(0).contains("shown"));
-    EXPECT_EQ(page.files.at(0)["width"], 800);
-    EXPECT_EQ(page.files.at(0)["shown"], "400 × 200");
+    EXPECT_FALSE(full.files.at(0)["original"].contains("shown"));
+    EXPECT_EQ(page.files.at(0)["original"]["width"], 800);
+    EXPECT_EQ(page.files.at(0)["original"]["shown"], "400 × 200");
     for (const char* picture : {"colour", "alpha"}) {
         // The end of "IHDR", then 400 and 200, as base64.
-        const std::string uri = page.blocks.at("pictures-0").at(picture);
+        const std::string uri = page.blocks.at("pictures-0")["original"].at(picture);
         EXPECT_EQ(uri.substr(uri.find(',') + 21, 12), "UgAAAZAAAADI") << picture;
-        EXPECT_NE(uri.size(), full.blocks.at("pictures-0").at(picture).get<std::string>().size());
+        EXPECT_NE(uri.size(), full.blocks.at("pictures-0")["original"].at(picture).get<std::string>().size());
     }
+}
+
+// The size that a black picture happens to have is no news.
+TEST_F(Gallery, SaysWhatABlackFileDeclares) {
+    for (const auto& [side, declared] : {std::pair(64U, ""), std::pair(63U, "63 × 63")}) {
+        file("a.dds", fileOf(codeHeader(fourCC("????"), side, side)));
+        EXPECT_EQ(gallery("a.dds", 3).files.at(0).value("declared", ""), declared);
+    }
+}
+
+// The command stands in the page as a shell takes it, whatever the name; what it makes is what the page has shown.
+TEST_F(Gallery, ShowsTheMendedPictureAndTheCommandThatMakesIt) {
+    struct Case {
+        std::string name, description, command;
+        bool isBlack = true;
+    };
+    const std::string mendable = "size=2x1 dxgi=85 data=00F8E007";
+    const Case cases[] = {
+        {"a.dds", mendable, "kpximage repair ./a.dds ./a-mended.dds"},
+        {"my file.dds", mendable, "kpximage repair './my file.dds' './my file-mended.dds'"},
+        {"it's $HOME`ls`.dds", mendable,
+         "kpximage repair './it'\\''s $HOME`ls`.dds' './it'\\''s $HOME`ls`-mended.dds'"},
+        {"\xC3\xA9\n'\\\xFF.dds", mendable,
+         "kpximage repair $'./\\303\\251\\012\\047\\134\\377.dds' $'./\\303\\251\\012\\047\\134\\377-mended.dds'"},
+        {"earlier", mendable, "kpximage repair ./earlier.dds ./earlier-mended-2.dds"},
+        {"x.dds", "size=4x4 dxgi=89 zeros=64", "kpximage repair ./x.dds ./x-mended.dds --convert"},
+        {"none.dds", "size=4x4 code=????", ""},
+        {"fine.dds", "size=4x4 dxgi=28 zeros=64", "", false}};
+    for (Case each : cases) {
+        std::filesystem::remove_all(at(""));
+        std::filesystem::create_directory(at(""));
+        if (each.name == "earlier") file("earlier-mended.dds", "earlier");
+        if (each.name == "earlier") each.name += ".dds";
+        file(each.name, describedFile(each.description));
+        const RunResult result = run("gallery -o out.html --quiet ./*");
+        // Whatever is decoded a second time is not told of a second time.
+        const auto lines = std::count(result.err.begin(), result.err.end(), '\n');
+        EXPECT_EQ(lines, (each.isBlack ? 1 : 0) + (each.command.find("earlier") != std::string::npos ? 1 : 0))
+            << result.err;
+        const Page page(textOfFile(at("out.html")));
+        const auto& told = page.files.back();
+        ASSERT_EQ(told.value("command", ""), each.command) << each.name;
+        EXPECT_EQ(told.contains("mended"), !each.command.empty());
+        if (each.command.empty()) continue;
+        file("paste.sh", "kpximage() { '" KPX_TOOL_PATH "' \"$@\"; }\n" + each.command + "\n");
+        ASSERT_EQ(shell("bash paste.sh").status, 0) << each.command;
+        std::filesystem::remove(at(each.name));
+        std::filesystem::remove(at("earlier-mended.dds"));
+        const Page mended = gallery("./*-mended*.dds");
+        const std::string last = std::to_string(page.files.size() - 1);
+        EXPECT_EQ(mended.blocks.at("pictures-0")["original"], page.blocks.at("pictures-" + last)["mended"]);
+        EXPECT_EQ(mended.blocks.at("thumbnails-0")["original"], page.blocks.at("thumbnails-" + last)["mended"]);
+        EXPECT_EQ(mended.files.at(0)["original"], told["mended"]);
+        EXPECT_NE(page.blocks.at("pictures-" + last)["original"], page.blocks.at("pictures-" + last)["mended"]);
+    }
+}
+
+// As split makes files of them.
+TEST_F(Gallery, ShowsTheOtherPicturesOfAFileAsAStrip) {
+    struct Case {
+        const char* description;
+        std::vector<const char*> notes;
+        std::size_t shown;
+    };
+    const Case cases[] = {
+        {"size=8x4 code=DXT1 levels=4 caps2=0xFE00 zeros=240", {}, 24},
+        {"size=2x2 dxgi=28 array=3 data=0102030405060708090A0B0C0D0E0F1011121314151617181920212223242526 zeros=8",
+         {"The file is too short: of 3 pictures 2 are whole."},
+         2},
+        {"size=2x2 dxgi=28 dimension=4 depth=60 flags=0x800000 caps2=0x200000 zeros=960",
+         {"These are the first 48 of 60; \"kpximage split\" makes files of all."},
+         48},
+        {"size=2x2 dxgi=85 levels=2 data=00F8E0071F00FFFFF00F", {}, 2},  // of the mended copy
+        {"size=2x2 dxgi=28 zeros=16", {}, 0},
+        {"size=2x2 code=???? levels=2 zeros=16", {}, 0}};
+    for (const Case& each : cases) {
+        file("a.dds", describedFile(each.description));
+        (void)run("gallery -o out.html a.dds");
+        const Page page(textOfFile(at("out.html")));
+        const auto& pictures = page.blocks.at("pictures-0");
+        EXPECT_EQ(pictures.contains("strip"), each.shown > 0) << each.description;
+        if (each.shown == 0) continue;
+        EXPECT_EQ(pictures["strip"]["notes"], nlohmann::json(each.notes));
+        const auto& surfaces = pictures["strip"]["surfaces"];
+        ASSERT_EQ(surfaces.size(), each.shown) << each.description;
+        (void)run("repair --in-place a.dds");
+        std::filesystem::remove_all(at("parts"));
+        (void)run("split a.dds parts");
+        const Page parts = gallery("parts");
+        for (std::size_t i = 0; i < each.shown; ++i) {
+            const auto& part = parts.files.at(i);
+            EXPECT_EQ(part["name"], "parts/a" + surfaces[i]["name"].get<std::string>() + ".dds");
+            EXPECT_EQ(part["original"]["width"], surfaces[i]["width"]);
+            EXPECT_EQ(part["original"]["height"], surfaces[i]["height"]);
+            EXPECT_EQ(parts.blocks.at("thumbnails-" + std::to_string(i))["original"], surfaces[i]["picture"]);
+        }
+    }
+}
+
+// Every file below a folder with its content.
+std::map<std::string, std::string> contentsOf(const std::string& folder) {
+    std::map<std::string, std::string> found;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        if (entry.is_regular_file()) found[entry.path()] = textOfFile(entry.path());
+    return found;
+}
+
+TEST_F(Gallery, KeepsPicturesBesideThePageWhereThatIsAsked) {
+    // Noise, which no PNG makes small.
+    Bytes noise(64 * 1024);
+    std::generate(noise.begin(), noise.end(), [random = std::minstd_rand()]() mutable { return random() >> 8 & 0xFF; });
+    file("a.dds", dx10File(28, 128, 128, noise));
+    const auto assets = [this](const std::string& before = "") {
+        return run("gallery a.dds -o 'out #1%:.html' --assets --quiet", before);
+    };
+    ASSERT_EQ(assets().status, 0);
+    const std::string page = textOfFile(at("out #1%:.html"));
+    EXPECT_EQ(page.find("data:"), std::string::npos);
+    const Page told(page);
+    const std::string start = "./out%20%231%25:-files/kpximage-1/0-";
+    EXPECT_EQ(told.blocks.at("thumbnails-0"), nlohmann::json({{"original", start + "thumbnails-original.png"}}));
+    std::vector<std::string> names;
+    for (const auto& [key, url] : told.blocks.at("pictures-0")["original"].items()) {
+        EXPECT_EQ(url, start + "pictures-original-" + key + ".png");
+        names.push_back(key);
+        EXPECT_TRUE(
+            textOfFile(at("out #1%:-files/kpximage-1/0-pictures-original-" + key + ".png")).starts_with("\x89PNG"));
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"alpha", "both", "colour"}));
+
+    // A run that fails, for which a limit on the size of files stands, or finds the folder taken, changes nothing.
+    const auto earlier = contentsOf(at(""));
+    EXPECT_EQ(assets("ulimit -f 100; trap '' XFSZ;").err,
+              "kpximage: out #1%:.html: cannot have its pictures written: File too large\n");
+    EXPECT_EQ(contentsOf(at("")), earlier);
+    EXPECT_EQ(assets("flock 'out #1%:-files' env").err,
+              "kpximage: out #1%:.html: is being written by another run, which has out #1%:-files\n");
+    EXPECT_EQ(contentsOf(at("")), earlier);
+
+    // One that is done leaves nothing of any other.
+    std::filesystem::create_directory(at("out #1%:-files/kpximage-3"));
+    file("out #1%:-files/own.txt", "own");
+    ASSERT_EQ(assets().status, 0);
+    EXPECT_NE(textOfFile(at("out #1%:.html")).find("-files/kpximage-4/"), std::string::npos);
+    EXPECT_EQ(shell("ls 'out #1%:-files'").out, "kpximage-4\nown.txt\n");
 }
 
 }  // namespace

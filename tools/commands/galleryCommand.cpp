@@ -45,6 +45,7 @@ Json explained(const std::string& name, const Explanation& explanation) {
     addRemarks(file, "cause", explanation.causes);
     addRemarks(file, "note", explanation.surprises);
     addRemarks(file, "repair", explanation.mends);
+    addRemarks(file, "conversion", explanation.conversions);
     if (verdict.result == Result::refused || !otherFileText(explanation.facts).empty()) return file;
     const DDS_HEADER& header = explanation.facts.header.header;
     file["format"] = formatName(explanation);
@@ -146,9 +147,7 @@ void Gallery::addMore(const std::string& path, Entry& entry) const {
         const RepairReport report = reportRepair(path, true);
         std::optional<TemporaryFile> mended;
         if (report.helps()) {
-            const bool isConverted = report.result == RepairResult::converted;
-            if (isConverted) addRemarks(entry.file, "repair", report.mends);
-            entry.file["command"] = repairCommandLine(path, isConverted);
+            entry.file["command"] = repairCommandLine(path, report.result == RepairResult::converted);
             mended.emplace();
             writeRepaired(path, report, mended->path());
             DdsSource source(openUntold(m_plugin, mended->path()));

@@ -16,6 +16,7 @@ const kinds = {
   error: "Why: ",
   note: "",
   repair: "Repair: ",
+  conversion: "Repair --convert: ",
 };
 // What there may be pictures of.
 const versions = {
@@ -29,7 +30,7 @@ const choices = [
   { id: "noted", label: "With notes", takes: (file) => file.state === "noted" },
   { id: "black", label: "Fallback picture", takes: (file) => file.state === "black" },
   { id: "failed", label: "Failed", takes: (file) => file.state === "failed" },
-  { id: "repair", label: "Repair helps", takes: (file) => file.remarks.some((remark) => remark.kind === "repair") },
+  { id: "repair", label: "Repair helps", takes: (file) => file.command !== undefined },
 ];
 
 // What the files can be sorted by; where they are equal they stay as they are listed.
@@ -115,9 +116,7 @@ function remarkItems(file) {
 
 function badges(file) {
   const list = [element("span", `badge ${file.state}`, states[file.state])];
-  if (choices.find((choice) => choice.id === "repair").takes(file)) {
-    list.push(element("span", "badge repair", "Repair helps"));
-  }
+  if (file.command) list.push(element("span", "badge repair", "Repair helps"));
   return list;
 }
 
