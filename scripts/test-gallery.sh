@@ -12,14 +12,29 @@ cd "$work"
 "$build/kpxexamples" .
 cp bad/*.dds .
 rm -r bad
-# 32-bit BGRA of two by two texels.
+# header FLAGS MIPMAPS: of 32-bit BGRA of two by two texels.
+header() {
+    printf 'DDS \174\0\0\0\7\20'"\\$1"'\0\2\0\0\0\2\0\0\0\0\0\0\0\0\0\0\0'"\\$2"'\0\0\0'
+    head -c 44 /dev/zero
+    printf '\40\0\0\0\101\0\0\0\0\0\0\0\40\0\0\0\0\0\377\0\0\377\0\0\377\0\0\0\0\0\0\377'
+    head -c 20 /dev/zero
+}
+{
+    header 0 0
+    printf '\62\144\310\0\36\24\12\377\200\377\0\377\132\0\377\115'
+} >hidden.dds
+{
+    header 2 2
+    printf '\3\2\1\377\3\2\1\377\3\2\1\377\3\2\1\377\374\373\372\377'
+} >mips.dds
+# DXGI format 85, 5-6-5 colour, which is mended.
 {
     printf 'DDS \174\0\0\0\7\20\0\0\2\0\0\0\2\0\0\0'
     head -c 56 /dev/zero
-    printf '\40\0\0\0\101\0\0\0\0\0\0\0\40\0\0\0\0\0\377\0\0\377\0\0\377\0\0\0\0\0\0\377'
-    head -c 20 /dev/zero
-    printf '\62\144\310\0\36\24\12\377\200\377\0\377\132\0\377\115'
-} >hidden.dds
+    printf '\40\0\0\0\4\0\0\0DX10'
+    head -c 40 /dev/zero
+    printf '\125\0\0\0\3\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0\370\340\7\37\0\340\377'
+} >mendable.dds
 cp dxt5.dds "<img src=x onerror=alert(1)>.dds"
 cp dxt5.dds "\"' onload=alert(2) & <b>&lt;.dds"
 cp header-cut.dds "<script>alert(3)<!--.dds"
@@ -30,5 +45,6 @@ files=(*.dds)
 "$build/kpximage" info --json "${files[@]}" >info.json 2>messages.txt || true
 "$build/kpximage" explain --json "${files[@]}" >explain.json 2>>messages.txt || true
 "$build/kpximage" gallery "${files[@]}" -o gallery.html 2>>messages.txt || [ $? -eq 1 ]
-python3 "$root/tests/tools/galleryChecker.py" gallery.html info.json explain.json
+"$build/kpximage" gallery "${files[@]}" -o beside.html --assets 2>>messages.txt || [ $? -eq 1 ]
+python3 "$root/tests/tools/galleryChecker.py" info.json explain.json gallery.html beside.html
 echo "The gallery of ${#files[@]} files is as it should be"

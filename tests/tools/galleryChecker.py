@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""galleryChecker.py PAGE INFO EXPLAIN: looks at a gallery in a headless Chromium, as its user does.
+"""galleryChecker.py INFO EXPLAIN PAGE...: looks at galleries of the same files in a headless Chromium, as their user does.
 
 INFO and EXPLAIN hold what `kpximage info --json` and `kpximage explain --json` print of the same files. Prints what is
 wrong and ends with 1 where anything is.
@@ -47,19 +47,37 @@ def start_browser():
 
 CARDS = """
 return [...document.querySelectorAll(".card")].map((card) => {
-  const image = card.querySelector(".open img");
-  return {name: card.querySelector("h2").textContent, text: card.textContent, shown: card.offsetParent !== null,
+  const image = card.querySelector(".open[data-version=original] img");
+  return {name: card.querySelector("h2").textContent, text: card.textContent, opens: card.querySelector(".open") !== null,
           size: image && [image.naturalWidth, image.naturalHeight], alt: image && image.alt};
 });"""
 
-# The opened picture: what it is called and measures, and its texels as the page draws them.
+# Goes down the page until every card's picture has come.
+SCROLL = """
+for (const image of document.querySelectorAll(".open img")) {
+  image.closest(".card").scrollIntoView();
+  while (!image.src) await new Promise(requestAnimationFrame);
+  await image.decode();
+}"""
+
+# The opened picture: what it is called and measures.
 VIEWER = """
 const picture = document.getElementById("colour-picture"), alpha = document.getElementById("alpha-picture");
 await Promise.all([picture.decode(), alpha.src ? alpha.decode() : null]);
-const frame = document.getElementById("picture");
+const hasAlpha = document.querySelector("[data-view=alpha]").getAttribute("aria-disabled") === "false";
 return {name: document.getElementById("viewer-name").textContent, open: document.getElementById("viewer").open,
-        size: [picture.naturalWidth, picture.naturalHeight], view: frame.dataset.view,
-        alphaSize: frame.classList.contains("transparent") ? [alpha.naturalWidth, alpha.naturalHeight] : null};"""
+        size: [picture.naturalWidth, picture.naturalHeight], hasOriginal: picture.alt.includes("mended") === false,
+        alphaSize: hasAlpha ? [alpha.naturalWidth, alpha.naturalHeight] : null};"""
+
+# What stands under each picture of the strip, and its size.
+STRIP = """
+return Promise.all([...document.querySelectorAll("#surfaces li")].map(async (item) => {
+  const image = item.querySelector("img");
+  image.scrollIntoView();
+  while (!image.complete) await new Promise(requestAnimationFrame);
+  return [[...item.querySelectorAll("span")].map((span) => span.textContent.replaceAll("\\u00A0", " ")),
+          [image.naturalWidth, image.naturalHeight]];
+}));"""
 
 
 class Gallery:
@@ -84,7 +102,18 @@ class Gallery:
         return self.run(CARDS)
 
     def shown(self):
-        return sorted(card["name"] for card in self.cards() if card["shown"])
+        return [card["name"] for card in self.cards()]
+
+    def expect_lazy(self):
+        """Few pictures are loaded at first, those that are seen among them, and the others when they are scrolled to."""
+        loaded = self.wait("""
+            while (!document.querySelector(".open img[src]")) await new Promise(requestAnimationFrame);
+            const images = [...document.querySelectorAll(".open img")];
+            const isSeen = (image) => image.closest(".card").getBoundingClientRect().top < innerHeight;
+            return {all: images.length, set: images.filter((image) => image.src).length,
+                    missing: images.filter((image) => isSeen(image) && !image.src).length};""")
+        expect(0 < loaded["set"] < loaded["all"] / 2 and loaded["missing"] == 0, True, f"lazy pictures, {loaded}")
+        self.wait(SCROLL)
 
     def expect_cards(self):
         cards = self.cards()
@@ -93,7 +122,7 @@ class Gallery:
             name, info = card["name"], self.infos.get(card["name"])
             expect(card["size"] is not None, info is not None, f"{name}: has a picture")
             expect("undefined" in card["text"], False, f"{name}: has nothing undefined")
-            for kind in ("causes", "surprises", "mends"):
+            for kind in ("causes", "surprises", "mends", "conversions"):
                 for remark in self.explanations[name][kind]:
                     expect(remark["sentence"] in card["text"], True, f"{name}: tells {remark['sentence']}")
             if info is None:
@@ -101,42 +130,49 @@ class Gallery:
             size = [info["width"], info["height"]]
             if max(size) <= 320:
                 expect(card["size"], size, f"{name}: size of the thumbnail")
-            expect(card["alt"], f"{name}, {size[0]} × {size[1]}", f"{name}: alternative text")
+            mark = ", as it is" if self.is_mended(name) else ""
+            expect(card["alt"], f"{name}{mark}, {size[0]} × {size[1]}", f"{name}: alternative text")
+
+    def is_mended(self, name):
+        return bool(self.explanations[name]["mends"] or self.explanations[name]["conversions"])
 
     def set_value(self, selector, value):
         self.run("""const field = document.querySelector(arguments[0]); field.value = arguments[1];
                             field.dispatchEvent(new Event("input", {bubbles: true}));""", selector, value)
 
     def expect_shown(self, expected, what):
-        expect(self.shown(), sorted(expected), what)
+        expect(sorted(self.shown()), sorted(expected), what)
         count = self.run("return document.getElementById('count').textContent")
         expect(int(re.match(r"\d+", count).group()), len(expected), f"{what}: number told")
 
+    def state(self, item):
+        if item["verdict"] == "refused" or item["file"] not in self.infos:
+            return "failed"
+        if item["verdict"] == "black":
+            return "black"
+        return "noted" if item["surprises"] or item["mends"] else "fine"
+
     def expect_state_filters(self):
-        def state(item):
-            if item["verdict"] == "refused" or item["file"] not in self.infos:
-                return "failed"
-            if item["verdict"] == "black":
-                return "black"
-            return "noted" if item["surprises"] or item["mends"] else "fine"
-        states = {name: state(item) for name, item in self.explanations.items()}
+        states = {name: self.state(item) for name, item in self.explanations.items()}
         wanted = {choice: [name for name, found in states.items() if found == choice]
                   for choice in ("noted", "black", "failed")}
         wanted["trouble"] = [name for name, found in states.items() if found != "fine"]
-        wanted["repair"] = [name for name, item in self.explanations.items() if item["mends"]]
+        wanted["repair"] = [name for name in self.explanations if self.is_mended(name)]
         wanted["all"] = list(states)
         for choice, names in wanted.items():
             self.run(f"document.querySelector('[name=state][value={choice}]').click()")
             self.expect_shown(names, f"filter {choice}")
+
+    def format(self, item):
+        """The page leaves out the masks themselves."""
+        return re.sub(r" \(0x.*", "", item["header"]["format"]) if "header" in item else None
 
     def expect_format_filter(self):
         options = self.run("return [...document.getElementById('format').options].map(o => [o.value, o.text])")
         formats = {}
         for name, item in self.explanations.items():
             if "header" in item:
-                # The page leaves out the masks themselves.
-                stem = re.sub(r" \(0x.*", "", item["header"]["format"])
-                formats.setdefault(stem, []).append(name)
+                formats.setdefault(self.format(item), []).append(name)
         expect(sorted(value for value, _ in options if value), sorted(formats), "formats to filter by")
         for value, names in formats.items():
             expect([value, f"{value} ({len(names)})"] in options, True, f"format {value}: number")
@@ -152,62 +188,90 @@ class Gallery:
         self.run("document.getElementById('reset').click()")
         self.expect_shown(list(self.explanations), "after the reset")
 
+    def expect_orders(self):
+        """Names that are none of letters alone are left out: their order is the collation's own."""
+        def natural(text):
+            return [(part.isdigit(), int(part) if part.isdigit() else part) for part in re.split(r"(\d+)", text)]
+
+        def area(item):
+            info = self.infos.get(item["file"], {})
+            return info.get("width", 0) * info.get("height", 0)
+        ranks = ["failed", "black", "noted", "fine"]
+        keys = {"name": lambda item: natural(item["file"]), "size": lambda item: -area(item),
+                "format": lambda item: natural((self.format(item) or "~").lower()),
+                "trouble": lambda item: ranks.index(self.state(item)), "listed": lambda item: 0}
+        names = [name for name in self.explanations if re.fullmatch("[a-z0-9.-]+", name)]
+        for order, key in keys.items():
+            self.set_value("#order", order)
+            shown = [name for name in self.shown() if name in names]
+            if order == "format":  # by the rank of the format: its names have spaces and brackets
+                ranked = self.run("return [...document.getElementById('format').options].map(o => o.value).slice(1)")
+                key = lambda item: ranked.index(self.format(item)) if self.format(item) else len(ranked)
+            expect(shown == sorted(names, key=lambda name: key(self.explanations[name])), True, f"order {order}: {shown}")
+
     def viewer(self):
         return self.wait(VIEWER)
 
     def expect_every_picture(self):
         """Opens the first file by keyboard and goes on through all."""
-        names = [card["name"] for card in self.cards() if card["size"]]
+        names = [card["name"] for card in self.cards() if card["opens"]]
         self.run("document.querySelector('.open').focus()")
         self.press(Keys.ENTER)
         for name in names:
             viewer = self.viewer()
             expect(viewer["name"], name, "opened file")
+            expect(viewer["hasOriginal"], name in self.infos, f"{name}: shown as it is")
+            self.press(Keys.ARROW_RIGHT)
+            if name not in self.infos:
+                continue
             size = [self.infos[name]["width"], self.infos[name]["height"]]
             expect(viewer["size"], size, f"{name}: size of the picture")
             if viewer["alphaSize"] is not None:
                 expect(viewer["alphaSize"], size, f"{name}: size of its alpha")
                 expect(self.infos[name]["matteChannels"], 1, f"{name}: has alpha")
-            self.press(Keys.ARROW_RIGHT)
         expect(self.viewer()["name"], names[0], "after the last comes the first")
         self.press(Keys.ARROW_LEFT)
         expect(self.viewer()["name"], names[-1], "before the first comes the last")
         self.press(Keys.ESCAPE)
         self.expect_closed(names[-1])
 
-    def expect_closed(self, name):
+    def expect_closed(self, name, version=None):
         self.wait("await new Promise(requestAnimationFrame)")
         expect(self.run("return document.getElementById('viewer').open"), False, "Escape closes")
-        focus = "return document.activeElement.closest('.card')?.querySelector('h2').textContent"
-        expect(self.run(focus), name, "focus after Escape")
+        focus = self.run("""const focus = document.activeElement;
+            return [focus.closest('.card')?.querySelector('h2').textContent, focus.dataset.version];""")
+        expect(focus, [name, version or focus[1]], "focus after Escape")
 
-    def open_card(self, name):
-        self.run("""[...document.querySelectorAll(".card")].find((card) =>
-            card.querySelector("h2").textContent === arguments[0]).querySelector(".open").focus();""", name)
+    def card(self, name, inside):
+        return self.run("""return [...document.querySelectorAll(".card")].find((card) =>
+            card.querySelector("h2").textContent === arguments[0]).querySelector(arguments[1]);""", name, inside)
+
+    def open_card(self, name, version="original"):
+        self.run("arguments[0].focus()", self.card(name, f".open[data-version={version}]"))
         self.press(Keys.ENTER)
         self.viewer()
 
     def choose(self, view):
         self.run(f"document.querySelector('button[data-view={view}]').click()")
 
-    def screenshot(self):
+    def screenshot(self, selector="#picture"):
         """The picture as it comes out on the screen, as a function from its texels to colours."""
-        image = self.browser.find_element(By.ID, "picture").screenshot_as_base64
+        image = self.browser.find_element(By.CSS_SELECTOR, selector).screenshot_as_base64
         at = """
-            const image = new Image();
-            image.src = "data:image/png;base64," + arguments[0];
-            await image.decode();
+            const bytes = Uint8Array.from(atob(arguments[0]), (letter) => letter.charCodeAt(0));
+            const image = await createImageBitmap(new Blob([bytes]));
             const canvas = new OffscreenCanvas(image.width, image.height), context = canvas.getContext("2d", {willReadFrequently: true});
             context.drawImage(image, 0, 0);
             return arguments[1].map(([x, y]) =>
               [...context.getImageData(x * image.width, y * image.height, 1, 1).data.slice(0, 3)]);"""
         return lambda places: self.wait(at, image, places)
 
-    def expect_channels(self, name, texels):
+    def expect_channels(self, name, texels, version="original"):
         """texels: places from 0 to 1 in the picture, and the red, green, blue and alpha that are there."""
-        self.open_card(name)
+        self.open_card(name, version)
         places = [place for place, _ in texels]
-        for index, view in enumerate(("red", "green", "blue", "alpha")):
+        is_opaque = all(values[3] == 255 for _, values in texels)
+        for index, view in enumerate(("red", "green", "blue") if is_opaque else ("red", "green", "blue", "alpha")):
             self.choose(view)
             expect(self.screenshot()(places), [[values[index]] * 3 for _, values in texels], f"{name}: {view}")
         self.choose("colour")
@@ -219,40 +283,108 @@ class Gallery:
             if values[3] == 0:
                 expect(seen[0] == seen[1] and seen[0] > 128, True, f"{name}: checkerboard where it is transparent")
         self.press(Keys.ESCAPE)
-        self.expect_closed(name)
+        self.expect_closed(name, version)
+
+    def expect_versions(self, name):
+        """The other version of an opened file, and what it is closed to."""
+        self.open_card(name, "mended")
+        self.run("document.querySelector('#versions [data-version=original]').click()")
+        expect(self.viewer()["size"], [64, 64], f"{name}: as it is")
+        self.press(Keys.ESCAPE)
+        self.expect_closed(name, "original")
+
+    def expect_copied(self, name):
+        """The command is copied, or selected where the browser gives no leave."""
+        button = self.card(name, ".command button")
+        button.click()
+        self.wait("while (arguments[0].textContent === 'Copy') await new Promise(requestAnimationFrame)", button)
+        copied = self.run("return document.activeElement === arguments[0]", button)
+        expect(copied, True, f"{name}: focus after copying")
+        if button.text == "Selected":
+            expect(self.run("return getSelection().toString()"), self.card(name, "code").text, f"{name}: command")
+        else:
+            expect(button.text, "Copied", f"{name}: button")
+
+    def expect_strip(self, name, told, colours):
+        self.open_card(name)
+        expect(self.wait(STRIP), told, f"{name}: strip")
+        for place, colour in enumerate(colours):
+            seen = self.screenshot(f"#surfaces li:nth-child({place + 1}) img")([(0.25, 0.25)])
+            expect(seen, [colour], f"{name}: picture {place} of the strip")
+        self.press(Keys.ESCAPE)
+        self.open_card("dxt5.dds")
+        expect(self.run("return document.getElementById('strip').checkVisibility()"), False, "strip of one picture")
+        self.press(Keys.ESCAPE)
+
+    def expect_aligned(self):
+        rows = self.run("""
+            const rows = {};
+            for (const card of document.querySelector(".block").children) {
+              const tops = rows[card.getBoundingClientRect().top] ??= new Set();
+              tops.add([...card.children].map((part) => part.getBoundingClientRect().top).slice(0, 4).join());
+            }
+            return Object.values(rows).map((tops) => tops.size);""")
+        expect(len(rows) > 1 and set(rows) == {1}, True, f"cards of one row have their texts at one height, {rows}")
+
+    def expect_narrow(self, name):
+        """Nothing is wider than a small telephone."""
+        screen = {"width": 360, "height": 740, "deviceScaleFactor": 1, "mobile": True}
+        self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", screen)
+        self.open_card(name)
+        for place in ("document.documentElement", "document.getElementById('viewer')"):
+            expect(self.run(f"return {place}.scrollWidth <= 360"), True, f"{place} is as wide as the screen")
+        self.press(Keys.ESCAPE)
+        self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+
+
+def expect_page(browser, page, infos, explanations):
+    browser.get(pathlib.Path(page).resolve().as_uri())
+    gallery = Gallery(browser, infos, explanations)
+    gallery.expect_lazy()
+    gallery.expect_cards()
+    gallery.expect_aligned()
+    gallery.expect_state_filters()
+    gallery.expect_format_filter()
+    gallery.expect_word_filter()
+    gallery.expect_orders()
+    gallery.expect_every_picture()
+    # Two by two texels, as the script that calls this made them.
+    hidden = [((0.25, 0.25), (200, 100, 50, 0)), ((0.75, 0.25), (10, 20, 30, 255)),
+              ((0.25, 0.75), (0, 255, 128, 255)), ((0.75, 0.75), (255, 0, 90, 77))]
+    gallery.expect_channels("hidden.dds", hidden)
+    gallery.expect_channels("mendable.dds", [((0.25, 0.25), (255, 0, 0, 255)), ((0.75, 0.25), (0, 255, 0, 255)),
+                                             ((0.25, 0.75), (0, 0, 255, 255)), ((0.75, 0.75), (255, 255, 0, 255))], "mended")
+    gallery.expect_versions("mendable.dds")
+    gallery.expect_copied("mendable.dds")
+    gallery.expect_strip("mips.dds", [[["mip 0", "2 × 2"], [2, 2]], [["mip 1", "1 × 1"], [1, 1]]],
+                         [[1, 2, 3], [250, 251, 252]])
+    gallery.expect_narrow("mips.dds")
+    for kind, is_bad in (("browser", lambda entry: True), ("performance", is_trouble)):
+        expect([entry for entry in browser.get_log(kind) if is_bad(entry)], [], f"{page}: log of the {kind}")
 
 
 def main():
-    page, info, explain = sys.argv[1:]
+    info, explain, *pages = sys.argv[1:]
     read = lambda path: [json.loads(line) for line in pathlib.Path(path).read_text().splitlines()]
     browser = start_browser()
     try:
-        browser.get(pathlib.Path(page).resolve().as_uri())
-        gallery = Gallery(browser, read(info), read(explain))
-        gallery.expect_cards()
-        gallery.expect_state_filters()
-        gallery.expect_format_filter()
-        gallery.expect_word_filter()
-        gallery.expect_every_picture()
-        # Two by two texels, as the script that calls this made them.
-        gallery.expect_channels("hidden.dds", [((0.25, 0.25), (200, 100, 50, 0)), ((0.75, 0.25), (10, 20, 30, 255)),
-                                               ((0.25, 0.75), (0, 255, 128, 255)), ((0.75, 0.75), (255, 0, 90, 77))])
-        for kind, is_bad in (("browser", lambda entry: True), ("performance", is_request)):
-            expect([entry for entry in browser.get_log(kind) if is_bad(entry)], [], f"log of the {kind}")
+        for page in pages:
+            expect_page(browser, page, read(info), read(explain))
     finally:
         browser.quit()
     return 1 if failures else 0
 
 
-def is_request(entry):
-    """Whether the page asked for something that does not stand in it."""
+def is_trouble(entry):
+    """Whether the page asked for what is none of its pictures, or in vain."""
     message = json.loads(entry["message"])["message"]
-    if message["method"] == "Network.webSocketCreated":
+    if message["method"] in ("Network.webSocketCreated", "Network.loadingFailed"):
         return True
     if message["method"] != "Network.requestWillBeSent":
         return False
     page, url = message["params"]["documentURL"], message["params"]["request"]["url"]
-    return page.startswith("file:") and url != page and not url.startswith("data:")
+    pictures = page.removesuffix(".html") + "-files/"
+    return page.startswith("file:") and url != page and not url.startswith(("data:", pictures))
 
 
 if __name__ == "__main__":

@@ -315,8 +315,8 @@ const viewer = {
     }
     const load = ++this.loads;
     const { alpha, both } = this.pictures[version];
-    // A picture that is a file masks no other.
-    const isMasked = alpha !== undefined && both === undefined;
+    // A picture that is a file masks no other, and nothing but alpha is shown as that.
+    const isMasked = alpha !== undefined && both === undefined && !this.told().isAlphaOnly;
     $("picture").style.setProperty("--alpha", isMasked ? `url("${alpha}")` : "none");
     $("picture").classList.toggle("masked", isMasked);
     if (alpha !== undefined) setSource($("alpha-picture"), alpha);
