@@ -24,9 +24,9 @@ std::string hashSource(std::string_view sha256) {
     return source + "'";
 }
 
-// Of all schemes pictures have one: that of data, or that of the page, which is file: where no server has it.
+// Pictures come from where they are kept and nowhere else; of a page that is a file, "self" are files.
 std::string policy(bool hasPictures) {
-    const std::string pictures = hasPictures ? "data:" : "'self' file:";
+    const std::string pictures = hasPictures ? "data:" : "'self'";
     return "default-src 'none'; img-src " + pictures + "; script-src " + hashSource(gallery::scriptSha256) +
            "; style-src " + hashSource(gallery::styleSha256) + "; base-uri 'none'; form-action 'none'";
 }

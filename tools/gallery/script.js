@@ -297,7 +297,7 @@ const viewer = {
     $("versions").hidden = !file.command;
     showCommand($("viewer-command"), file);
     this.showStrip(this.pictures.strip);
-    $("details").scrollTop = 0;
+    for (const id of ["viewer", "details"]) $(id).scrollTop = 0;
     this.showVersion(version);
   },
 
