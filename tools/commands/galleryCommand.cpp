@@ -68,6 +68,8 @@ Json layoutAsJson(const ImageLayout& layout) {
 // What the page has of a file: what is told of it, and its pictures as the card and the viewer show them. The file as
 // it is and its mended copy are two versions.
 struct Entry {
+    explicit Entry(const std::string& path) : file({{"name", path}, {"remarks", Json::array()}}) {}
+
     Json file, thumbnails, pictures;
     double exposure = 0.0;  // of the version that was added last
 };
@@ -80,8 +82,7 @@ public:
 
     // From any thread, each file in its turn.
     Outcome add(const std::string& path) {
-        Entry entry;
-        entry.file = {{"name", path}, {"remarks", Json::array()}};
+        Entry entry(path);
         Outcome outcome = Outcome::failed;
         try {
             entry.file = explained(path, explain(path));
@@ -94,8 +95,9 @@ public:
             addFailure(entry.file, error.what());
         }
         addMore(path, entry);
-        inTurn([this, entry = std::move(entry)]() mutable {
-            m_page.add(entry.file, std::move(entry.thumbnails), std::move(entry.pictures));
+        inTurn([this, file = std::move(entry.file), thumbnails = std::move(entry.thumbnails),
+                pictures = std::move(entry.pictures)]() mutable {
+            m_page.add(file, std::move(thumbnails), std::move(pictures));
         });
         return outcome;
     }
