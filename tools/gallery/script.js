@@ -127,21 +127,25 @@ function showCommand(place, file) {
   const parts = $("command").content.cloneNode(true);
   const [code, button] = parts.children;
   code.textContent = file.command;
-  button.setAttribute("aria-label", `Copy the command that mends ${file.name}`);
-  button.addEventListener("click", () => copy(code, button));
+  const label = (text) => {
+    button.textContent = text;
+    button.setAttribute("aria-label", `${text}: the command that mends ${file.name}`);
+  };
+  label("Copy");
+  button.addEventListener("click", async () => label(await copy(code)));
+  button.addEventListener("blur", () => label("Copy"));
   place.replaceChildren(parts);
 }
 
-async function copy(code, button) {
+// Where a browser gives no leave to write, its own keys copy what is selected. Returns what has been done.
+async function copy(code) {
   try {
     await navigator.clipboard.writeText(code.textContent);
-    button.textContent = "Copied";
+    return "Copied";
   } catch {
-    // Where a browser gives no leave to write, its own keys copy what is selected.
     getSelection().selectAllChildren(code);
-    button.textContent = "Selected";
+    return "Selected";
   }
-  button.addEventListener("blur", () => { button.textContent = "Copy"; }, { once: true });
 }
 
 // The frame of a picture, which is loaded when it comes near the screen. Small pictures are enlarged, with crisp texels.
