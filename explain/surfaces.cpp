@@ -80,11 +80,10 @@ SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict,
     return {facts, verdict, contents, headerBytes(facts).size(), palette, countOf(contents), conversion};
 }
 
-std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::function<void(const Surface&)>& visit) {
+void forEachWholeSurface(const SurfaceLayout& layout, const std::function<bool(const Surface&)>& visit) {
     const DDS_HEADER& header = layout.facts.header.header;
     const Contents& contents = layout.contents;
     std::uint64_t start = layout.headerBytes + layout.paletteBytes;
-    std::uint64_t count = 0;
     Surface surface{};
     for (surface.element = 0; surface.element < contents.elements; ++surface.element) {
         for (surface.face = 0; surface.face < contents.faces; ++surface.face) {
@@ -95,16 +94,13 @@ std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::functi
                 for (surface.slice = 0; surface.slice < halved(contents.slices, surface.level); ++surface.slice) {
                     const bool isWhole =
                         start <= layout.facts.fileBytes && surface.bytes <= layout.facts.fileBytes - start;
-                    if (!isWhole) return count;
                     surface.start = start;
-                    visit(surface);
+                    if (!isWhole || !visit(surface)) return;
                     start += surface.bytes;
-                    ++count;
                 }
             }
         }
     }
-    return count;
 }
 
 void forEachWholeSize(const SurfaceLayout& layout,
@@ -134,6 +130,12 @@ void forEachWholeSize(const SurfaceLayout& layout,
         const std::uint64_t count = wholeFaces * slices + more;
         if (count > 0) visit(halved(header.dwWidth, level), halved(header.dwHeight, level), count);
     }
+}
+
+std::uint64_t wholeSurfaces(const SurfaceLayout& layout) {
+    std::uint64_t whole = 0;
+    forEachWholeSize(layout, [&](std::uint32_t, std::uint32_t, std::uint64_t count) { whole += count; });
+    return whole;
 }
 
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface) {

@@ -34,12 +34,14 @@ struct SurfaceLayout {
 SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict,
                             const std::optional<Conversion>& conversion = std::nullopt);
 
-// Visits the surfaces that the file supplies in full, in their order, and returns how many there are.
-std::uint64_t forEachWholeSurface(const SurfaceLayout& layout, const std::function<void(const Surface&)>& visit);
+// Visits the surfaces that the file supplies in full, in their order, until a visit returns false.
+void forEachWholeSurface(const SurfaceLayout& layout, const std::function<bool(const Surface&)>& visit);
 
 // The same in as many steps as there are levels: visits each size of whole surfaces with how many have it.
 void forEachWholeSize(const SurfaceLayout& layout,
                       const std::function<void(std::uint32_t width, std::uint32_t height, std::uint64_t count)>& visit);
+// How many they are.
+std::uint64_t wholeSurfaces(const SurfaceLayout& layout);
 
 // "-array00-face0+x-mip00-slice000", without what does not vary.
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface);

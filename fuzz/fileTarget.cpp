@@ -14,15 +14,18 @@ namespace {
 
 // The bytes that the file's pictures become, each converted from memory that holds nothing else.
 std::uint64_t convertedBytes(std::span<const unsigned char> file, const kpx::SurfaceLayout& layout) {
-    std::uint64_t bytes = 0;
+    std::uint64_t bytes = 0, visited = 0;
     kpx::forEachWholeSurface(layout, [&](const kpx::Surface& surface) {
+        ++visited;
         const auto data = file.subspan(surface.start, surface.bytes);
         const std::vector<unsigned char> picture(data.begin(), data.end());
         std::vector<unsigned char> row(layout.conversion->convertedRowBytes(surface.width));
         for (std::uint32_t y = 0; y < surface.height; ++y)
             layout.conversion->convertRow(picture, surface.width, surface.height, y, row);
         bytes += row.size() * surface.height;
+        return true;
     });
+    fuzz::claim(visited == kpx::wholeSurfaces(layout), "as many pictures are whole as are counted");
     return bytes;
 }
 

@@ -54,12 +54,13 @@ void write(const Arguments& arguments, const SurfaceLayout& layout, const Surfac
 Outcome split(const Arguments& arguments) {
     const SurfaceLayout layout = layoutOf(arguments.input);
     // Nothing is made of a file without a whole picture.
-    bool hasWhole = false;
-    forEachWholeSize(layout, [&](std::uint32_t, std::uint32_t, std::uint64_t) { hasWhole = true; });
-    if (!hasWhole) throw FileError("is too short: no picture in it is whole");
+    const std::uint64_t whole = wholeSurfaces(layout);
+    if (whole == 0) throw FileError("is too short: no picture in it is whole");
     makeFolder(arguments.folder);
-    const std::uint64_t whole =
-        forEachWholeSurface(layout, [&](const Surface& surface) { write(arguments, layout, surface); });
+    forEachWholeSurface(layout, [&](const Surface& surface) {
+        write(arguments, layout, surface);
+        return true;
+    });
     if (whole == layout.count) return Outcome::done;
     tell(arguments.input, textOf("is too short: of ", layout.count, " pictures ", whole,
                                  whole == 1 ? " is whole and has been written" : " are whole and have been written"));

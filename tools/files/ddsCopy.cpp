@@ -81,7 +81,10 @@ void writeParts(const std::string& source, std::span<const ByteRange> ranges, st
 void writeConverted(const std::string& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
                     const std::string& path) {
     writeFile(source, header, path, [&](std::FILE* from, std::FILE* to) {
-        forEachWholeSurface(layout, [&](const Surface& surface) { convertSurface(from, layout, surface, to); });
+        forEachWholeSurface(layout, [&](const Surface& surface) {
+            convertSurface(from, layout, surface, to);
+            return true;
+        });
     });
 }
 

@@ -50,9 +50,11 @@ Json surfaceStrip(const host::Plugin& plugin, const std::string& path, double ex
 
     const Strip strip(plugin, path, layout, exposure);
     Json surfaces = Json::array(), notes = Json::array();
-    const std::uint64_t whole = forEachWholeSurface(layout, [&](const Surface& surface) {
-        if (surfaces.size() < stripLength) surfaces.push_back(strip.entry(surface));
+    forEachWholeSurface(layout, [&](const Surface& surface) {
+        surfaces.push_back(strip.entry(surface));
+        return surfaces.size() < stripLength;
     });
+    const std::uint64_t whole = wholeSurfaces(layout);
     if (whole < layout.count) {
         notes.push_back(textOf("The file is too short: of ", layout.count, " pictures ", whole,
                                whole == 1 ? " is whole." : " are whole."));
