@@ -30,7 +30,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     command
         ->add_option("FILE", request->paths,
                      "Inputs (DDS or PNG files, or folders of .dds files), then the output: a file whose name ends in "
-                     ".png, .exr or .dds, or a folder")
+                     ".png, .exr or .dds, or a folder, which is made for folders or where its name ends with a slash")
         ->required()
         ->expected(2, -1);
     command->add_option("--format", request->format, "Format in a folder; else OpenEXR for floats, DDS for PNG, or PNG")

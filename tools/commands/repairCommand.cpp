@@ -215,9 +215,11 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
                                            "where they are");
     auto arguments = std::make_shared<Arguments>();
     command
-        ->add_option("FILE", arguments->paths,
-                     "Files to mend, or folders of .dds files, then the output: a file, or a folder for those that are "
-                     "mended; with --in-place and --undo there is none, and with --dry-run none that is there")
+        ->add_option(
+            "FILE", arguments->paths,
+            "Files to mend, or folders of .dds files, then the output: a file, or a folder for those that are "
+            "mended, which is made for folders or where its name ends with a slash. With --in-place and --undo "
+            "all are to be mended; with --dry-run all that are there")
         ->required();
     command->add_flag("--dry-run", arguments->isDryRun, "Say what would be changed and write nothing");
     command->add_flag("--convert", arguments->mayConvert,
