@@ -1,6 +1,7 @@
 // Gathers what the other files of this folder say of one file.
 #include "explain/Explanation.h"
 
+#include "explain/conversionMends.h"
 #include "explain/formatNames.h"
 #include "explain/mends.h"
 #include "explain/surprises.h"

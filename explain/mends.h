@@ -1,5 +1,5 @@
 // Headers that lie, or call by another name what the reader knows, and how each fault is mended without touching the
-// pixel data; and pixels that can be had only by making others of them, or in another order.
+// pixel data; and what becomes of a file with every mend that helps.
 #pragma once
 
 #include <cstdint>
@@ -31,9 +31,6 @@ Repair repairOf(const FileFacts& facts, bool mayConvert = false);
 // Whether the header is what the mends make of the file, all of them or the first ones: a later version may have more.
 // dataStart is where the file's data starts.
 bool isMendOf(const FileFacts& facts, std::uint64_t dataStart, std::span<const unsigned char> header);
-
-// Why a black file is not converted, of whose format that is known how; none where it is, or that is not known.
-std::optional<Remark> conversionObstacle(const FileFacts& facts);
 
 // A sentence for what is told of a black picture, after a space; empty where repair does not help.
 const char* repairHint(const FileFacts& facts);

@@ -1,6 +1,7 @@
 // The words of a repair, and the writing of its copy.
 #include "tools/files/repairFile.h"
 
+#include "explain/conversionMends.h"
 #include "explain/otherFile.h"
 #include "tools/files/PendingFile.h"
 #include "tools/files/ddsCopy.h"

@@ -1,0 +1,154 @@
+// The two that change a picture, and the reasons why one does not.
+#include "explain/conversionMends.h"
+
+#include <string_view>
+
+#include "explain/formatNames.h"
+#include "explain/otherFile.h"
+#include "explain/sameData.h"
+#include "explain/text.h"
+#include "reader/dataSize.h"
+
+namespace kpx {
+namespace {
+
+using namespace mending;
+
+// The code of the pixels, or 0.
+std::uint32_t undecodedCode(const Draft& draft) {
+    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
+    return hasCause(draft, Cause::unknownCode)    ? format.dwFourCC
+           : hasCause(draft, Cause::nothingNamed) ? codeOfBumpMap(format)
+                                                  : 0;
+}
+
+std::optional<Conversion> conversionOf(const Draft& draft) {
+    if (hasCause(draft, Cause::dxgiRejected) || hasCause(draft, Cause::dxgiTooLarge))
+        return Conversion::ofDxgi(draft.facts.dx10Header.dxgiFormat);
+    const std::uint32_t code = undecodedCode(draft);
+    return code == 0 ? std::nullopt : Conversion::ofCode(code);
+}
+
+bool hasPixels(const Draft& draft) {
+    const DDS_HEADER& header = draft.facts.header.header;
+    return header.dwWidth != 0 && header.dwHeight != 0 && !isSideTooLarge(header.dwWidth, header.dwHeight);
+}
+
+struct ConvertedSize {
+    std::uint64_t pictures;     // that are whole
+    std::uint64_t sourceBytes;  // that they have
+    std::uint64_t bytes;        // that they become
+};
+
+ConvertedSize convertedSize(const SurfaceLayout& layout) {
+    ConvertedSize size{};
+    forEachWholeSize(layout, [&](std::uint32_t width, std::uint32_t height, std::uint64_t count) {
+        const std::uint64_t bytes = saturatingProduct(layout.conversion->convertedRowBytes(width), height, count);
+        size.bytes = bytes > UINT64_MAX - size.bytes ? UINT64_MAX : size.bytes + bytes;
+        size.sourceBytes += layout.surfaceBytes(width, height) * count;
+        size.pictures += count;
+    });
+    return size;
+}
+
+// Names what the pixels become, and returns the words for it.
+std::string nameConverted(Draft& draft, std::uint32_t dxgi) {
+    DDS_HEADER& header = headerOf(draft);
+    const Format& format = *findDxgi(dxgi);
+    const bool isDx10 = draft.verdict.loader == Loader::dx10;
+    const bool isFloat = layoutRow(format.layout).isFloat;
+    std::string words =
+        isDx10 || isFloat ? "DXGI " + dxgiText(dxgi) : useMasks(header, *findNamedMasks("D3DFMT_A8R8G8B8"));
+    if (isDx10) draft.facts.dx10Header.dxgiFormat = dxgi;
+    if (!isDx10 && isFloat) nameByDxgi(draft, dxgi);
+    header.dwFlags &= ~DDSD_LINEARSIZE;
+    if ((header.dwFlags & DDSD_PITCH) != 0)
+        stateLinearSize(header, std::uint64_t{format.bytesPerPixel} * header.dwWidth);
+    return words;
+}
+
+std::string paddingText(const DDS_HEADER& header, const Conversion& conversion) {
+    const bool isPadded =
+        (header.dwFlags & DDSD_PITCH) != 0 && header.dwPitchOrLinearSize > conversion.rowBytes(header.dwWidth);
+    if (!isPadded) return {};
+    return textOf("; rows are taken without padding, though a pitch of ", header.dwPitchOrLinearSize, " is stated");
+}
+
+// What comes out as each channel, of those that are not what they are called.
+std::string swizzledText(const SwizzledCode& row) {
+    constexpr const char* channels[] = {"red", "green", "blue", "alpha"};
+    const std::string_view holds = row.holds;
+    std::string text;
+    for (std::size_t i = 0; i < holds.size(); ++i) {
+        const std::size_t held = std::string_view("RGBA").find(holds[i]);
+        if (held == i) continue;
+        const std::string what = held == holds.npos ? "is no part of the picture" : textOf("is its ", channels[held]);
+        text += textOf(text.empty() ? "" : ", ", "what comes out as ", channels[i], " ", what);
+    }
+    return textOf(holds == "-GBR" ? "red and alpha come out exchanged: " : "", text,
+                  ". Hosts show alpha as transparency");
+}
+
+}  // namespace
+
+std::string mending::pixelsConverted(Draft& draft) {
+    const auto conversion = hasPixels(draft) ? conversionOf(draft) : std::nullopt;
+    if (!conversion) return {};
+    const SurfaceLayout layout = surfaceLayout(draft.facts, draft.verdict, conversion);
+    const ConvertedSize size = convertedSize(layout);
+    if (size.pictures == 0) return {};
+    const std::uint64_t behind = draft.facts.fileBytes - draft.dataStart - size.sourceBytes;
+    const std::uint32_t code = undecodedCode(draft);
+    const std::string name =
+        code == 0 ? "DXGI " + dxgiText(draft.facts.dx10Header.dxgiFormat) : "code " + namedCode(code);
+    const std::string padding = paddingText(headerOf(draft), *conversion);
+    const std::string target = nameConverted(draft, conversion->dxgi());
+    draft.converted = layout;
+    draft.facts.fileBytes = UINT64_MAX;  // enough for any header
+    const std::uint64_t headers = headerBytes(draft.facts).size();
+    draft.facts.fileBytes = size.bytes > UINT64_MAX - headers ? UINT64_MAX : headers + size.bytes;
+    std::string sentence = textOf("The pixels, ", name, ", become ", target, ": ", conversion->words(), padding, "; ",
+                                  countOf(size.sourceBytes), " of data become ", size.bytes);
+    if (size.pictures < layout.count)
+        sentence += textOf("; of ", layout.count, " pictures ", size.pictures, size.pictures == 1 ? " is" : " are",
+                           " whole and kept");
+    if (behind != 0)
+        sentence += textOf("; ", countOf(behind), " behind them ", behind == 1 ? "is" : "are", " left out");
+    return sentence + ".";
+}
+
+std::string mending::swizzledBlocks(Draft& draft) {
+    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
+    const SwizzledCode* row = hasCause(draft, Cause::unknownCode) ? findSwizzledCode(format.dwFourCC) : nullptr;
+    if (row == nullptr) return {};
+    nameByCode(format, fourCC("DXT5"));
+    return textOf("The code ", codeText(row->code), " becomes ", codeText(fourCC("DXT5")),
+                  ", whose blocks are the same: ", swizzledText(*row), ".");
+}
+
+std::optional<Remark> conversionObstacle(const FileFacts& facts) {
+    const auto remark = [](const std::string& sentence, const char* advice) {
+        return Remark{"not-convertible", sentence, Weight::fault, advice};
+    };
+    const Draft draft = draftOf(facts);
+    if (draft.verdict.result != Result::black || !startsAsDds(facts)) return std::nullopt;
+    const Repair repair = repairOf(facts, true);
+    if (repair.helps()) return std::nullopt;
+    if (repair.converted || findSwizzledCode(undecodedCode(draft)) != nullptr)
+        return remark("Converted, it would be black as well. " + causeText(repair.facts, repair.verdict),
+                      adviceOn(repair.verdict));
+    const auto conversion = conversionOf(draft);
+    if (!conversion) return std::nullopt;
+    const DDS_HEADER& header = facts.header.header;
+    const std::string size = textOf(header.dwWidth, " x ", header.dwHeight);
+    if (header.dwWidth == 0 || header.dwHeight == 0)
+        return remark(textOf("A picture of ", size, " has no pixels that could be converted."), "export it anew");
+    if (isSideTooLarge(header.dwWidth, header.dwHeight))
+        return remark(textOf("A picture of ", size, " is too large to be converted."), "export it smaller");
+    return remark(textOf("It could be converted if its data were whole: a picture of ", size, " takes ",
+                         conversion->pictureBytes(header.dwWidth, header.dwHeight), " bytes, and ",
+                         facts.fileBytes - draft.dataStart, " are there."),
+                  "get a whole copy of it");
+}
+
+}  // namespace kpx
