@@ -34,7 +34,7 @@ Explanation explain(const std::string& file) {
     const bool isMended = repair.helps();
     const Repair conversion = isMended ? Repair() : repairOf(facts, true);
     std::vector<Remark> causes = causesOf(facts, verdict);
-    const auto obstacle = isMended ? std::nullopt : conversionObstacle(facts);
+    const auto obstacle = isMended ? std::nullopt : conversionObstacle(facts, conversion);
     if (obstacle) causes.push_back(*obstacle);
     return {facts,
             verdict,

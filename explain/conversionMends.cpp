@@ -126,19 +126,18 @@ std::string mending::swizzledBlocks(Draft& draft) {
                   ", whose blocks are the same: ", swizzledText(*row), ".");
 }
 
-std::optional<Remark> conversionObstacle(const FileFacts& facts) {
+std::optional<Remark> conversionObstacle(const FileFacts& facts, const Repair& conversion) {
     const auto remark = [](const std::string& sentence, const char* advice) {
         return Remark{"not-convertible", sentence, Weight::fault, advice};
     };
     const Draft draft = draftOf(facts);
-    if (draft.verdict.result != Result::black || !startsAsDds(facts)) return std::nullopt;
-    const Repair repair = repairOf(facts, true);
-    if (repair.helps()) return std::nullopt;
-    if (repair.converted || findSwizzledCode(undecodedCode(draft)) != nullptr)
-        return remark("Converted, it would be black as well. " + causeText(repair.facts, repair.verdict),
-                      adviceOn(repair.verdict));
-    const auto conversion = conversionOf(draft);
-    if (!conversion) return std::nullopt;
+    const bool isBlack = draft.verdict.result == Result::black && startsAsDds(facts);
+    if (!isBlack || conversion.helps()) return std::nullopt;
+    if (conversion.converted || findSwizzledCode(undecodedCode(draft)) != nullptr)
+        return remark("Converted, it would be black as well. " + causeText(conversion.facts, conversion.verdict),
+                      adviceOn(conversion.verdict));
+    const auto known = conversionOf(draft);
+    if (!known) return std::nullopt;
     const DDS_HEADER& header = facts.header.header;
     const std::string size = textOf(header.dwWidth, " x ", header.dwHeight);
     if (header.dwWidth == 0 || header.dwHeight == 0)
@@ -146,7 +145,7 @@ std::optional<Remark> conversionObstacle(const FileFacts& facts) {
     if (isSideTooLarge(header.dwWidth, header.dwHeight))
         return remark(textOf("A picture of ", size, " is too large to be converted."), "export it smaller");
     return remark(textOf("It could be converted if its data were whole: a picture of ", size, " takes ",
-                         conversion->pictureBytes(header.dwWidth, header.dwHeight), " bytes, and ",
+                         known->pictureBytes(header.dwWidth, header.dwHeight), " bytes, and ",
                          facts.fileBytes - draft.dataStart, " are there."),
                   "get a whole copy of it");
 }

@@ -8,8 +8,9 @@
 
 namespace kpx {
 
-// Why a black file is not converted, of whose format that is known how; none where it is, or that is not known.
-std::optional<Remark> conversionObstacle(const FileFacts& facts);
+// Why a black file is not converted, though it is known how its format is; none where the conversion helps. conversion
+// is the file with every mend, those that change the picture among them.
+std::optional<Remark> conversionObstacle(const FileFacts& facts, const Repair& conversion);
 
 namespace mending {
 

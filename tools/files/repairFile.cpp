@@ -17,7 +17,7 @@ std::string nothingText(const FileFacts& facts) {
 }
 
 // Of a file of which neither mends nor a conversion make one that is decoded.
-RepairReport unhelpful(const FileFacts& facts, Repair repair) {
+RepairReport unhelpful(const FileFacts& facts, Repair repair, const Repair& conversion) {
     // A mend that would make a decoded picture black is none.
     const bool isDecoded = judge(facts).result == Result::decoded || repair.verdict.result == Result::decoded;
     if (isDecoded) {
@@ -30,7 +30,7 @@ RepairReport unhelpful(const FileFacts& facts, Repair repair) {
     }
     const bool isBlack = repair.verdict.result == Result::black;
     std::vector<Remark> causes = causesOf(repair.facts, repair.verdict);
-    const auto obstacle = conversionObstacle(facts);
+    const auto obstacle = conversionObstacle(facts, conversion);
     if (obstacle) causes.push_back(*obstacle);
     std::string reason = isBlack ? "cannot be mended and comes out as a black picture." : "cannot be mended.";
     for (const Remark& cause : causes) reason += " " + cause.sentence;
@@ -49,11 +49,10 @@ RepairReport reportRepair(const std::string& input, bool mayConvert) {
     Repair repair = repairOf(facts);
     if (repair.helps()) return {RepairResult::mended, facts, std::move(repair), "", {}};
     Repair conversion = repairOf(facts, true);
-    if (!conversion.helps()) return unhelpful(facts, std::move(repair));
-    if (mayConvert) return {RepairResult::converted, facts, std::move(conversion), "", {}};
-    RepairReport report = unhelpful(facts, std::move(repair));
-    report.reason += repairHint(facts);
-    report.isConvertible = true;
+    if (conversion.helps() && mayConvert) return {RepairResult::converted, facts, std::move(conversion), "", {}};
+    RepairReport report = unhelpful(facts, std::move(repair), conversion);
+    report.isConvertible = conversion.helps();
+    if (report.isConvertible) report.reason += repairHint(facts);
     return report;
 }
 
