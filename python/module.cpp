@@ -1,11 +1,13 @@
 // The extension module _kpximage, which the package kpximage is written over: paths are bytes, channels are a text of a
 // letter each, objects are JSON. What ends the work on a file is a Failure with the tool's sentence; an OutputFailure
 // where that is the output.
+#include <cxxabi.h>
 #include <dlfcn.h>
 #include <pybind11/functional.h>
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <optional>
@@ -30,7 +32,26 @@ namespace kpx::python {
 namespace {
 
 namespace py = pybind11;
-using Unlocked = py::gil_scoped_release;
+
+// While one lives, other threads have the interpreter. An interpreter that has ended meanwhile ends the threads that
+// ask for it again by unwinding their stacks, on which are Python's objects that nobody may touch any more: such a
+// thread sleeps until the process is gone, as in later versions of Python.
+class Unlocked {
+public:
+    Unlocked() : m_state(PyEval_SaveThread()) {}
+    ~Unlocked() {
+        try {
+            PyEval_RestoreThread(m_state);
+        } catch (const abi::__forced_unwind&) {
+            for (;;) pause();
+        }
+    }
+    Unlocked(const Unlocked&) = delete;
+    Unlocked& operator=(const Unlocked&) = delete;
+
+private:
+    PyThreadState* m_state;
+};
 
 // This module, which lies in the folder of its package.
 tool::Searcher module() {
@@ -54,7 +75,10 @@ void heedSignals() {
 tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
     checkIsNoPipe(path);
     if (!plugin.isFile(path)) throw FileError(unrecognisedText(path));
-    return tool::openThroughHost(plugin, path);
+    tool::OpenedImage image = tool::openThroughHost(plugin, path);
+    // There was no memory for what could be decoded.
+    if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
+    return image;
 }
 
 // From the reader's rows of channels to pixels, with nothing in between.

@@ -16,7 +16,7 @@ import json
 import os
 import warnings
 from contextlib import contextmanager
-from typing import Any, Iterator, Optional, Sequence, Tuple, Union
+from typing import TYPE_CHECKING, Any, Iterator, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
@@ -26,6 +26,11 @@ __all__ = ["Error", "Image", "ImageWarning", "explain", "plugin_path", "read", "
 __version__ = _kpximage.version
 
 Path = Union[str, bytes, "os.PathLike[Any]"]
+
+if TYPE_CHECKING:
+    _Array = np.ndarray[Any, Any]
+else:
+    _Array = np.ndarray
 
 _default_names = {1: "Y", 3: "RGB", 4: "RGBA"}
 
@@ -50,49 +55,33 @@ class ImageWarning(UserWarning):
     """A picture is not what one may take it for: black, in place of what cannot be decoded, or stored wider."""
 
 
-class Image(np.ndarray):
+class Image(_Array):
     """A picture with what is known of it beside its values.
 
-    channels: the names of the last axis, such as ("R", "G", "B", "A"), ("Y",) or ("A",), or None where they are not
-    known. Copies and views keep them, picks of channels (picture[..., :3]) pick names too.
+    channels: the names of the last axis, such as ("R", "G", "B", "A"), ("Y",) or ("A",), by their places. Arrays that
+    are made of it have them where they have three axes and the last is as long, whatever it is then; else None.
     is_black: whether it comes of the 64 by 64 black picture that stands for what cannot be decoded.
     """
 
-    channels: Optional[Tuple[str, ...]] = None
+    _names: Optional[Tuple[str, ...]] = None
     is_black: bool = False
 
-    def __array_finalize__(self, source: Any) -> None:
-        names = getattr(source, "channels", None)
-        self.channels = names if names is not None and self.shape[-1:] == (len(names),) else None
-        self.is_black = getattr(source, "is_black", False)
+    @property
+    def channels(self) -> Optional[Tuple[str, ...]]:
+        has_names = self._names is not None and self.ndim == 3 and self.shape[2] == len(self._names)
+        return self._names if has_names else None
 
-    def __getitem__(self, key: Any) -> Any:
-        part = super().__getitem__(key)
-        if isinstance(part, Image) and self.channels is not None:
-            picked = _last_axis_key(key, self.ndim)
-            if not isinstance(picked, slice):
-                part.channels = None
-                picked = np.asarray(picked)
-            if not isinstance(picked, np.ndarray) or picked.ndim == 1 and part.ndim == self.ndim:
-                part.channels = tuple(np.array(self.channels, dtype=object)[picked])
-        return part
+    def __array_finalize__(self, source: Any) -> None:
+        self._names = getattr(source, "_names", None)
+        self.is_black = getattr(source, "is_black", False)
 
     def __reduce__(self) -> Tuple[Any, ...]:
         make, arguments, state = super().__reduce__()  # type: ignore[misc]
-        return make, arguments, (state, self.channels, self.is_black)
+        return make, arguments, (state, self._names, self.is_black)
 
     def __setstate__(self, state: Any) -> None:
-        array, self.channels, self.is_black = state
+        array, self._names, self.is_black = state
         super().__setstate__(array)
-
-
-def _last_axis_key(key: Any, dimensions: int) -> Any:
-    """What of an index picks from the last of so many axes; slice(None) where nothing does."""
-    keys = key if isinstance(key, tuple) else (key,)
-    axes = sum(1 if np.ndim(k) == 0 or np.asarray(k).dtype != bool else np.ndim(k)
-               for k in keys if k is not None and k is not Ellipsis)
-    reaches = axes == dimensions or any(k is Ellipsis for k in keys)
-    return keys[-1] if reaches and keys[-1] is not Ellipsis else slice(None)
 
 
 def _text(path: Path, sentence: str) -> str:
@@ -132,14 +121,14 @@ def read(path: Path) -> Image:
     the 64 by 64 black picture: is_black is then true, and an ImageWarning says why.
 
     Raises Error where the file cannot be opened, is no DDS file or has no pixels, MemoryError where there is no memory
-    for the array.
+    for the picture. Signals are heeded between files and pictures, not while one is decoded.
     """
     name = _file_name(path)
     plugin_path()
     with _errors_of(path):
         array, channels, why_black = _kpximage.read(name)
     picture: Image = array.view(Image)
-    picture.channels = tuple(channels)
+    picture._names = tuple(channels)
     picture.is_black = bool(why_black)
     if why_black:
         warnings.warn(_text(path, why_black), ImageWarning, stacklevel=2)
@@ -176,7 +165,7 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
         raise ValueError("has two channels without names, which channels has to give: YA or RG")
     if len(channels) != count or any(len(one) != 1 for one in channels):
         raise ValueError(f"has {count} channels, not {channels!r}")
-    if isinstance(alpha, bool):
+    if alpha is not None and not isinstance(alpha, str):
         alpha = "Output alpha" if alpha else "Do not output alpha"
 
     def tell(sentence: str) -> None:
@@ -208,4 +197,4 @@ def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "di
     """
     names = _file_name(path), None if out is None else _file_name(out)
     with _errors_of(path, out):
-        return json.loads(_kpximage.repair(*names, convert))
+        return json.loads(_kpximage.repair(*names, bool(convert)))

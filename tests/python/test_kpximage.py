@@ -101,13 +101,30 @@ def test_red_may_have_alpha(examples, tmp_path):
 
 def test_pictures_keep_what_is_known_of_them(examples):
     picture = kpximage.read(examples / "bad/ati1-code.dds")
-    for same in (picture.copy(), picture[8:, ::2], picture[0], picture.astype(float), picture + 1, copy.deepcopy(picture),
-                 pickle.loads(pickle.dumps(picture)), picture[picture[..., 3] > 0], picture[None], picture.copy("F")):
+    for same in (picture.copy(), picture[8:, ::2], picture.astype(float), picture + 1, copy.deepcopy(picture),
+                 pickle.loads(pickle.dumps(picture)), picture[..., [2, 1, 0, 3]], picture.copy("F")):
         assert (same.channels, same.is_black) == (tuple("RGBA"), True)
-    for pick, names in ((np.s_[..., :3], "RGB"), (np.s_[..., ::-1], "ABGR"), (np.s_[:, :, [3, 0]], "AR"), (np.s_[2, 3, 1:], "GBA")):
-        assert picture[pick].channels == tuple(names)
-    for unknown in (picture[..., 3], picture[:, :4, 0], picture[picture > 3], picture.mean(axis=2), np.zeros(4).view(kpximage.Image)):
-        assert unknown.channels is None
+    for other in (picture[..., :3], picture[0], picture[..., 3], picture[picture > 3], picture[:4].mean(axis=2),
+                  np.moveaxis(picture, 2, 0)[:, :, np.r_[0:40]], np.zeros(4).view(kpximage.Image)):
+        assert other.channels is None
+
+
+def test_threads_do_not_hold_the_end_of_the_interpreter(examples):
+    for _ in range(5):
+        run = python("import kpximage, sys, threading, time\n"
+                     "def work():\n  while True: kpximage.read(sys.argv[1]); kpximage.explain(sys.argv[1])\n"
+                     "for _ in range(4): threading.Thread(target=work, daemon=True).start()\ntime.sleep(0.04)",
+                     examples / "dx10-98-bc7.dds")
+        assert (run.returncode, run.stderr) == (0, "")
+
+
+def test_no_memory_is_no_black_picture(tmp_path):
+    kpximage.write(tmp_path / "a.dds", np.zeros((4096, 4096, 4), np.uint8))
+    run = python("import kpximage, resource, sys\nkpximage.plugin_path()\n"
+                 "free = int(open('/proc/self/statm').read().split()[0]) * 4096 + (30 << 20)\n"
+                 "resource.setrlimit(resource.RLIMIT_AS, (free, free))\n"
+                 "try: kpximage.read(sys.argv[1])\nexcept MemoryError: print('none')", tmp_path / "a.dds")
+    assert run.stdout == "none\n", run.stderr
 
 
 def test_says_what_the_tool_says(examples, tmp_path):
@@ -175,7 +192,7 @@ def test_writes_arrays_of_any_strides_and_names(tmp_path):
     r, g, b, a = np.moveaxis(texels, 2, 0)
     o = np.zeros_like(r)
     for array, names, alpha, channels in (
-            (texels, None, None, (r, g, b, a)), (texels, "BGRA", None, (b, g, r, a)), (texels, None, False, (r, g, b)),
+            (texels, None, None, (r, g, b, a)), (texels, "BGRA", None, (b, g, r, a)), (texels, None, np.False_, (r, g, b)),
             (texels[..., 2::-1], None, None, (b, g, r)), (texels[..., 1], None, None, (g, g, g)),
             (texels[..., :2], "RG", True, (r, g, o)), (texels[..., :2], ["A", "Y"], None, (g, g, g, r)),
             (texels[..., 3:], "A", "output alpha", (o, o, o, a)), (texels.copy("F"), None, None, (r, g, b, a)),

@@ -28,24 +28,22 @@ std::string replaceableFile(const std::string& destination) {
     return fs::exists(status) ? fs::canonical(destination).string() : destination;
 }
 
-// The permissions of an earlier file, or those that any new file gets.
-mode_t permissionsOf(const std::string& destination) {
-    struct stat earlier {};
-    if (stat(destination.c_str(), &earlier) == 0) return earlier.st_mode & 0777;
-    // Read once: the only way to read it changes it, for all threads.
-    static const mode_t mask = [] {
-        const mode_t found = umask(0);
-        umask(found);
-        return found;
-    }();
-    return 0666 & ~mask;
+// A name that no other file is likely to have, in the folder of the destination.
+std::string randomNameBeside(const std::string& destination) {
+    std::random_device random;
+    return fs::path(destination).replace_filename(textOf(".kpximage-", random())).string();
 }
+
+// As of any new file: the system takes away what the user's mask does.
+constexpr mode_t newPermissions = 0666;
 
 }  // namespace
 
 PendingFile::PendingFile(const std::string& destination) : m_destination(replaceableFile(destination)) {
     if (!createNameless()) createNamed();
-    fchmod(m_descriptor, permissionsOf(m_destination));
+    // Those of an earlier file are kept.
+    struct stat earlier {};
+    if (stat(m_destination.c_str(), &earlier) == 0) fchmod(m_descriptor, earlier.st_mode & 0777);
 }
 
 PendingFile::~PendingFile() {
@@ -57,7 +55,7 @@ PendingFile::~PendingFile() {
 // names for open files.
 bool PendingFile::createNameless() {
     const fs::path folder = fs::path(m_destination).parent_path();
-    m_descriptor = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    m_descriptor = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, newPermissions);
     if (m_descriptor < 0) return false;
     m_path = "/proc/self/fd/" + std::to_string(m_descriptor);
     if (access(m_path.c_str(), F_OK) == 0) return true;
@@ -66,18 +64,18 @@ bool PendingFile::createNameless() {
 }
 
 void PendingFile::createNamed() {
-    m_temporaryName = fs::path(m_destination).replace_filename(".kpximage-XXXXXX").string();
-    m_descriptor = mkostemp(m_temporaryName.data(), O_CLOEXEC);
+    do {
+        m_temporaryName = randomNameBeside(m_destination);
+        m_descriptor = open(m_temporaryName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, newPermissions);
+    } while (m_descriptor < 0 && errno == EEXIST);
     if (m_descriptor < 0) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
     m_path = m_temporaryName;
 }
 
 // Gives a file without a name one in the folder.
 bool PendingFile::takeTemporaryName() {
-    std::random_device random;
-    std::string name;
     do {
-        name = fs::path(m_destination).replace_filename(textOf(".kpximage-", random())).string();
+        const std::string name = randomNameBeside(m_destination);
         if (linkTo(name)) m_temporaryName = name;
     } while (m_temporaryName.empty() && errno == EEXIST);
     return !m_temporaryName.empty();
