@@ -320,10 +320,11 @@ class Gallery:
         rows = self.run("""
             const rows = {};
             for (const card of document.querySelector(".block").children) {
-              const tops = rows[card.getBoundingClientRect().top] ??= new Set();
-              tops.add([...card.children].map((part) => part.getBoundingClientRect().top).slice(0, 4).join());
+              const tops = rows[card.getBoundingClientRect().top] ??= {};
+              for (const part of card.querySelectorAll(":scope > :not([hidden], :empty)"))
+                (tops[part.className || part.tagName] ??= new Set()).add(part.getBoundingClientRect().top);
             }
-            return Object.values(rows).map((tops) => tops.size);""")
+            return Object.values(rows).map((tops) => Math.max(...Object.values(tops).map((heights) => heights.size)));""")
         expect(len(rows) > 1 and set(rows) == {1}, True, f"cards of one row have their texts at one height, {rows}")
 
     def expect_narrow(self, name):

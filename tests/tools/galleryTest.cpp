@@ -220,6 +220,7 @@ TEST_F(Gallery, ShowsTheMendedPictureAndTheCommandThatMakesIt) {
         EXPECT_EQ(mended.blocks.at("pictures-0")["original"], page.blocks.at("pictures-" + last)["mended"]);
         EXPECT_EQ(mended.blocks.at("thumbnails-0")["original"], page.blocks.at("thumbnails-" + last)["mended"]);
         EXPECT_EQ(mended.files.at(0)["original"], told["mended"]);
+        EXPECT_EQ(mended.files.at(0)["format"], told["mendedFormat"]["format"]);
         EXPECT_NE(page.blocks.at("pictures-" + last)["original"], page.blocks.at("pictures-" + last)["mended"]);
     }
 }
@@ -308,11 +309,13 @@ TEST_F(Gallery, KeepsPicturesBesideThePageWhereThatIsAsked) {
     EXPECT_EQ(contentsOf(at("")), earlier);
 
     // One that is done leaves nothing of any other.
-    std::filesystem::create_directory(at("out #1%:-files/kpximage-3"));
+    for (const char* folder : {"3", "8", "18446744073709551615"})
+        std::filesystem::create_directory(at("out #1%:-files/kpximage-") + folder);
+    file("out #1%:-files/kpximage-3/.kpximage", "");
     file("out #1%:-files/own.txt", "own");
     ASSERT_EQ(assets().status, 0);
     EXPECT_NE(textOfFile(at("out #1%:.html")).find("-files/kpximage-4/"), std::string::npos);
-    EXPECT_EQ(shell("ls 'out #1%:-files'").out, "kpximage-4\nown.txt\n");
+    EXPECT_EQ(shell("ls 'out #1%:-files'").out, "kpximage-18446744073709551615\nkpximage-4\nkpximage-8\nown.txt\n");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // kpximage gallery: one page of all files, with what is odd about each.
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -39,6 +40,12 @@ void addRemarks(Json& file, const char* kind, const std::vector<Remark>& remarks
     for (const Remark& remark : remarks) file["remarks"].push_back({{"kind", kind}, {"text", remark.sentence}});
 }
 
+Json formatAsJson(const Explanation& explanation) {
+    return {{"format", formatName(explanation)},
+            {"sameAs", sameAs(explanation)},
+            {"contents", contentsText(explanation.contents)}};
+}
+
 Json explained(const std::string& name, const Explanation& explanation) {
     const Verdict& verdict = explanation.verdict;
     Json file = {{"name", name}, {"remarks", Json::array()}};
@@ -48,9 +55,8 @@ Json explained(const std::string& name, const Explanation& explanation) {
     addRemarks(file, "conversion", explanation.conversions);
     if (verdict.result == Result::refused || !otherFileText(explanation.facts).empty()) return file;
     const DDS_HEADER& header = explanation.facts.header.header;
-    file["format"] = formatName(explanation);
-    file["sameAs"] = sameAs(explanation);
-    file["contents"] = contentsText(explanation.contents);
+    // What the card says and filters by; the mended copy has its own.
+    file.update(formatAsJson(explanation));
     const bool hasOtherSize = header.dwWidth != verdict.width || header.dwHeight != verdict.height;
     if (verdict.result == Result::black && hasOtherSize) {
         file["declared"] = textOf(header.dwWidth, " × ", header.dwHeight);
@@ -106,6 +112,8 @@ private:
     Outcome addFile(const std::string& path, Entry& entry) const;
     void addVersion(const char* version, DdsSource& source, Entry& entry) const;
     void addMore(const std::string& path, Entry& entry) const;
+    void addMended(const std::string& path, Entry& entry) const;
+    static void addShortfall(Json& file, const std::string& message);
     static void addFailure(Json& file, const std::string& message);
 
     const host::Plugin& m_plugin;
@@ -143,25 +151,46 @@ void Gallery::addVersion(const char* version, DdsSource& source, Entry& entry) c
 }
 
 // The mended copy, where there is one, and the strip of its pictures, or of the file's own. They come on top: what
-// fails here is no failure of the file.
+// fails here is said, and is no failure of the file.
 void Gallery::addMore(const std::string& path, Entry& entry) const {
     try {
         const RepairReport report = reportRepair(path, true);
+        StripSource source{path, report.facts, false, entry.exposure};
         std::optional<TemporaryFile> mended;
         if (report.helps()) {
             entry.file["command"] = repairCommandLine(path, report.result == RepairResult::converted);
+            source.facts = report.repair.facts;
+            source.isMended = true;
             mended.emplace();
-            writeRepaired(path, report, mended->path());
-            DdsSource source(openUntold(m_plugin, mended->path()));
-            if (!source.isBlack()) addVersion("mended", source, entry);
+            source.path = mended->path();
+            writeRepaired(path, report, source.path, std::max<std::uint64_t>(stripCount(source.facts), 1));
+            addMended(source.path, entry);
+            source.exposure = entry.exposure;
         }
-        Json strip = surfaceStrip(m_plugin, mended ? mended->path() : path, entry.exposure);
+        Json strip = surfaceStrip(m_plugin, source);
         if (!strip.is_null()) entry.pictures["strip"] = std::move(strip);
     } catch (const Interrupted&) {
         throw;
-    } catch (const std::exception&) {
-        // What there is of it is shown.
+    } catch (const std::bad_alloc&) {
+        addShortfall(entry.file, "not enough memory");
+    } catch (const std::exception& error) {
+        addShortfall(entry.file, error.what());
     }
+}
+
+void Gallery::addMended(const std::string& path, Entry& entry) const {
+    DdsSource source(openUntold(m_plugin, path));
+    if (source.isBlack()) throw FileError(source.whyBlack());
+    addVersion("mended", source, entry);
+    entry.file["mendedFormat"] = formatAsJson(explain(path));
+}
+
+// Of a file that has failed, the failure says enough.
+void Gallery::addShortfall(Json& file, const std::string& message) {
+    if (!file.contains("original")) return;
+    if (file["state"] == "fine") file["state"] = "noted";
+    file["remarks"].push_back(
+        {{"kind", "note"}, {"text", "Not all of its pictures can be shown here: " + message + "."}});
 }
 
 void Gallery::addFailure(Json& file, const std::string& message) {

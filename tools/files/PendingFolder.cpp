@@ -33,12 +33,22 @@ std::uint64_t runOf(const std::string& name) {
     return error == std::errc() && last == end ? number : 0;
 }
 
+fs::path markOf(const fs::path& folder) {
+    return folder / ".kpximage";
+}
+
+// Folders of that name without the mark, links and files are the user's.
+bool isRun(const fs::directory_entry& entry) {
+    std::error_code error;
+    return runOf(entry.path().filename()) > 0 && !entry.is_symlink(error) && fs::exists(markOf(entry.path()), error);
+}
+
 std::vector<std::string> runsIn(const std::string& folder) {
     std::vector<std::string> names;
     std::error_code error;
     for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
-        if (runOf(entry->path().filename()) > 0) names.push_back(entry->path().filename());
+        if (isRun(*entry)) names.push_back(entry->path().filename());
     }
     return names;
 }
@@ -80,8 +90,19 @@ void PendingFolder::lock() {
 void PendingFolder::makeOwnFolder() {
     std::uint64_t number = 0;
     for (const std::string& run : runsIn(m_path)) number = std::max(number, runOf(run));
-    m_own = (fs::path(m_path) / textOf(prefix, number + 1)).string();
-    if (mkdir(m_own.c_str(), 0777) != 0) throwError(m_own);
+    do {
+        m_own = (fs::path(m_path) / textOf(prefix, ++number)).string();
+        errno = 0;
+    } while (mkdir(m_own.c_str(), 0777) != 0 && errno == EEXIST);
+    if (errno != 0) throwError(m_own);
+    const int mark = open(markOf(m_own).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (mark < 0) {
+        const int cause = errno;
+        rmdir(m_own.c_str());
+        errno = cause;
+        throwError(m_own);
+    }
+    ::close(mark);
 }
 
 std::string PendingFolder::write(const std::string& name, std::span<const unsigned char> bytes) const {

@@ -11,6 +11,7 @@
 
 #include "tools/files/PendingFile.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {
@@ -37,6 +38,7 @@ void copyRange(std::FILE* from, const ByteRange& range, std::FILE* to) {
     std::array<unsigned char, 1 << 16> buffer;
     seek(from, range.start);
     for (std::uint64_t left = range.count; left > 0;) {
+        stopIfInterrupted();
         const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, buffer.size()));
         read(from, buffer.data(), count);
         write(to, buffer.data(), count);
@@ -51,6 +53,7 @@ void convertSurface(std::FILE* from, const SurfaceLayout& layout, const Surface&
     seek(from, surface.start);
     read(from, picture.data(), picture.size());
     for (std::uint32_t y = 0; y < surface.height; ++y) {
+        stopIfInterrupted();
         layout.conversion->convertRow(picture, surface.width, surface.height, y, row);
         write(to, row.data(), row.size());
     }
@@ -79,11 +82,12 @@ void writeParts(const std::string& source, std::span<const ByteRange> ranges, st
 }
 
 void writeConverted(const std::string& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
-                    const std::string& path) {
+                    const std::string& path, std::uint64_t mostPictures) {
+    std::uint64_t written = 0;
     writeFile(source, header, path, [&](std::FILE* from, std::FILE* to) {
         forEachWholeSurface(layout, [&](const Surface& surface) {
             convertSurface(from, layout, surface, to);
-            return true;
+            return ++written < mostPictures;
         });
     });
 }

@@ -1,6 +1,8 @@
 // The words of a repair, and the writing of its copy.
 #include "tools/files/repairFile.h"
 
+#include <algorithm>
+
 #include "explain/conversionMends.h"
 #include "explain/otherFile.h"
 #include "tools/files/PendingFile.h"
@@ -37,6 +39,17 @@ RepairReport unhelpful(const FileFacts& facts, Repair repair, const Repair& conv
     return {isBlack ? RepairResult::black : RepairResult::refused, facts, std::move(repair), reason, std::move(causes)};
 }
 
+// Of the first pictures of the repaired file, and of what its loader reads of the first.
+std::uint64_t bytesOfPictures(const Repair& repair, std::uint64_t mostPictures) {
+    std::uint64_t bytes = repair.verdict.bytesExpected, visited = 0;
+    const SurfaceLayout layout = surfaceLayout(repair.facts, repair.verdict);
+    forEachWholeSurface(layout, [&](const Surface& surface) {
+        bytes = std::max(bytes, surface.start + surface.bytes - layout.headerBytes);
+        return ++visited < mostPictures;
+    });
+    return bytes;
+}
+
 }  // namespace
 
 const char* nameOf(RepairResult result) {
@@ -56,11 +69,14 @@ RepairReport reportRepair(const std::string& input, bool mayConvert) {
     return report;
 }
 
-void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path) {
+void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path,
+                   std::uint64_t mostPictures) {
     const Repair& repair = report.repair;
     const std::vector<unsigned char> header = headerBytes(repair.facts);
-    if (repair.converted) return writeConverted(input, *repair.converted, header, path);
-    const ByteRange data{repair.dataStart, report.facts.fileBytes - repair.dataStart};
+    if (repair.converted) return writeConverted(input, *repair.converted, header, path, mostPictures);
+    const std::uint64_t present = report.facts.fileBytes - repair.dataStart;
+    const std::uint64_t wanted = mostPictures == UINT64_MAX ? present : bytesOfPictures(repair, mostPictures);
+    const ByteRange data{repair.dataStart, std::min(present, wanted)};
     writeParts(input, {&data, 1}, header, path);
 }
 

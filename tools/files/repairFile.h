@@ -39,9 +39,11 @@ struct RepairReport {
 // helps. Throws FileError where the file cannot be read.
 RepairReport reportRepair(const std::string& input, bool mayConvert = false);
 
-// Writes the repaired file, of a report that helps, into one that exists. Throws FileError of the input and OutputError
-// of the path.
-void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path);
+// Writes the repaired file, of a report that helps, into one that exists. With mostPictures (at least 1) the data of
+// its other mipmaps, faces, slices and elements is left out, whatever its header says. Throws FileError of the input
+// and OutputError of the path, and Interrupted after a signal.
+void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path,
+                   std::uint64_t mostPictures = UINT64_MAX);
 
 // Writes the repaired copy of a report that helps, which appears whole or not at all. Throws as writeRepaired.
 void writeRepairedCopy(const std::string& input, const RepairReport& report, const std::string& output);

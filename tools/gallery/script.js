@@ -92,10 +92,11 @@ function factsText(file, version) {
   return facts.replaceAll(" × ", "\u00A0×\u00A0");
 }
 
-function formatText(file, sameAs = "") {
-  const same = sameAs ? `, the same as ${sameAs}` : "";
-  const contents = file.contents ? ` (${file.contents}; the first picture is shown)` : "";
-  return file.format ? file.format + same + contents : "";
+// Of a file or of its mended copy.
+function formatText({ format, contents, sameAs }, isFull) {
+  const same = isFull && sameAs ? `, the same as ${sameAs}` : "";
+  const more = contents ? ` (${contents}; the first picture is shown)` : "";
+  return format ? format + same + more : "";
 }
 
 // The folder apart from the name, each with its own direction of writing.
@@ -188,7 +189,7 @@ function makeCard(file, index) {
   if (!file.original) part(".pictures").prepend(element("div", "none", "no picture"));
   part("h2").append(...nameParts(file));
   part(".facts").textContent = factsText(file, "original");
-  part(".format").textContent = formatText(file);
+  part(".format").textContent = formatText(file, false);
   part(".badges").append(...badges(file));
   showCommand(part(".command"), file);
   part(".remarks").append(...remarkItems(file));
@@ -309,7 +310,7 @@ const viewer = {
     this.version = version;
     const file = files[this.index];
     const state = version === "original" ? states[file.state] : "Mended copy";
-    const facts = [factsText(file, version), formatText(file, file.sameAs), state];
+    const facts = [factsText(file, version), formatText(version === "mended" ? file.mendedFormat : file, true), state];
     $("viewer-facts").textContent = facts.filter(Boolean).join(" · ");
     $("viewer-remarks").replaceChildren(...remarkItems(file));
     $("details").hidden = file.remarks.length === 0 && !this.pictures.strip;

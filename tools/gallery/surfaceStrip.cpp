@@ -40,30 +40,47 @@ private:
 
 }  // namespace
 
-Json surfaceStrip(const host::Plugin& plugin, const std::string& path, double exposure) {
-    const FileFacts facts = readFacts(path);
+std::uint64_t stripCount(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
     const DDS_HEADER& header = facts.header.header;
+    if (verdict.format == nullptr || header.dwWidth == 0 || header.dwHeight == 0) return 0;
+    std::uint64_t count = 0, bytes = 0;
+    forEachWholeSurface(surfaceLayout(facts, verdict), [&](const Surface& surface) {
+        bytes += surface.bytes;
+        if (bytes > stripBytes) return false;
+        return ++count < stripLength;
+    });
+    return count;
+}
+
+Json surfaceStrip(const host::Plugin& plugin, const StripSource& source) {
+    const Verdict verdict = judge(source.facts);
+    const DDS_HEADER& header = source.facts.header.header;
     if (verdict.format == nullptr || header.dwWidth == 0 || header.dwHeight == 0) return nullptr;
-    const SurfaceLayout layout = surfaceLayout(facts, verdict);
+    const SurfaceLayout layout = surfaceLayout(source.facts, verdict);
     if (layout.count < 2) return nullptr;
 
-    const Strip strip(plugin, path, layout, exposure);
+    const Strip strip(plugin, source.path, layout, source.exposure);
     Json surfaces = Json::array(), notes = Json::array();
+    const std::uint64_t shown = stripCount(source.facts);
     forEachWholeSurface(layout, [&](const Surface& surface) {
-        surfaces.push_back(strip.entry(surface));
-        return surfaces.size() < stripLength;
+        if (surfaces.size() < shown) surfaces.push_back(strip.entry(surface));
+        return surfaces.size() < shown;
     });
+    const char* file = source.isMended ? "mended file" : "file";
     const std::uint64_t whole = wholeSurfaces(layout);
     if (whole < layout.count) {
-        notes.push_back(textOf("The file is too short: of ", layout.count, " pictures ", whole,
+        notes.push_back(textOf("The ", file, " is too short: of ", layout.count, " pictures ", whole,
                                whole == 1 ? " is whole." : " are whole."));
     }
-    if (whole > stripLength) {
-        notes.push_back(
-            textOf("These are the first ", stripLength, " of ", whole, "; \"kpximage split\" makes files of all."));
+    if (whole > shown) {
+        const std::string which = shown == 0   ? "They are too large to be shown here"
+                                  : shown == 1 ? textOf("This is the first of ", whole)
+                                               : textOf("These are the first ", shown, " of ", whole);
+        notes.push_back(textOf(which, "; \"kpximage split\" makes files of all",
+                               source.isMended ? " that the mended file has." : "."));
     }
-    return {{"title", textOf(layout.count, " pictures in the file")}, {"notes", notes}, {"surfaces", surfaces}};
+    return {{"title", textOf(layout.count, " pictures in the ", file)}, {"notes", notes}, {"surfaces", surfaces}};
 }
 
 }  // namespace kpx::tool
