@@ -26,7 +26,7 @@ constexpr UndecodedFlag undecodedFlags[] = {
 
 std::string headerCut(const FileFacts& facts, const Verdict& /*verdict*/) {
     if (facts.fileBytes == 0) return "The file is empty.";
-    return textOf("The file has ", countOf(facts.fileBytes), "; the header alone takes ", sizeof(DdsFileHeader), ".");
+    return textOf("The file has ", bytesText(facts.fileBytes), "; the header alone takes ", sizeof(DdsFileHeader), ".");
 }
 
 std::string dx10HeaderCut(const FileFacts& facts, const Verdict& /*verdict*/) {
@@ -121,7 +121,7 @@ std::string rowTooLarge(const FileFacts& facts, const Verdict& verdict) {
 
 std::string missing(const Verdict& verdict) {
     const std::uint64_t bytes = verdict.bytesExpected - verdict.bytesPresent;
-    return textOf(countOf(bytes), " short: ", verdict.bytesPresent, " follow the header and ", verdict.bytesExpected,
+    return textOf(bytesText(bytes), " short: ", verdict.bytesPresent, " follow the header and ", verdict.bytesExpected,
                   " are asked for");
 }
 

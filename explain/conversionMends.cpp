@@ -108,12 +108,12 @@ std::string mending::pixelsConverted(Draft& draft) {
     const std::uint64_t headers = headerBytes(draft.facts).size();
     draft.facts.fileBytes = size.bytes > UINT64_MAX - headers ? UINT64_MAX : headers + size.bytes;
     std::string sentence = textOf("The pixels, ", name, ", become ", target, ": ", conversion->words(), padding, "; ",
-                                  countOf(size.sourceBytes), " of data become ", size.bytes);
+                                  bytesText(size.sourceBytes), " of data become ", size.bytes);
     if (size.pictures < layout.count)
         sentence += textOf("; of ", layout.count, " pictures ", size.pictures, size.pictures == 1 ? " is" : " are",
                            " whole and kept");
     if (behind != 0)
-        sentence += textOf("; ", countOf(behind), " behind them ", behind == 1 ? "is" : "are", " left out");
+        sentence += textOf("; ", bytesText(behind), " behind them ", behind == 1 ? "is" : "are", " left out");
     return sentence + ".";
 }
 

@@ -199,7 +199,7 @@ constexpr SurpriseRow surpriseRows[] = {
     {"dx10-header-as-pixels", Weight::fault, dx10HeaderAsPixels},
     {"luminance-as-red", Weight::fault, luminanceAsRed, "take its red channel for grey"},
     {"mask-empty", Weight::doubt, maskEmpty, "if colour is missing, export it anew"},
-    {"alpha-mask-zero", Weight::doubt, alphaMaskZero, "\"kpximage convert --opaque=all\" leaves alpha out"},
+    {"alpha-mask-zero", Weight::doubt, alphaMaskZero, "export it anew with the mask that it has"},
     {"bit-count-too-small", Weight::doubt, bitCountTooSmall, "if it is garbled, export it anew"},
     {"masks-reversed", Weight::doubt, masksReversed, "if red and blue are exchanged, export it anew"},
     {"x-as-alpha", Weight::doubt, xAsAlpha, "\"kpximage convert --opaque\" leaves that alpha out"},

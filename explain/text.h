@@ -18,7 +18,8 @@ inline std::string hex(std::uint32_t value) {
     return textOf("0x", std::hex, std::uppercase, value);
 }
 
-inline std::string countOf(std::uint64_t bytes) {
+// "1 byte", "2 bytes".
+inline std::string bytesText(std::uint64_t bytes) {
     return textOf(bytes, bytes == 1 ? " byte" : " bytes");
 }
 

@@ -12,7 +12,10 @@ if [ "${1:-}" = --archive ]; then
     onlyArchive=yes
     shift
 fi
+# A folder of the user's has to be empty; the usual one is made anew.
+[ $# -gt 0 ] || rm -rf build/release
 folder=$(realpath -m "${1:-build/release}")
+[ -z "$(ls -A "$folder" 2>/dev/null)" ] || fail "$folder is not empty"
 version=$(sed -n 's/^project(KPXDDS VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 name=kpxdds-$version
 
@@ -24,7 +27,6 @@ grep -qE "^## $version, [0-9]{4}-[0-9]{2}-[0-9]{2}$" CHANGELOG.md || fail "CHANG
 archive() { git archive --format=tar --prefix="$name/" HEAD | gzip -9n; }
 
 scripts/install-packages.sh packages
-rm -rf "$folder"
 mkdir -p "$folder"
 archive >"$folder/$name.tar.gz"
 archive | cmp - "$folder/$name.tar.gz" || fail "The archive is not the same twice"

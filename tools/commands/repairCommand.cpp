@@ -1,9 +1,8 @@
 // kpximage repair: copies of DDS files, or the files themselves, in a form that is decoded; and the way back.
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
+#include <optional>
 
-#include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
 #include "tools/files/OutputPlaces.h"
@@ -209,10 +208,10 @@ Outcome run(const Arguments& arguments) {
 }  // namespace
 
 void addRepairCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("repair",
-                                           "Copy DDS files that come out black or wrong with a header that is read "
-                                           "well, their data untouched; or mend them "
-                                           "where they are");
+    CLI::App* command = app.add_subcommand(
+        "repair",
+        "Copy DDS files that come out black or wrong with a header that is read well, their data untouched; or mend "
+        "them where they are");
     auto arguments = std::make_shared<Arguments>();
     command
         ->add_option(
@@ -223,7 +222,8 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
         ->required();
     command->add_flag("--dry-run", arguments->isDryRun, "Say what would be changed and write nothing");
     command->add_flag("--convert", arguments->mayConvert,
-                      "Also make other pixels of those that are not decoded, as 8-bit BGRA or 32-bit floats");
+                      "Also change pictures that nothing else helps: to 8-bit BGRA or 32-bit floats, or to DXT5 with "
+                      "its channels exchanged");
     command->add_flag("--in-place", arguments->isInPlace,
                       "Mend the files themselves, and keep the old header of each beside it, as FILE.header");
     command->add_flag("--undo", arguments->isUndo, "Put back the headers that --in-place has kept");
@@ -232,7 +232,7 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
     arguments->batch.isNaming = true;
     arguments->batch.addTo(*command, "mend");
     command->footer(
-        "Of a single file: exit status 1 as well where there is nothing to mend or to undo. 3: a file stays "
+        "Exit status: 1 as well where there is nothing to mend or to undo of a single file, 3 where a file stays "
         "black.");
     command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
 }

@@ -34,16 +34,16 @@ std::string randomNameBeside(const std::string& destination) {
     return fs::path(destination).replace_filename(textOf(".kpximage-", random())).string();
 }
 
-// As of any new file: the system takes away what the user's mask does.
-constexpr mode_t newPermissions = 0666;
-
 }  // namespace
 
-PendingFile::PendingFile(const std::string& destination) : m_destination(replaceableFile(destination)) {
-    if (!createNameless()) createNamed();
-    // Those of an earlier file are kept.
+PendingFile::PendingFile(const std::string& destination, bool isPrivate) : m_destination(replaceableFile(destination)) {
     struct stat earlier {};
-    if (stat(m_destination.c_str(), &earlier) == 0) fchmod(m_descriptor, earlier.st_mode & 0777);
+    const bool hasEarlier = stat(m_destination.c_str(), &earlier) == 0;
+    // Of a new file the system takes away what the user's mask does. One that takes the place of another gets its
+    // permissions, and has no wider ones before.
+    const unsigned permissions = isPrivate || hasEarlier ? 0600 : 0666;
+    if (!createNameless(permissions)) createNamed(permissions);
+    if (hasEarlier) fchmod(m_descriptor, earlier.st_mode & 0777);
 }
 
 PendingFile::~PendingFile() {
@@ -53,9 +53,9 @@ PendingFile::~PendingFile() {
 
 // Of a process that is killed nothing is left then. False where the file system has no such files, or the system no
 // names for open files.
-bool PendingFile::createNameless() {
+bool PendingFile::createNameless(unsigned permissions) {
     const fs::path folder = fs::path(m_destination).parent_path();
-    m_descriptor = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, newPermissions);
+    m_descriptor = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, permissions);
     if (m_descriptor < 0) return false;
     m_path = "/proc/self/fd/" + std::to_string(m_descriptor);
     if (access(m_path.c_str(), F_OK) == 0) return true;
@@ -63,10 +63,10 @@ bool PendingFile::createNameless() {
     return false;
 }
 
-void PendingFile::createNamed() {
+void PendingFile::createNamed(unsigned permissions) {
     do {
         m_temporaryName = randomNameBeside(m_destination);
-        m_descriptor = open(m_temporaryName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, newPermissions);
+        m_descriptor = open(m_temporaryName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
     } while (m_descriptor < 0 && errno == EEXIST);
     if (m_descriptor < 0) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
     m_path = m_temporaryName;
@@ -110,6 +110,7 @@ void PendingFile::commit() {
     if (!takeDestination()) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
 }
 
-TemporaryFile::TemporaryFile() : PendingFile((fs::temp_directory_path() / textOf("kpximage-", getpid())).string()) {}
+TemporaryFile::TemporaryFile()
+    : PendingFile((fs::temp_directory_path() / textOf("kpximage-", getpid())).string(), true) {}
 
 }  // namespace kpx::tool

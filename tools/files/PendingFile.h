@@ -10,7 +10,7 @@ class PendingFile {
 public:
     // Creates the file. A destination that is a link stands for what it points to. Throws OutputError when the folder
     // takes no file, or something other than a regular file has the name.
-    explicit PendingFile(const std::string& destination);
+    explicit PendingFile(const std::string& destination) : PendingFile(destination, false) {}
     // The file is gone unless it has been committed.
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;
@@ -29,9 +29,13 @@ public:
     // Gives the file its name, in place of an earlier file. Throws OutputError, or Interrupted after a signal.
     void commit();
 
+protected:
+    // isPrivate: a new file is for its owner alone, whatever the user's mask.
+    PendingFile(const std::string& destination, bool isPrivate);
+
 private:
-    bool createNameless();
-    void createNamed();
+    bool createNameless(unsigned permissions);
+    void createNamed(unsigned permissions);
     [[nodiscard]] bool linkTo(const std::string& name) const;
     bool takeTemporaryName();
     bool takeDestination();
@@ -42,7 +46,7 @@ private:
     int m_descriptor = -1;
 };
 
-// A file in the system's folder for temporary ones, gone when it ends.
+// A file for its owner alone in the system's folder for temporary ones, gone when it ends.
 class TemporaryFile : PendingFile {
 public:
     // Throws OutputError, or std::filesystem::filesystem_error where there is no such folder.
