@@ -181,8 +181,9 @@ void Gallery::addMore(const std::string& path, Entry& entry) const {
 void Gallery::addMended(const std::string& path, Entry& entry) const {
     DdsSource source(openUntold(m_plugin, path));
     if (source.isBlack()) throw FileError(source.whyBlack());
-    addVersion("mended", source, entry);
+    // What is said of the copy comes first: the viewer looks for it wherever there is a picture.
     entry.file["mendedFormat"] = formatAsJson(explain(path));
+    addVersion("mended", source, entry);
 }
 
 // Of a file that has failed, the failure says enough.
