@@ -230,7 +230,7 @@ void Judgement::load() {
 void Judgement::prepareChannelRows() {
     const std::uint64_t bytes = channelRowsBytes(m_width, m_height, m_verdict.channels, m_verdict.bits);
     m_verdict.rowBytes = std::max(m_verdict.rowBytes, bytes);
-    refuseAboveLimit(bytes, Cause::rowTooLarge, noMemoryMessage);
+    refuseAboveLimit(bytes, Cause::rowTooLarge, nullptr);
 }
 
 void Judgement::becomeBlack() {

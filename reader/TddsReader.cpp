@@ -6,7 +6,6 @@
 #include <cstdlib>
 
 #include "reader/dataSize.h"
-#include "reader/loading.h"
 
 namespace kpx {
 namespace {
@@ -68,10 +67,7 @@ int TddsReader::open(const char* path) {
 }
 
 int TddsReader::finishOpen(std::FILE* stream, Loader loader) {
-    if (loadWith(loader, stream) == 0) {
-        if (prepareChannelRows() == 0) return 0;
-        failWithoutMemory();
-    }
+    if (loadWith(loader, stream) == 0 && prepareChannelRows() == 0) return 0;
     if (installFallback() < 0) return -1;
     return prepareChannelRows();
 }
