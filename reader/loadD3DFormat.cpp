@@ -28,23 +28,24 @@ int TddsReader::loadD3DFormatImage(std::FILE* stream) {
 int TddsReader::loadPixelPairs(std::FILE* stream, bool greenFirst) {
     const std::uint64_t fileRowBytes = pairRowBytes(m_width);
     unsigned char* pixels = m_pixels.data();
-    const std::int64_t rows =
-        readRecords(stream, fileRowBytes, m_height, [&](const unsigned char* row, std::uint64_t count) {
-            for (; count != 0; --count, row += fileRowBytes, pixels += m_rowBytes) {
-                m_kernels.expandPairs(row, m_width, greenFirst, pixels);
-            }
-        });
-    return rows < 0 ? failWithoutMemory() : 0;
+    RecordReader rows(fileRowBytes, m_height);
+    if (!rows.allocate()) return failWithoutMemory();
+    rows.read(stream, [&](const unsigned char* row, std::uint64_t count) {
+        for (; count != 0; --count, row += fileRowBytes, pixels += m_rowBytes) {
+            m_kernels.expandPairs(row, m_width, greenFirst, pixels);
+        }
+    });
+    return 0;
 }
 
 int TddsReader::loadHighBytes(std::FILE* stream) {
-    const std::uint64_t values = std::uint64_t{m_rowBytes} * m_height;
-    const std::int64_t arrived =
-        readRecords(stream, sizeof(std::uint16_t), values, [this](const unsigned char* words, std::uint64_t count) {
-            m_kernels.highBytes(words, count, m_pixels.data() + m_arrivedBytes);
-            noteArrived(count);
-        });
-    return arrived < 0 ? failWithoutMemory() : 0;
+    RecordReader values(sizeof(std::uint16_t), std::uint64_t{m_rowBytes} * m_height);
+    if (!values.allocate()) return failWithoutMemory();
+    values.read(stream, [this](const unsigned char* words, std::uint64_t count) {
+        m_kernels.highBytes(words, count, m_pixels.data() + m_arrivedBytes);
+        noteArrived(count);
+    });
+    return 0;
 }
 
 int TddsReader::loadDX10Image(std::FILE* stream) {

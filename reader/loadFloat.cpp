@@ -46,23 +46,21 @@ int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
     applyFormat(format);
     const std::uint64_t rowFloats = std::uint64_t{m_numChannels} * m_width;
     m_rowBytes = static_cast<std::uint32_t>(rowFloats);
-    const std::uint64_t fileRowBytes = floatFileRowBytes(format, m_width);
-    if (!allocateImage(floatRowBytes(format, m_width))) return -1;
+    RecordReader rows(floatFileRowBytes(format, m_width), m_height);
+    if (!allocateImage(floatRowBytes(format, m_width)) || !rows.allocate()) return -1;
     const RowConversion conversion = conversionOf(format, m_kernels, m_width);
 
     // A row that is not whole, and all after it, stay zero.
     auto* out = reinterpret_cast<float*>(m_pixels.data());
-    const std::int64_t rows =
-        readRecords(stream, fileRowBytes, m_height,
-                    [&out, &conversion, rowFloats](const unsigned char* values, std::uint64_t count) {
-                        if (conversion.widen == nullptr) {
-                            std::memcpy(out, values, count * rowFloats * sizeof(float));
-                        } else {
-                            conversion.widen(values, count * conversion.valuesPerRow, out);
-                        }
-                        out += count * rowFloats;
-                    });
-    return rows < 0 ? -1 : 0;
+    rows.read(stream, [&out, &conversion, rowFloats](const unsigned char* values, std::uint64_t count) {
+        if (conversion.widen == nullptr) {
+            std::memcpy(out, values, count * rowFloats * sizeof(float));
+        } else {
+            conversion.widen(values, count * conversion.valuesPerRow, out);
+        }
+        out += count * rowFloats;
+    });
+    return 0;
 }
 
 }  // namespace kpx

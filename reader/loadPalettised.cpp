@@ -16,20 +16,19 @@ int TddsReader::loadPalletisedImage(std::FILE* stream) {
     if (!allocateImage(rowBytes)) return failWithoutMemory();
     m_rowBytes = static_cast<std::uint32_t>(rowBytes);
 
-    if (palettisedBytes(format, m_width, m_height) > largestBlock) return failWithoutMemory();
+    const std::uint64_t indexBytes = indexRowBytes(format, m_width);
+    RecordReader rows(indexBytes, m_height);
+    if (palettisedBytes(format, m_width, m_height) > largestBlock || !rows.allocate()) return failWithoutMemory();
     unsigned char palette[largestPaletteBytes];
     if (std::fread(palette, 1, paletteBytes(format), stream) != paletteBytes(format)) return failWithoutData();
 
     const auto pick = format.has(nibbleIndices) ? m_kernels.pickNibbleEntries : m_kernels.pickByteEntries;
-    const std::uint64_t indexBytes = indexRowBytes(format, m_width);
     unsigned char* pixels = m_pixels.data();
-    const std::int64_t rows =
-        readRecords(stream, indexBytes, m_height, [&](const unsigned char* row, std::uint64_t count) {
-            for (; count != 0; --count, row += indexBytes, pixels += rowBytes) pick(row, m_width, palette, pixels);
-        });
-    if (rows < 0) return failWithoutMemory();
+    const std::uint64_t wholeRows = rows.read(stream, [&](const unsigned char* row, std::uint64_t count) {
+        for (; count != 0; --count, row += indexBytes, pixels += rowBytes) pick(row, m_width, palette, pixels);
+    });
     // A picture without columns has rows without bytes.
-    return indexBytes == 0 || rows == m_height ? 0 : failWithoutData();
+    return indexBytes == 0 || wholeRows == m_height ? 0 : failWithoutData();
 }
 
 }  // namespace kpx

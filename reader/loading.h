@@ -16,25 +16,40 @@ inline constexpr const char* noDataMessage = "Error loading DDS pixel data";
 // cache.
 inline constexpr std::uint64_t readGroupBytes = std::uint64_t{256} << 10;
 
-// Reads up to count records of recordBytes bytes each in groups, and hands over each group: take(records, how many). A
-// record that does not arrive whole is not handed over, and none after it. Gives how many were, or -1, with nothing
-// read, when there is no memory for a group.
-template <typename Take>
-std::int64_t readRecords(std::FILE* stream, std::uint64_t recordBytes, std::uint64_t count, Take take) {
-    if (recordBytes == 0 || count == 0) return 0;
-    const std::uint64_t groupRecords = std::clamp<std::uint64_t>(readGroupBytes / recordBytes, 1, count);
-    LazyBuffer group;
-    if (!group.allocate(recordBytes * groupRecords)) return -1;
-    std::uint64_t taken = 0;
-    while (taken != count) {
-        const std::uint64_t asked = std::min(groupRecords, count - taken);
-        const std::uint64_t whole = std::fread(group.data(), 1, asked * recordBytes, stream) / recordBytes;
-        take(group.data(), whole);
-        taken += whole;
-        if (whole < asked) break;
+// Reads up to count records of recordBytes bytes each, in groups.
+class RecordReader {
+public:
+    RecordReader(std::uint64_t recordBytes, std::uint64_t count)
+        : m_recordBytes(recordBytes), m_count(recordBytes == 0 ? 0 : count) {}
+
+    // Allocates the buffer for a group; false if that fails. To be called before read.
+    bool allocate() {
+        if (m_count == 0) return true;
+        m_groupRecords = std::clamp<std::uint64_t>(readGroupBytes / m_recordBytes, 1, m_count);
+        return m_group.allocate(m_recordBytes * m_groupRecords);
     }
-    return static_cast<std::int64_t>(taken);
-}
+
+    // Calls take(records, how many) for each group. Stops at the first record that is not whole. Returns the number of
+    // whole records.
+    template <typename Take>
+    std::uint64_t read(std::FILE* stream, Take take) const {
+        std::uint64_t taken = 0;
+        while (taken != m_count) {
+            const std::uint64_t asked = std::min(m_groupRecords, m_count - taken);
+            const std::uint64_t whole = std::fread(m_group.data(), 1, asked * m_recordBytes, stream) / m_recordBytes;
+            take(m_group.data(), whole);
+            taken += whole;
+            if (whole < asked) break;
+        }
+        return taken;
+    }
+
+private:
+    std::uint64_t m_recordBytes;
+    std::uint64_t m_count;
+    std::uint64_t m_groupRecords = 0;
+    LazyBuffer m_group;
+};
 
 // Print a message on the process's standard output, followed by a newline and a flush, and return -1.
 int failWithoutMemory();
