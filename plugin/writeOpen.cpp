@@ -125,24 +125,30 @@ Choices readOptions(OptionSetting* const* settings) {
     return choices;
 }
 
-// The number of pixels from first to last, both included; 0, which the writer refuses, where last lies before first.
-// The one span that is too long for 32 bits becomes one that the writer finds too large.
+// Returns the number of pixels from first to last, both included; 0 if last lies before first. The one span that is too
+// long for 32 bits becomes one that the writer finds too large.
 unsigned pixelsFromTo(std::int32_t first, std::int32_t last) {
     if (last < first) return 0;
     const std::int64_t pixels = std::int64_t{last} - first + 1;
     return pixels > UINT32_MAX ? UINT32_MAX : static_cast<unsigned>(pixels);
 }
 
-// What TddsWriter::open returns.
+// Opens the writer, or refuses a file name that does not exist and a window without pixels. Returns 0, or -1 with errno
+// set.
 int openWriter(TddsWriter& writer, const char* path, const ImageFileDescriptor& image, const Choices& choices) {
     if (path == nullptr) {
         errno = ENOENT;
         return -1;
     }
+    const unsigned width = pixelsFromTo(image.window.xMin, image.window.xMax);
+    const unsigned height = pixelsFromTo(image.window.yMin, image.window.yMax);
+    if (width == 0 || height == 0) {
+        errno = EINVAL;
+        return -1;
+    }
     const bool alpha = image.matteCount == 1 && choices.alpha == kpx::outputAlpha;
-    return writer.open(path, pixelsFromTo(image.window.xMin, image.window.xMax),
-                       pixelsFromTo(image.window.yMin, image.window.yMax), static_cast<unsigned>(image.channelCount),
-                       alpha ? 1 : 0, choices.compression);
+    return writer.open(path, width, height, static_cast<unsigned>(image.channelCount), alpha ? 1 : 0,
+                       choices.compression);
 }
 
 }  // namespace
@@ -168,9 +174,8 @@ int imageWriteOpen(ImageHandle* handle) {
     handle->closeFunction = WriterCloseCallback;
     const Choices choices = readOptions(handle->options);
     const char* path = kpx::pathOf(handle);
-    const int opened = openWriter(*writer, path, *handle->descriptor, choices);
-    if (opened < 0) {
-        opened == TddsWriter::noBuffers ? kpx::reportNoMemory() : kpx::reportCannotOpen(path, errno);
+    if (openWriter(*writer, path, *handle->descriptor, choices) < 0) {
+        writer->lacksMemory() ? kpx::reportNoMemory() : kpx::reportCannotOpen(path, errno);
         writer.reset();
         kpx::detachPrivateBlock(handle);
         return 0;

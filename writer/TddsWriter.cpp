@@ -22,6 +22,7 @@ TddsWriter::TddsWriter(const KernelSet& kernels)
       m_compression(0),
       m_channelCursors(nullptr),
       m_width(0),
+      m_lacksMemory(false),
       m_kernels(kernels) {}
 
 TddsWriter::~TddsWriter() {
@@ -31,11 +32,13 @@ TddsWriter::~TddsWriter() {
 int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned channels, unsigned alpha,
                      unsigned compression) {
     close();
+    m_lacksMemory = false;
     const std::uint64_t paddedWidth = 4 * ceilQuotient(width, 4);
     const std::uint64_t totalChannels = std::uint64_t{channels} + (alpha != 0 ? 1 : 0);
     const std::uint64_t imageBytes = saturatingProduct(totalChannels, paddedWidth, height);
-    if (width == 0 || height == 0 || imageBytes > largestBlock) {
-        errno = imageBytes > largestBlock ? EFBIG : EINVAL;
+    // The header's fields have 32 bits, those of an image without pixels too.
+    if (imageBytes > largestBlock || paddedWidth > UINT32_MAX || totalChannels > UINT32_MAX) {
+        errno = EFBIG;
         return -1;
     }
     m_width = width;
@@ -52,7 +55,8 @@ int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned
     m_channelCursors = static_cast<unsigned char**>(std::calloc(m_totalChannels, sizeof *m_channelCursors));
     if (m_channelCursors == nullptr || !m_pixels.allocate(imageBytes)) {
         close();
-        return noBuffers;
+        m_lacksMemory = true;
+        return -1;
     }
     return 0;
 }
@@ -67,7 +71,7 @@ void TddsWriter::arrangeChannels(unsigned char* const* rows) {
 int TddsWriter::setScanlineChannelsAsBytes(int y, unsigned char** rows) {
     if (m_pixels.data() == nullptr || y < 0 || static_cast<std::uint32_t>(y) >= m_height) return -1;
     const std::uint64_t storedRow = m_height - 1 - static_cast<std::uint32_t>(y);
-    unsigned char* out = m_pixels.data() + storedRow * m_rowBytes;
+    unsigned char* out = m_pixels.data() + storedRow * m_totalChannels * m_paddedWidth;
     arrangeChannels(rows);
     if (m_totalChannels == 4) {
         m_kernels.joinBytes4(m_channelCursors, m_width, out);
@@ -109,7 +113,7 @@ void TddsWriter::writeHeader() {
 }
 
 void TddsWriter::writeData() {
-    std::fwrite(m_pixels.data(), 1, std::size_t{m_height} * m_rowBytes, m_file);
+    std::fwrite(m_pixels.data(), 1, m_pixels.size(), m_file);
 }
 
 void TddsWriter::close() {

@@ -12,9 +12,6 @@ namespace kpx {
 
 class TddsWriter {
 public:
-    // What open returns where there is no memory for the image.
-    static constexpr int noBuffers = -2;
-
     // kernels must run on this processor. All sets write the same file.
     explicit TddsWriter(const KernelSet& kernels = bestKernels());
     virtual ~TddsWriter();
@@ -22,11 +19,15 @@ public:
     TddsWriter& operator=(const TddsWriter&) = delete;
 
     // Creates the file of width x height pixels with channels colour channels, and one of alpha where alpha is not 0.
-    // compression is kept and has no effect. 0; -1 with errno: EINVAL for an empty image and EFBIG for one above
-    // 0xFFFFFFFF bytes, both before the file is touched, else why the file cannot be created; or noBuffers, with the
-    // file created and closed.
+    // compression is stored and has no effect. An image without pixels becomes a file of a header alone. Returns 0, or
+    // -1 with errno set: EFBIG for an image above 4 GiB, before the file is touched; else the reason why the file cannot
+    // be created. If the image cannot be allocated, returns -1 with the file created and closed, and lacksMemory is
+    // true.
     int open(const char* path, unsigned width, unsigned height, unsigned channels, unsigned alpha,
              unsigned compression);
+
+    // Whether the last open failed because the image could not be allocated.
+    bool lacksMemory() const { return m_lacksMemory; }
 
     // Stores scanline y (0 is the bottom of the picture) from one row a channel, in the order red, green, blue, matte.
     // Rows are as long as the image is wide. Of four channels the file gets 2, 1, 0 and 3, of any other number the last
@@ -54,6 +55,7 @@ private:
     LazyBuffer m_pixels;  // the file's rows, first row first; rows that never arrive are zero
 
     std::uint32_t m_width;  // of the host's rows
+    bool m_lacksMemory;
     const KernelSet& m_kernels;
 };
 

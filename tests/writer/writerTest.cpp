@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "tests/support/ddsFiles.h"
 
 namespace {
@@ -36,6 +38,28 @@ TEST(Writer, StoresChannelsInTheOrderOfTheirNumber) {
         ASSERT_EQ(written.size(), 128 + expected.size());
         EXPECT_EQ(Bytes(written.begin() + 128, written.end()), expected);
     }
+}
+
+// What the plug-in refuses before it asks the writer: no pixels, and sizes that a header cannot hold.
+TEST(Writer, MakesAHeaderAloneOfAnImageWithoutPixels) {
+    for (const auto& [width, height] : {std::pair{0U, 5U}, {5U, 0U}, {0U, 0U}, {0U, 0xFFFFFFFFU}}) {
+        const testing_support::TemporaryFile file({});
+        kpx::TddsWriter writer;
+        ASSERT_EQ(writer.open(file.path(), width, height, 3, 1, 0), 0);
+        writer.close();
+        const Bytes written = testing_support::readFile(file.path());
+        ASSERT_EQ(written.size(), 128U);
+        kpx::DdsFileHeader header{};
+        std::memcpy(&header, written.data(), sizeof header);
+        EXPECT_EQ(header.header.dwWidth, width == 0 ? 0U : 8U);
+        EXPECT_EQ(header.header.dwHeight, height);
+        EXPECT_EQ(header.header.dwPitchOrLinearSize, width == 0 ? 0U : 32U);
+    }
+    const testing_support::TemporaryFile file({});
+    kpx::TddsWriter writer;
+    EXPECT_EQ(writer.open(file.path(), 0xFFFFFFFF, 0, 3, 1, 0), -1);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_FALSE(writer.lacksMemory());
 }
 
 }  // namespace
