@@ -6,8 +6,8 @@
 
 namespace kpx {
 
-// The largest block that a loader or the writer allocates; larger ones count as memory that cannot be had.
-inline constexpr std::uint64_t largestBlock = 0xFFFFFFFF;
+// The largest block that a loader or the writer allocates: 4 GiB. Larger ones fail like allocations.
+inline constexpr std::uint64_t largestBlock = 0x100000000;
 
 constexpr std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b) {
     std::uint64_t product = 0;

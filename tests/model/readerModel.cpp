@@ -50,7 +50,7 @@ std::uint64_t product(std::initializer_list<std::uint64_t> factors) {
 using Masks = std::array<std::uint32_t, 4>;  // red, green, blue, alpha
 
 bool canAllocate(std::uint64_t bytes) {
-    return bytes <= UINT32_MAX;
+    return bytes <= std::uint64_t{1} << 32;
 }
 
 // The bytes after the headers. What the file does not supply is zero.
@@ -382,7 +382,7 @@ Picture read(std::span<const unsigned char> file) {
     bool loaded = load(s);
     // A picture without rows needs no room for one.
     if (loaded && s.height != 0 && !canAllocate(product({s.width, s.channels, static_cast<std::uint64_t>(s.bits / 8)})))
-        loaded = failWith(s, noMemory);
+        loaded = false;
     s.result = loaded ? Result::decoded : Result::fallback;
     s.hasAlpha = (s.flags & ddpfAlphaPixels) != 0;
     if (!loaded) {

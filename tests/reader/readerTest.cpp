@@ -55,6 +55,18 @@ TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
     }
 }
 
+// A picture of exactly 4 GiB is read, one of a row or a column more is not.
+TEST_P(EveryFormat, EndsAtFourGibibytes) {
+    for (const std::uint32_t width : {1U << 14, (1U << 14) + 1}) {
+        const Bytes floats = dx10File(2, width, 1 << 14);
+        EXPECT_TRUE(readsLikeModel(TemporaryFile(floats).path(), floats, *GetParam(), 1 << 14)) << width;
+        DdsFileHeader words = maskHeader(DDPF_RGB, 32, {0xFF, 0xFF00, 0xFF0000, 0}, 1 << 15);
+        words.header.dwHeight = 2 * width;
+        const Bytes bytes = fileOf(words);
+        EXPECT_TRUE(readsLikeModel(TemporaryFile(bytes).path(), bytes, *GetParam(), 1 << 15)) << width;
+    }
+}
+
 TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
     model::Random random(2);
     for (const Format& format : formatTable()) {
