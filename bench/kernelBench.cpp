@@ -9,7 +9,7 @@
 #include "bench/ratio.h"
 #include "blocks/kernels.h"
 #include "blocks/walker.h"
-#include "reader/LazyBuffer.h"
+#include "dds/LazyBuffer.h"
 #include "tests/model/randomBlocks.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "reader/ddsFile.h"
+#include "dds/ddsFile.h"
 #include "tests/model/randomBlocks.h"
 #include "tests/support/ddsFiles.h"
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "examples/pictures/Picture.h"
-#include "reader/ddsFile.h"
-#include "reader/formatTable.h"
+#include "dds/ddsFile.h"
+#include "dds/formatTable.h"
 
 namespace kpx::example {
 

@@ -1,6 +1,7 @@
 // Gathers what the other files of this folder say of one file.
 #include "explain/Explanation.h"
 
+#include "explain/causes.h"
 #include "explain/conversionMends.h"
 #include "explain/formatNames.h"
 #include "explain/mends.h"
@@ -18,7 +19,7 @@ bool isLuminance(const Explanation& file) {
 }
 
 std::string undecodedName(const Explanation& file) {
-    if (file.verdict.loader == Loader::dx10 && file.verdict.cause != Cause::dx10HeaderCut) {
+    if (file.verdict.loader == Loader::dx10 && file.verdict.refusal != Refusal::dx10HeaderCut) {
         return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
     }
     const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
@@ -30,19 +31,24 @@ std::string undecodedName(const Explanation& file) {
 Explanation explain(const std::string& file) {
     const FileFacts facts = readFacts(file);
     const Verdict verdict = judge(facts);
-    const Repair repair = repairOf(facts);
+    Repair repair = repairOf(facts);
     const bool isMended = repair.helps();
-    const Repair conversion = isMended ? Repair() : repairOf(facts, true);
-    std::vector<Remark> causes = causesOf(facts, verdict);
-    const auto obstacle = isMended ? std::nullopt : conversionObstacle(facts, conversion);
-    if (obstacle) causes.push_back(*obstacle);
+    Repair conversion = isMended ? Repair() : repairOf(facts, true);
+    std::vector<Finding> findings = causesOf(facts, verdict);
+    if (const auto obstacle = isMended ? std::nullopt : conversionObstacle(facts, conversion))
+        findings.push_back(*obstacle);
+    for (const Finding& surprise : surprisesOf(facts, verdict)) findings.push_back(surprise);
+    // What repair changes in a file that is decoded makes another picture of it.
+    if (isMended && gradeOf(findings) < Grade::wrong)
+        findings.push_back({"named-wrongly", "The header names another format than that of the data.", Grade::wrong});
+    const Grade grade = gradeOf(findings);
     return {facts,
             verdict,
             contentsOf(facts, verdict),
-            std::move(causes),
-            surprisesOf(facts, verdict),
-            isMended ? repair.mends : std::vector<Remark>(),
-            !isMended && conversion.helps() ? conversion.mends : std::vector<Remark>()};
+            std::move(findings),
+            grade,
+            isMended ? std::move(repair.mends) : std::vector<Remark>(),
+            !isMended && conversion.helps() ? std::move(conversion.mends) : std::vector<Remark>()};
 }
 
 std::string formatName(const Explanation& file) {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "explain/causes.h"
 #include "explain/contents.h"
-#include "explain/fileFacts.h"
+#include "explain/finding.h"
+#include "explain/mends.h"
 
 namespace kpx {
 
@@ -14,8 +14,8 @@ struct Explanation {
     FileFacts facts;
     Verdict verdict;
     Contents contents;
-    std::vector<Remark> causes;
-    std::vector<Remark> surprises;
+    std::vector<Finding> findings;    // why there is no picture, then what may surprise in one
+    Grade grade;                      // the worst of the findings
     std::vector<Remark> mends;        // that repair would make; none where it does not help
     std::vector<Remark> conversions;  // that repair --convert would make where repair does not help
 };

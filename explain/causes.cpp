@@ -1,28 +1,14 @@
 // A sentence a cause, with the numbers of the file in it.
 #include "explain/causes.h"
 
+#include "dds/dataSize.h"
 #include "explain/dx10Header.h"
 #include "explain/formatNames.h"
 #include "explain/otherFile.h"
-#include "explain/sameData.h"
 #include "explain/text.h"
-#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
-
-// DDS_PIXELFORMAT.dwFlags that name a format of which nothing is decoded.
-struct UndecodedFlag {
-    std::uint32_t flag;
-    const char* name;
-    const char* what;
-};
-constexpr UndecodedFlag undecodedFlags[] = {
-    {DDPF_BUMPDUDV, "DDPF_BUMPDUDV", "signed bump maps"},
-    {DDPF_BUMPLUMINANCE, "DDPF_BUMPLUMINANCE", "signed bump maps with luminance"},
-    {DDPF_YUV, "DDPF_YUV", "YUV data"},
-    {DDPF_ZBUFFER, "DDPF_ZBUFFER", "depth buffers"},
-};
 
 std::string headerCut(const FileFacts& facts, const Verdict& /*verdict*/) {
     if (facts.fileBytes == 0) return "The file is empty.";
@@ -37,11 +23,9 @@ std::string dx10HeaderCut(const FileFacts& facts, const Verdict& /*verdict*/) {
 
 std::string nothingNamed(const FileFacts& facts, const Verdict& /*verdict*/) {
     const std::uint32_t flags = facts.header.header.ddspf.dwFlags;
-    for (const UndecodedFlag& row : undecodedFlags) {
-        if ((flags & row.flag) != 0) {
-            return textOf("The pixel format is named by ", row.name, " (flags ", hex(flags), "): ", row.what,
-                          " are not decoded.");
-        }
+    if (const Format* row = findUndecodedFlag(flags)) {
+        return textOf("The pixel format is named by ", row->name, " (flags ", hex(flags), "): ", row->what,
+                      " are not decoded.");
     }
     return textOf("No format is named: the pixel-format flags are ", hex(flags),
                   ", none of which names one, and the code is 0.");
@@ -54,7 +38,7 @@ std::string unknownCode(const FileFacts& facts, const Verdict& /*verdict*/) {
         return textOf("The code \"DX10\" is followed only when the pixel format has DDPF_FOURCC (0x4); its flags are ",
                       hex(facts.header.header.ddspf.dwFlags), ".");
     }
-    const UndecodedFormat* known = findUndecodedCode(code);
+    const Format* known = findUndecodedCode(code);
     if (known == nullptr) return textOf("The code ", codeText(code), " is not known.");
     return textOf("The code ", namedCode(code), " is not decoded: it is ", known->what, ".");
 }
@@ -83,7 +67,7 @@ std::string underMasks(const Format& row) {
 
 std::string dxgiRejected(const FileFacts& facts, const Verdict& /*verdict*/) {
     const std::uint32_t number = facts.dx10Header.dxgiFormat;
-    const UndecodedFormat* known = findUndecodedDxgi(number);
+    const Format* known = findUndecodedDxgi(number);
     if (known == nullptr) return textOf("The DXGI format ", number, " is not known.");
     const Format* masks = masksOfDxgi(number);
     return textOf("The DXGI format ", dxgiText(number), " is not decoded: it is ", known->what,
@@ -107,11 +91,6 @@ std::string pictureTooLarge(const FileFacts& facts, const Verdict& verdict) {
 // The data of a code that is not known is asked for all the same.
 const char* dataOf(const Verdict& verdict) {
     return verdict.format == nullptr ? "Its data, taken for blocks of 16 bytes, is " : "The data is ";
-}
-
-std::string dataTooLarge(const FileFacts& /*facts*/, const Verdict& verdict) {
-    return textOf(dataOf(verdict), verdict.bytesExpected, " bytes long, more than the ", largestBlock,
-                  " that are read in one go.");
 }
 
 std::string rowTooLarge(const FileFacts& facts, const Verdict& verdict) {
@@ -146,57 +125,51 @@ constexpr const char* getWhole = "get a whole copy of it";
 constexpr const char* exportAnew = "export it in another format, such as BC7 or BC3";
 constexpr const char* makeSmaller = "export it smaller";
 
-// A row each, in the order of the causes.
+// A row each.
 struct CauseRow {
-    Cause cause;
+    Refusal refusal;
     const char* id;
     std::string (*sentence)(const FileFacts&, const Verdict&);
     const char* advice;
 };
 constexpr CauseRow causeRows[] = {
-    {Cause::headerCut, "header-cut", headerCut, getWhole},
-    {Cause::dx10HeaderCut, "dx10-header-cut", dx10HeaderCut, getWhole},
-    {Cause::nothingNamed, "nothing-named", nothingNamed, exportAnew},
-    {Cause::unknownCode, "unknown-code", unknownCode, exportAnew},
-    {Cause::notABlockCode, "not-a-block-code", notABlockCode, exportAnew},
-    {Cause::linearSizeNeeded, "linear-size-needed", linearSizeNeeded, exportAnew},
-    {Cause::dxgiRejected, "dxgi-not-decoded", dxgiRejected, exportAnew},
-    {Cause::dxgiTooLarge, "dxgi-above-99", dxgiRejected, exportAnew},
-    {Cause::sideTooLarge, "side-too-large", sideTooLarge, makeSmaller},
-    {Cause::pictureTooLarge, "picture-too-large", pictureTooLarge, makeSmaller},
-    {Cause::dataTooLarge, "data-too-large", dataTooLarge, makeSmaller},
-    {Cause::rowTooLarge, "row-too-large", rowTooLarge, makeSmaller},
-    {Cause::dataShort, "data-short", dataShort, getWhole},
-    {Cause::linearSizeTooLarge, "linear-size-too-large", linearSizeTooLarge, getWhole},
-    {Cause::paletteShort, "palette-short", paletteShort, getWhole},
+    {Refusal::headerCut, "header-cut", headerCut, getWhole},
+    {Refusal::dx10HeaderCut, "dx10-header-cut", dx10HeaderCut, getWhole},
+    {Refusal::nothingNamed, "nothing-named", nothingNamed, exportAnew},
+    {Refusal::unknownCode, "unknown-code", unknownCode, exportAnew},
+    {Refusal::notABlockCode, "not-a-block-code", notABlockCode, exportAnew},
+    {Refusal::linearSizeNeeded, "linear-size-needed", linearSizeNeeded, exportAnew},
+    {Refusal::dxgiRejected, "dxgi-not-decoded", dxgiRejected, exportAnew},
+    {Refusal::dxgiTooLarge, "dxgi-above-99", dxgiRejected, exportAnew},
+    {Refusal::sideTooLarge, "side-too-large", sideTooLarge, makeSmaller},
+    {Refusal::pictureTooLarge, "picture-too-large", pictureTooLarge, makeSmaller},
+    {Refusal::rowTooLarge, "row-too-large", rowTooLarge, makeSmaller},
+    {Refusal::dataShort, "data-short", dataShort, getWhole},
+    {Refusal::linearSizeTooLarge, "linear-size-too-large", linearSizeTooLarge, getWhole},
+    {Refusal::paletteShort, "palette-short", paletteShort, getWhole},
 };
 
 }  // namespace
 
-std::vector<Remark> causesOf(const FileFacts& facts, const Verdict& verdict) {
+std::vector<Finding> causesOf(const FileFacts& facts, const Verdict& verdict) {
     if (verdict.result == Result::decoded) return {};
     const std::string other = otherFileText(facts);
     // Of another format, the fields of a header are none.
-    if (facts.fileBytes != 0 && !other.empty()) return {{"other-file", "The file " + other + "."}};
-    std::vector<Remark> causes;
-    for (const Cause cause : {verdict.cause, verdict.secondCause}) {
+    if (facts.fileBytes != 0 && !other.empty()) return {{"other-file", "The file " + other + ".", Grade::unreadable}};
+    const Grade severity = verdict.result == Result::refused ? Grade::unreadable : Grade::black;
+    std::vector<Finding> causes;
+    for (const Refusal refusal : {verdict.refusal, verdict.secondRefusal}) {
         for (const CauseRow& row : causeRows) {
-            if (row.cause == cause) causes.push_back({row.id, row.sentence(facts, verdict)});
+            if (row.refusal != refusal) continue;
+            causes.push_back({row.id, row.sentence(facts, verdict), severity, causes.empty() ? row.advice : ""});
         }
     }
     return causes;
 }
 
-const char* adviceOn(const Verdict& verdict) {
-    for (const CauseRow& row : causeRows) {
-        if (row.cause == verdict.cause) return row.advice;
-    }
-    return exportAnew;
-}
-
 std::string causeText(const FileFacts& facts, const Verdict& verdict) {
     std::string text;
-    for (const Remark& cause : causesOf(facts, verdict)) text += (text.empty() ? "" : " ") + cause.sentence;
+    for (const Finding& cause : causesOf(facts, verdict)) text += (text.empty() ? "" : " ") + cause.sentence;
     return text;
 }
 

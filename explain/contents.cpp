@@ -24,7 +24,7 @@ Contents contentsOf(const FileFacts& facts, const Verdict& verdict) {
     const bool isVolume = (header.dwCaps2 & DDSCAPS2_VOLUME) != 0;
     Contents contents{std::max(header.dwMipMapCount, 1U), facesOf(header), isVolume ? std::max(header.dwDepth, 1U) : 1U,
                       1, nullptr};
-    if (verdict.loader != Loader::dx10 || verdict.cause == Cause::dx10HeaderCut) return contents;
+    if (verdict.loader != Loader::dx10 || verdict.refusal == Refusal::dx10HeaderCut) return contents;
     const DDS_HEADER_DXT10& dx10 = facts.dx10Header;
     contents.elements = std::max(dx10.arraySize, 1U);
     if ((dx10.miscFlag & D3D10_RESOURCE_MISC_TEXTURECUBE) != 0) contents.faces = 6;

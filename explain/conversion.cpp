@@ -1,5 +1,4 @@
-// Two tables: formats whose pixels are fields of a little-endian unit, and YUV formats, whose values lie in planes at
-// regular places.
+// One walker over the fields of a pixel, and one over YUV planes.
 #include "explain/conversion.h"
 
 #include <algorithm>
@@ -7,117 +6,13 @@
 #include <bit>
 #include <cstring>
 
+#include "dds/checkedSize.h"
 #include "explain/text.h"
-#include "reader/checkedSize.h"
 
 namespace kpx {
 namespace {
 
-enum class Number : std::uint8_t { none, unorm, snorm, unsignedInteger, signedInteger, float32, extendedRange };
-
-// Bits of a pixel, from the lowest.
-struct Field {
-    std::uint8_t bit, bits;
-    Number number;
-};
-
-}  // namespace
-
-// A format by its code, its DXGI number, or both; 0: it has none.
-struct FieldFormat {
-    std::uint32_t code, dxgi;
-    std::uint8_t pixelBytes;
-    std::array<Field, 4> fields;  // red, green, blue and alpha, of which the last ones may be missing
-    const char* words;
-};
-
-// Where values lie: those of neighbours `step` bits apart, the highest eight bits of each from `bit` on, in a plane.
-struct Samples {
-    std::uint8_t plane, step, bit;
-};
-
-struct YuvFormat {
-    std::uint32_t code, dxgi;
-    std::uint8_t xShift, yShift;  // of colour: 1 where two pixels share it
-    Samples y, u, v;
-    std::uint8_t alphaBit, alphaBits;  // in the pixel; 0 bits: there is none
-    std::uint8_t bits;                 // of a value
-};
-
-namespace {
-
 using enum Number;
-
-constexpr const char* asNumbers =
-    "each integer becomes the float of the same value; what takes more than 24 bits is rounded";
-constexpr const char* asShortNumbers = "each integer becomes the float of the same value";
-constexpr const char* asSigned = "signed values become -1 to 1";
-constexpr const char* asSignedLuminance = "signed values become -1 to 1, and the luminance is blue, 0 to 1";
-constexpr const char* asDepth = "the 24 bits of depth become 0 to 1; the other 8 are left out";
-constexpr const char* asFloatDepth = "the 32-bit floats are kept; the other 32 bits are left out";
-constexpr const char* asExtended = "colours become -0.75 to 1.25, by (n - 384) / 510";
-
-constexpr FieldFormat fieldFormats[] = {
-    {0,
-     3,
-     16,
-     {{{0, 32, unsignedInteger}, {32, 32, unsignedInteger}, {64, 32, unsignedInteger}, {96, 32, unsignedInteger}}},
-     asNumbers},
-    {0,
-     4,
-     16,
-     {{{0, 32, signedInteger}, {32, 32, signedInteger}, {64, 32, signedInteger}, {96, 32, signedInteger}}},
-     asNumbers},
-    {0, 7, 12, {{{0, 32, unsignedInteger}, {32, 32, unsignedInteger}, {64, 32, unsignedInteger}}}, asNumbers},
-    {0, 8, 12, {{{0, 32, signedInteger}, {32, 32, signedInteger}, {64, 32, signedInteger}}}, asNumbers},
-    {0,
-     12,
-     8,
-     {{{0, 16, unsignedInteger}, {16, 16, unsignedInteger}, {32, 16, unsignedInteger}, {48, 16, unsignedInteger}}},
-     asShortNumbers},
-    {0,
-     14,
-     8,
-     {{{0, 16, signedInteger}, {16, 16, signedInteger}, {32, 16, signedInteger}, {48, 16, signedInteger}}},
-     asShortNumbers},
-    {0, 17, 8, {{{0, 32, unsignedInteger}, {32, 32, unsignedInteger}}}, asNumbers},
-    {0, 18, 8, {{{0, 32, signedInteger}, {32, 32, signedInteger}}}, asNumbers},
-    {0, 19, 8, {{{0, 32, float32}}}, asFloatDepth},
-    {0, 20, 8, {{{0, 32, float32}}}, asFloatDepth},
-    {0, 21, 8, {{{0, 32, float32}}}, asFloatDepth},
-    {0, 42, 4, {{{0, 32, unsignedInteger}}}, asNumbers},
-    {0, 43, 4, {{{0, 32, signedInteger}}}, asNumbers},
-    {0, 44, 4, {{{0, 24, unorm}}}, asDepth},
-    {0, 45, 4, {{{0, 24, unorm}}}, asDepth},
-    {0, 46, 4, {{{0, 24, unorm}}}, asDepth},
-    {61, 0, 2, {{{0, 5, snorm}, {5, 5, snorm}, {10, 6, unorm}}}, asSignedLuminance},
-    {62, 0, 4, {{{0, 8, snorm}, {8, 8, snorm}, {16, 8, unorm}}}, asSignedLuminance},
-    {67, 0, 4, {{{0, 10, snorm}, {10, 10, snorm}, {20, 10, snorm}, {30, 2, unorm}}}, asSigned},
-    {71, 0, 4, {{{0, 32, unorm}}}, "depth becomes 0 to 1"},
-    {84, 0, 4, {{{0, 32, unorm}}}, "depth becomes 0 to 1"},
-    {119,
-     89,
-     4,
-     {{{0, 10, extendedRange}, {10, 10, extendedRange}, {20, 10, extendedRange}, {30, 2, unorm}}},
-     asExtended},
-};
-
-constexpr YuvFormat yuvFormats[] = {
-    {fourCC("AYUV"), 100, 0, 0, {0, 32, 16}, {0, 32, 8}, {0, 32, 0}, 24, 8, 8},
-    {fourCC("Y410"), 101, 0, 0, {0, 32, 12}, {0, 32, 2}, {0, 32, 22}, 30, 2, 10},
-    {fourCC("Y416"), 102, 0, 0, {0, 64, 24}, {0, 64, 8}, {0, 64, 40}, 56, 8, 16},
-    {fourCC("NV12"), 103, 1, 1, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8},
-    {fourCC("P010"), 104, 1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 10},
-    {fourCC("P016"), 105, 1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 16},
-    {fourCC("YUY2"), 107, 1, 0, {0, 16, 0}, {0, 32, 8}, {0, 32, 24}, 0, 0, 8},
-    {fourCC("Y210"), 108, 1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 10},
-    {fourCC("Y216"), 109, 1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 16},
-    {0, 130, 1, 0, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8},  // P208
-    {fourCC("UYVY"), 0, 1, 0, {0, 16, 8}, {0, 32, 0}, {0, 32, 16}, 0, 0, 8},
-    {fourCC("YV12"), 0, 1, 1, {0, 8, 0}, {2, 8, 0}, {1, 8, 0}, 0, 0, 8},
-    {fourCC("IYUV"), 0, 1, 1, {0, 8, 0}, {1, 8, 0}, {2, 8, 0}, 0, 0, 8},
-    {fourCC("I420"), 0, 1, 1, {0, 8, 0}, {1, 8, 0}, {2, 8, 0}, 0, 0, 8},
-};
 
 // So many bits, up to 32, from a bit on.
 std::uint32_t bitsAt(const unsigned char* bytes, std::size_t bit, std::uint32_t count) {
@@ -155,12 +50,12 @@ float floatOf(std::uint32_t value, const Field& field) {
     return 0.0F;
 }
 
-std::size_t fieldCount(const FieldFormat& format) {
+std::size_t fieldCount(const FieldLayout& format) {
     const auto isThere = [](const Field& field) { return field.number != none; };
     return static_cast<std::size_t>(std::count_if(format.fields.begin(), format.fields.end(), isThere));
 }
 
-void convertFields(const FieldFormat& format, const unsigned char* row, std::uint32_t width, unsigned char* to) {
+void convertFields(const FieldLayout& format, const unsigned char* row, std::uint32_t width, unsigned char* to) {
     const std::size_t count = fieldCount(format);
     for (std::uint32_t x = 0; x < width; ++x, row += format.pixelBytes) {
         for (std::size_t i = 0; i < count; ++i, to += sizeof(float)) {
@@ -171,22 +66,23 @@ void convertFields(const FieldFormat& format, const unsigned char* row, std::uin
     }
 }
 
-// How many values of colour a row or column of pixels has.
-std::uint64_t shared(std::uint32_t pixels, std::uint32_t shift) {
+// Returns how many chroma values a row or column of pixels has.
+std::uint64_t chromaCount(std::uint32_t pixels, std::uint32_t shift) {
     return ceilQuotient(pixels, 1U << shift);
 }
 
 // Values of luminance are whole for every value of colour.
-std::uint64_t planeRowBytes(const YuvFormat& format, std::uint32_t plane, std::uint32_t width) {
+std::uint64_t planeRowBytes(const YuvLayout& format, std::uint32_t plane, std::uint32_t width) {
     const std::uint32_t bits = plane == 0 ? std::uint32_t{format.y.step} << format.xShift : format.u.step;
-    return shared(width, format.xShift) * bits / 8;
+    return chromaCount(width, format.xShift) * bits / 8;
 }
 
-std::uint64_t planeBytes(const YuvFormat& format, std::uint32_t plane, std::uint32_t width, std::uint32_t height) {
-    return saturatingProduct(planeRowBytes(format, plane, width), plane == 0 ? height : shared(height, format.yShift));
+std::uint64_t planeBytes(const YuvLayout& format, std::uint32_t plane, std::uint32_t width, std::uint32_t height) {
+    return saturatingProduct(planeRowBytes(format, plane, width),
+                             plane == 0 ? height : chromaCount(height, format.yShift));
 }
 
-std::uint32_t planeCount(const YuvFormat& format) {
+std::uint32_t planeCount(const YuvLayout& format) {
     return std::max(format.u.plane, format.v.plane) + 1U;
 }
 
@@ -205,7 +101,7 @@ void convertPixel(int y, int u, int v, unsigned char alpha, unsigned char* bgra)
 
 class YuvRow {
 public:
-    YuvRow(const YuvFormat& format, const unsigned char* picture, std::uint32_t width, std::uint32_t height,
+    YuvRow(const YuvLayout& format, const unsigned char* picture, std::uint32_t width, std::uint32_t height,
            std::uint32_t y)
         : m_format(format) {
         for (std::uint32_t plane = 0; plane < planeCount(format); ++plane) {
@@ -232,29 +128,15 @@ private:
         return static_cast<unsigned char>(bitsAt(m_rows[0], bit, bits) * 255 / ((1U << bits) - 1));
     }
 
-    const YuvFormat& m_format;
+    const YuvLayout& m_format;
     std::array<const unsigned char*, 3> m_rows{};
 };
 
 }  // namespace
 
-template <typename IsWanted>
-std::optional<Conversion> Conversion::find(IsWanted isWanted) {
-    for (const FieldFormat& row : fieldFormats) {
-        if (isWanted(row)) return Conversion(&row, nullptr);
-    }
-    for (const YuvFormat& row : yuvFormats) {
-        if (isWanted(row)) return Conversion(nullptr, &row);
-    }
-    return std::nullopt;
-}
-
-std::optional<Conversion> Conversion::ofDxgi(std::uint32_t dxgiFormat) {
-    return find([&](const auto& row) { return row.dxgi != 0 && row.dxgi == dxgiFormat; });
-}
-
-std::optional<Conversion> Conversion::ofCode(std::uint32_t code) {
-    return find([&](const auto& row) { return row.code != 0 && row.code == code; });
+std::optional<Conversion> Conversion::of(const Format* format) {
+    if (format == nullptr || (format->remedy.fields == nullptr && format->remedy.yuv == nullptr)) return std::nullopt;
+    return Conversion(format->remedy);
 }
 
 std::uint32_t Conversion::dxgi() const {

@@ -7,19 +7,15 @@
 #include <span>
 #include <string>
 
-#include "explain/fileFacts.h"
+#include "dds/formatTable.h"
 
 namespace kpx {
-
-struct FieldFormat;
-struct YuvFormat;
 
 // What a format of a table becomes: floats of as many channels as it has fields, or 8-bit BGRA.
 class Conversion {
 public:
-    // None where the format is not one of the tables, or is decoded.
-    static std::optional<Conversion> ofDxgi(std::uint32_t dxgiFormat);
-    static std::optional<Conversion> ofCode(std::uint32_t code);
+    // None if the remedy of the format is another; format may be null.
+    static std::optional<Conversion> of(const Format* format);
 
     // The DXGI format of the pixels made: 41, 16, 6 or 2 for one to four 32-bit floats, 87 for BGRA.
     [[nodiscard]] std::uint32_t dxgi() const;
@@ -37,14 +33,11 @@ public:
                     std::span<unsigned char> converted) const;
 
 private:
-    Conversion(const FieldFormat* fields, const YuvFormat* yuv) : m_fields(fields), m_yuv(yuv) {}
-
-    template <typename IsWanted>
-    static std::optional<Conversion> find(IsWanted isWanted);
+    explicit Conversion(const Remedy& remedy) : m_fields(remedy.fields), m_yuv(remedy.yuv) {}
 
     // One of them is null.
-    const FieldFormat* m_fields;
-    const YuvFormat* m_yuv;
+    const FieldLayout* m_fields;
+    const YuvLayout* m_yuv;
 };
 
 }  // namespace kpx

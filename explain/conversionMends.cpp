@@ -3,30 +3,19 @@
 
 #include <string_view>
 
+#include "dds/dataSize.h"
+#include "explain/causes.h"
 #include "explain/formatNames.h"
 #include "explain/otherFile.h"
-#include "explain/sameData.h"
 #include "explain/text.h"
-#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
 
 using namespace mending;
 
-// The code of the pixels, or 0.
-std::uint32_t undecodedCode(const Draft& draft) {
-    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
-    return hasCause(draft, Cause::unknownCode)    ? format.dwFourCC
-           : hasCause(draft, Cause::nothingNamed) ? codeOfBumpMap(format)
-                                                  : 0;
-}
-
-std::optional<Conversion> conversionOf(const Draft& draft) {
-    if (hasCause(draft, Cause::dxgiRejected) || hasCause(draft, Cause::dxgiTooLarge))
-        return Conversion::ofDxgi(draft.facts.dx10Header.dxgiFormat);
-    const std::uint32_t code = undecodedCode(draft);
-    return code == 0 ? std::nullopt : Conversion::ofCode(code);
+bool isSwizzled(const Format* row) {
+    return row != nullptr && row->remedy.kind == Remedy::Kind::swizzle;
 }
 
 bool hasPixels(const Draft& draft) {
@@ -57,8 +46,7 @@ std::string nameConverted(Draft& draft, std::uint32_t dxgi) {
     const Format& format = *findDxgi(dxgi);
     const bool isDx10 = draft.verdict.loader == Loader::dx10;
     const bool isFloat = layoutRow(format.layout).isFloat;
-    std::string words =
-        isDx10 || isFloat ? "DXGI " + dxgiText(dxgi) : useMasks(header, *findNamedMasks("D3DFMT_A8R8G8B8"));
+    std::string words = isDx10 || isFloat ? "DXGI " + dxgiText(dxgi) : useMasks(header, namedMasks("D3DFMT_A8R8G8B8"));
     if (isDx10) draft.facts.dx10Header.dxgiFormat = dxgi;
     if (!isDx10 && isFloat) nameByDxgi(draft, dxgi);
     header.dwFlags &= ~DDSD_LINEARSIZE;
@@ -75,9 +63,8 @@ std::string paddingText(const DDS_HEADER& header, const Conversion& conversion) 
 }
 
 // What comes out as each channel, of those that are not what they are called.
-std::string swizzledText(const SwizzledCode& row) {
+std::string swizzledText(std::string_view holds) {
     constexpr const char* channels[] = {"red", "green", "blue", "alpha"};
-    const std::string_view holds = row.holds;
     std::string text;
     for (std::size_t i = 0; i < holds.size(); ++i) {
         const std::size_t held = std::string_view("RGBA").find(holds[i]);
@@ -92,15 +79,14 @@ std::string swizzledText(const SwizzledCode& row) {
 }  // namespace
 
 std::string mending::pixelsConverted(Draft& draft) {
-    const auto conversion = hasPixels(draft) ? conversionOf(draft) : std::nullopt;
+    const Format* row = rowToCure(draft);
+    const auto conversion = hasPixels(draft) ? Conversion::of(row) : std::nullopt;
     if (!conversion) return {};
     const SurfaceLayout layout = surfaceLayout(draft.facts, draft.verdict, conversion);
     const ConvertedSize size = convertedSize(layout);
     if (size.pictures == 0) return {};
     const std::uint64_t behind = draft.facts.fileBytes - draft.dataStart - size.sourceBytes;
-    const std::uint32_t code = undecodedCode(draft);
-    const std::string name =
-        code == 0 ? "DXGI " + dxgiText(draft.facts.dx10Header.dxgiFormat) : "code " + namedCode(code);
+    const std::string name = row->namedBy == NamedBy::dxgi ? "DXGI " + dxgiText(row->id) : "code " + namedCode(row->id);
     const std::string padding = paddingText(headerOf(draft), *conversion);
     const std::string target = nameConverted(draft, conversion->dxgi());
     draft.converted = layout;
@@ -119,35 +105,36 @@ std::string mending::pixelsConverted(Draft& draft) {
 
 std::string mending::swizzledBlocks(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
-    const SwizzledCode* row = hasCause(draft, Cause::unknownCode) ? findSwizzledCode(format.dwFourCC) : nullptr;
-    if (row == nullptr) return {};
+    const Format* row = rowToCure(draft);
+    if (!isSwizzled(row)) return {};
     nameByCode(format, fourCC("DXT5"));
-    return textOf("The code ", codeText(row->code), " becomes ", codeText(fourCC("DXT5")),
-                  ", whose blocks are the same: ", swizzledText(*row), ".");
+    return textOf("The code ", codeText(row->id), " becomes ", codeText(fourCC("DXT5")),
+                  ", whose blocks are the same: ", swizzledText(row->remedy.text), ".");
 }
 
-std::optional<Remark> conversionObstacle(const FileFacts& facts, const Repair& conversion) {
-    const auto remark = [](const std::string& sentence, const char* advice) {
-        return Remark{"not-convertible", sentence, Weight::fault, advice};
+std::optional<Finding> conversionObstacle(const FileFacts& facts, const Repair& conversion) {
+    const auto obstacle = [](const std::string& sentence, const char* advice) {
+        return Finding{"not-convertible", sentence, Grade::black, advice};
     };
     const Draft draft = draftOf(facts);
     const bool isBlack = draft.verdict.result == Result::black && startsAsDds(facts);
     if (!isBlack || conversion.helps()) return std::nullopt;
-    if (conversion.converted || findSwizzledCode(undecodedCode(draft)) != nullptr)
-        return remark("Converted, it would be black as well. " + causeText(conversion.facts, conversion.verdict),
-                      adviceOn(conversion.verdict));
-    const auto known = conversionOf(draft);
+    const Format* row = rowToCure(draft);
+    if (conversion.converted || isSwizzled(row))
+        return obstacle("Converted, it would be black as well. " + causeText(conversion.facts, conversion.verdict),
+                        causesOf(conversion.facts, conversion.verdict).front().advice);
+    const auto known = Conversion::of(row);
     if (!known) return std::nullopt;
     const DDS_HEADER& header = facts.header.header;
     const std::string size = textOf(header.dwWidth, " x ", header.dwHeight);
     if (header.dwWidth == 0 || header.dwHeight == 0)
-        return remark(textOf("A picture of ", size, " has no pixels that could be converted."), "export it anew");
+        return obstacle(textOf("A picture of ", size, " has no pixels that could be converted."), "export it anew");
     if (isSideTooLarge(header.dwWidth, header.dwHeight))
-        return remark(textOf("A picture of ", size, " is too large to be converted."), "export it smaller");
-    return remark(textOf("It could be converted if its data were whole: a picture of ", size, " takes ",
-                         known->pictureBytes(header.dwWidth, header.dwHeight), " bytes, and ",
-                         facts.fileBytes - draft.dataStart, " are there."),
-                  "get a whole copy of it");
+        return obstacle(textOf("A picture of ", size, " is too large to be converted."), "export it smaller");
+    return obstacle(textOf("It could be converted if its data were whole: a picture of ", size, " takes ",
+                           known->pictureBytes(header.dwWidth, header.dwHeight), " bytes, and ",
+                           facts.fileBytes - draft.dataStart, " are there."),
+                    "get a whole copy of it");
 }
 
 }  // namespace kpx

@@ -10,7 +10,7 @@ namespace kpx {
 
 // Why a black file is not converted, though it is known how its format is; none where the conversion helps. conversion
 // is the file with every mend, those that change the picture among them.
-std::optional<Remark> conversionObstacle(const FileFacts& facts, const Repair& conversion);
+std::optional<Finding> conversionObstacle(const FileFacts& facts, const Repair& conversion);
 
 namespace mending {
 

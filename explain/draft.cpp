@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "dds/formatTable.h"
 #include "explain/text.h"
-#include "reader/formatTable.h"
 
 namespace kpx::mending {
 namespace {
@@ -27,8 +27,28 @@ DDS_HEADER& headerOf(Draft& draft) {
     return draft.facts.header.header;
 }
 
-bool hasCause(const Draft& draft, Cause cause) {
-    return draft.verdict.cause == cause || draft.verdict.secondCause == cause;
+bool hasCause(const Draft& draft, Refusal refusal) {
+    return draft.verdict.refusal == refusal || draft.verdict.secondRefusal == refusal;
+}
+
+const Format* rowToCure(const Draft& draft) {
+    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
+    const Format* bumpMap = findBumpMap(format);
+    // What is signed is never read as such by masks, whatever flags are set beside.
+    if (bumpMap != nullptr && bumpMap->remedy.kind == Remedy::Kind::dxgi) return bumpMap;
+    switch (draft.verdict.refusal) {
+        case Refusal::dxgiRejected:
+        case Refusal::dxgiTooLarge:
+            return findUndecodedDxgi(draft.facts.dx10Header.dxgiFormat);
+        case Refusal::unknownCode:
+            return findUndecodedCode(format.dwFourCC);
+        case Refusal::nothingNamed:
+            return bumpMap;
+        case Refusal::notABlockCode:
+            return findCode(format.dwFourCC);
+        default:
+            return draft.verdict.format;
+    }
 }
 
 void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {

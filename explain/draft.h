@@ -5,7 +5,6 @@
 #include <string>
 
 #include "explain/mends.h"
-#include "explain/sameData.h"
 
 namespace kpx::mending {
 
@@ -16,8 +15,11 @@ using Draft = Repair;
 Draft draftOf(const FileFacts& facts);
 
 DDS_HEADER& headerOf(Draft& draft);
-// Whether it is the verdict's first cause or its second.
-bool hasCause(const Draft& draft, Cause cause);
+// Whether it is the verdict's first refusal or its second.
+bool hasCause(const Draft& draft, Refusal refusal);
+// The row of the format that the file names, if it is not decoded, or not rightly, by that name; else null, or a row
+// without a remedy.
+const Format* rowToCure(const Draft& draft);
 
 // The data, which began at dataStart, comes after a header of that length.
 void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes);

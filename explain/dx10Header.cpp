@@ -1,8 +1,7 @@
 // A header is believed by its fields and by the size of the data around it.
 #include "explain/dx10Header.h"
 
-#include "explain/sameData.h"
-#include "reader/checkedSize.h"
+#include "dds/checkedSize.h"
 
 namespace kpx {
 namespace {

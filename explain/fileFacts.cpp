@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "explain/FileError.h"
-#include "reader/formatTable.h"
+#include "reader/loadPlan.h"
 
 namespace kpx {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "reader/ddsFile.h"
+#include "dds/ddsFile.h"
 
 namespace kpx {
 

@@ -1,8 +1,8 @@
 // The names by the constants of the file's records.
 #include "explain/flagNames.h"
 
+#include "dds/ddsFile.h"
 #include "explain/text.h"
-#include "reader/ddsFile.h"
 
 namespace kpx {
 namespace {

@@ -1,23 +1,12 @@
-// What formats are called: the decoded ones by the reader's table, the others by a table of names of their own.
+// What formats are called, by the table of formats, decoded or not.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "reader/formatTable.h"
+#include "dds/formatTable.h"
 
 namespace kpx {
-
-// The name and what it is, of a published format that is not decoded.
-struct UndecodedFormat {
-    std::uint32_t id;
-    const char* name;
-    const char* what;  // a clause about it, and what to use instead
-};
-
-// Null where nothing is published under the number or code, or it is decoded.
-const UndecodedFormat* findUndecodedDxgi(std::uint32_t dxgiFormat);
-const UndecodedFormat* findUndecodedCode(std::uint32_t code);
 
 // "DXT1" in quotes, the number of a numeric code, or hexadecimal where it is neither.
 std::string codeText(std::uint32_t code);

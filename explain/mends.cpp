@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "dds/dataSize.h"
 #include "explain/contents.h"
 #include "explain/conversionMends.h"
 #include "explain/draft.h"
@@ -12,9 +13,7 @@
 #include "explain/flagNames.h"
 #include "explain/formatNames.h"
 #include "explain/otherFile.h"
-#include "explain/sameData.h"
 #include "explain/text.h"
-#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
@@ -43,38 +42,6 @@ std::string flagsBesideCode(Draft& draft) {
                   flagText(pixelFormatFlagNames(), flags), ".");
 }
 
-std::string codeOfAnotherWriter(Draft& draft) {
-    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
-    for (const SameBlocks& row : sameBlocks()) {
-        if (!hasCause(draft, Cause::unknownCode) || format.dwFourCC != row.code) continue;
-        nameByCode(format, row.decoded);
-        return textOf("The code becomes ", codeText(row.decoded), ", under which the blocks of ", codeText(row.code),
-                      " are read.");
-    }
-    return {};
-}
-
-std::string codeOfMasks(Draft& draft) {
-    if (!hasCause(draft, Cause::unknownCode)) return {};
-    DDS_HEADER& header = headerOf(draft);
-    const UndecodedFormat* known = findUndecodedCode(header.ddspf.dwFourCC);
-    const Format* row = known == nullptr ? nullptr : findNamedMasks(known->name);
-    if (row == nullptr) return {};
-    return textOf("The pixel format, code ", known->id, ", becomes ", useMasks(header, *row), ".");
-}
-
-std::string codeOfLuminance(Draft& draft) {
-    DDS_HEADER& header = headerOf(draft);
-    for (const LuminanceFormat& row : luminanceFormats()) {
-        if (!hasCause(draft, Cause::unknownCode) || header.ddspf.dwFourCC != row.code) continue;
-        nameByMasks(header.ddspf, row.flags, row.bits, row.masks);
-        stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
-        return textOf("The pixel format, code ", row.code, " ", findUndecodedCode(row.code)->name, ", becomes ",
-                      flagText(pixelFormatFlagNames(), row.flags), " of ", row.bits, " bits.");
-    }
-    return {};
-}
-
 // What a legacy header says of cube maps and volumes in its own place.
 void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
     if ((dx10.miscFlag & D3D10_RESOURCE_MISC_TEXTURECUBE) != 0) {
@@ -88,14 +55,23 @@ void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
     }
 }
 
-std::string dxgiOfMasks(Draft& draft) {
+// The remedies of the table of formats, each with its sentence.
+
+std::string byCode(Draft& draft, const Format& row) {
+    nameByCode(headerOf(draft).ddspf, row.remedy.id);
+    return textOf("The code becomes ", codeText(row.remedy.id), ", under which the blocks of ", codeText(row.id),
+                  " are read.");
+}
+
+std::string codeByMasks(Draft& draft, const Format& row) {
+    return textOf("The pixel format, code ", row.id, ", becomes ", useMasks(headerOf(draft), row), ".");
+}
+
+std::string dxgiByMasks(Draft& draft, const Format& row) {
     const DDS_HEADER_DXT10 dx10 = draft.facts.dx10Header;
-    const bool isRefused = hasCause(draft, Cause::dxgiRejected) || hasCause(draft, Cause::dxgiTooLarge);
-    const Format* row = isRefused ? masksOfDxgi(dx10.dxgiFormat) : nullptr;
-    if (row == nullptr) return {};
     const char* alphaMode = contentsOf(draft.facts, draft.verdict).alphaMode;
     DDS_HEADER& header = headerOf(draft);
-    const std::string masks = useMasks(header, *row);
+    const std::string masks = useMasks(header, namedMasks(row.remedy.text));
     stateLegacyShape(header, dx10);
     draft.facts.dx10Header = {};
     moveData(draft, factBytes, sizeof(DdsFileHeader));
@@ -107,60 +83,69 @@ std::string dxgiOfMasks(Draft& draft) {
     return sentence + ".";
 }
 
-bool isSigned(const Draft& draft, const SignedFormat& row) {
-    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
-    if ((format.dwFlags & DDPF_BUMPDUDV) != 0 && format.dwFourCC == 0) {
-        const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
-        return format.dwRGBBitCount == row.bits && masks == row.masks;
-    }
-    const bool isByCode = draft.verdict.loader == Loader::d3dFormat || draft.verdict.loader == Loader::compressed;
-    return isByCode && format.dwFourCC == row.code;
+std::string byOwnFlags(Draft& draft, const Format& row) {
+    DDS_HEADER& header = headerOf(draft);
+    const std::uint32_t bits = 8U * row.bytesPerPixel;
+    nameByMasks(header.ddspf, row.pixelFlags, bits, row.masks);
+    stateRows(header, std::uint64_t{row.bytesPerPixel} * header.dwWidth);
+    return textOf("The pixel format, code ", namedCode(row.id), ", becomes ",
+                  flagText(pixelFormatFlagNames(), row.pixelFlags), " of ", bits, " bits.");
 }
 
-std::string signedData(Draft& draft) {
+std::string codeByDxgi(Draft& draft, const Format& row) {
     DDS_HEADER& header = headerOf(draft);
-    for (const SignedFormat& row : signedFormats()) {
-        if (!isSigned(draft, row)) continue;
-        nameByDxgi(draft, row.dxgi);
-        stateRows(header, std::uint64_t{row.bits / 8} * header.dwWidth);
-        return textOf("The pixel format, ", row.name, ", becomes a DX10 header, 20 bytes of DXGI ", dxgiText(row.dxgi),
-                      ".");
+    const Format& target = *findDxgi(row.remedy.id);
+    nameByDxgi(draft, target.id);
+    if (target.blockBytes == 0) stateRows(header, std::uint64_t{target.bytesPerPixel} * header.dwWidth);
+    // A bump map may be named by its flags.
+    const std::string name = row.pixelFlags != 0 ? row.name : "code " + namedCode(row.id);
+    return textOf("The pixel format, ", name, ", becomes a DX10 header, 20 bytes of DXGI ", dxgiText(target.id),
+                  row.remedy.text, ".");
+}
+
+std::string dxgiByDxgi(Draft& draft, const Format& row) {
+    draft.facts.dx10Header.dxgiFormat = row.remedy.id;
+    return textOf("The DXGI format, ", dxgiText(row.id), ", becomes ", dxgiText(row.remedy.id), ".");
+}
+
+struct RemedyRow {
+    Remedy::Kind kind;
+    bool isDxgi;     // the remedy of a DXGI format, else of a code
+    bool isBumpMap;  // of a format that flags name, too
+    const char* id;
+    std::string (*change)(Draft&, const Format&);
+};
+constexpr RemedyRow remedyRows[] = {
+    {Remedy::Kind::code, false, false, "code-of-another-writer", byCode},
+    {Remedy::Kind::masks, false, false, "code-of-masks", codeByMasks},
+    {Remedy::Kind::masks, true, false, "dxgi-of-masks", dxgiByMasks},
+    {Remedy::Kind::flags, false, true, "code-of-luminance", byOwnFlags},
+    {Remedy::Kind::dxgi, false, true, "signed-data", codeByDxgi},
+    {Remedy::Kind::dxgi, false, false, "code-of-dxgi", codeByDxgi},
+    {Remedy::Kind::dxgi, true, false, "dxgi-of-depth", dxgiByDxgi},
+};
+
+// The same data under a name by which it is decoded.
+Remark knownData(Draft& draft) {
+    const Format* row = rowToCure(draft);
+    if (row == nullptr || (row->namedBy == NamedBy::masks && draft.verdict.format == row)) return {};
+    for (const RemedyRow& each : remedyRows) {
+        const bool isThis = each.kind == row->remedy.kind && each.isDxgi == (row->namedBy == NamedBy::dxgi) &&
+                            each.isBumpMap == (row->pixelFlags != 0);
+        if (isThis) return {each.id, each.change(draft, *row)};
     }
     return {};
-}
-
-std::string codeOfDxgi(Draft& draft) {
-    DDS_HEADER& header = headerOf(draft);
-    for (const CodeOfDxgi& row : codesOfDxgi()) {
-        if (!hasCause(draft, Cause::unknownCode) || header.ddspf.dwFourCC != row.code) continue;
-        const Format& format = *findDxgi(row.dxgi);
-        nameByDxgi(draft, row.dxgi);
-        if (format.blockBytes == 0) stateRows(header, std::uint64_t{format.bytesPerPixel} * header.dwWidth);
-        return textOf("The pixel format, code ", namedCode(row.code), ", becomes a DX10 header, 20 bytes of DXGI ",
-                      dxgiText(row.dxgi), row.words, ".");
-    }
-    return {};
-}
-
-std::string dxgiOfDepth(Draft& draft) {
-    std::uint32_t& dxgi = draft.facts.dx10Header.dxgiFormat;
-    const std::uint32_t same = hasCause(draft, Cause::dxgiRejected) ? dxgiOfSameValues(dxgi) : 0;
-    if (same == 0) return {};
-    return textOf("The DXGI format, ", dxgiText(std::exchange(dxgi, same)), ", becomes ", dxgiText(same), ".");
 }
 
 std::string luminanceAsRed(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     if ((format.dwFlags & (DDPF_RGB | DDPF_LUMINANCE)) != (DDPF_RGB | DDPF_LUMINANCE)) return {};
-    const Masks masks{format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
-    for (const LuminanceFormat& row : luminanceFormats()) {
-        const bool isSame = format.dwFlags == (row.flags | DDPF_RGB) && format.dwRGBBitCount == row.bits;
-        if (!isSame || masks != row.masks) continue;
-        format.dwFlags = row.flags;
-        return textOf("The pixel-format flags become ", flagText(pixelFormatFlagNames(), row.flags),
-                      ": DDPF_RGB beside DDPF_LUMINANCE shows the luminance as red.");
-    }
-    return {};
+    DDS_PIXELFORMAT luminance = format;
+    luminance.dwFlags &= ~DDPF_RGB;
+    if (findLuminance(luminance) == nullptr) return {};
+    format = luminance;
+    return textOf("The pixel-format flags become ", flagText(pixelFormatFlagNames(), format.dwFlags),
+                  ": DDPF_RGB beside DDPF_LUMINANCE shows the luminance as red.");
 }
 
 std::string alphaWithoutMask(Draft& draft) {
@@ -173,7 +158,7 @@ std::string alphaWithoutMask(Draft& draft) {
 }
 
 std::string linearSizeMissing(Draft& draft) {
-    if (!hasCause(draft, Cause::linearSizeNeeded)) return {};
+    if (!hasCause(draft, Refusal::linearSizeNeeded)) return {};
     DDS_HEADER& header = headerOf(draft);
     header.dwFlags = (header.dwFlags & ~DDSD_PITCH) | DDSD_LINEARSIZE;
     const Format* row = findBlockCode(header.ddspf.dwFourCC);
@@ -183,7 +168,7 @@ std::string linearSizeMissing(Draft& draft) {
 }
 
 std::string codeOfRowsAsBlocks(Draft& draft) {
-    if (!hasCause(draft, Cause::notABlockCode)) return {};
+    if (!hasCause(draft, Refusal::notABlockCode)) return {};
     DDS_HEADER& header = headerOf(draft);
     const Format* row = findCode(header.ddspf.dwFourCC);
     nameByCode(header.ddspf, header.ddspf.dwFourCC);
@@ -194,7 +179,7 @@ std::string codeOfRowsAsBlocks(Draft& draft) {
 }
 
 std::string linearSizeTooLarge(Draft& draft) {
-    if (!hasCause(draft, Cause::linearSizeTooLarge) || draft.verdict.format == nullptr) return {};
+    if (!hasCause(draft, Refusal::linearSizeTooLarge) || draft.verdict.format == nullptr) return {};
     DDS_HEADER& header = headerOf(draft);
     const std::uint32_t stated = header.dwPitchOrLinearSize;
     stateLinearSize(header, compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(draft.verdict.format), 0));
@@ -202,36 +187,27 @@ std::string linearSizeTooLarge(Draft& draft) {
                   stated, ".");
 }
 
-// A row a fault. A mend may uncover the next fault.
+// A row a fault; a null function stands for the remedies of the table of formats. A mend may uncover the next fault.
 struct MendRow {
     const char* id;
     std::string (*mend)(Draft&);
     bool isConversion = false;  // only made where that is asked for
 };
 constexpr MendRow mendRows[] = {
-    {"flags-beside-code", flagsBesideCode},
-    {"code-of-another-writer", codeOfAnotherWriter},
-    {"code-of-masks", codeOfMasks},
-    {"code-of-luminance", codeOfLuminance},
-    {"dxgi-of-masks", dxgiOfMasks},
-    {"signed-data", signedData},
-    {"code-of-dxgi", codeOfDxgi},
-    {"dxgi-of-depth", dxgiOfDepth},
-    {"luminance-as-red", luminanceAsRed},
-    {"alpha-without-mask", alphaWithoutMask},
-    {"linear-size-missing", linearSizeMissing},
-    {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
-    {"swizzled-blocks", swizzledBlocks, true},
-    {"pixels-converted", pixelsConverted, true},
+    {"flags-beside-code", flagsBesideCode},        {"known-data", nullptr},
+    {"luminance-as-red", luminanceAsRed},          {"alpha-without-mask", alphaWithoutMask},
+    {"linear-size-missing", linearSizeMissing},    {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
+    {"swizzled-blocks", swizzledBlocks, true},     {"pixels-converted", pixelsConverted, true},
     {"linear-size-too-large", linearSizeTooLarge},
 };
 
 // Makes the first mend whose fault is there; false when there is none.
 bool mendOnce(Draft& draft, bool mayConvert) {
     for (const MendRow& row : mendRows) {
-        const std::string sentence = row.isConversion && !mayConvert ? "" : row.mend(draft);
-        if (sentence.empty()) continue;
-        draft.mends.push_back({row.id, sentence});
+        if (row.isConversion && !mayConvert) continue;
+        const Remark change = row.mend == nullptr ? knownData(draft) : Remark{row.id, row.mend(draft)};
+        if (change.sentence.empty()) continue;
+        draft.mends.push_back(change);
         draft.verdict = judge(draft.facts);
         return true;
     }

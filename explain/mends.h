@@ -5,12 +5,19 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
-#include "explain/causes.h"
+#include "explain/finding.h"
 #include "explain/surfaces.h"
 
 namespace kpx {
+
+// A change of a header: an id that never changes, and a sentence.
+struct Remark {
+    std::string id;
+    std::string sentence;
+};
 
 // A file with every fault mended that can be.
 struct Repair {

@@ -23,30 +23,37 @@ std::string mendText(const Explanation& file) {
     return {};
 }
 
-// The first of those that matter most.
-const Remark* worstOf(const std::vector<Remark>& remarks) {
-    const auto isBetter = [](const Remark& a, const Remark& b) { return a.weight < b.weight; };
-    const auto worst = std::max_element(remarks.begin(), remarks.end(), isBetter);
-    return worst == remarks.end() ? nullptr : &*worst;
+// The first of the worst findings; null if there are none.
+const Finding* worstOf(const std::vector<Finding>& findings) {
+    const auto isBetter = [](const Finding& a, const Finding& b) { return a.severity < b.severity; };
+    const auto worst = std::max_element(findings.begin(), findings.end(), isBetter);
+    return worst == findings.end() ? nullptr : &*worst;
 }
 
 std::string decodedText(const Explanation& file) {
     const std::string mend = mendText(file);
     if (!mend.empty()) return "It is decoded, but looks wrong: " + mend;
-    const Remark* worst = worstOf(file.surprises);
+    const Finding* worst = worstOf(file.findings);
     if (worst == nullptr) return "It is decoded and comes out right: there is nothing to do.";
-    if (worst->weight == Weight::fact)
+    if (worst->severity == Grade::noted)
         return "It is decoded and comes out right; the notes say how its values are read.";
-    return textOf("It is decoded, ", worst->weight == Weight::fault ? "but looks" : "and may look",
+    return textOf("It is decoded, ", worst->severity == Grade::wrong ? "but looks" : "and may look",
                   " wrong, as the notes say", *worst->advice == '\0' ? "" : ": ", worst->advice, ".");
+}
+
+// The advice of the last finding that has some: an obstacle to the conversion comes after the causes.
+const char* adviceOn(const Explanation& file) {
+    const char* advice = "";
+    for (const Finding& finding : file.findings) {
+        if (*finding.advice != '\0') advice = finding.advice;
+    }
+    return advice;
 }
 
 std::string blackText(const Explanation& file) {
     const std::string mend = mendText(file);
-    const bool hasAdvice = !file.causes.empty() && *file.causes.back().advice != '\0';
-    const char* advice = hasAdvice ? file.causes.back().advice : adviceOn(file.verdict);
     return textOf("It comes out as a 64 x 64 black picture: ",
-                  mend.empty() ? textOf("no mend is known; ", advice, ".") : mend);
+                  mend.empty() ? textOf("no mend is known; ", adviceOn(file), ".") : mend);
 }
 
 }  // namespace
@@ -57,7 +64,7 @@ std::string summaryOf(const Explanation& file) {
     if (!startsAsDds(file.facts)) return "No DDS file: it does not start with \"DDS\".";
     switch (file.verdict.result) {
         case Result::refused:
-            return textOf("It is refused: ", adviceOn(file.verdict), ".");
+            return textOf("It is refused: ", adviceOn(file), ".");
         case Result::black:
             return whatItIs(file) + blackText(file);
         case Result::decoded:

@@ -6,7 +6,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "reader/dataSize.h"
+#include "dds/dataSize.h"
 
 namespace kpx {
 namespace {
@@ -26,7 +26,7 @@ std::uint64_t countOf(const Contents& contents) {
     return saturatingProduct(count, contents.faces, contents.elements);
 }
 
-std::string number(std::uint32_t value, std::uint32_t count, std::size_t digits) {
+std::string zeroPadded(std::uint32_t value, std::uint32_t count, std::size_t digits) {
     std::ostringstream text;
     digits = std::max(digits, std::to_string(count - 1).size());
     text << std::setw(static_cast<int>(digits)) << std::setfill('0') << value;
@@ -61,7 +61,7 @@ std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t hei
         case Loader::compressed:
             return wholeBlockBytes(width, height, format.blockBytes);
         case Loader::uncompressed:
-            return saturatingProduct(maskedRowBytes(loadedPixelFormat(facts), width), height);
+            return saturatingProduct(maskedRowBytes(verdict.pixelFormat, width), height);
         case Loader::d3dFormat:
             return saturatingProduct(codeFileRowBytes(format, width), height);
         case Loader::palettised:
@@ -141,10 +141,10 @@ std::uint64_t wholeSurfaces(const SurfaceLayout& layout) {
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface) {
     const Contents& contents = layout.contents;
     std::string name;
-    if (contents.elements > 1) name += "-array" + number(surface.element, contents.elements, 2);
+    if (contents.elements > 1) name += "-array" + zeroPadded(surface.element, contents.elements, 2);
     if (contents.faces > 1) name += "-face" + faceName(layout.facts.header.header, contents, surface.face);
-    if (contents.levels > 1) name += "-mip" + number(surface.level, contents.levels, 2);
-    if (contents.slices > 1) name += "-slice" + number(surface.slice, contents.slices, 3);
+    if (contents.levels > 1) name += "-mip" + zeroPadded(surface.level, contents.levels, 2);
+    if (contents.slices > 1) name += "-slice" + zeroPadded(surface.slice, contents.slices, 3);
     return name;
 }
 

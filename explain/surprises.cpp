@@ -1,32 +1,28 @@
 // A surprise is a function that looks for what is odd and says it, or says nothing.
 #include "explain/surprises.h"
 
-#include <cstring>
-
 #include "explain/dx10Header.h"
 #include "explain/otherFile.h"
+#include "explain/surfaces.h"
 #include "explain/text.h"
 
 namespace kpx {
 namespace {
-
-constexpr std::uint32_t DDPF_NORMAL = 0x80000000;
 
 // A decoded file as the rules below look at it.
 struct Decoded {
     const FileFacts& facts;
     const Verdict& verdict;
     const DDS_HEADER& header;
-    DDS_PIXELFORMAT loaded;  // the pixel format as its loader sees it
+    const DDS_PIXELFORMAT& loaded;  // the pixel format as its loader leaves it
 
     bool isMasked() const { return verdict.decoder == Loader::uncompressed; }
     bool hasMaskedColour() const { return isMasked() && verdict.channels != 1; }
     bool isDx10() const { return verdict.loader == Loader::dx10; }
-    bool isDxgi(const char* suffix) const { return isDx10() && std::strstr(verdict.format->name, suffix) != nullptr; }
+    bool has(unsigned anyTrait) const { return verdict.format->has(anyTrait); }
     bool isKernel(BlockKernel first, BlockKernel second) const {
         return verdict.format->kernel == first || verdict.format->kernel == second;
     }
-    bool isDividedByAlpha() const { return isKernel(BlockKernel::bc2Premultiplied, BlockKernel::bc3Premultiplied); }
 };
 
 // Each rule gives its sentence, or nothing where it does not hold.
@@ -91,8 +87,14 @@ std::string luminanceAsRed(const Decoded& file) {
     return "Luminance comes out red: the header has DDPF_RGB beside DDPF_LUMINANCE, and only a red mask.";
 }
 
+// A known format that has no blue mask of its own.
+bool isTwoChannelRow(const Decoded& file) {
+    const Masks& masks = file.verdict.format->masks;
+    return file.hasMaskedColour() && masks.r != 0 && masks.g != 0 && masks.b == 0;
+}
+
 std::string maskEmpty(const Decoded& file) {
-    if (!file.hasMaskedColour() || isLuminanceAsRed(file)) return {};
+    if (!file.hasMaskedColour() || isLuminanceAsRed(file) || isTwoChannelRow(file)) return {};
     const std::uint32_t pixel = pixelBits(file);
     std::string names;
     const auto look = [&](std::uint32_t mask, const char* name) {
@@ -103,6 +105,12 @@ std::string maskEmpty(const Decoded& file) {
     look(file.loaded.dwBBitMask, "blue");
     if (names.empty()) return {};
     return textOf("Colour is 0 where its mask selects no bit of the pixel: ", names, ".");
+}
+
+// Formats that are known by name to have fewer channels than three.
+std::string channelAbsent(const Decoded& file) {
+    if (!isTwoChannelRow(file)) return {};
+    return textOf("The format ", file.verdict.format->name, " has no blue; blue is 0.");
 }
 
 std::string alphaMaskZero(const Decoded& file) {
@@ -127,39 +135,39 @@ std::string masksReversed(const Decoded& file) {
 }
 
 std::string xAsAlpha(const Decoded& file) {
-    if (!file.isDxgi("X8_")) return {};
+    if (!file.has(ignoresAlpha)) return {};
     return textOf("The fourth byte of a pixel is delivered as alpha, although ", file.verdict.format->name,
                   " leaves it without meaning.");
 }
 
 std::string premultipliedDivided(const Decoded& file) {
-    if (!file.isDividedByAlpha()) return {};
+    if (!file.has(isPremultiplied)) return {};
     return "The colours are premultiplied; they are divided by alpha on reading.";
 }
 
 std::string premultipliedKept(const Decoded& file) {
-    const bool isPremultiplied = (file.facts.dx10Header.miscFlags2 & alphaModeMask) == alphaModePremultiplied;
-    if (!file.isDx10() || !isPremultiplied || file.isDividedByAlpha()) return {};
+    const bool isStated = (file.facts.dx10Header.miscFlags2 & alphaModeMask) == alphaModePremultiplied;
+    if (!file.isDx10() || !isStated || file.has(isPremultiplied)) return {};
     return "The DX10 header says that the colours are premultiplied; they are delivered as they are stored.";
 }
 
 std::string srgbKept(const Decoded& file) {
-    if (!file.isDxgi("_SRGB")) return {};
+    if (!file.has(isSrgb)) return {};
     return "The colours are sRGB; they are delivered as they are stored, without conversion.";
 }
 
 std::string integerAsNormalised(const Decoded& file) {
-    if (!file.isDxgi("_UINT") && !file.isDxgi("_SINT")) return {};
+    if (!file.has(isInteger)) return {};
     return textOf("The integers of ", file.verdict.format->name, " are read as unsigned normalised values.");
 }
 
 std::string typelessAsNormalised(const Decoded& file) {
-    if (!file.isDxgi("_TYPELESS")) return {};
+    if (!file.has(isTypeless)) return {};
     return textOf(file.verdict.format->name, " does not state the type of its values; they are read as unsigned.");
 }
 
 std::string signedShifted(const Decoded& file) {
-    if (!file.verdict.format->has(isSnorm) && !file.isKernel(BlockKernel::bc4Signed, BlockKernel::bc5Signed)) return {};
+    if (file.verdict.bits != 8 || !file.has(isSnorm | isSigned)) return {};
     return "The values are signed, -1 to 1; they are shifted to bytes of 0 to 255, with 0 in the middle.";
 }
 
@@ -170,7 +178,7 @@ std::string signedAsUnsigned(const Decoded& file) {
 }
 
 std::string highByteOnly(const Decoded& file) {
-    if (!file.verdict.format->has(highBytes)) return {};
+    if (!file.has(highBytes)) return {};
     return "Of each 16-bit value the high byte is kept.";
 }
 
@@ -185,51 +193,83 @@ std::string normalMap(const Decoded& file) {
            "delivered as they are stored.";
 }
 
+// Whether pictures behind the first one are declared: all that are, but for mipmaps.
+std::string firstOfMany(const Decoded& file) {
+    Contents others = contentsOf(file.facts, file.verdict);
+    others.levels = 1;
+    const std::string declared = contentsText(others);
+    if (declared.empty()) return {};
+    return textOf("The file has ", declared, "; only the first picture is read.");
+}
+
+std::string picturesMissing(const Decoded& file) {
+    if (file.verdict.width == 0 || file.verdict.height == 0) return {};
+    const SurfaceLayout layout = surfaceLayout(file.facts, file.verdict);
+    const std::uint64_t whole = wholeSurfaces(layout);
+    if (whole == 0 || whole == layout.count) return {};
+    return textOf("Of ", layout.count == UINT64_MAX ? "2^64 or more" : std::to_string(layout.count),
+                  " pictures that the header declares, mipmaps included, ", whole, whole == 1 ? " is" : " are",
+                  " whole in the file.");
+}
+
+std::string levelsImpossible(const Decoded& file) {
+    const std::uint32_t declared = file.header.dwMipMapCount;
+    const std::uint32_t possible = surfaceLayout(file.facts, file.verdict).contents.levels;
+    if (file.verdict.width == 0 || file.verdict.height == 0 || declared <= possible) return {};
+    return textOf("The header declares ", declared, " mipmap levels; a picture of ", file.verdict.width, " x ",
+                  file.verdict.height, " has ", possible, " at most.");
+}
+
 struct SurpriseRow {
     const char* id;
-    Weight weight;
+    Grade severity;
     std::string (*sentence)(const Decoded&);
     const char* advice = "";
 };
 constexpr SurpriseRow surpriseRows[] = {
-    {"rows-missing", Weight::fault, rowsMissing, "get a whole copy of it"},
-    {"rows-padded", Weight::doubt, rowsPadded, "if it is sheared, export it without padded rows"},
-    {"no-pixels", Weight::fault, noPixels, "export it anew"},
-    {"huge-picture", Weight::doubt, hugePicture, "compare its size with what it should be"},
-    {"dx10-header-as-pixels", Weight::fault, dx10HeaderAsPixels},
-    {"luminance-as-red", Weight::fault, luminanceAsRed, "take its red channel for grey"},
-    {"mask-empty", Weight::doubt, maskEmpty, "if colour is missing, export it anew"},
-    {"alpha-mask-zero", Weight::doubt, alphaMaskZero, "export it anew with the mask that it has"},
-    {"bit-count-too-small", Weight::doubt, bitCountTooSmall, "if it is garbled, export it anew"},
-    {"masks-reversed", Weight::doubt, masksReversed, "if red and blue are exchanged, export it anew"},
-    {"x-as-alpha", Weight::doubt, xAsAlpha, "\"kpximage convert --opaque\" leaves that alpha out"},
-    {"premultiplied-divided", Weight::fact, premultipliedDivided},
-    {"premultiplied-kept", Weight::doubt, premultipliedKept,
+    {"rows-missing", Grade::wrong, rowsMissing, "get a whole copy of it"},
+    {"rows-padded", Grade::suspect, rowsPadded, "if it is sheared, export it without padded rows"},
+    {"no-pixels", Grade::wrong, noPixels, "export it anew"},
+    {"huge-picture", Grade::suspect, hugePicture, "compare its size with what it should be"},
+    {"dx10-header-as-pixels", Grade::wrong, dx10HeaderAsPixels},
+    {"luminance-as-red", Grade::wrong, luminanceAsRed, "take its red channel for grey"},
+    {"mask-empty", Grade::suspect, maskEmpty, "if colour is missing, export it anew"},
+    {"channel-absent", Grade::noted, channelAbsent},
+    {"alpha-mask-zero", Grade::wrong, alphaMaskZero, "export it anew with the mask that it has"},
+    {"bit-count-too-small", Grade::suspect, bitCountTooSmall, "if it is garbled, export it anew"},
+    {"masks-reversed", Grade::suspect, masksReversed, "if red and blue are exchanged, export it anew"},
+    {"x-as-alpha", Grade::suspect, xAsAlpha, "\"kpximage convert --opaque\" leaves that alpha out"},
+    {"premultiplied-divided", Grade::noted, premultipliedDivided},
+    {"premultiplied-kept", Grade::suspect, premultipliedKept,
      "if its edges are dark, have it exported with straight alpha"},
-    {"srgb-kept", Weight::fact, srgbKept},
-    {"integer-as-normalised", Weight::fact, integerAsNormalised},
-    {"typeless-as-unsigned", Weight::fact, typelessAsNormalised},
-    {"signed-shifted", Weight::fact, signedShifted},
-    {"signed-as-unsigned", Weight::fault, signedAsUnsigned},
-    {"high-byte-only", Weight::fact, highByteOnly},
-    {"blue-missing", Weight::doubt, blueMissing, "\"kpximage convert --normal-z\" works blue out"},
-    {"normal-map", Weight::doubt, normalMap, "\"kpximage gallery\" shows its channels apart"},
+    {"srgb-kept", Grade::noted, srgbKept},
+    {"integer-as-normalised", Grade::noted, integerAsNormalised},
+    {"typeless-as-unsigned", Grade::noted, typelessAsNormalised},
+    {"signed-shifted", Grade::noted, signedShifted},
+    {"signed-as-unsigned", Grade::wrong, signedAsUnsigned},
+    {"high-byte-only", Grade::noted, highByteOnly},
+    {"blue-missing", Grade::noted, blueMissing, "\"kpximage convert --normal-z\" works blue out"},
+    {"normal-map", Grade::suspect, normalMap, "\"kpximage gallery\" shows its channels apart"},
+    {"first-of-many", Grade::noted, firstOfMany, "\"kpximage split\" writes each picture to a file"},
+    {"pictures-missing", Grade::suspect, picturesMissing, "get a whole copy of it"},
+    {"levels-impossible", Grade::suspect, levelsImpossible},
 };
 
 }  // namespace
 
-std::vector<Remark> surprisesOf(const FileFacts& facts, const Verdict& verdict) {
-    std::vector<Remark> surprises;
+std::vector<Finding> surprisesOf(const FileFacts& facts, const Verdict& verdict) {
+    std::vector<Finding> surprises;
     if (verdict.result != Result::refused && !startsAsDds(facts)) {
-        surprises.push_back({"not-recognised", "The file does not start with \"DDS\": it is not recognised as one."});
+        surprises.push_back({"not-recognised", "The file does not start with \"DDS\": it is not recognised as one.",
+                             Grade::unreadable});
     }
     if (verdict.result != Result::decoded) return surprises;
     const std::string other = otherFileText(facts);
-    if (!other.empty()) return {{"other-file", "The file " + other + "."}, surprises.front()};
-    const Decoded file{facts, verdict, facts.header.header, loadedPixelFormat(facts)};
+    if (!other.empty()) return {{"other-file", "The file " + other + ".", Grade::unreadable}, surprises.front()};
+    const Decoded file{facts, verdict, facts.header.header, verdict.pixelFormat};
     for (const SurpriseRow& row : surpriseRows) {
         const std::string sentence = row.sentence(file);
-        if (!sentence.empty()) surprises.push_back({row.id, sentence, row.weight, row.advice});
+        if (!sentence.empty()) surprises.push_back({row.id, sentence, row.severity, row.advice});
     }
     return surprises;
 }

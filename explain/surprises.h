@@ -3,10 +3,11 @@
 
 #include <vector>
 
-#include "explain/causes.h"
+#include "explain/finding.h"
+#include "explain/verdict.h"
 
 namespace kpx {
 
-std::vector<Remark> surprisesOf(const FileFacts& facts, const Verdict& verdict);
+std::vector<Finding> surprisesOf(const FileFacts& facts, const Verdict& verdict);
 
 }  // namespace kpx

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "reader/ddsFile.h"
-#include "reader/formatTable.h"
+#include "dds/ddsFile.h"
+#include "dds/formatTable.h"
 #include "tests/model/randomBlocks.h"
 
 namespace fuzz {

@@ -33,6 +33,7 @@ bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
     if (image.channelFormat == nullptr) return false;
     image.channelCount = reader.numColourChannels();
     image.channelBits = reader.bitsPerChannel();
+    // The protocol knows 1 and 2; floats of 32 bits are stated as 2.
     image.channelBytes = image.channelBits >= bitsOfTwoBytes ? 2 : 1;
     image.window = {0, static_cast<std::int32_t>(width - 1), 0, static_cast<std::int32_t>(height - 1)};
     image.secondWindow = image.window;
@@ -45,7 +46,7 @@ bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
         if (image.matteFormat == nullptr) return false;
         image.matteCount = 1;
         image.matteBits = reader.bitsPerChannel();
-        image.matteBytes = 1;
+        image.matteBytes = 1;  // by the protocol, also for floats
     } else {
         image.matteFormat = nullptr;
         image.matteCount = 0;
@@ -85,6 +86,7 @@ int imageReadOpen(ImageHandle* handle) {
     if (opened < 0) {
         kpx::reportCannotOpen(path, path == nullptr ? ENOENT : errno);
         kpx__err = kpx::cannotReadCode;
+        // The private block stays on the handle; the host releases it with the handle.
         return 0;
     }
     *handle->pluginData = reader.get();

@@ -161,6 +161,7 @@ int imageWriteOpen(ImageHandle* handle) {
         return 0;
     }
     kpx__err = 0;
+    // After a refusal the private block stays on the handle; the host releases it with the handle.
     if (!acceptsOrReports(*handle)) return 0;
 
     std::unique_ptr<TddsWriter> writer(new (std::nothrow) TddsWriter);

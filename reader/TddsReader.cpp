@@ -1,11 +1,10 @@
 // Opening and closing: the header, the choice of loader, the fallback picture, the channel rows.
 #include "reader/TddsReader.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
-#include "reader/dataSize.h"
+#include "dds/dataSize.h"
 
 namespace kpx {
 namespace {
@@ -31,6 +30,7 @@ TddsReader::TddsReader(const KernelSet& kernels)
       m_header{},
       m_dx10Header{},
       m_isSnorm(false),
+      m_format(nullptr),
       m_arrivedBytes(0),
       m_kernels(kernels) {}
 
@@ -57,7 +57,9 @@ int TddsReader::open(const char* path) {
 
     const Choice choice = chooseLoader(m_header.header);
     m_header.header.ddspf.dwFourCC = choice.code;
+    m_format = choice.format;
     const int result = finishOpen(stream, choice.loader);
+    m_format = nullptr;
     std::fclose(stream);
     if (result < 0) {
         close();
@@ -121,13 +123,6 @@ int TddsReader::prepareChannelRows() {
     if (m_scanlineOut == nullptr || m_channelRows == nullptr || !m_rowBlock.allocate(allBytes)) return -1;
     for (std::uint32_t i = 0; i < m_numChannels; ++i) m_channelRows[i] = m_rowBlock.data() + i * rowBytes;
     return 0;
-}
-
-void TddsReader::convertSnorm() {
-    if (m_bitsPerChannel != 8) return;
-    // Layouts that are taken apart by masks may hold fewer bytes than their pixels have channels.
-    const std::uint64_t bytes = saturatingProduct(m_width, m_height, m_numChannels);
-    m_kernels.snormToUnorm(m_pixels.data(), std::min(bytes, m_pixels.size()));
 }
 
 void TddsReader::close() {

@@ -6,9 +6,9 @@
 
 #include "blocks/kernels.h"
 #include "blocks/texel.h"
-#include "reader/LazyBuffer.h"
-#include "reader/ddsFile.h"
-#include "reader/formatTable.h"
+#include "dds/LazyBuffer.h"
+#include "dds/ddsFile.h"
+#include "reader/loadPlan.h"
 
 namespace kpx {
 
@@ -16,6 +16,7 @@ class TddsReader {
 public:
     // kernels must run on this processor. All sets give the same pixels.
     explicit TddsReader(const KernelSet& kernels = bestKernels());
+    // Virtual because hosts' code destroys readers through a pointer; no class derives from this one.
     virtual ~TddsReader();
     TddsReader(const TddsReader&) = delete;
     TddsReader& operator=(const TddsReader&) = delete;
@@ -38,6 +39,9 @@ public:
     // The rows of scanline y (0 is the bottom of the picture), one a channel, of width() bytes or floats each. They
     // are overwritten by the next call. Null when y is outside the picture.
     unsigned char** getScanlineChannelsAsBytes(int y);
+
+    // From here on to the loaders' end, and in decoderMembers.cpp: steps of open that callers of the class may take by
+    // themselves. The plug-in calls open alone.
 
     // Turns the first width() x height() x channels bytes of the picture, taken for signed-normalised ones, into
     // unsigned ones; does nothing to floats.
@@ -79,18 +83,19 @@ private:
     int prepareChannelRows();
     int finishOpen(std::FILE* stream, Loader loader);
 
-    // Sets the layout fields that a row of the table states.
-    void applyFormat(const Format& format);
-    // False where the picture is too large, or there is no memory for it.
-    bool allocateImage(std::uint64_t bytesPerRow);
+    // The row by which a loader reads: that of the choice while open runs, else what the header names; null if none.
+    const Format* rowFor(Loader loader) const;
+    LoadPlan planFor(Loader loader, const Format* format) const;
+    // Sets the fields as planned and allocates the picture; false if the plan refuses it or the allocation fails.
+    bool begin(const LoadPlan& plan);
     // Reads into the pixel buffer and notes what arrived.
     void readPixels(std::FILE* stream, std::uint64_t bytes);
     // Counts bytes of the pixel buffer that now hold what the file supplied; signed ones become unsigned.
     void noteArrived(std::uint64_t bytes);
     int loadPixelPairs(std::FILE* stream, bool greenFirst);
     int loadHighBytes(std::FILE* stream);
-    int loadFloats(std::FILE* stream, const Format& format);
-    bool readBlocks(std::FILE* stream, const Format* format);
+    int loadFloats(std::FILE* stream, Loader loader);
+    bool readBlocks(std::FILE* stream, const Format* format, std::uint64_t left);
     void decompressRows(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes, std::uint32_t first,
                         std::uint64_t most);
     void decompressBlocks(const unsigned char* blocks, BlockKernel kernel, std::size_t blockBytes);
@@ -99,14 +104,15 @@ private:
     void outputFloats(const PixelRow& row, const LayoutRow& layout);
     bool isBC6HSigned() const { return m_dx10Header.dxgiFormat == dxgiBC6HSigned; }
 
+    // The fields up to m_isSnorm keep the order and names under which callers of the class know them.
     std::uint32_t m_width;
     std::uint32_t m_height;
-    std::uint32_t m_rowBytes;  // of a stored row: bytes, or floats for the float layouts
+    std::uint32_t m_rowBytes;  // bytes of a stored row, but floats for the float layouts, whose bytes are 4 times that
     std::uint32_t m_numChannels;
     std::uint32_t m_pixelLayout;  // a PixelLayout
     std::uint32_t m_redMask, m_greenMask, m_blueMask, m_alphaMask;
     std::int32_t m_bitsPerChannel;
-    std::int32_t m_bytesPerPixel;
+    std::int32_t m_bytesPerPixel;   // of a stored pixel, for the mask and byte layouts alone
     LazyBuffer m_pixels;            // m_height rows of m_rowBytes, top row first
     unsigned char** m_channelRows;  // entry 0 is the start of m_rowBlock
     unsigned char** m_scanlineOut;
@@ -114,6 +120,7 @@ private:
     DDS_HEADER_DXT10 m_dx10Header;
     bool m_isSnorm;
 
+    const Format* m_format;        // the row of the choice, while open runs; else null
     LazyBuffer m_rowBlock;         // all the channel rows
     std::uint64_t m_arrivedBytes;  // of m_pixels, from its start, that the file supplied
     const KernelSet& m_kernels;

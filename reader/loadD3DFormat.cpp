@@ -1,26 +1,18 @@
 // Formats named by a Direct3D code, and the DX10 header, which is translated for the other loaders.
+#include "dds/dataSize.h"
 #include "reader/TddsReader.h"
-#include "reader/dataSize.h"
 #include "reader/loading.h"
 
 namespace kpx {
 
 int TddsReader::loadD3DFormatImage(std::FILE* stream) {
-    const Format* format = findCode(m_header.header.ddspf.dwFourCC);
+    const Format* format = rowFor(Loader::d3dFormat);
     if (format == nullptr) return -1;
-    if (format->loader == Loader::compressed && !format->has(linearSizeOnly)) return loadCompressedImage(stream);
-    if (format->loader != Loader::d3dFormat) return -1;
-
-    applyFormat(*format);
-    m_bytesPerPixel = format->channels;
-    const std::uint64_t rowBytes = codeStoredRowBytes(*format, m_width);
-    const bool tooLarge = saturatingProduct(codeRowBytes(*format, m_width), m_height) > largestBlock;
-    if (tooLarge || !allocateImage(rowBytes)) return failWithoutMemory();
-    m_rowBytes = static_cast<std::uint32_t>(rowBytes);
-
+    if (format->loader == Loader::compressed) return loadCompressedImage(stream);
+    if (!begin(planFor(Loader::d3dFormat, format))) return failWithoutMemory();
     if (format->has(pixelPairs)) return loadPixelPairs(stream, format->code == fourCC("GRGB"));
     if (format->has(highBytes)) return loadHighBytes(stream);
-    readPixels(stream, rowBytes * m_height);
+    readPixels(stream, m_pixels.size());
     return 0;
 }
 
@@ -39,7 +31,7 @@ int TddsReader::loadPixelPairs(std::FILE* stream, bool greenFirst) {
 }
 
 int TddsReader::loadHighBytes(std::FILE* stream) {
-    RecordReader values(sizeof(std::uint16_t), std::uint64_t{m_rowBytes} * m_height);
+    RecordReader values(sizeof(std::uint16_t), m_pixels.size());
     if (!values.allocate()) return failWithoutMemory();
     values.read(stream, [this](const unsigned char* words, std::uint64_t count) {
         m_kernels.highBytes(words, count, m_pixels.data() + m_arrivedBytes);
@@ -53,6 +45,7 @@ int TddsReader::loadDX10Image(std::FILE* stream) {
     const Choice choice = chooseDxgi(m_dx10Header);
     if (choice.format == nullptr) return -1;
     describeDxgi(choice, m_header.header.ddspf);
+    m_format = choice.format;
     m_isSnorm = choice.format->has(isSnorm);
     return loadWith(choice.loader, stream);
 }

@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include "reader/TddsReader.h"
-#include "reader/dataSize.h"
 #include "reader/loading.h"
 
 namespace kpx {
@@ -26,29 +25,26 @@ RowConversion conversionOf(const Format& format, const KernelSet& kernels, std::
 }  // namespace
 
 int TddsReader::loadFloatingPointImage(std::FILE* stream) {
-    const Format* format = findCode(m_header.header.ddspf.dwFourCC);
-    if (format == nullptr || format->loader != Loader::floatingPoint) return -1;
-    m_bytesPerPixel = format->bytesPerPixel;
-    return loadFloats(stream, *format);
+    return loadFloats(stream, Loader::floatingPoint);
 }
 
 int TddsReader::loadR11G11B10FloatingPointImage(std::FILE* stream) {
-    m_bytesPerPixel = 3 * sizeof(float);
-    return loadFloats(stream, *findDxgi(26));
+    return loadFloats(stream, Loader::r11g11b10);
 }
 
 int TddsReader::loadR9G9B9E5FloatingPointImage(std::FILE* stream) {
-    m_bytesPerPixel = 3 * sizeof(float);
-    return loadFloats(stream, *findDxgi(67));
+    return loadFloats(stream, Loader::r9g9b9e5);
 }
 
-int TddsReader::loadFloats(std::FILE* stream, const Format& format) {
-    applyFormat(format);
-    const std::uint64_t rowFloats = std::uint64_t{m_numChannels} * m_width;
-    m_rowBytes = static_cast<std::uint32_t>(rowFloats);
-    RecordReader rows(floatFileRowBytes(format, m_width), m_height);
-    if (!allocateImage(floatRowBytes(format, m_width)) || !rows.allocate()) return -1;
-    const RowConversion conversion = conversionOf(format, m_kernels, m_width);
+// Prints no message for a failed allocation, unlike the loaders of bytes.
+int TddsReader::loadFloats(std::FILE* stream, Loader loader) {
+    const Format* format = rowFor(loader);
+    if (format == nullptr) return -1;
+    const LoadPlan plan = planFor(loader, format);
+    RecordReader rows(plan.fileRowBytes, m_height);
+    if (!begin(plan) || !rows.allocate()) return -1;
+    const RowConversion conversion = conversionOf(*format, m_kernels, m_width);
+    const std::uint64_t rowFloats = plan.storedRowBytes / sizeof(float);
 
     // A row that is not whole, and all after it, stay zero.
     auto* out = reinterpret_cast<float*>(m_pixels.data());

@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "reader/TddsReader.h"
-#include "reader/dataSize.h"
 
 namespace kpx {
 namespace {
@@ -26,17 +25,26 @@ int failWithoutData() {
     return failWith(noDataMessage);
 }
 
-void TddsReader::applyFormat(const Format& format) {
-    m_pixelLayout = format.layout;
-    m_numChannels = format.channels;
-    m_bitsPerChannel = layoutRow(format.layout).isFloat ? 32 : 8;
-    if (format.has(setsAlpha)) m_header.header.ddspf.dwFlags |= DDPF_ALPHAPIXELS;
+const Format* TddsReader::rowFor(Loader loader) const {
+    return m_format != nullptr ? m_format : kpx::rowFor(loader, m_header.header.ddspf, m_dx10Header);
 }
 
-bool TddsReader::allocateImage(std::uint64_t bytesPerRow) {
+LoadPlan TddsReader::planFor(Loader loader, const Format* format) const {
+    DDS_HEADER header = m_header.header;
+    header.dwWidth = m_width;
+    header.dwHeight = m_height;
+    return planLoader(loader, format, header);
+}
+
+bool TddsReader::begin(const LoadPlan& plan) {
+    m_header.header.ddspf = plan.pixelFormat;
+    m_numChannels = plan.channels;
+    m_pixelLayout = plan.layout;
+    m_bitsPerChannel = static_cast<std::int32_t>(plan.bits);
+    m_bytesPerPixel = static_cast<std::int32_t>(plan.bytesPerPixel);
+    m_rowBytes = static_cast<std::uint32_t>(plan.storedRowBytes / (plan.bits / 8));
     m_arrivedBytes = 0;
-    if (isSideTooLarge(m_width, m_height)) return false;
-    return m_pixels.allocate(saturatingProduct(bytesPerRow, m_height));
+    return plan.refusal == Refusal::none && m_pixels.allocate(plan.storedRowBytes * m_height);
 }
 
 void TddsReader::readPixels(std::FILE* stream, std::uint64_t bytes) {

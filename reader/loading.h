@@ -1,16 +1,14 @@
-// What the loaders share: their two messages, and how much they read at a time.
+// What the loaders share: how they fail, and how much they read at a time.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
-#include "reader/LazyBuffer.h"
+#include "dds/LazyBuffer.h"
+#include "reader/loadPlan.h"
 
 namespace kpx {
-
-inline constexpr const char* noMemoryMessage = "Insufficient memory to load DDS file";
-inline constexpr const char* noDataMessage = "Error loading DDS pixel data";
 
 // Data that is converted on its way is read in groups of rows of about this many bytes, which stay in the processor's
 // cache.

@@ -7,20 +7,21 @@ cd "$(dirname "$0")/.."
 # folder, then folders or single files
 layers='
 blocks
-reader          blocks
-writer          reader blocks
-explain         reader blocks
+dds             blocks
+reader          dds blocks
+writer          dds blocks
+explain         reader dds blocks
 plugin          writer reader host/kpxbase.h
 host
 tools/terminal  explain
 tools/files     tools/terminal explain
-tools/pictures  tools/terminal explain reader host
-tools/gallery   tools/pictures tools/files tools/terminal explain reader host
-tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader host
+tools/pictures  tools/terminal explain reader dds host
+tools/gallery   tools/pictures tools/files tools/terminal explain reader dds host
+tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader dds host
 tools/documents tools/commands tools/terminal explain
 python          tools/pictures tools/files tools/terminal explain host
-examples        reader host/kpxbase.h
-bench           writer reader blocks host examples tests/model tests/support
+examples        dds host/kpxbase.h
+bench           writer reader dds blocks host examples tests/model tests/support
 '
 
 wrong=0

@@ -18,7 +18,7 @@ count() {
 }
 
 all=$(count .)
-product=$(count plugin reader blocks writer host explain tools python)
+product=$(count plugin dds reader blocks writer host explain tools python)
 tests=$(count tests)
 both=$(count tests fuzz)
 printf '%s lines of code, %s of them product\n' "$all" "$product"

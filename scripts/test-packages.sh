@@ -20,7 +20,7 @@ take_over() {
     rm -rf "$build"
     mkdir -p "$build"
     [ -f "$base/.ninja_log" ] || return 0
-    cp -a "$base"/{.ninja_log,.ninja_deps,blocks,reader,writer,explain,plugin,host,tools,examples} "$build"
+    cp -a "$base"/{.ninja_log,.ninja_deps,blocks,dds,reader,writer,explain,plugin,host,tools,examples} "$build"
 }
 
 make_packages() {

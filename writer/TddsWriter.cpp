@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "reader/checkedSize.h"
-#include "reader/ddsFile.h"
+#include "dds/checkedSize.h"
+#include "dds/ddsFile.h"
 
 namespace kpx {
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "blocks/kernels.h"
-#include "reader/LazyBuffer.h"
+#include "dds/LazyBuffer.h"
 
 namespace kpx {
 
@@ -20,9 +20,9 @@ public:
 
     // Creates the file of width x height pixels with channels colour channels, and one of alpha where alpha is not 0.
     // compression is stored and has no effect. An image without pixels becomes a file of a header alone. Returns 0, or
-    // -1 with errno set: EFBIG for an image above 4 GiB, before the file is touched; else the reason why the file cannot
-    // be created. If the image cannot be allocated, returns -1 with the file created and closed, and lacksMemory is
-    // true.
+    // -1 with errno set: EFBIG for an image above 4 GiB, before the file is touched; else the reason why the file
+    // cannot be created. If the image cannot be allocated, returns -1 with the file created and closed, and lacksMemory
+    // is true.
     int open(const char* path, unsigned width, unsigned height, unsigned channels, unsigned alpha,
              unsigned compression);
 
@@ -50,7 +50,7 @@ private:
     std::uint32_t m_colourChannels;
     std::uint32_t m_hasAlpha;
     std::uint32_t m_totalChannels;
-    std::uint32_t m_compression;
+    std::uint32_t m_compression;  // stored for callers; every file is written uncompressed
     unsigned char** m_channelCursors;
     LazyBuffer m_pixels;  // the file's rows, first row first; rows that never arrive are zero
 

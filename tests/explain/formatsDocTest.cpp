@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-#include "reader/formatTable.h"
+#include "dds/formatTable.h"
 
 using namespace kpx;
 
@@ -41,7 +41,7 @@ std::string idOf(const Format& format) {
 
 std::string notesOf(const Format& format) {
     struct Note {
-        FormatFlag flag;
+        Trait flag;
         const char* text;
     };
     constexpr Note notes[] = {
@@ -59,7 +59,7 @@ std::string notesOf(const Format& format) {
 
 std::string markdown() {
     std::ostringstream text;
-    text << "# Formats\n\nEvery row of the table of formats (`reader/formatTable.cpp`), made from it.\n";
+    text << "# Formats\n\nEvery row of the table of formats (`dds/formatTable.cpp`), made from it.\n";
     for (const Section& section : sections) {
         text << "\n## " << section.title
              << "\n\n| | name | loader | bytes | layout | channels | notes |\n|---|---|---|---|---|---|---|\n";

@@ -34,7 +34,7 @@ TEST(Verdict, CountsTheRowsThatTheFileSupplies) {
         if (format.blockBytes != 0 || format.namedBy == NamedBy::palette) {
             EXPECT_EQ(cut.result, Result::black) << format.name;
             EXPECT_EQ(cut.wholeRows, 0U) << format.name;
-            EXPECT_EQ(cut.cause, format.blockBytes != 0 ? Cause::dataShort : Cause::paletteShort) << format.name;
+            EXPECT_EQ(cut.refusal, format.blockBytes != 0 ? Refusal::dataShort : Refusal::paletteShort) << format.name;
         } else {
             EXPECT_EQ(cut.wholeRows, 8U) << format.name;
         }

@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "examples/examples.h"
+#include "explain/causes.h"
 #include "explain/surprises.h"
 #include "reader/TddsReader.h"
 #include "tests/support/Tool.h"
@@ -80,9 +81,9 @@ std::string digestOf(kpx::TddsReader& reader, std::uint32_t channels, std::size_
     return sha256(picture);
 }
 
-std::string idsOf(const std::vector<kpx::Remark>& remarks) {
+std::string idsOf(const std::vector<kpx::Finding>& remarks) {
     std::string ids;
-    for (const kpx::Remark& remark : remarks) ids += (ids.empty() ? "" : ",") + remark.id;
+    for (const kpx::Finding& remark : remarks) ids += (ids.empty() ? "" : ",") + remark.id;
     return ids.empty() ? "-" : ids;
 }
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "reader/TddsReader.h"
-#include "reader/formatTable.h"
+#include "dds/formatTable.h"
 #include "tests/model/blockModel.h"
 #include "tests/support/ddsFiles.h"
 #include "tests/support/families.h"

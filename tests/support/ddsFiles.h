@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "reader/TddsReader.h"
-#include "reader/ddsFile.h"
+#include "dds/ddsFile.h"
 #include "tests/support/memoryFile.h"
 
 namespace testing_support {

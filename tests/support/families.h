@@ -1,7 +1,7 @@
 // Files of every row of the table of formats.
 #pragma once
 
-#include "reader/formatTable.h"
+#include "dds/formatTable.h"
 #include "tests/model/randomBlocks.h"
 #include "tests/support/ddsFiles.h"
 

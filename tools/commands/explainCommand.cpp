@@ -66,8 +66,8 @@ void printHowItIsRead(const Explanation& file) {
 
 void printText(const std::string& name, const Explanation& file) {
     std::cout << printable(name) << ": " << summaryOf(file) << "\n";
-    for (const Remark& cause : file.causes) printLine("why", cause.sentence);
-    for (const Remark& surprise : file.surprises) printLine("note", surprise.sentence);
+    for (const Finding& finding : file.findings)
+        printLine(finding.severity >= Grade::black ? "why" : "note", finding.sentence);
     if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy with these changes:");
     for (const Remark& mend : file.mends) printLine("", mend.sentence);
     if (!file.conversions.empty())

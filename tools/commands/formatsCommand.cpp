@@ -2,9 +2,9 @@
 #include <iomanip>
 #include <iostream>
 
+#include "dds/formatTable.h"
 #include "explain/formatNames.h"
 #include "explain/text.h"
-#include "reader/formatTable.h"
 #include "tools/commands/commands.h"
 #include "tools/pictures/pluginChoice.h"
 
@@ -30,6 +30,7 @@ std::string headerText(const Format& format) {
         case NamedBy::palette:
             return "palette flag " + hex(format.id);
         case NamedBy::masks:
+        case NamedBy::flags:
             break;
     }
     const Masks& masks = format.masks;

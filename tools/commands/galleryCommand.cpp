@@ -36,8 +36,8 @@ struct Arguments {
     BatchOptions batch;
 };
 
-void addRemarks(Json& file, const char* kind, const std::vector<Remark>& remarks) {
-    for (const Remark& remark : remarks) file["remarks"].push_back({{"kind", kind}, {"text", remark.sentence}});
+void addRemark(Json& file, const char* kind, const std::string& sentence) {
+    file["remarks"].push_back({{"kind", kind}, {"text", sentence}});
 }
 
 Json formatAsJson(const Explanation& explanation) {
@@ -49,10 +49,10 @@ Json formatAsJson(const Explanation& explanation) {
 Json explained(const std::string& name, const Explanation& explanation) {
     const Verdict& verdict = explanation.verdict;
     Json file = {{"name", name}, {"remarks", Json::array()}};
-    addRemarks(file, "cause", explanation.causes);
-    addRemarks(file, "note", explanation.surprises);
-    addRemarks(file, "repair", explanation.mends);
-    addRemarks(file, "conversion", explanation.conversions);
+    for (const Finding& finding : explanation.findings)
+        addRemark(file, finding.severity >= Grade::black ? "cause" : "note", finding.sentence);
+    for (const Remark& mend : explanation.mends) addRemark(file, "repair", mend.sentence);
+    for (const Remark& conversion : explanation.conversions) addRemark(file, "conversion", conversion.sentence);
     if (verdict.result == Result::refused || !otherFileText(explanation.facts).empty()) return file;
     const DDS_HEADER& header = explanation.facts.header.header;
     // What the card says and filters by; the mended copy has its own.

@@ -1,6 +1,7 @@
 // kpximage info: size and channels of images.
 #include <iostream>
 
+#include "explain/causes.h"
 #include "explain/fileFacts.h"
 #include "explain/otherFile.h"
 #include "explain/text.h"

@@ -84,9 +84,10 @@ private:
     std::vector<Row> m_rows;  // added in turn
 };
 
-std::string idsOf(const std::vector<Remark>& remarks) {
+template <typename Remarks>
+std::string idsOf(const Remarks& remarks) {
     std::string ids;
-    for (const Remark& remark : remarks) ids += (ids.empty() ? "" : ", ") + remark.id;
+    for (const auto& remark : remarks) ids += (ids.empty() ? "" : ", ") + remark.id;
     return ids;
 }
 
@@ -156,7 +157,7 @@ void Repairs::show(const std::string& file, const std::string& output, const Rep
         printJson(repairAsJson(file, m_arguments.isDryRun ? "" : m_arguments.isInPlace ? file : output, report));
     else if (isTable && !isFine)
         addRow(nameOf(report.result), file,
-               idsOf(report.helps() ? report.mends() : report.causes) +
+               (report.helps() ? idsOf(report.mends()) : idsOf(report.causes)) +
                    (report.isConvertible ? " (--convert helps)" : ""));
     else if (!isTable)
         for (const Remark& mend : report.mends()) print(printable(file) + ": " + mend.sentence + "\n");

@@ -1,6 +1,7 @@
 // kpximage split: every picture in a DDS file as a file of its own.
 #include <filesystem>
 
+#include "explain/causes.h"
 #include "explain/fileFacts.h"
 #include "explain/mends.h"
 #include "explain/surfaces.h"

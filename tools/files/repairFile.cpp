@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "explain/causes.h"
 #include "explain/conversionMends.h"
 #include "explain/otherFile.h"
 #include "tools/files/PendingFile.h"
@@ -31,11 +32,11 @@ RepairReport unhelpful(const FileFacts& facts, Repair repair, const Repair& conv
                 {}};
     }
     const bool isBlack = repair.verdict.result == Result::black;
-    std::vector<Remark> causes = causesOf(repair.facts, repair.verdict);
+    std::vector<Finding> causes = causesOf(repair.facts, repair.verdict);
     const auto obstacle = conversionObstacle(facts, conversion);
     if (obstacle) causes.push_back(*obstacle);
     std::string reason = isBlack ? "cannot be mended and comes out as a black picture." : "cannot be mended.";
-    for (const Remark& cause : causes) reason += " " + cause.sentence;
+    for (const Finding& cause : causes) reason += " " + cause.sentence;
     return {isBlack ? RepairResult::black : RepairResult::refused, facts, std::move(repair), reason, std::move(causes)};
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "explain/causes.h"
 #include "explain/mends.h"
 #include "tools/terminal/json.h"
 
@@ -25,9 +26,9 @@ struct RepairReport {
     RepairResult result;
     FileFacts facts;  // of the file as it is
     Repair repair;
-    std::string reason;          // why it is not mended, without the file's name; empty where it is
-    std::vector<Remark> causes;  // why it is not decoded after all; none where it is
-    bool isConvertible = false;  // only if that may be; the reason says so
+    std::string reason;           // why it is not mended, without the file's name; empty where it is
+    std::vector<Finding> causes;  // why it is not decoded after all; none where it is
+    bool isConvertible = false;   // only if that may be; the reason says so
 
     // Whether a copy can be made that is decoded.
     [[nodiscard]] bool helps() const { return result == RepairResult::mended || result == RepairResult::converted; }

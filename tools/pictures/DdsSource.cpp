@@ -3,11 +3,11 @@
 
 #include <cstring>
 
+#include "dds/dataSize.h"
 #include "explain/causes.h"
 #include "explain/fileFacts.h"
 #include "explain/mends.h"
 #include "host/HostError.h"
-#include "reader/dataSize.h"
 #include "reader/loading.h"
 #include "tools/terminal/StdoutSilence.h"
 #include "tools/terminal/console.h"
@@ -19,18 +19,15 @@ namespace {
 SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     if (verdict.result != Result::decoded) return {};
     const Format& format = *verdict.format;
-    const auto isDxgi = [&](const char* part) {
-        return format.namedBy == NamedBy::dxgi && std::strstr(format.name, part) != nullptr;
-    };
     const auto isKernel = [&](BlockKernel one, BlockKernel other) {
         return format.kernel == one || format.kernel == other;
     };
     SourceTraits traits;
-    traits.isSrgb = isDxgi("_SRGB");
+    traits.isSrgb = format.has(isSrgb);
     traits.isHalf = format.has(isHalf) || isKernel(BlockKernel::bc6hUnsigned, BlockKernel::bc6hSigned);
     traits.lacksBlue = isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed) ||
-                       (verdict.decoder == Loader::uncompressed && loadedPixelFormat(facts).dwBBitMask == 0);
-    traits.ignoresAlpha = isDxgi("X8_");
+                       (verdict.decoder == Loader::uncompressed && verdict.pixelFormat.dwBBitMask == 0);
+    traits.ignoresAlpha = format.has(ignoresAlpha);
     // Luminance is named by flags alone.
     const bool isCode = (facts.header.header.ddspf.dwFlags & DDPF_FOURCC) != 0;
     traits.isRed = verdict.colourChannels() == 1 && (isCode || verdict.decoder == Loader::floatingPoint);

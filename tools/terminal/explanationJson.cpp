@@ -7,13 +7,16 @@
 
 namespace kpx::tool {
 
-Json remarksAsJson(const std::vector<Remark>& remarks) {
-    Json array = Json::array();
-    for (const Remark& remark : remarks) array.push_back({{"id", remark.id}, {"sentence", remark.sentence}});
-    return array;
-}
-
 namespace {
+
+// The findings that say why there is no picture, or the others.
+Json findingsAsJson(const Explanation& file, bool areCauses) {
+    std::vector<Finding> findings;
+    for (const Finding& finding : file.findings) {
+        if ((finding.severity >= Grade::black) == areCauses) findings.push_back(finding);
+    }
+    return remarksAsJson(findings);
+}
 
 Json headerAsJson(const Explanation& file) {
     const DDS_HEADER& header = file.facts.header.header;
@@ -54,8 +57,8 @@ Json explanationAsJson(const std::string& name, const Explanation& file) {
     Json object = {{"file", name},
                    {"summary", summaryOf(file)},
                    {"verdict", resultName(file.verdict.result)},
-                   {"causes", remarksAsJson(file.causes)},
-                   {"surprises", remarksAsJson(file.surprises)},
+                   {"causes", findingsAsJson(file, true)},
+                   {"surprises", findingsAsJson(file, false)},
                    {"mends", remarksAsJson(file.mends)},
                    {"conversions", remarksAsJson(file.conversions)},
                    {"fileBytes", file.facts.fileBytes}};

@@ -9,8 +9,13 @@
 
 namespace kpx::tool {
 
-// An array of ids and sentences.
-Json remarksAsJson(const std::vector<Remark>& remarks);
+// Returns an array of ids and sentences.
+template <typename Remarks>
+Json remarksAsJson(const Remarks& remarks) {
+    Json array = Json::array();
+    for (const auto& remark : remarks) array.push_back({{"id", remark.id}, {"sentence", remark.sentence}});
+    return array;
+}
 
 // The line of `explain --json` of a file by its name.
 Json explanationAsJson(const std::string& name, const Explanation& file);

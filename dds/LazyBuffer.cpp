@@ -1,12 +1,12 @@
 // Small blocks come from the C allocator. Large ones are mapped, aligned to the processor's large pages and advised to
 // use them: the first touch of 64 MiB in pages of 4 KiB takes longer than decoding a picture into it.
-#include "reader/LazyBuffer.h"
+#include "dds/LazyBuffer.h"
 
 #include <sys/mman.h>
 
 #include <cstdlib>
 
-#include "reader/checkedSize.h"
+#include "dds/checkedSize.h"
 
 namespace kpx {
 namespace {

@@ -16,7 +16,7 @@ enum PixelLayout : std::uint32_t {
     BytesBGRA = 7,
     BytesARGB = 8,
     BytesRGBA = 9,
-    HalfR = 10,  // 10 to 17 hold 32-bit floats, whatever the file held
+    HalfR = 10,  // named after what the file held; in memory 10 to 17 are all 32-bit floats
     HalfRG = 11,
     HalfRGBA = 13,
     FloatR = 14,

@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include "blocks/texel.h"
-#include "reader/checkedSize.h"
-#include "reader/formatTable.h"
+#include "dds/checkedSize.h"
+#include "dds/formatTable.h"
 
 namespace kpx {
 
