@@ -17,8 +17,8 @@ namespace {
 
 constexpr const char* usualName = "kpxbase.cat";
 
-// Null, with errno set, when there is none.
-nl_catd openCatalogue(const char* name) {
+// Opens a catalogue. Returns null, with errno set, if there is none.
+nl_catd catalogueNamed(const char* name) {
     nl_catd catalogue = catopen(name, NL_CAT_LOCALE);
     // POSIX: a failure is the value -1 in the type of a catalogue, which is a pointer.
     return reinterpret_cast<intptr_t>(catalogue) == -1 ? nullptr : catalogue;
@@ -28,7 +28,7 @@ nl_catd openCatalogue(const char* name) {
 
 void openCatalogue(const std::string& path) {
     closeCatalogue();
-    kpx__msg_cat = openCatalogue(path.c_str());
+    kpx__msg_cat = catalogueNamed(path.c_str());
     if (kpx__msg_cat == nullptr) {
         throw HostError("cannot open the message catalogue " + path + ": " + std::strerror(errno));
     }
@@ -45,7 +45,7 @@ void openCatalogueOfEnvironment() {
     if (path != nullptr && *path != '\0') {
         openCatalogue(path);
     } else {
-        kpx__msg_cat = openCatalogue(usualName);
+        kpx__msg_cat = catalogueNamed(usualName);
     }
 }
 
