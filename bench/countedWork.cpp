@@ -23,7 +23,7 @@ struct Work {
 
 Work blocks(const char* name, kpx::BlockKernel kernel) {
     return {name, [kernel](const KernelSet& set, const unsigned char* input, std::size_t count, unsigned char* output) {
-                set.strips[static_cast<std::size_t>(kernel)](input, count, output, most * 64);
+                set.strips[kernel](input, count, output, most * 64);
             }};
 }
 

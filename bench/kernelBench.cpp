@@ -86,7 +86,7 @@ const BlockCase blockCases[] = {
 void decodeBlocks(benchmark::State& state, const kpx::KernelSet& set, const BlockCase& blockCase) {
     const Blocks blocks = makeBlocks(blockCase.blockBytes, blockCase.make);
     std::vector<unsigned char> image(pixels * blockCase.texelBytes);
-    const kpx::StripKernel kernel = set.strips[static_cast<std::size_t>(blockCase.kernel)];
+    const kpx::StripKernel kernel = set.strips[blockCase.kernel];
     bench::againstCopy(state, image.size(), [&] {
         kpx::walkBlocks(kernel, blocks.data(), blockCase.blockBytes, {image.data(), side, side, blockCase.texelBytes});
         benchmark::DoNotOptimize(image.data());

@@ -15,8 +15,8 @@ struct Bc7Mode {
     std::uint8_t primaryBits, secondaryBits;  // of an index
 };
 
-// The modes 0 to 7, and last the reserved block: no fields but 2-bit indices, so that both endpoints are 0.
-inline constexpr Bc7Mode bc7Modes[9] = {
+// The modes 0 to 7. A reserved block has no mode.
+inline constexpr Bc7Mode bc7Modes[8] = {
     {3, 4, 0, 0, 4, 0, PBits::perEndpoint, 3, 0},  //
     {2, 6, 0, 0, 6, 0, PBits::perSubset, 3, 0},    //
     {3, 6, 0, 0, 5, 0, PBits::none, 2, 0},         //
@@ -25,9 +25,7 @@ inline constexpr Bc7Mode bc7Modes[9] = {
     {1, 0, 2, 0, 7, 8, PBits::none, 2, 2},         //
     {1, 0, 0, 0, 7, 7, PBits::perEndpoint, 4, 0},  //
     {2, 6, 0, 0, 5, 5, PBits::perEndpoint, 2, 0},  //
-    {1, 0, 0, 0, 0, 0, PBits::none, 2, 0},
 };
-inline constexpr int bc7ReservedMode = 8;
 
 // Bits that a block of a mode spends, its mode bits included: each mode spends all 128.
 constexpr int spentBits(const Bc7Mode& m, int mode) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 
 namespace kpx {
@@ -28,7 +29,28 @@ enum class BlockKernel : std::uint8_t {
     bc6hSigned,
     bc7,
 };
-inline constexpr std::size_t blockKernelCount = 13;
+inline constexpr std::size_t blockKernelCount = static_cast<std::size_t>(BlockKernel::bc7) + 1;
+
+// A strip kernel for every block format.
+class StripTable {
+public:
+    struct Entry {
+        BlockKernel kernel;
+        StripKernel strip;
+    };
+    // Names each format once; a table that lacks one does not compile.
+    consteval StripTable(std::initializer_list<Entry> entries) {
+        for (const Entry& entry : entries) m_strips[static_cast<std::size_t>(entry.kernel)] = entry.strip;
+        for (std::size_t i = 1; i < blockKernelCount; ++i) {
+            if (m_strips[i] == nullptr) throw "a format has no kernel";
+        }
+    }
+    // Null for BlockKernel::none.
+    constexpr StripKernel operator[](BlockKernel kernel) const { return m_strips[static_cast<std::size_t>(kernel)]; }
+
+private:
+    StripKernel m_strips[blockKernelCount] = {};
+};
 
 // A row of stored pixels, of bytes or of floats.
 struct PixelRow {
@@ -68,7 +90,7 @@ constexpr std::uint32_t scaleMasked(std::uint32_t pixel, std::uint32_t mask) {
 struct KernelSet {
     const char* name;
     bool (*runsHere)();
-    StripKernel strips[blockKernelCount];  // by BlockKernel; null for none
+    StripTable strips;
 
     // Splits pixels of N units into N rows, unit k of pixel x to rows[k][x]. The last row may be null, of splitBytes4
     // only: that unit is skipped.

@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (!kernels->runsHere()) continue;
             unsigned char rows[4][64 + 16];
             std::memset(rows, 0xC3, sizeof rows);
-            kernels->strips[static_cast<std::size_t>(decoder.kernel)](block, 1, rows[0], sizeof rows[0]);
+            kernels->strips[decoder.kernel](block, 1, rows[0], sizeof rows[0]);
             for (std::size_t r = 0; r < 4; ++r) {
                 fuzz::claim(std::memcmp(rows[r], tile.data() + r * rowBytes, rowBytes) == 0, kernels->name);
                 for (std::size_t i = rowBytes; i < sizeof rows[r]; ++i)

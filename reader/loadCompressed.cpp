@@ -49,7 +49,7 @@ void TddsReader::decompressRows(const unsigned char* blocks, BlockKernel kernel,
     const std::size_t pixelBytes = m_pixelLayout == HalfRGBA ? floatPixelBytes : texelBytes;
     const auto rows = static_cast<std::uint32_t>(std::min<std::uint64_t>(most, m_height - first));
     unsigned char* const pixels = m_pixels.data() + first * pixelBytes * m_width;
-    walkBlocks(m_kernels.strips[static_cast<std::size_t>(kernel)], blocks, blockBytes,
+    walkBlocks(m_kernels.strips[kernel], blocks, blockBytes,
                {pixels, m_width, rows, pixelBytes});
 }
 

@@ -33,7 +33,8 @@ KPX_INLINE void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wi
 // in the same way: 21846 / 65536 exceeds 1 / 3 by 0.00001, which is 0.008 at most.
 template <bool opaque, bool isDXT1>
 KPX_INLINE Wide colourPalette(Wide block) {
-    constexpr LaneBytes fieldBytes{{none, none, 0, 1, 0, 1, none, 0, none, none, 2, 3, 2, 3, none, 2}};
+    constexpr LaneBytes fieldBytes{
+        {zeroByte, zeroByte, 0, 1, 0, 1, zeroByte, 0, zeroByte, zeroByte, 2, 3, 2, 3, zeroByte, 2}};
     constexpr LaneWords fieldMasks{{0, 0xF800, 0x07E0, 0x1F00, 0, 0xF800, 0x07E0, 0x1F00}};
     constexpr LaneWords align{{0, 1 << 9, 1 << 14, 1 << 12, 0, 1 << 9, 1 << 14, 1 << 12}};
     constexpr LaneWords scale{{0, 33693, 33159, 33693, 0, 33693, 33159, 33693}};
@@ -75,8 +76,10 @@ KPX_INLINE Wide divideTexels(Wide texels) {
     const Wide divisor = alpha | (equal32(alpha, zero()) & spread32(256));
     const Wide factor = floatQuotients(256.0F * (1.0F + 0x1p-20F), divisor);
     // Two of the channels by shuffles, which other ports of a processor do than shifts and conversions.
-    constexpr LaneBytes reds{{1, none, none, none, 5, none, none, none, 9, none, none, none, 13, none, none, none}};
-    constexpr LaneBytes greens{{2, none, none, none, 6, none, none, none, 10, none, none, none, 14, none, none, none}};
+    constexpr LaneBytes reds{{1, zeroByte, zeroByte, zeroByte, 5, zeroByte, zeroByte, zeroByte, 9, zeroByte, zeroByte,
+                              zeroByte, 13, zeroByte, zeroByte, zeroByte}};
+    constexpr LaneBytes greens{{2, zeroByte, zeroByte, zeroByte, 6, zeroByte, zeroByte, zeroByte, 10, zeroByte,
+                                zeroByte, zeroByte, 14, zeroByte, zeroByte, zeroByte}};
     const Wide r = truncatedFloats(scaledFloats(shuffle8(texels, loadTwice(&reds)), factor));
     const Wide g = truncatedFloats(scaledFloats(shuffle8(texels, loadTwice(&greens)), factor));
     const Wide b = truncatedFloats(scaledFloats(shiftRight32<24>(texels), factor));
@@ -121,8 +124,10 @@ constexpr int fifth = 13108;
 constexpr LaneWords lastEntry{{0, 0, 0, 0, 0, 0, 0, 255}};
 constexpr LaneBytes endpointPairs{{0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1}};
 // An endpoint in the high byte of every word.
-constexpr LaneBytes firstEndpoint{{none, 0, none, 0, none, 0, none, 0, none, 0, none, 0, none, 0, none, 0}};
-constexpr LaneBytes secondEndpoint{{none, 1, none, 1, none, 1, none, 1, none, 1, none, 1, none, 1, none, 1}};
+constexpr LaneBytes firstEndpoint{
+    {zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0}};
+constexpr LaneBytes secondEndpoint{
+    {zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1}};
 
 // Eight bytes, in both halves of each lane.
 template <bool equalIsSeven>
@@ -157,7 +162,7 @@ KPX_INLINE Wide signedPalette(Wide block) {
 // Sixteen 3-bit indices from bit 16 of each lane, a byte each.
 KPX_INLINE Wide threeBitIndices(Wide block) {
     constexpr LaneBytes low{{2, 3, 2, 3, 2, 3, 3, 4, 3, 4, 3, 4, 4, 5, 4, 5}};
-    constexpr LaneBytes high{{5, 6, 5, 6, 5, 6, 6, 7, 6, 7, 6, 7, 7, none, 7, none}};
+    constexpr LaneBytes high{{5, 6, 5, 6, 5, 6, 6, 7, 6, 7, 6, 7, 7, zeroByte, 7, zeroByte}};
     constexpr LaneWords lift{{1 << 13, 1 << 10, 1 << 7, 1 << 12, 1 << 9, 1 << 6, 1 << 11, 1 << 8}};
     const Wide first = mulLow16(shuffle8(block, loadTwice(&low)), loadTwice(&lift));
     const Wide second = mulLow16(shuffle8(block, loadTwice(&high)), loadTwice(&lift));
@@ -190,28 +195,15 @@ KPX_INLINE void bc5Pair(const unsigned char* blocks, unsigned char* out, std::si
 }
 
 // A strip of blocks, two at a time. A last single block goes through scratch memory.
-#define KPX_PAIR_STRIP(name, blockBytes, decodePair)                                                                 \
-    KPX_TARGET void name(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) { \
-        for (; count >= 2; count -= 2, blocks += 2 * (blockBytes), out += 2 * tileRowBytes) {                        \
-            decodePair(blocks, out, rowBytes);                                                                       \
-        }                                                                                                            \
-        if (count != 0) {                                                                                            \
-            unsigned char twoBlocks[2 * (blockBytes)] = {};                                                          \
-            unsigned char tiles[4][2 * tileRowBytes];                                                                \
-            std::memcpy(twoBlocks, blocks, blockBytes);                                                              \
-            decodePair(twoBlocks, tiles[0], sizeof tiles[0]);                                                        \
-            for (std::size_t r = 0; r < 4; ++r) std::memcpy(out + r * rowBytes, tiles[r], tileRowBytes);             \
-        }                                                                                                            \
-    }
-
-KPX_PAIR_STRIP(bc1Strip, 8, bc1Pair)
-KPX_PAIR_STRIP(bc2Strip, 16, bc2Pair<false>)
-KPX_PAIR_STRIP(bc3Strip, 16, bc3Pair<false>)
-KPX_PAIR_STRIP(bc4UnsignedStrip, 8, bc4Pair<false>)
-KPX_PAIR_STRIP(bc4SignedStrip, 8, bc4Pair<true>)
-KPX_PAIR_STRIP(bc5UnsignedStrip, 16, bc5Pair<false>)
-KPX_PAIR_STRIP(bc5SignedStrip, 16, bc5Pair<true>)
-KPX_PAIR_STRIP(bc2PremultipliedStrip, 16, bc2Pair<true>)
-KPX_PAIR_STRIP(bc3PremultipliedStrip, 16, bc3Pair<true>)
+template <std::size_t blockBytes, auto decodePair>
+KPX_TARGET void pairStrip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
+    for (; count >= 2; count -= 2, blocks += 2 * blockBytes, out += 2 * tileRowBytes) decodePair(blocks, out, rowBytes);
+    if (count == 0) return;
+    unsigned char twoBlocks[2 * blockBytes] = {};
+    unsigned char tiles[4][2 * tileRowBytes];
+    std::memcpy(twoBlocks, blocks, blockBytes);
+    decodePair(twoBlocks, tiles[0], sizeof tiles[0]);
+    for (std::size_t r = 0; r < 4; ++r) std::memcpy(out + r * rowBytes, tiles[r], tileRowBytes);
+}
 
 }  // namespace

@@ -1,5 +1,11 @@
-// The kernels for two 128-bit lanes, written once over the operations that the including source has defined before, and
-// the making of a kernel set from them. Every kernel writes what its plain twin writes.
+// The kernels for two 128-bit lanes, written once over the operations on a vector Wide, and the making of a kernel set
+// from them. Every kernel writes what its plain twin writes.
+//
+// A source includes the operations of its processor first: they define Wide, and KPX_TARGET and KPX_INLINE, which
+// compile a function for that processor. Templates over the vector type would not change that. Both compilers refuse to
+// inline an operation into a function that is not itself compiled for the operation's target ("target specific option
+// mismatch"), and an attribute cannot depend on a template's argument, so that every kernel needs the macro all the
+// same.
 #pragma once
 
 #include "blocks/kernels.h"
@@ -12,28 +18,39 @@
 namespace {
 
 constexpr kpx::KernelSet makeWideSet(const char* name, bool (*runsHere)()) {
+    using enum kpx::BlockKernel;
     return {
-        name,
-        runsHere,
-        {nullptr, bc1Strip, bc2Strip, bc2PremultipliedStrip, bc3Strip, bc3PremultipliedStrip, bc4UnsignedStrip,
-         bc4SignedStrip, bc5UnsignedStrip, bc5SignedStrip, bc6hStrip<false>, bc6hStrip<true>, bc7Strip},
-        split2<unsigned char>,
-        splitBytes3,
-        splitBytes4,
-        split2<float>,
-        splitFloats3,
-        splitFloats4,
-        extractMasks,
-        joinBytes3,
-        joinBytes4,
-        pickByteEntries,
-        pickNibbleEntries,
-        expandPairs,
-        halfsToFloats,
-        r11g11b10ToFloats,
-        r9g9b9e5ToFloats,
-        highBytes,
-        snormToUnorm,
+        .name = name,
+        .runsHere = runsHere,
+        .strips = {{bc1, pairStrip<8, bc1Pair>},
+                   {bc2, pairStrip<16, bc2Pair<false>>},
+                   {bc2Premultiplied, pairStrip<16, bc2Pair<true>>},
+                   {bc3, pairStrip<16, bc3Pair<false>>},
+                   {bc3Premultiplied, pairStrip<16, bc3Pair<true>>},
+                   {bc4Unsigned, pairStrip<8, bc4Pair<false>>},
+                   {bc4Signed, pairStrip<8, bc4Pair<true>>},
+                   {bc5Unsigned, pairStrip<16, bc5Pair<false>>},
+                   {bc5Signed, pairStrip<16, bc5Pair<true>>},
+                   {bc6hUnsigned, bc6hStrip<false>},
+                   {bc6hSigned, bc6hStrip<true>},
+                   {bc7, bc7Strip}},
+        .splitBytes2 = split2<unsigned char>,
+        .splitBytes3 = splitBytes3,
+        .splitBytes4 = splitBytes4,
+        .splitFloats2 = split2<float>,
+        .splitFloats3 = splitFloats3,
+        .splitFloats4 = splitFloats4,
+        .extractMasks = extractMasks,
+        .joinBytes3 = joinBytes3,
+        .joinBytes4 = joinBytes4,
+        .pickByteEntries = pickByteEntries,
+        .pickNibbleEntries = pickNibbleEntries,
+        .expandPairs = expandPairs,
+        .halfsToFloats = halfsToFloats,
+        .r11g11b10ToFloats = r11g11b10ToFloats,
+        .r9g9b9e5ToFloats = r9g9b9e5ToFloats,
+        .highBytes = highBytes,
+        .snormToUnorm = snormToUnorm,
     };
 }
 

@@ -11,6 +11,7 @@
 namespace {
 
 using kpx::load64;
+using kpx::zeroByte;
 
 // Constants of a lane, the same in both.
 struct LaneBytes {
@@ -19,7 +20,6 @@ struct LaneBytes {
 struct LaneWords {
     alignas(16) std::uint16_t word[8];
 };
-constexpr std::uint8_t none = 0x80;  // a byte order that gives 0
 
 constexpr std::size_t tileRowBytes = 16;
 

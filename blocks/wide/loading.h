@@ -50,7 +50,7 @@ constexpr LaneBytes pairOrder(bool greenFirst, int to, int from) {
     for (int i = 0; i < 16; ++i) {
         const int at = 16 * to + i;
         const int source = 4 * (at / 6) + sources[greenFirst ? 1 : 0][at % 6] - 16 * from;
-        order.byte[i] = source >= 0 && source < 16 ? static_cast<std::uint8_t>(source) : none;
+        order.byte[i] = source >= 0 && source < 16 ? static_cast<std::uint8_t>(source) : zeroByte;
     }
     return order;
 }
@@ -90,13 +90,15 @@ KPX_TARGET void halfsToFloats(const unsigned char* halfs, std::size_t count, flo
 
 // Three channels of eight pixels, words of 32 bits, one after the other for each pixel.
 KPX_INLINE void storeThrees(float* out, Wide a, Wide b, Wide c) {
-    constexpr LaneBytes firstToLast{
-        {none, none, none, none, none, none, none, none, none, none, none, none, 0, 1, 2, 3}};
-    constexpr LaneBytes lastTwoToFront{{4, 5, 6, 7, 8, 9, 10, 11, none, none, none, none, none, none, none, none}};
-    constexpr LaneBytes firstTwoToBack{{none, none, none, none, none, none, none, none, 0, 1, 2, 3, 4, 5, 6, 7}};
-    constexpr LaneBytes lastToFront{
-        {8, 9, 10, 11, none, none, none, none, none, none, none, none, none, none, none, none}};
-    constexpr LaneBytes threeToBack{{none, none, none, none, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
+    constexpr LaneBytes firstToLast{{zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte,
+                                     zeroByte, zeroByte, zeroByte, zeroByte, 0, 1, 2, 3}};
+    constexpr LaneBytes lastTwoToFront{
+        {4, 5, 6, 7, 8, 9, 10, 11, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte}};
+    constexpr LaneBytes firstTwoToBack{
+        {zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, 0, 1, 2, 3, 4, 5, 6, 7}};
+    constexpr LaneBytes lastToFront{{8, 9, 10, 11, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte,
+                                     zeroByte, zeroByte, zeroByte, zeroByte, zeroByte}};
+    constexpr LaneBytes threeToBack{{zeroByte, zeroByte, zeroByte, zeroByte, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
     Wide pixels[4] = {a, b, c, zero()};
     transpose(pixels);
     storeLanes(out, out + 12, pixels[0] | shuffle8(pixels[1], loadTwice(&firstToLast)));

@@ -82,7 +82,7 @@ constexpr LaneBytes threeByteOrder(int vector, int channel) {
     LaneBytes order{};
     for (int i = 0; i < 16; ++i) {
         const int from = 3 * i + channel - 16 * vector;
-        order.byte[i] = from >= 0 && from < 16 ? static_cast<std::uint8_t>(from) : none;
+        order.byte[i] = from >= 0 && from < 16 ? static_cast<std::uint8_t>(from) : zeroByte;
     }
     return order;
 }
@@ -139,7 +139,7 @@ KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
     if constexpr (bytesPerPixel == 4) {
         loadApart(pixels, 64, words);
     } else if constexpr (bytesPerPixel == 3) {
-        constexpr LaneBytes toWords{{0, 1, 2, none, 3, 4, 5, none, 6, 7, 8, none, 9, 10, 11, none}};
+        constexpr LaneBytes toWords{{0, 1, 2, zeroByte, 3, 4, 5, zeroByte, 6, 7, 8, zeroByte, 9, 10, 11, zeroByte}};
         for (std::size_t i = 0; i < 4; ++i) {
             words[i] = shuffle8(loadLanes(pixels + 12 * i, pixels + 48 + 12 * i), loadTwice(&toWords));
         }
@@ -279,7 +279,7 @@ constexpr LaneBytes joinedOrder(int vector, int unit) {
     LaneBytes order{};
     for (int i = 0; i < 16; ++i) {
         const int at = 16 * vector + i;
-        order.byte[i] = at % 3 == unit ? static_cast<std::uint8_t>(at / 3) : none;
+        order.byte[i] = at % 3 == unit ? static_cast<std::uint8_t>(at / 3) : zeroByte;
     }
     return order;
 }

@@ -21,20 +21,20 @@ struct FieldGather {
     WideWords lift;
 };
 
-inline constexpr std::uint8_t nothing = 0x80;  // a byte order that gives 0
+inline constexpr std::uint8_t zeroByte = 0x80;  // a byte order that gives 0
 
 // Gathers a field of a block, its bits first to first + width - 1, into word w so that its top bit is bit top.
 constexpr void gatherField(FieldGather& gather, int w, int first, int width, int top) {
     const int byte = first / 8;
     gather.bytes.byte[2 * w] = static_cast<std::uint8_t>(byte);
     // The window's second byte; past the block's end there is nothing that the field needs.
-    gather.bytes.byte[2 * w + 1] = byte < 15 ? static_cast<std::uint8_t>(byte + 1) : nothing;
+    gather.bytes.byte[2 * w + 1] = byte < 15 ? static_cast<std::uint8_t>(byte + 1) : zeroByte;
     gather.lift.word[w] = static_cast<std::uint16_t>(1U << (top + 1 - width - first % 8));
 }
 
 constexpr WideBytes noBytes() {
     WideBytes bytes{};
-    for (auto& byte : bytes.byte) byte = nothing;
+    for (auto& byte : bytes.byte) byte = zeroByte;
     return bytes;
 }
 
@@ -48,7 +48,7 @@ constexpr FieldGather gatherIndices(int width) {
     for (int t = 0; t < 16; ++t) {
         gatherField(gather, t, t * width, width, 15);
         // The 64-bit word is repeated, and no index needs the repetition.
-        if (gather.bytes.byte[2 * t + 1] > 7) gather.bytes.byte[2 * t + 1] = nothing;
+        if (gather.bytes.byte[2 * t + 1] > 7) gather.bytes.byte[2 * t + 1] = zeroByte;
     }
     return gather;
 }

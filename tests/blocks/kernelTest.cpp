@@ -32,7 +32,7 @@ testing::AssertionResult decodesLikeModel(const KernelSet& set, const Decoder& d
     const std::size_t rowBytes = count * tileBytes + oddStride;
     Tile image(margin + 4 * rowBytes + margin, canary);
     Tile expected = image;
-    set.strips[static_cast<std::size_t>(decoder.kernel)](blocks.data(), count, image.data() + margin, rowBytes);
+    set.strips[decoder.kernel](blocks.data(), count, image.data() + margin, rowBytes);
     for (std::size_t i = 0; i < count; ++i) {
         const Tile tile = decoder.model(std::span(blocks).subspan(i * decoder.blockBytes));
         for (std::size_t row = 0; row < 4; ++row) {
@@ -159,7 +159,7 @@ TEST_P(EveryLevel, PutsImagesOfEverySmallSizeTogetherFromTheirBlocks) {
                     append(blocks, model::randomBlock(random), decoder.blockBytes);
                 const std::size_t imageBytes = std::size_t{width} * height * decoder.texelBytes;
                 Tile image(imageBytes + 256, canary);
-                walkBlocks(set().strips[static_cast<std::size_t>(decoder.kernel)], blocks.data(), decoder.blockBytes,
+                walkBlocks(set().strips[decoder.kernel], blocks.data(), decoder.blockBytes,
                            {image.data(), width, height, decoder.texelBytes});
                 Tile expected(imageBytes + 256, canary);
                 for (std::size_t i = 0; i < std::size_t{width} * height; ++i) {

@@ -81,7 +81,7 @@ void expectBlock(const Decoder& decoder, const Bytes& block, const Bytes& expect
         image.insert(image.end(), row, row + rowBytes);
     }
     expectOfEverySet(image, [&](const kpx::KernelSet& set, unsigned char* out) {
-        const auto kernel = set.strips[static_cast<std::size_t>(decoder.kernel)];
+        const auto kernel = set.strips[decoder.kernel];
         kernel(times(copies, block).data(), copies, out, copies * rowBytes);
     });
 }

@@ -1,0 +1,268 @@
+// The operations of the wide kernels for processors with AVX2: two 128-bit lanes in one register. All operations work
+// within lanes unless they say otherwise. Everything is local to the including source, so that no other may end up with a
+// copy that needs AVX2.
+//
+// Neither pdep nor pext is used, which some of these processors run as slow microcode: fields are gathered by byte
+// shuffles and multiplications instead.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#define KPX_TARGET [[gnu::target("avx2,f16c")]]
+// Whatever takes or returns vectors is inlined without exception: g++ 12 clears the upper half of a vector that a
+// function of a wider target returns.
+#define KPX_INLINE [[gnu::target("avx2,f16c"), gnu::always_inline]] inline
+
+namespace {
+
+struct Wide {
+    __m256i v;
+};
+
+// Loads: 32 bytes; 8 bytes a lane, each in both halves of its lane; 16 or 8 bytes into every lane (and half).
+KPX_INLINE Wide load(const void* from) {
+    return {_mm256_loadu_si256(static_cast<const __m256i*>(from))};
+}
+KPX_INLINE Wide loadHalves(const unsigned char* from) {
+    const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    return {_mm256_permute4x64_epi64(_mm256_castsi128_si256(both), 0x50)};
+}
+KPX_INLINE Wide loadTwice(const void* from) {
+    return {_mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from)))};
+}
+// 16 bytes for each lane.
+KPX_INLINE Wide loadLanes(const void* from0, const void* from1) {
+    const __m256i low = _mm256_castsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(from0)));
+    return {_mm256_inserti128_si256(low, _mm_loadu_si128(static_cast<const __m128i*>(from1)), 1)};
+}
+KPX_INLINE Wide spread64(std::uint64_t value) {
+    return {_mm256_set1_epi64x(static_cast<long long>(value))};
+}
+KPX_INLINE Wide spread32(int value) {
+    return {_mm256_set1_epi32(value)};
+}
+KPX_INLINE Wide spread16(int value) {
+    return {_mm256_set1_epi16(static_cast<short>(value))};
+}
+KPX_INLINE Wide spread8(int value) {
+    return {_mm256_set1_epi8(static_cast<char>(value))};
+}
+KPX_INLINE Wide zero() {
+    return {_mm256_setzero_si256()};
+}
+
+// Brings the 64 bytes at an address nearer; the address may be anything.
+KPX_INLINE void fetch(const void* from) {
+    _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
+}
+
+// Eight words of 32 bits out of a table, by indices of a byte each.
+KPX_INLINE Wide pickWords(const unsigned char* table, const unsigned char* indices) {
+    const __m256i eight = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(indices)));
+    return {_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), eight, 4)};
+}
+KPX_INLINE void store(void* to, Wide a) {
+    _mm256_storeu_si256(static_cast<__m256i*>(to), a.v);
+}
+KPX_INLINE void storeLanes(void* to0, void* to1, Wide a) {
+    _mm_storeu_si128(static_cast<__m128i*>(to0), _mm256_castsi256_si128(a.v));
+    _mm_storeu_si128(static_cast<__m128i*>(to1), _mm256_extracti128_si256(a.v, 1));
+}
+
+KPX_INLINE Wide operator&(Wide a, Wide b) {
+    return {_mm256_and_si256(a.v, b.v)};
+}
+KPX_INLINE Wide operator|(Wide a, Wide b) {
+    return {_mm256_or_si256(a.v, b.v)};
+}
+KPX_INLINE Wide operator^(Wide a, Wide b) {
+    return {_mm256_xor_si256(a.v, b.v)};
+}
+KPX_INLINE Wide add16(Wide a, Wide b) {
+    return {_mm256_add_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide sub16(Wide a, Wide b) {
+    return {_mm256_sub_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide mulLow16(Wide a, Wide b) {
+    return {_mm256_mullo_epi16(a.v, b.v)};
+}
+// a x b >> 16, unsigned.
+KPX_INLINE Wide mulHigh16(Wide a, Wide b) {
+    return {_mm256_mulhi_epu16(a.v, b.v)};
+}
+// (a x b + 0x4000) >> 15, signed; not both are -32768.
+KPX_INLINE Wide mulRound16(Wide a, Wide b) {
+    return {_mm256_mulhrs_epi16(a.v, b.v)};
+}
+// Pairs of bytes multiplied and added, whose sums fit a signed word: unsigned bytes, those of b up to 127; signed
+// bytes, those of a not below 0.
+KPX_INLINE Wide mulAddUnsigned8(Wide a, Wide b) {
+    return {_mm256_maddubs_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide mulAddSigned8(Wide a, Wide b) {
+    return {_mm256_maddubs_epi16(a.v, b.v)};
+}
+// Pairs of signed words multiplied and added.
+KPX_INLINE Wide mulAddSigned16(Wide a, Wide b) {
+    return {_mm256_madd_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide abs16(Wide a) {
+    return {_mm256_abs_epi16(a.v)};
+}
+// a with the sign of b; 0 where b is 0.
+KPX_INLINE Wide sign16(Wide a, Wide b) {
+    return {_mm256_sign_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide min16(Wide a, Wide b) {
+    return {_mm256_min_epu16(a.v, b.v)};
+}
+KPX_INLINE Wide maxSigned8(Wide a, Wide b) {
+    return {_mm256_max_epi8(a.v, b.v)};
+}
+KPX_INLINE Wide equal16(Wide a, Wide b) {
+    return {_mm256_cmpeq_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide greater16(Wide a, Wide b) {
+    return {_mm256_cmpgt_epi16(a.v, b.v)};
+}
+// b where the bits of the mask are set, else a; all bits of a byte are alike.
+KPX_INLINE Wide choose(Wide a, Wide b, Wide mask) {
+    return {_mm256_blendv_epi8(a.v, b.v, mask.v)};
+}
+template <int bits>
+KPX_INLINE Wide shiftRight16(Wide a) {
+    return {_mm256_srli_epi16(a.v, bits)};
+}
+template <int bits>
+KPX_INLINE Wide shiftLeft16(Wide a) {
+    return {_mm256_slli_epi16(a.v, bits)};
+}
+// Byte i of a lane becomes byte order[i] of it, or 0 where order[i] has its top bit set; others are below 16.
+KPX_INLINE Wide shuffle8(Wide a, Wide order) {
+    return {_mm256_shuffle_epi8(a.v, order.v)};
+}
+KPX_INLINE Wide swapHalves(Wide a) {
+    return {_mm256_shuffle_epi32(a.v, 0x4E)};
+}
+KPX_INLINE Wide highHalf(Wide a) {
+    return {_mm256_srli_si256(a.v, 8)};
+}
+// 8 bytes, half h (0 to 3 over both lanes), into every half of every lane.
+template <int h>
+KPX_INLINE Wide spreadHalf(Wide a) {
+    return {_mm256_permute4x64_epi64(a.v, h * 0x55)};
+}
+// Exchanges the high half of lane 0 and the low half of lane 1.
+KPX_INLINE Wide crossHalves(Wide a) {
+    return {_mm256_permute4x64_epi64(a.v, 0xD8)};
+}
+KPX_INLINE Wide packBytes(Wide a, Wide b) {
+    return {_mm256_packus_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide unpackLow8(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi8(a.v, b.v)};
+}
+KPX_INLINE Wide unpackHigh8(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi8(a.v, b.v)};
+}
+KPX_INLINE Wide unpackLow16(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi16(a.v, b.v)};
+}
+KPX_INLINE Wide unpackHigh16(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi16(a.v, b.v)};
+}
+
+KPX_INLINE Wide unpackLow32(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi32(a.v, b.v)};
+}
+KPX_INLINE Wide unpackHigh32(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi32(a.v, b.v)};
+}
+KPX_INLINE Wide unpackLow64(Wide a, Wide b) {
+    return {_mm256_unpacklo_epi64(a.v, b.v)};
+}
+KPX_INLINE Wide unpackHigh64(Wide a, Wide b) {
+    return {_mm256_unpackhi_epi64(a.v, b.v)};
+}
+KPX_INLINE Wide packWords(Wide a, Wide b) {
+    return {_mm256_packus_epi32(a.v, b.v)};
+}
+KPX_INLINE Wide packSignedWords(Wide a, Wide b) {
+    return {_mm256_packs_epi32(a.v, b.v)};
+}
+
+KPX_INLINE Wide add32(Wide a, Wide b) {
+    return {_mm256_add_epi32(a.v, b.v)};
+}
+// (a x b + c) >> 32 of unsigned words of 32 bits; b is the same in all words, and c in all of 64 bits.
+KPX_INLINE Wide mulAddHigh32(Wide a, Wide b, Wide c) {
+    const __m256i even = _mm256_add_epi64(_mm256_mul_epu32(a.v, b.v), c.v);
+    const __m256i odd = _mm256_add_epi64(_mm256_mul_epu32(_mm256_srli_epi64(a.v, 32), b.v), c.v);
+    return {_mm256_blend_epi32(_mm256_srli_epi64(even, 32), odd, 0xAA)};
+}
+KPX_INLINE Wide greater32(Wide a, Wide b) {
+    return {_mm256_cmpgt_epi32(a.v, b.v)};
+}
+template <int bits>
+KPX_INLINE Wide shiftRight32(Wide a) {
+    return {_mm256_srli_epi32(a.v, bits)};
+}
+template <int bits>
+KPX_INLINE Wide shiftRightSigned32(Wide a) {
+    return {_mm256_srai_epi32(a.v, bits)};
+}
+template <int bits>
+KPX_INLINE Wide shiftLeft32(Wide a) {
+    return {_mm256_slli_epi32(a.v, bits)};
+}
+KPX_INLINE Wide shiftLeft32(Wide a, int bits) {
+    return {_mm256_sllv_epi32(a.v, _mm256_set1_epi32(bits))};
+}
+KPX_INLINE Wide equal32(Wide a, Wide b) {
+    return {_mm256_cmpeq_epi32(a.v, b.v)};
+}
+// Floats are vectors of their bits.
+// Whole numbers times floats.
+KPX_INLINE Wide scaledFloats(Wide a, Wide factors) {
+    return {_mm256_castps_si256(_mm256_mul_ps(_mm256_cvtepi32_ps(a.v), _mm256_castsi256_ps(factors.v)))};
+}
+KPX_INLINE Wide scaledFloats(Wide a, float factor) {
+    return scaledFloats(a, {_mm256_castps_si256(_mm256_set1_ps(factor))});
+}
+// A float divided by whole numbers.
+KPX_INLINE Wide floatQuotients(float dividend, Wide a) {
+    return {_mm256_castps_si256(_mm256_div_ps(_mm256_set1_ps(dividend), _mm256_cvtepi32_ps(a.v)))};
+}
+KPX_INLINE Wide truncatedFloats(Wide a) {
+    return {_mm256_cvttps_epi32(_mm256_castsi256_ps(a.v))};
+}
+
+// The half floats of each lane as floats: not for exponent 31, which becomes infinity.
+constexpr bool hasHalfConversion = true;
+KPX_INLINE void storeFiniteHalfs(unsigned char* to0, unsigned char* to1, Wide halfs) {
+    _mm256_storeu_ps(reinterpret_cast<float*>(to0), _mm256_cvtph_ps(_mm256_castsi256_si128(halfs.v)));
+    _mm256_storeu_ps(reinterpret_cast<float*>(to1), _mm256_cvtph_ps(_mm256_extracti128_si256(halfs.v, 1)));
+}
+
+// Sixteen 2-bit indices a lane, bytes 4 to 7 of it, made ready to pick texels from palettes of four.
+struct TexelIndices {
+    __m256i bits;
+};
+KPX_INLINE TexelIndices texelIndices(Wide block) {
+    return {_mm256_shuffle_epi32(block.v, 0x55)};
+}
+// Row r (0 to 3) of each lane's tile, picked from the lane's four texels.
+template <int r>
+KPX_INLINE Wide pickTexels(Wide palette, TexelIndices indices) {
+    const __m256i shifts =
+        _mm256_setr_epi32(8 * r, 8 * r + 2, 8 * r + 4, 8 * r + 6, 8 * r, 8 * r + 2, 8 * r + 4, 8 * r + 6);
+    // The permutation looks at the two low bits of each word alone.
+    const __m256i control = _mm256_srlv_epi32(indices.bits, shifts);
+    return {_mm256_castps_si256(_mm256_permutevar_ps(_mm256_castsi256_ps(palette.v), control))};
+}
+
+}  // namespace
