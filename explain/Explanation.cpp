@@ -28,8 +28,7 @@ std::string undecodedName(const Explanation& file) {
 
 }  // namespace
 
-Explanation explain(const std::string& file) {
-    const FileFacts facts = readFacts(file);
+Explanation explain(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
     Repair repair = repairOf(facts);
     const bool isMended = repair.helps();

@@ -20,8 +20,7 @@ struct Explanation {
     std::vector<Remark> conversions;  // that repair --convert would make where repair does not help
 };
 
-// Throws FileError when the file cannot be read.
-Explanation explain(const std::string& file);
+Explanation explain(const FileFacts& facts);
 
 // The format that the file names, decoded or not.
 std::string formatName(const Explanation& file);

@@ -1,14 +1,14 @@
-// The one place of this folder that opens a file: its first bytes are read, and nothing else.
+// The one place of this folder that reads a file: its first bytes, and nothing else.
 #include "explain/fileFacts.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
+#include <string>
 
 #include "explain/FileError.h"
 #include "reader/loadPlan.h"
@@ -37,21 +37,12 @@ std::vector<unsigned char> headerBytes(const FileFacts& facts) {
     return bytes;
 }
 
-void checkIsNoPipe(const std::string& path) {
+FileFacts readFacts(int descriptor) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError("is not a regular file");
-}
-
-FileFacts readFacts(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
-    checkIsNoPipe(path);
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    if (file == nullptr) throw FileError(std::string("cannot open the file: ") + std::strerror(errno));
     std::array<unsigned char, factBytes> start{};
-    const size_t count = std::fread(start.data(), 1, start.size(), file.get());
-    if (std::ferror(file.get()) != 0) throw FileError(std::string("cannot read the file: ") + std::strerror(errno));
-    return factsOf(std::span(start).first(count), static_cast<uint64_t>(status.st_size));
+    const ssize_t count = fstat(descriptor, &status) == 0 ? pread(descriptor, start.data(), start.size(), 0) : -1;
+    if (count < 0) throw FileError(std::string("cannot be read: ") + std::strerror(errno));
+    return factsOf(std::span(start).first(static_cast<std::size_t>(count)), static_cast<std::uint64_t>(status.st_size));
 }
 
 }  // namespace kpx

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "dds/ddsFile.h"
@@ -35,11 +34,7 @@ bool hasDx10Header(const FileFacts& facts);
 // The bytes before the pixel data: the header, and the DX10 header where the file has one.
 std::vector<unsigned char> headerBytes(const FileFacts& facts);
 
-// Throws FileError when the path is that of a pipe or a device, which is read but once where an image is opened several
-// times, and whose other end may never come. A missing file is left to what opens it.
-void checkIsNoPipe(const std::string& path);
-
-// Throws FileError when the file cannot be read or is no regular file.
-FileFacts readFacts(const std::string& path);
+// Reads the facts of an open file. Throws FileError if it cannot be read.
+FileFacts readFacts(int descriptor);
 
 }  // namespace kpx

@@ -229,16 +229,6 @@ Repair repairOf(const FileFacts& facts, bool mayConvert) {
     return draft;
 }
 
-bool isMendOf(const FileFacts& facts, std::uint64_t dataStart, std::span<const unsigned char> header) {
-    Draft draft = draftOf(facts);
-    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft, false)) {
-        const std::vector<unsigned char> bytes = headerBytes(draft.facts);
-        const bool isSame = std::equal(bytes.begin(), bytes.end(), header.begin(), header.end());
-        if (isSame && draft.helps() && draft.dataStart == dataStart) return true;
-    }
-    return false;
-}
-
 const char* repairHint(const FileFacts& facts) {
     if (repairOf(facts).helps()) return " \"kpximage repair\" makes a copy that is decoded.";
     if (repairOf(facts, true).helps())

@@ -35,10 +35,6 @@ struct Repair {
 // With mayConvert also what changes the picture, where nothing else is known.
 Repair repairOf(const FileFacts& facts, bool mayConvert = false);
 
-// Whether the header is what the mends make of the file, all of them or the first ones: a later version may have more.
-// dataStart is where the file's data starts.
-bool isMendOf(const FileFacts& facts, std::uint64_t dataStart, std::span<const unsigned char> header);
-
 // A sentence for what is told of a black picture, after a space; empty where repair does not help.
 const char* repairHint(const FileFacts& facts);
 

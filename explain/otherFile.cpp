@@ -85,8 +85,8 @@ std::string otherFileText(const FileFacts& facts) {
     return misplacedText(start);
 }
 
-std::string unrecognisedText(const std::string& path) {
-    const std::string other = otherFileText(readFacts(path));
+std::string unrecognisedText(const FileFacts& facts) {
+    const std::string other = otherFileText(facts);
     return other.empty() ? "is not recognised" : other;
 }
 

@@ -14,8 +14,7 @@ bool startsAsDds(const FileFacts& facts);
 // it: "is a PNG picture: ..." without the end of the sentence. Empty for every other file.
 std::string otherFileText(const FileFacts& facts);
 
-// The same of a file that is not recognised, or else "is not recognised". Throws FileError when the file cannot be
-// read.
-std::string unrecognisedText(const std::string& path);
+// The same for a file that is not recognised, or else "is not recognised".
+std::string unrecognisedText(const FileFacts& facts);
 
 }  // namespace kpx

@@ -18,13 +18,13 @@
 #include "python/ArraySource.h"
 #include "python/StdoutGate.h"
 #include "tools/files/PendingFile.h"
-#include "tools/files/repairFile.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/RowPacker.h"
 #include "tools/pictures/channelUse.h"
 #include "tools/pictures/pluginChoice.h"
 #include "tools/pictures/pluginOptions.h"
+#include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/explanationJson.h"
 
@@ -73,9 +73,9 @@ void heedSignals() {
 }
 
 tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
-    checkIsNoPipe(path);
-    if (!plugin.isFile(path)) throw FileError(unrecognisedText(path));
-    tool::OpenedImage image = tool::openThroughHost(plugin, path);
+    const tool::OpenFile file(path);
+    if (!plugin.isFile(file.path())) throw FileError(unrecognisedText(file.facts()));
+    tool::OpenedImage image = tool::openThroughHost(plugin, file);
     // There was no memory for what could be decoded.
     if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
     return image;
@@ -142,7 +142,7 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
     {
         const Unlocked unlocked;
         file.emplace(path);
-        note = tool::writeDdsFile(source, file->path(), settings);
+        note = tool::writeDdsFile(source, file->path(), path, settings);
     }
     if (!note.empty()) tell(note);
     heedSignals();
@@ -157,7 +157,7 @@ py::str textOf(const tool::Json& object) {
 py::str explainFile(const std::string& path) {
     const Explanation file = [&] {
         const Unlocked unlocked;
-        return explain(path);
+        return explain(tool::OpenFile(path).facts());
     }();
     return textOf(tool::explanationAsJson(path, file));
 }
@@ -166,7 +166,10 @@ py::str explainFile(const std::string& path) {
 py::str repair(const std::string& path, const std::optional<std::string>& output, bool mayConvert) {
     const tool::RepairReport report = [&] {
         const Unlocked unlocked;
-        return output ? tool::repairFile(path, *output, mayConvert) : tool::reportRepair(path, mayConvert);
+        const tool::OpenFile file(path);
+        tool::RepairReport planned = tool::planRepair(file.facts(), mayConvert);
+        if (output && planned.helps()) tool::writeRepairedCopy(file, planned, *output);
+        return planned;
     }();
     return textOf(tool::repairAsJson(path, output.value_or(""), report));
 }

@@ -15,11 +15,12 @@ plugin          writer reader host/kpxbase.h
 host
 tools/terminal  explain
 tools/files     tools/terminal explain
-tools/pictures  tools/terminal explain reader dds host
-tools/gallery   tools/pictures tools/files tools/terminal explain reader dds host
-tools/commands  tools/gallery tools/pictures tools/files tools/terminal explain reader dds host
+tools/repair    tools/files tools/terminal explain
+tools/pictures  tools/files tools/terminal explain reader dds host
+tools/gallery   tools/pictures tools/repair tools/files tools/terminal explain reader dds host
+tools/commands  tools/gallery tools/pictures tools/repair tools/files tools/terminal explain reader dds host
 tools/documents tools/commands tools/terminal explain
-python          tools/pictures tools/files tools/terminal explain host
+python          tools/pictures tools/repair tools/files tools/terminal explain host
 examples        dds host/kpxbase.h
 bench           writer reader dds blocks host examples tests/model tests/support
 '

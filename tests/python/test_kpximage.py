@@ -67,7 +67,8 @@ def test_reads_what_the_manifest_says(name, examples):
         assert name.startswith("samples/")
         pytest.skip(f"there is no {file}")
     result, width, height, colours, mattes, bits, _, digest = MANIFEST[name][:8]
-    if result == "refused" or "0" in (width, height):
+    # A small file that declares 80 MB.
+    if result == "refused" or "0" in (width, height) or name == "samples/hostile-041d.dds":
         with pytest.raises(kpximage.Error):
             kpximage.read(file)
         return
@@ -215,7 +216,7 @@ def test_refuses_what_cannot_be_written_and_leaves_nothing(tmp_path):
         with pytest.raises(error, match=re.escape(text)):
             kpximage.write(tmp_path / "a.dds", array, **options)
     for place, text in (("/dev/full", "not a regular file"), (tmp_path, "not a regular file"),
-                        (tmp_path / "no/a.dds", "cannot be created: No such file or directory")):
+                        (tmp_path / "no/a.dds", "cannot be created: the folder .* does not exist")):
         with pytest.raises(kpximage.Error, match=text):
             kpximage.write(place, good)
     with warnings.catch_warnings(), pytest.raises(kpximage.ImageWarning, match="the width 7 is stored as 8"):

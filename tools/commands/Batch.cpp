@@ -180,8 +180,7 @@ void BatchOptions::addTo(CLI::App& command, const std::string& verb) {
         ->check(CLI::Range(1, 256));
 }
 
-Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options, const Work& work) {
-    const InputFiles inputs = inputFiles(paths, options.isRecursive);
+Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work) {
     const Outcome outcome = Batch(inputs.files, options, work).run(jobsFor(inputs.files, options));
     return inputs.isComplete ? outcome : worse(outcome, Outcome::failed);
 }

@@ -30,10 +30,10 @@ struct FileResult {
     const char* counted;  // null: done, black or failed, as the outcome is
 };
 
-// Does the work on every file that the paths mean, on as many threads as there are jobs; what it tells in turn comes in
+// Does the work on every file, on as many threads as there are jobs; what it tells in turn comes in
 // the order of the files. A failure is told under the file's name and the others are still done, except for a
 // UsageError and Interrupted, which end the run and are thrown on. Returns the worst outcome.
-Outcome runBatch(const std::vector<std::string>& paths, const BatchOptions& options,
+Outcome runBatch(const InputFiles& inputs, const BatchOptions& options,
                  const std::function<FileResult(const InputFile&)>& work);
 
 }  // namespace kpx::tool

@@ -98,24 +98,24 @@ const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
 
 std::string Conversion::outputPath(const InputFile& input, const OutputFormat& format) {
     std::string output = m_places.of(input, format.extension);
-    std::error_code error;
-    if (fs::equivalent(input.path, output, error)) throw FileError("would be overwritten by its own conversion");
     m_places.claim(output);
     m_places.makeFolderOf(output);
     return output;
 }
 
 Outcome Conversion::convert(const InputFile& input) {
-    auto source = openSource(m_settings.plugin, input.path, m_request.depth.has_value());
+    OpenFile file(input.path);
+    const mode_t permissions = file.status().st_mode & 0777;
+    auto source = openSource(m_settings.plugin, std::move(file), m_request.depth.has_value());
     const Outcome outcome = source->isBlack() ? Outcome::fallback : Outcome::done;
     if (source->isBlack() && m_request.isStrict) return outcome;
     source = adjusted(std::move(source), m_adjustments);
     const OutputFormat& format = formatFor(*source);
     const std::string output = outputPath(input, format);
     try {
-        PendingFile file(output);
-        format.write(*source, file.path(), output, m_settings);
-        file.commit();
+        PendingFile pending(output, permissions);
+        format.write(*source, pending.path(), output, m_settings);
+        pending.commit();
     } catch (const OutputError& error) {
         tell(output, error.what());
         return Outcome::failed;

@@ -36,6 +36,9 @@ public:
     // Checks the request as a whole. Throws UsageError. Plug-in and request must outlive the conversion.
     Conversion(const host::Plugin& plugin, const ConversionRequest& request);
 
+    // Files that no output may replace.
+    void protect(const std::vector<InputFile>& inputs) { m_places.protect(inputs); }
+
     // Converts one of the inputs. Throws FileError or another std::exception that concerns the input; what
     // concerns the output is told under its name. May be called by several threads.
     Outcome convert(const InputFile& input);

@@ -12,7 +12,9 @@ namespace {
 Outcome run(const std::string& pluginPath, const ConversionRequest& request, const BatchOptions& options) {
     const auto plugin = loadPlugin(pluginPath);
     Conversion conversion(*plugin, request);
-    return runBatch(request.inputs(), options, [&](const InputFile& input) { return conversion.convert(input); });
+    const InputFiles inputs = inputFiles(request.inputs(), options.isRecursive);
+    conversion.protect(inputs.files);
+    return runBatch(inputs, options, [&](const InputFile& input) { return conversion.convert(input); });
 }
 
 std::vector<std::string> formatNames() {

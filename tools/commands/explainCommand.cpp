@@ -9,6 +9,7 @@
 #include "explain/summary.h"
 #include "explain/text.h"
 #include "tools/commands/commands.h"
+#include "tools/files/OpenFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/explanationJson.h"
 #include "tools/terminal/json.h"
@@ -81,7 +82,8 @@ void printText(const std::string& name, const Explanation& file) {
 
 Outcome show(const std::string& name, bool json) {
     constexpr Outcome outcomes[] = {Outcome::done, Outcome::fallback, Outcome::failed};
-    const Explanation file = json ? withFailureAsJson(name, [&] { return explain(name); }) : explain(name);
+    const auto work = [&] { return explain(OpenFile(name).facts()); };
+    const Explanation file = json ? withFailureAsJson(name, work) : work();
     if (json) {
         printJson(explanationAsJson(name, file));
     } else {

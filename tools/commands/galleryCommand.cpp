@@ -13,13 +13,13 @@
 #include "tools/files/PendingFile.h"
 #include "tools/files/PendingFolder.h"
 #include "tools/files/fileUri.h"
-#include "tools/files/repairFile.h"
 #include "tools/gallery/GalleryPage.h"
 #include "tools/gallery/galleryPictures.h"
 #include "tools/gallery/repairCommandLine.h"
 #include "tools/gallery/surfaceStrip.h"
 #include "tools/pictures/channelUse.h"
 #include "tools/pictures/pluginChoice.h"
+#include "tools/repair/repairFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
@@ -90,9 +90,11 @@ public:
     Outcome add(const std::string& path) {
         Entry entry(path);
         Outcome outcome = Outcome::failed;
+        std::optional<OpenFile> file;
         try {
-            entry.file = explained(path, explain(path));
-            outcome = addFile(path, entry);
+            file.emplace(path);
+            entry.file = explained(path, explain(file->facts()));
+            outcome = addFile(*file, entry);
         } catch (const Interrupted&) {
             throw;
         } catch (const std::bad_alloc&) {
@@ -100,7 +102,7 @@ public:
         } catch (const std::exception& error) {
             addFailure(entry.file, error.what());
         }
-        addMore(path, entry);
+        if (file) addMore(*file, entry);
         inTurn([this, file = std::move(entry.file), thumbnails = std::move(entry.thumbnails),
                 pictures = std::move(entry.pictures)]() mutable {
             m_page.add(file, std::move(thumbnails), std::move(pictures));
@@ -109,10 +111,10 @@ public:
     }
 
 private:
-    Outcome addFile(const std::string& path, Entry& entry) const;
+    Outcome addFile(const OpenFile& file, Entry& entry) const;
     void addVersion(const char* version, DdsSource& source, Entry& entry) const;
-    void addMore(const std::string& path, Entry& entry) const;
-    void addMended(const std::string& path, Entry& entry) const;
+    void addMore(const OpenFile& file, Entry& entry) const;
+    void addMended(const OpenFile& file, Entry& entry) const;
     static void addShortfall(Json& file, const std::string& message);
     static void addFailure(Json& file, const std::string& message);
 
@@ -122,9 +124,9 @@ private:
 };
 
 // An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
-Outcome Gallery::addFile(const std::string& path, Entry& entry) const {
-    if (!m_plugin.isFile(path)) throw FileError(unrecognisedText(path));
-    DdsSource source(m_plugin, path);
+Outcome Gallery::addFile(const OpenFile& file, Entry& entry) const {
+    if (!m_plugin.isFile(file.path())) throw FileError(unrecognisedText(file.facts()));
+    DdsSource source(m_plugin, file);
     addVersion("original", source, entry);
     entry.file["state"] = source.isBlack() ? "black" : entry.file["remarks"].empty() ? "fine" : "noted";
     return source.isBlack() ? Outcome::fallback : Outcome::done;
@@ -152,19 +154,24 @@ void Gallery::addVersion(const char* version, DdsSource& source, Entry& entry) c
 
 // The mended copy, where there is one, and the strip of its pictures, or of the file's own. They come on top: what
 // fails here is said, and is no failure of the file.
-void Gallery::addMore(const std::string& path, Entry& entry) const {
+void Gallery::addMore(const OpenFile& file, Entry& entry) const {
     try {
-        const RepairReport report = reportRepair(path, true);
-        StripSource source{path, report.facts, false, entry.exposure};
+        const RepairReport report = planRepair(file.facts(), true);
+        StripSource source{&file, report.facts, false, entry.exposure};
         std::optional<TemporaryFile> mended;
+        std::optional<OpenFile> mendedFile;
         if (report.helps()) {
-            entry.file["command"] = repairCommandLine(path, report.result == RepairResult::converted);
+            entry.file["command"] = repairCommandLine(file.name(), report.result == RepairResult::converted);
             source.facts = report.repair.facts;
             source.isMended = true;
+            const std::uint64_t pictures = std::max<std::uint64_t>(stripCount(source.facts), 1);
+            if (repairedBytes(report, pictures) > stripBytes)
+                throw FileError(textOf("the repaired picture is larger than ", stripBytes >> 20, " MiB"));
             mended.emplace();
-            source.path = mended->path();
-            writeRepaired(path, report, source.path, std::max<std::uint64_t>(stripCount(source.facts), 1));
-            addMended(source.path, entry);
+            writeRepaired(file, report, mended->descriptor(), pictures);
+            mendedFile.emplace(mended->path(), "the repaired copy of " + file.name());
+            source.file = &*mendedFile;
+            addMended(*mendedFile, entry);
             source.exposure = entry.exposure;
         }
         Json strip = surfaceStrip(m_plugin, source);
@@ -178,11 +185,11 @@ void Gallery::addMore(const std::string& path, Entry& entry) const {
     }
 }
 
-void Gallery::addMended(const std::string& path, Entry& entry) const {
-    DdsSource source(openUntold(m_plugin, path));
+void Gallery::addMended(const OpenFile& file, Entry& entry) const {
+    DdsSource source(openUntold(m_plugin, file));
     if (source.isBlack()) throw FileError(source.whyBlack());
     // What is said of the copy comes first: the viewer looks for it wherever there is a picture.
-    entry.file["mendedFormat"] = formatAsJson(explain(path));
+    entry.file["mendedFormat"] = formatAsJson(explain(file.facts()));
     addVersion("mended", source, entry);
 }
 
@@ -233,8 +240,8 @@ Outcome makeGallery(const host::Plugin& plugin, const Arguments& arguments) {
     settings.hasBoth = arguments.hasAssets;
     GalleryPage page(pending.path(), arguments.paths, keep);
     Gallery gallery(plugin, settings, page);
-    const Outcome outcome =
-        runBatch(arguments.paths, arguments.batch, [&](const InputFile& input) { return gallery.add(input.path); });
+    const Outcome outcome = runBatch(inputFiles(arguments.paths, arguments.batch.isRecursive), arguments.batch,
+                                     [&](const InputFile& input) { return gallery.add(input.path); });
     page.finish();
     pending.commit();
     if (folder) folder->commit();

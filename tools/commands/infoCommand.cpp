@@ -62,20 +62,20 @@ void print(const std::string& file, const Shape& shape, bool isBlack, bool json)
 }
 
 // An unrecognised file is not looked into: a picture can be made of anything that is long enough.
-Outcome showUnrecognised(const std::string& file, bool json) {
-    if (json) printJson({{"file", file}, {"recognised", false}});
-    tell(file, unrecognisedText(file));
+Outcome showUnrecognised(const OpenFile& file, bool json) {
+    if (json) printJson({{"file", file.name()}, {"recognised", false}});
+    tell(file.name(), unrecognisedText(file.facts()));
     return Outcome::failed;
 }
 
-Outcome showByHeaders(const std::string& file, bool json) {
-    const FileFacts facts = readFacts(file);
+Outcome showByHeaders(const OpenFile& file, bool json) {
+    const FileFacts facts = file.facts();
     if (!startsAsDds(facts)) return showUnrecognised(file, json);
     checkHasHeader(facts);
     const Verdict verdict = judge(facts);
     const bool isBlack = verdict.result == Result::black;
-    if (isBlack) tellWhyBlack(file, facts, verdict);
-    print(file, shapeOf(verdict), isBlack, json);
+    if (isBlack) tellWhyBlack(file.name(), facts, verdict);
+    print(file.name(), shapeOf(verdict), isBlack, json);
     return isBlack ? Outcome::fallback : Outcome::done;
 }
 
@@ -88,12 +88,11 @@ bool isAsForetold(const std::string& file, const OpenedImage& image) {
     return false;
 }
 
-Outcome showOpened(const host::Plugin& plugin, const std::string& file, bool json) {
-    checkIsNoPipe(file);
-    if (!plugin.isFile(file)) return showUnrecognised(file, json);
+Outcome showOpened(const host::Plugin& plugin, const OpenFile& file, bool json) {
+    if (!plugin.isFile(file.path())) return showUnrecognised(file, json);
     const OpenedImage image = openImage(plugin, file);
-    print(file, shapeOf(*image.reader), image.isBlack, json);
-    if (!isAsForetold(file, image)) return Outcome::failed;
+    print(file.name(), shapeOf(*image.reader), image.isBlack, json);
+    if (!isAsForetold(file.name(), image)) return Outcome::failed;
     return image.isBlack ? Outcome::fallback : Outcome::done;
 }
 
@@ -111,10 +110,12 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] {
             const auto plugin = arguments->isOpening ? loadPlugin(invocation.pluginPath) : nullptr;
-            return runBatch(arguments->files, arguments->batch, [&](const InputFile& file) {
+            const InputFiles inputs = inputFiles(arguments->files, arguments->batch.isRecursive);
+            return runBatch(inputs, arguments->batch, [&](const InputFile& file) {
                 const auto work = [&] {
-                    return plugin != nullptr ? showOpened(*plugin, file.path, arguments->json)
-                                             : showByHeaders(file.path, arguments->json);
+                    const OpenFile opened(file.path);
+                    return plugin != nullptr ? showOpened(*plugin, opened, arguments->json)
+                                             : showByHeaders(opened, arguments->json);
                 };
                 return arguments->json ? withFailureAsJson(file.path, work) : work();
             });

@@ -3,11 +3,12 @@
 #include <filesystem>
 #include <optional>
 
+#include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
 #include "tools/files/OutputPlaces.h"
-#include "tools/files/inPlaceRepair.h"
-#include "tools/files/repairFile.h"
+#include "tools/repair/inPlaceRepair.h"
+#include "tools/repair/repairFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/json.h"
@@ -42,7 +43,7 @@ bool namesOutput(const Arguments& arguments) {
 
 void check(const Arguments& arguments) {
     if (arguments.mayConvert && (arguments.isInPlace || arguments.isUndo))
-        throw UsageError("--convert changes pixels, which could not be undone: name an output");
+        throw UsageError("--convert needs an output");
     if (arguments.isInPlace && arguments.isUndo) throw UsageError("--undo is in place already: leave out --in-place");
     const bool needsOutput = !arguments.isDryRun && !arguments.isInPlace && !arguments.isUndo;
     if (needsOutput && arguments.paths.size() < 2) throw UsageError("OUT is required, or --dry-run or --in-place");
@@ -100,7 +101,9 @@ std::size_t charactersIn(const std::string& text) {
 Outcome Repairs::run() {
     BatchOptions options = m_arguments.batch;
     options.isQuiet = options.isQuiet || m_isSingle;
-    const Outcome outcome = runBatch(m_inputs, options, [&](const InputFile& file) { return workOn(file); });
+    const InputFiles inputs = inputFiles(m_inputs, options.isRecursive);
+    if (m_places) m_places->protect(inputs.files);
+    const Outcome outcome = runBatch(inputs, options, [&](const InputFile& file) { return workOn(file); });
     printRows();
     if (m_arguments.isDryRun && m_hasOutput && m_places->isFolder() && !options.isQuiet)
         tell("nothing has been written to " + m_arguments.paths.back() + ", as of --dry-run");
@@ -122,12 +125,13 @@ FileResult Repairs::workOn(const InputFile& file) {
 
 RepairReport Repairs::repaired(const InputFile& file, const std::string& output) {
     if (m_arguments.isInPlace) return repairInPlace(file.path, m_arguments.isDryRun);
-    RepairReport report = reportRepair(file.path, m_arguments.mayConvert);
+    const OpenFile input(file.path);
+    RepairReport report = planRepair(input.facts(), m_arguments.mayConvert);
     if (!report.helps() || !m_hasOutput) return report;
     m_places->claim(output);
     if (m_arguments.isDryRun) return report;
     m_places->makeFolderOf(output);
-    writeRepairedCopy(file.path, report, output);
+    writeRepairedCopy(input, report, output);
     return report;
 }
 
@@ -165,15 +169,15 @@ void Repairs::show(const std::string& file, const std::string& output, const Rep
 }
 
 FileResult Repairs::undo(const InputFile& file) {
-    const bool isUndone = undoRepair(file.path, m_arguments.isDryRun) == UndoResult::undone;
+    const bool isUndone = undoRepair(file.path, m_arguments.isDryRun);
     if (m_arguments.json) printJson({{"file", file.path}, {"result", isUndone ? "undone" : "nothing-to-undo"}});
     if (isUndone) {
-        if (!m_arguments.json)
-            print(printable(file.path) + ": gets back its earlier header, which was kept in " +
-                  printable(keptHeaderPath(file.path)) + "\n");
+        if (!m_arguments.json) print(printable(file.path) + ": the original is back\n");
         return {Outcome::done, "undone"};
     }
-    if (m_isSingle) tell(file.path, "has nothing to undo: there is no " + keptHeaderPath(file.path));
+    if (m_isSingle)
+        tell(file.path,
+             textOf("has nothing to undo: there is no ", fs::path(file.path).filename().string(), originalEnding));
     return m_isSingle ? FileResult(Outcome::failed) : FileResult(Outcome::done, "with nothing to undo");
 }
 
@@ -226,8 +230,8 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
                       "Also change pictures that nothing else helps: to 8-bit BGRA or 32-bit floats, or to DXT5 with "
                       "its channels exchanged");
     command->add_flag("--in-place", arguments->isInPlace,
-                      "Mend the files themselves, and keep the old header of each beside it, as FILE.header");
-    command->add_flag("--undo", arguments->isUndo, "Put back the headers that --in-place has kept");
+                      "Repair the files themselves; the original of each is kept as FILE.orig");
+    command->add_flag("--undo", arguments->isUndo, "Put back the originals kept by --in-place");
     command->add_flag("--json", arguments->json, "Print one JSON object a line");
     arguments->batch.isPrinting = true;
     arguments->batch.isNaming = true;

@@ -7,7 +7,7 @@
 #include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/commands/commands.h"
-#include "tools/files/ddsCopy.h"
+#include "tools/repair/ddsCopy.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 
@@ -20,8 +20,7 @@ struct Arguments {
     std::string input, folder;
 };
 
-SurfaceLayout layoutOf(const std::string& input) {
-    const FileFacts facts = readFacts(input);
+SurfaceLayout layoutOf(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
     if (verdict.format == nullptr) {
         throw FileError("cannot be split, as the size of its pictures is not known. " + causeText(facts, verdict) +
@@ -41,25 +40,29 @@ void makeFolder(const std::string& folder) {
         throw FileError("cannot be split: " + folder + " is no folder and cannot be made one");
 }
 
-void write(const Arguments& arguments, const SurfaceLayout& layout, const Surface& surface) {
+void write(const Arguments& arguments, const OpenFile& input, const SurfaceLayout& layout, const Surface& surface) {
     const std::string name = fs::path(arguments.input).stem().string() + surfaceName(layout, surface) + ".dds";
     const std::string output = (fs::path(arguments.folder) / name).string();
     const ByteRange ranges[] = {{layout.headerBytes, layout.paletteBytes}, {surface.start, surface.bytes}};
     try {
-        writeCopy(arguments.input, ranges, headerBytes(factsOfSurface(layout, surface)), output);
+        PendingFile pending(output, permissionsOfCopy(input));
+        if (pending.replaces(input.status())) throw OutputError("is the input itself");
+        writeParts(input, ranges, headerBytes(factsOfSurface(layout, surface)), pending.descriptor());
+        pending.commit();
     } catch (const OutputError& error) {
         throw OutputError("cannot be split: " + output + " " + error.what());
     }
 }
 
 Outcome split(const Arguments& arguments) {
-    const SurfaceLayout layout = layoutOf(arguments.input);
+    const OpenFile input(arguments.input);
+    const SurfaceLayout layout = layoutOf(input.facts());
     // Nothing is made of a file without a whole picture.
     const std::uint64_t whole = wholeSurfaces(layout);
     if (whole == 0) throw FileError("is too short: no picture in it is whole");
     makeFolder(arguments.folder);
     forEachWholeSurface(layout, [&](const Surface& surface) {
-        write(arguments, layout, surface);
+        write(arguments, input, layout, surface);
         return true;
     });
     if (whole == layout.count) return Outcome::done;

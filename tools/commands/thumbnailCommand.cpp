@@ -1,8 +1,4 @@
 // kpximage thumbnail: a small PNG of an image, with what the thumbnail standard of freedesktop.org has it say.
-#include <sys/stat.h>
-
-#include <filesystem>
-
 #include "tools/commands/commands.h"
 #include "tools/files/PendingFile.h"
 #include "tools/files/fileUri.h"
@@ -24,12 +20,6 @@ struct Arguments {
     std::string input, output;
 };
 
-// Seconds; what cannot be asked for is told when the file is read.
-std::string modificationTime(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? std::to_string(status.st_mtime) : "0";
-}
-
 void write(const SmallPicture& picture, const std::string& path, const PixelSource& source, const Arguments& arguments,
            const std::string& modified) {
     PngFile file(path, {picture.width, picture.height, 3, 1, false}, channels, true);
@@ -45,19 +35,16 @@ void write(const SmallPicture& picture, const std::string& path, const PixelSour
     file.finish();
 }
 
-// The time is taken first: of a file that changes meanwhile the thumbnail counts as old.
 Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments) {
-    const std::string path = pathOfFile(arguments.input);
-    std::error_code error;
-    if (std::filesystem::equivalent(path, arguments.output, error)) {
-        throw FileError("would be overwritten by its own thumbnail");
-    }
-    const std::string modified = modificationTime(path);
-    const auto source = openSource(plugin, path, true);
+    OpenFile input(pathOfFile(arguments.input), arguments.input);
+    if (isSameFile(input.name(), arguments.output)) throw FileError("would be overwritten by its own thumbnail");
+    const std::string modified = std::to_string(input.status().st_mtime);
+    const auto source = openSource(plugin, std::move(input), true);
     if (source->isBlack()) return Outcome::fallback;
+    if (!source->isWhole()) throw FileError("is incomplete: it does not hold every row of its picture");
     const SmallPicture picture = smallPicture(*source, arguments.size);
     try {
-        PendingFile file(arguments.output);
+        PendingFile file(arguments.output, 0600);
         write(picture, file.path(), *source, arguments, modified);
         file.commit();
     } catch (const OutputError& failure) {

@@ -1,6 +1,8 @@
 // The question whether a folder is meant, and the folders that are made.
 #include "tools/files/OutputPlaces.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 
@@ -40,7 +42,17 @@ std::string OutputPlaces::of(const InputFile& input, std::string_view extension)
     return (fs::path(m_output) / input.folder / name).string();
 }
 
+void OutputPlaces::protect(const std::vector<InputFile>& inputs) {
+    struct stat status {};
+    for (const InputFile& input : inputs) {
+        if (stat(input.path.c_str(), &status) == 0) m_protected.emplace(status.st_dev, status.st_ino);
+    }
+}
+
 void OutputPlaces::claim(const std::string& place) {
+    struct stat status {};
+    if (stat(place.c_str(), &status) == 0 && m_protected.contains({status.st_dev, status.st_ino}))
+        throw FileError("is not written: its output " + place + " is an input of this run");
     const std::lock_guard lock(m_mutex);
     if (m_claimed.insert(place).second) return;
     throw FileError("would overwrite " + place + ", just made of another input of the same name");

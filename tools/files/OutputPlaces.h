@@ -2,10 +2,13 @@
 // that were named.
 #pragma once
 
+#include <sys/types.h>
+
 #include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/files/inputFiles.h"
@@ -25,8 +28,10 @@ public:
     // it is empty.
     [[nodiscard]] std::string of(const InputFile& input, std::string_view extension = "") const;
 
-    // To be called once for every output before it is written, from any thread. Throws FileError where another input
-    // has the output.
+    // Files that no output may replace: the inputs of the run. To be called before the first claim.
+    void protect(const std::vector<InputFile>& inputs);
+    // To be called once for every output before it is written, from any thread. Throws FileError if the output is one
+    // of the inputs, or another input has it already.
     void claim(const std::string& place);
     // Makes the folder that an output is to lie in. Throws FileError.
     void makeFolderOf(const std::string& place) const;
@@ -35,7 +40,8 @@ private:
     std::string m_output;
     bool m_isFolder;
     std::mutex m_mutex;
-    std::set<std::string> m_claimed;  // under the mutex
+    std::set<std::string> m_claimed;                // under the mutex
+    std::set<std::pair<dev_t, ino_t>> m_protected;  // the inputs on disk
 };
 
 }  // namespace kpx::tool

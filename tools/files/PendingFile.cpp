@@ -1,18 +1,21 @@
-// The file has no name while it is written, where the file system allows that; else it has a temporary one.
+// Everything happens in the destination's folder, which is opened once.
 #include "tools/files/PendingFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <random>
+#include <vector>
 
 #include "explain/text.h"
+#include "tools/files/OpenFile.h"
+#include "tools/files/fileAttributes.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 
@@ -21,96 +24,204 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string replaceableFile(const std::string& destination) {
-    std::error_code error;
-    const fs::file_status status = fs::status(destination, error);
-    if (fs::exists(status) && !fs::is_regular_file(status)) throw OutputError("exists and is not a regular file");
-    return fs::exists(status) ? fs::canonical(destination).string() : destination;
+std::string pathOf(int descriptor) {
+    return textOf("/proc/self/fd/", descriptor);
 }
 
-// A name that no other file is likely to have, in the folder of the destination.
-std::string randomNameBeside(const std::string& destination) {
+std::string randomName() {
     std::random_device random;
-    return fs::path(destination).replace_filename(textOf(".kpximage-", random())).string();
+    return textOf(".kpximage-", random(), random());
+}
+
+// What the destination is once links are resolved. A link to nothing is replaced itself.
+fs::path resolved(const std::string& destination) {
+    std::error_code error;
+    const fs::path path = fs::canonical(destination, error);
+    return error ? fs::path(destination) : path;
+}
+
+void copyData(int from, int to) {
+    std::vector<char> buffer(1 << 16);
+    off_t place = 0;
+    for (;;) {
+        stopIfInterrupted();
+        const ssize_t count = pread(from, buffer.data(), buffer.size(), place);
+        if (count == 0) return;
+        if (count < 0 || pwrite(to, buffer.data(), static_cast<std::size_t>(count), place) != count)
+            throw OutputError(std::string("cannot be copied: ") + std::strerror(errno));
+        place += count;
+    }
 }
 
 }  // namespace
 
-PendingFile::PendingFile(const std::string& destination, bool isPrivate) : m_destination(replaceableFile(destination)) {
-    struct stat earlier {};
-    const bool hasEarlier = stat(m_destination.c_str(), &earlier) == 0;
-    // Of a new file the system takes away what the user's mask does. One that takes the place of another gets its
-    // permissions, and has no wider ones before.
-    const unsigned permissions = isPrivate || hasEarlier ? 0600 : 0666;
-    if (!createNameless(permissions)) createNamed(permissions);
-    if (hasEarlier) fchmod(m_descriptor, earlier.st_mode & 0777);
+PendingFile::PendingFile(const std::string& destination, mode_t permissions, Existing existing) : m_existing(existing) {
+    const fs::path path = resolved(destination);
+    m_folderPath = path.has_parent_path() ? path.parent_path().string() : ".";
+    m_name = path.filename();
+    try {
+        m_folder = open(m_folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (m_folder < 0 && (errno == ENOENT || errno == ENOTDIR))
+            throw OutputError("cannot be created: the folder " + m_folderPath + " does not exist");
+        if (m_folder < 0 && errno != EACCES)
+            throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+        // A folder may be open to writers only.
+        if (m_folder < 0) m_folder = open(m_folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        openEarlier();
+        create(m_earlier < 0 ? permissions : 0600);
+    } catch (...) {
+        release();
+        throw;
+    }
 }
 
 PendingFile::~PendingFile() {
-    ::close(m_descriptor);
-    if (!m_temporaryName.empty()) std::remove(m_temporaryName.c_str());
+    release();
 }
 
-// Of a process that is killed nothing is left then. False where the file system has no such files, or the system no
-// names for open files.
-bool PendingFile::createNameless(unsigned permissions) {
-    const fs::path folder = fs::path(m_destination).parent_path();
-    m_descriptor = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, permissions);
+void PendingFile::release() {
+    for (const int descriptor : {m_descriptor, m_earlier}) {
+        if (descriptor >= 0) ::close(descriptor);
+    }
+    if (!m_temporaryName.empty()) unlinkat(m_folder, m_temporaryName.c_str(), 0);
+    if (m_folder >= 0) ::close(m_folder);
+}
+
+void PendingFile::openEarlier() {
+    if (m_name.empty() || m_name == "." || m_name == "..") throw OutputError("is the name of a folder");
+    struct stat status {};
+    if (fstatat(m_folder, m_name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || S_ISLNK(status.st_mode)) return;
+    if (!S_ISREG(status.st_mode)) throw OutputError("exists and is not a regular file");
+    if (m_existing == Existing::refuse) throw OutputError("exists already; --force replaces it");
+    m_earlier = openat(m_folder, m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (m_earlier < 0 || fstat(m_earlier, &m_earlierStatus) != 0)
+        throw OutputError(std::string("cannot be replaced: ") + std::strerror(errno));
+    if (!S_ISREG(m_earlierStatus.st_mode)) throw OutputError("exists and is not a regular file");
+}
+
+void PendingFile::create(mode_t permissions) {
+    if (!createNameless(permissions)) createNamed(permissions);
+    if (m_earlier >= 0) copyAttributes(m_earlier, m_descriptor);
+    struct stat status {};
+    fstat(m_descriptor, &status);
+    m_permissions = status.st_mode & 07777;
+    // Until then libraries open the file once more, to write it.
+    if ((m_permissions & 0600) != 0600) fchmod(m_descriptor, m_permissions | 0600);
+}
+
+// Returns false if the file system has no unnamed files, or the system no names for open files.
+bool PendingFile::createNameless(mode_t permissions) {
+    m_descriptor = openat(m_folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, permissions);
     if (m_descriptor < 0) return false;
-    m_path = "/proc/self/fd/" + std::to_string(m_descriptor);
+    m_path = pathOf(m_descriptor);
     if (access(m_path.c_str(), F_OK) == 0) return true;
     ::close(m_descriptor);
     return false;
 }
 
-void PendingFile::createNamed(unsigned permissions) {
+void PendingFile::createNamed(mode_t permissions) {
     do {
-        m_temporaryName = randomNameBeside(m_destination);
-        m_descriptor = open(m_temporaryName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
+        m_temporaryName = randomName();
+        m_descriptor = openat(m_folder, m_temporaryName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
     } while (m_descriptor < 0 && errno == EEXIST);
-    if (m_descriptor < 0) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
-    m_path = m_temporaryName;
+    if (m_descriptor < 0) {
+        m_temporaryName.clear();
+        throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+    }
+    m_path = m_folderPath + "/" + m_temporaryName;
 }
 
 // Gives a file without a name one in the folder.
 bool PendingFile::takeTemporaryName() {
     do {
-        const std::string name = randomNameBeside(m_destination);
+        const std::string name = randomName();
         if (linkTo(name)) m_temporaryName = name;
     } while (m_temporaryName.empty() && errno == EEXIST);
     return !m_temporaryName.empty();
 }
 
 bool PendingFile::linkTo(const std::string& name) const {
-    return linkat(AT_FDCWD, m_path.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    return linkat(AT_FDCWD, pathOf(m_descriptor).c_str(), m_folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// A link takes the place of no earlier file, a rename does.
+// A link never replaces an earlier file, a rename does.
 bool PendingFile::takeDestination() {
     if (m_temporaryName.empty()) {
-        if (linkTo(m_destination)) return true;
-        if (errno != EEXIST || !takeTemporaryName()) return false;
+        if (linkTo(m_name)) return true;
+        if (errno != EEXIST || m_existing == Existing::refuse || !takeTemporaryName()) return false;
     }
-    if (std::rename(m_temporaryName.c_str(), m_destination.c_str()) != 0) return false;
+    const unsigned flags = m_existing == Existing::refuse ? RENAME_NOREPLACE : 0;
+    int result = renameat2(m_folder, m_temporaryName.c_str(), m_folder, m_name.c_str(), flags);
+    // Some file systems know no flags.
+    if (result != 0 && errno == EINVAL) result = renameat(m_folder, m_temporaryName.c_str(), m_folder, m_name.c_str());
+    if (result != 0) return false;
     m_temporaryName.clear();
     return true;
+}
+
+bool PendingFile::replaces(const struct stat& file) const {
+    return m_earlier >= 0 && isSameFile(m_earlierStatus, file);
+}
+
+void PendingFile::keepEarlier(const std::string& ending) {
+    const std::string name = m_name + ending;
+    if (linkat(AT_FDCWD, pathOf(m_earlier).c_str(), m_folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
+    struct stat there {};
+    const bool isThere = fstatat(m_folder, name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0;
+    // A run that was stopped before it replaced the file has left the link.
+    if (isThere && isSameFile(there, m_earlierStatus)) return;
+    if (isThere) throw OutputError("is left as it is: " + name + " exists already");
+    try {
+        PendingFile copy(m_folderPath + "/" + name, 0600, Existing::refuse);
+        copyData(m_earlier, copy.m_descriptor);
+        copyAttributes(m_earlier, copy.m_descriptor);
+        copy.m_permissions = m_earlierStatus.st_mode & 07777;
+        const struct timespec times[] = {m_earlierStatus.st_atim, m_earlierStatus.st_mtim};
+        futimens(copy.m_descriptor, times);
+        copy.flushToDisk();
+        copy.commit();
+    } catch (const OutputError& error) {
+        throw OutputError("is left as it is: " + name + " " + error.what());
+    }
+}
+
+void PendingFile::checkEarlierIsUnchanged() const {
+    struct stat open {
+    }, named{};
+    const bool isUnchanged = fstat(m_earlier, &open) == 0 && hasSameContents(open, m_earlierStatus) &&
+                             fstatat(m_folder, m_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+                             isSameFile(named, m_earlierStatus);
+    if (!isUnchanged) throw OutputError("has been changed by another program");
 }
 
 void PendingFile::flushToDisk() const {
     if (fsync(m_descriptor) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
 }
 
-void PendingFile::takeOwner(unsigned user, unsigned group) const {
-    // Only the superuser may give files away; whoever else replaces another's file owns the new one.
-    [[maybe_unused]] const int result = fchown(m_descriptor, user, group);
-}
-
 void PendingFile::commit() {
     stopIfInterrupted();
-    if (!takeDestination()) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+    if ((m_permissions & 0600) != 0600) fchmod(m_descriptor, m_permissions);
+    if (takeDestination()) return;
+    if (errno == EEXIST) throw OutputError("exists already; --force replaces it");
+    throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
 }
 
-TemporaryFile::TemporaryFile()
-    : PendingFile((fs::temp_directory_path() / textOf("kpximage-", getpid())).string(), true) {}
+TemporaryFile::TemporaryFile() {
+    std::error_code error;
+    const fs::path folder = fs::temp_directory_path(error);
+    m_descriptor = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (m_descriptor < 0) {
+        std::string name = folder / "kpximage-XXXXXX";
+        m_descriptor = mkostemp(name.data(), O_CLOEXEC);
+        if (m_descriptor < 0)
+            throw OutputError("no temporary file can be created in " + folder.string() + ": " + std::strerror(errno));
+        unlink(name.c_str());
+    }
+    m_path = pathOf(m_descriptor);
+}
+
+TemporaryFile::~TemporaryFile() {
+    ::close(m_descriptor);
+}
 
 }  // namespace kpx::tool

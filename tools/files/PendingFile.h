@@ -1,57 +1,82 @@
-// An output file that appears whole or not at all: it is written without a name, or under a temporary one in the same
-// folder where the file system knows no files without a name, and takes its name when it is complete.
+// An output file that appears whole or not at all. While it is written it has no name, or, on file systems without
+// unnamed files, a random temporary one in the same folder.
 #pragma once
+
+#include <sys/stat.h>
 
 #include <string>
 
 namespace kpx::tool {
 
+// What happens to a file that already has the name.
+enum class Existing { replace, refuse };
+
 class PendingFile {
 public:
-    // Creates the file. A destination that is a link stands for what it points to. Throws OutputError when the folder
-    // takes no file, or something other than a regular file has the name.
-    explicit PendingFile(const std::string& destination) : PendingFile(destination, false) {}
-    // The file is gone unless it has been committed.
+    // Creates the file. A destination that is a link stands for the file that it points to; links are resolved once.
+    // A new file has these permissions, less the user's umask. A file that replaces another has the owner, permissions,
+    // access list and extended attributes of that one. Throws OutputError, also if something other than a regular file
+    // has the name.
+    explicit PendingFile(const std::string& destination, mode_t permissions = 0666,
+                         Existing existing = Existing::replace);
+    // Deletes the file unless it has been committed.
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;
 
-    // By which the file is opened until it is committed; it exists and is empty.
+    // A path by which the file can be opened until it is committed; it exists and is empty. No message may show it.
     [[nodiscard]] const std::string& path() const { return m_path; }
+    [[nodiscard]] int descriptor() const { return m_descriptor; }
 
-    // Waits until what was written is on the disk, where the file takes the place of another that is the only one.
-    // Throws OutputError.
+    // Whether committing replaces this very file.
+    [[nodiscard]] bool replaces(const struct stat& file) const;
+    // Keeps the file that is to be replaced under its name with this ending as well: as a hard link, or as a copy if
+    // links are not possible. Throws OutputError, also if another file has that name.
+    void keepEarlier(const std::string& ending);
+    // Throws OutputError if the file to be replaced has been written or replaced since this file was created.
+    void checkEarlierIsUnchanged() const;
+
+    // Waits until the file's data is on the disk. Throws OutputError.
     void flushToDisk() const;
-
-    // Gives the file to who has the one that it takes the place of, where the system allows that.
-    void takeOwner(unsigned user, unsigned group) const;
-
-    // Gives the file its name, in place of an earlier file. Throws OutputError, or Interrupted after a signal.
+    // Gives the file its name. Throws OutputError, or Interrupted after a signal.
     void commit();
 
-protected:
-    // isPrivate: a new file is for its owner alone, whatever the user's mask.
-    PendingFile(const std::string& destination, bool isPrivate);
-
 private:
-    bool createNameless(unsigned permissions);
-    void createNamed(unsigned permissions);
+    void openEarlier();
+    void create(mode_t permissions);
+    bool createNameless(mode_t permissions);
+    void createNamed(mode_t permissions);
     [[nodiscard]] bool linkTo(const std::string& name) const;
     bool takeTemporaryName();
     bool takeDestination();
+    void release();
 
-    std::string m_destination;
-    std::string m_temporaryName;  // empty: there is none
-    std::string m_path;
+    std::string m_folderPath, m_name;
+    Existing m_existing;
+    int m_folder = -1;
+    int m_earlier = -1;  // the file that is replaced; -1: none
+    struct stat m_earlierStatus {};
     int m_descriptor = -1;
+    mode_t m_permissions = 0;     // once committed
+    std::string m_temporaryName;  // in the folder; empty: none
+    std::string m_path;
 };
 
-// A file for its owner alone in the system's folder for temporary ones, gone when it ends.
-class TemporaryFile : PendingFile {
+// A file without a name in the system's folder for temporary files, readable by its owner alone.
+class TemporaryFile {
 public:
-    // Throws OutputError, or std::filesystem::filesystem_error where there is no such folder.
+    // Throws OutputError.
     TemporaryFile();
-    using PendingFile::path;
+    ~TemporaryFile();
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return m_path; }
+    [[nodiscard]] int descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+    std::string m_path;
 };
 
 }  // namespace kpx::tool

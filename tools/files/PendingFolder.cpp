@@ -30,7 +30,7 @@ std::uint64_t runOf(const std::string& name) {
     std::uint64_t number = 0;
     const char* const end = name.data() + name.size();
     const auto [last, error] = std::from_chars(name.data() + prefix.size(), end, number);
-    return error == std::errc() && last == end ? number : 0;
+    return error == std::errc() && last == end && number < UINT64_MAX ? number : 0;
 }
 
 fs::path markOf(const fs::path& folder) {
@@ -61,7 +61,7 @@ std::vector<std::string> runsIn(const std::string& folder) {
 
 PendingFolder::PendingFolder(const std::string& path) : m_path(path) {
     if (mkdir(m_path.c_str(), 0777) != 0 && errno != EEXIST) throwError(m_path);
-    m_descriptor = open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    m_descriptor = open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (m_descriptor < 0) throwError(m_path);
     try {
         lock();

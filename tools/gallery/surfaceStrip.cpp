@@ -4,8 +4,8 @@
 #include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/files/PendingFile.h"
-#include "tools/files/ddsCopy.h"
 #include "tools/gallery/galleryPictures.h"
+#include "tools/repair/ddsCopy.h"
 #include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
@@ -13,16 +13,16 @@ namespace {
 
 class Strip {
 public:
-    Strip(const host::Plugin& plugin, const std::string& path, const SurfaceLayout& layout, double exposure)
-        : m_plugin(plugin), m_path(path), m_layout(layout), m_exposure(exposure) {}
+    Strip(const host::Plugin& plugin, const OpenFile& file, const SurfaceLayout& layout, double exposure)
+        : m_plugin(plugin), m_source(file), m_layout(layout), m_exposure(exposure) {}
 
     [[nodiscard]] Json entry(const Surface& surface) const {
         Json entry = {{"name", surfaceName(m_layout, surface)}, {"width", surface.width}, {"height", surface.height}};
         stopIfInterrupted();
         try {
             const ByteRange ranges[] = {{m_layout.headerBytes, m_layout.paletteBytes}, {surface.start, surface.bytes}};
-            writeParts(m_path, ranges, headerBytes(factsOfSurface(m_layout, surface)), m_file.path());
-            DdsSource source(openUntold(m_plugin, m_file.path()));
+            writeParts(m_source, ranges, headerBytes(factsOfSurface(m_layout, surface)), m_file.descriptor());
+            DdsSource source(openUntold(m_plugin, OpenFile(m_file.path())));
             if (!source.isBlack()) entry["picture"] = Json::binary(smallPng(source, m_exposure, stripSide));
         } catch (const std::exception&) {
             // The others can be shown all the same.
@@ -32,7 +32,7 @@ public:
 
 private:
     const host::Plugin& m_plugin;
-    const std::string& m_path;
+    const OpenFile& m_source;
     const SurfaceLayout& m_layout;
     double m_exposure;
     TemporaryFile m_file;  // of one surface after the other
@@ -60,7 +60,7 @@ Json surfaceStrip(const host::Plugin& plugin, const StripSource& source) {
     const SurfaceLayout layout = surfaceLayout(source.facts, verdict);
     if (layout.count < 2) return nullptr;
 
-    const Strip strip(plugin, source.path, layout, source.exposure);
+    const Strip strip(plugin, *source.file, layout, source.exposure);
     Json surfaces = Json::array(), notes = Json::array();
     const std::uint64_t shown = stripCount(source.facts);
     forEachWholeSurface(layout, [&](const Surface& surface) {

@@ -6,6 +6,7 @@
 
 #include "explain/fileFacts.h"
 #include "host/Plugin.h"
+#include "tools/files/OpenFile.h"
 #include "tools/terminal/json.h"
 
 namespace kpx::tool {
@@ -18,9 +19,9 @@ inline constexpr std::uint64_t stripBytes = std::uint64_t{128} << 20;
 
 // What a strip is made of.
 struct StripSource {
-    std::string path;
-    FileFacts facts;        // of the whole file; of what the strip does not show, the path may lack the data
-    bool isMended = false;  // the path is that of a mended copy
+    const OpenFile* file;
+    FileFacts facts;        // of the whole file; the data of what the strip does not show may be missing
+    bool isMended = false;  // the file is a repaired copy
     double exposure = 0.0;  // of floats
 };
 

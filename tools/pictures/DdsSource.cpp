@@ -7,6 +7,7 @@
 #include "explain/causes.h"
 #include "explain/fileFacts.h"
 #include "explain/mends.h"
+#include "explain/text.h"
 #include "host/HostError.h"
 #include "reader/loading.h"
 #include "tools/terminal/StdoutSilence.h"
@@ -50,6 +51,15 @@ std::string whyBlack(const FileFacts& facts, const Verdict& verdict, const host:
     return noMemoryMessage;
 }
 
+// A small file that declares a huge picture costs what it declares, wherever the picture goes.
+void checkIsThere(const Verdict& verdict) {
+    if (verdict.result != Result::decoded || verdict.wholeRows >= verdict.height) return;
+    const std::uint64_t missing = verdict.pictureBytes / verdict.height * (verdict.height - verdict.wholeRows);
+    if (missing <= mostMissingBytes) return;
+    throw FileError(textOf("is incomplete: it declares ", verdict.width, " x ", verdict.height, " pixels and holds ",
+                           verdict.wholeRows, " of these rows"));
+}
+
 }  // namespace
 
 void checkHasHeader(const FileFacts& facts) {
@@ -63,35 +73,39 @@ void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict
     tell(path, whyBlack(facts, verdict));
 }
 
-OpenedImage openThroughHost(const host::Plugin& plugin, const std::string& path) {
+OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
+    const FileFacts facts = file.facts();
+    const Verdict verdict = judge(facts);
     std::unique_ptr<host::ImageReader> reader;
+    const std::string path = file.path();
     try {
         reader = std::make_unique<host::ImageReader>(plugin, path);
-    } catch (const host::HostError&) {
+    } catch (const host::HostError& error) {
         // A plug-in quotes the system's last error even where a file is merely too short.
-        checkHasHeader(readFacts(path));
-        throw;
+        checkHasHeader(facts);
+        file.checkIsUnchanged();
+        throw host::HostError(withName(error.what(), path, file.name()));
     }
-    const FileFacts facts = readFacts(path);
-    const Verdict verdict = judge(facts);
+    file.checkIsUnchanged();
     std::string why = whyBlack(facts, verdict, *reader);
     const bool isBlack = !why.empty();
     return {std::move(reader), verdict, isBlack, std::move(why), traitsOf(facts, verdict)};
 }
 
-OpenedImage openUntold(const host::Plugin& plugin, const std::string& path) {
+OpenedImage openUntold(const host::Plugin& plugin, const OpenFile& file) {
     const StdoutSilence silence;
-    return openThroughHost(plugin, path);
+    return openThroughHost(plugin, file);
 }
 
-OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
-    OpenedImage image = openUntold(plugin, path);
-    if (image.isBlack && image.verdict.printed != nullptr) tell(path, image.verdict.printed);
-    if (image.isBlack) tell(path, image.why);
+OpenedImage openImage(const host::Plugin& plugin, const OpenFile& file) {
+    OpenedImage image = openUntold(plugin, file);
+    if (image.isBlack && image.verdict.printed != nullptr) tell(file.name(), image.verdict.printed);
+    if (image.isBlack) tell(file.name(), image.why);
     return image;
 }
 
 DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {
+    checkIsThere(m_image.verdict);
     const host::ImageReader& reader = *m_image.reader;
     m_layout = {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(), reader.isFloat()};
     if (m_layout.width < 1 || m_layout.height < 1) {

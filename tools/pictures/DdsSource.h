@@ -22,26 +22,31 @@ void checkHasHeader(const FileFacts& facts);
 void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict);
 
 // Opens the image and tells nothing; what the plug-in prints is the caller's to silence. Throws FileError or
-// host::HostError.
-OpenedImage openThroughHost(const host::Plugin& plugin, const std::string& path);
+// host::HostError, also if the file is changed meanwhile.
+OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file);
 
-// Opens the image while standard output is silent, and tells nothing. Throws FileError or host::HostError.
-OpenedImage openUntold(const host::Plugin& plugin, const std::string& path);
+// Opens the image while standard output is silent, and tells nothing. Throws like openThroughHost.
+OpenedImage openUntold(const host::Plugin& plugin, const OpenFile& file);
 
 // The same; why the picture is black is told under the file's name.
-OpenedImage openImage(const host::Plugin& plugin, const std::string& path);
+OpenedImage openImage(const host::Plugin& plugin, const OpenFile& file);
+
+// How much of a picture may be missing in its file.
+inline constexpr std::uint64_t mostMissingBytes = std::uint64_t{64} << 20;
 
 class DdsSource : public PixelSource {
 public:
-    // Throws FileError where the image has no pixels.
+    // Throws FileError if the image has no pixels, or the file lacks more than mostMissingBytes of them.
     explicit DdsSource(OpenedImage image);
-    DdsSource(const host::Plugin& plugin, const std::string& path) : DdsSource(openImage(plugin, path)) {}
+    DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openImage(plugin, file)) {}
 
     [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
     [[nodiscard]] SourceTraits traits() const override { return m_image.traits; }
     [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }
     std::span<const unsigned char* const> nextRow() override;
+
+    [[nodiscard]] bool isWhole() const override { return m_image.verdict.wholeRows >= m_image.verdict.height; }
 
     // Why it is black, in a sentence without the file's name.
     [[nodiscard]] const std::string& whyBlack() const { return m_image.why; }

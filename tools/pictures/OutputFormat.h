@@ -30,8 +30,9 @@ void writePng(PixelSource& source, const std::string& path, const std::string& n
 void writeExr(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings);
 void writeDds(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings);
 
-// As writeDds, which tells what this returns: that another width is stored; empty where the picture's own is.
-std::string writeDdsFile(PixelSource& source, const std::string& path, const OutputSettings& settings);
+// Like writeDds, but returns the note about a padded width instead of printing it; empty if there is none.
+std::string writeDdsFile(PixelSource& source, const std::string& path, const std::string& name,
+                         const OutputSettings& settings);
 
 struct OutputFormat {
     std::string_view extension;

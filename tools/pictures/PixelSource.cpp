@@ -4,35 +4,25 @@
 #include <png.h>
 
 #include <array>
-#include <fstream>
 
-#include "explain/fileFacts.h"
 #include "explain/otherFile.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/PngSource.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
-namespace {
-
-bool isPng(const std::string& path) {
-    std::array<char, 8> start{};
-    std::ifstream file(path, std::ios::binary);
-    file.read(start.data(), start.size());
-    return file.gcount() == start.size() &&
-           png_sig_cmp(reinterpret_cast<png_const_bytep>(start.data()), 0, start.size()) == 0;
+bool isPng(const OpenFile& file) {
+    std::array<unsigned char, 8> start{};
+    return file.readSome(0, start) == start.size() && png_sig_cmp(start.data(), 0, start.size()) == 0;
 }
 
-}  // namespace
-
-std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, const std::string& path, bool reduceTo8Bits) {
-    checkIsNoPipe(path);
-    if (isPng(path)) return std::make_unique<PngSource>(path, reduceTo8Bits);
-    if (!plugin.isFile(path)) {
-        const std::string other = otherFileText(readFacts(path));
+std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, OpenFile file, bool reduceTo8Bits) {
+    if (isPng(file)) return std::make_unique<PngSource>(std::move(file), reduceTo8Bits);
+    if (!plugin.isFile(file.path())) {
+        const std::string other = otherFileText(file.facts());
         throw FileError(other.empty() ? std::string("is neither a ") + plugin.name() + " nor a PNG file" : other);
     }
-    return std::make_unique<DdsSource>(plugin, path);
+    return std::make_unique<DdsSource>(plugin, file);
 }
 
 }  // namespace kpx::tool

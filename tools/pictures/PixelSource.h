@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/Plugin.h"
+#include "tools/files/OpenFile.h"
 
 namespace kpx::tool {
 
@@ -40,13 +41,19 @@ public:
     // Whether the picture only stands for one that cannot be decoded.
     [[nodiscard]] virtual bool isBlack() const { return false; }
 
+    // Whether the file supplies every row of its picture.
+    [[nodiscard]] virtual bool isWhole() const { return true; }
+
     // The next picture row, from the top, as one row of values a channel, colours before the matte. Lasts until
     // the next call; to be called `height` times. Throws FileError or host::HostError.
     virtual std::span<const unsigned char* const> nextRow() = 0;
 };
 
-// Opens a PNG file, known by its signature, or an image of the plug-in's format. PNG files of 16 bits a channel
-// are refused unless they may be reduced to 8. Throws FileError or host::HostError.
-std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, const std::string& path, bool reduceTo8Bits);
+// Whether the file has the signature of PNG. Throws FileError.
+bool isPng(const OpenFile& file);
+
+// Opens a PNG file or an image of the plug-in's format. PNG files of 16 bits a channel are refused unless they may be
+// reduced to 8. Throws FileError or host::HostError.
+std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, OpenFile file, bool reduceTo8Bits);
 
 }  // namespace kpx::tool

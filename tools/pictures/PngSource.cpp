@@ -1,21 +1,30 @@
 // libpng expands whatever the file has to 8-bit RGB, with alpha or without.
 #include "tools/pictures/PngSource.h"
 
-#include <cerrno>
-#include <cstring>
+#include <new>
 
+#include "explain/text.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 
-PngSource::PngSource(const std::string& path, bool reduceTo8Bits) : m_file(std::fopen(path.c_str(), "rb")) {
+namespace {
+
+// Deflate makes at most so many bytes of one.
+constexpr std::uint64_t largestExpansion = 1032;
+
+}  // namespace
+
+PngSource::PngSource(OpenFile file, bool reduceTo8Bits) : m_file(std::move(file)) {
     try {
-        if (m_file == nullptr) throw FileError(std::strerror(errno));
         m_png = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, fail, [](png_struct*, const char*) {});
         m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
         if (m_info == nullptr) throw std::bad_alloc();
         guarded([](PngSource& source) {
-            png_init_io(source.m_png, source.m_file);
+            png_set_read_fn(source.m_png, &source, readBytes);
+            // Text and colour profiles are of no use here and may expand to gigabytes.
+            constexpr png_byte skipped[] = "iCCP\0tEXt\0zTXt\0iTXt\0sPLT\0eXIf\0pCAL\0sCAL";
+            png_set_keep_unknown_chunks(source.m_png, PNG_HANDLE_CHUNK_NEVER, skipped, sizeof skipped / 5);
             png_read_info(source.m_png, source.m_info);
         });
         readLayout(reduceTo8Bits);
@@ -27,12 +36,24 @@ PngSource::PngSource(const std::string& path, bool reduceTo8Bits) : m_file(std::
 
 void PngSource::release() {
     png_destroy_read_struct(&m_png, &m_info, nullptr);
-    if (m_file != nullptr) std::fclose(m_file);
 }
 
 void PngSource::fail(png_struct* png, const char* message) {
     static_cast<PngSource*>(png_get_error_ptr(png))->m_error = message;
     png_longjmp(png, 1);
+}
+
+// No exception may pass through libpng.
+void PngSource::readBytes(png_struct* png, png_byte* bytes, std::size_t count) {
+    auto& source = *static_cast<PngSource*>(png_get_io_ptr(png));
+    std::size_t done = 0;
+    try {
+        done = source.m_file.readSome(source.m_place, {bytes, count});
+    } catch (const std::exception&) {
+        png_error(png, "Read Error");
+    }
+    if (done < count) png_error(png, "Read Error");
+    source.m_place += count;
 }
 
 void PngSource::guarded(void (*step)(PngSource&)) {
@@ -44,6 +65,12 @@ void PngSource::readLayout(bool reduceTo8Bits) {
     if (png_get_bit_depth(m_png, m_info) == 16 && !reduceTo8Bits) {
         throw FileError("has 16 bits a channel; --depth 8 reduces it");
     }
+    const std::uint64_t bytes =
+        std::uint64_t{png_get_image_height(m_png, m_info)} * (1 + png_get_rowbytes(m_png, m_info));
+    if (bytes > m_file.size() * largestExpansion)
+        throw FileError(textOf("is a broken PNG file: its ", m_file.size(), " bytes cannot hold ",
+                               png_get_image_width(m_png, m_info), " x ", png_get_image_height(m_png, m_info),
+                               " pixels"));
     guarded([](PngSource& source) {
         png_set_expand(source.m_png);
         png_set_gray_to_rgb(source.m_png);
@@ -58,7 +85,7 @@ void PngSource::readLayout(bool reduceTo8Bits) {
     m_values.resize(width * m_channels);
     for (size_t i = 0; i < m_channels; ++i) m_channelRows.push_back(&m_values[i * width]);
     if (png_get_interlace_type(m_png, m_info) == PNG_INTERLACE_NONE) {
-        m_pixels.resize(m_values.size());
+        m_row.resize(m_values.size());
     } else {
         readWholeImage();
     }
@@ -66,15 +93,17 @@ void PngSource::readLayout(bool reduceTo8Bits) {
 
 void PngSource::readWholeImage() {
     const size_t rowSize = m_values.size();
-    m_pixels.resize(rowSize * static_cast<size_t>(m_layout.height));
-    for (size_t offset = 0; offset < m_pixels.size(); offset += rowSize) m_imageRows.push_back(&m_pixels[offset]);
+    const auto height = static_cast<size_t>(m_layout.height);
+    m_image.reset(static_cast<unsigned char*>(std::calloc(height, rowSize)));
+    if (m_image == nullptr) throw std::bad_alloc();
+    for (size_t y = 0; y < height; ++y) m_imageRows.push_back(m_image.get() + y * rowSize);
     guarded([](PngSource& source) { png_read_image(source.m_png, source.m_imageRows.data()); });
 }
 
 const unsigned char* PngSource::nextPixels() {
     if (!m_imageRows.empty()) return m_imageRows[static_cast<size_t>(m_rowsRead)];
-    guarded([](PngSource& source) { png_read_row(source.m_png, source.m_pixels.data(), nullptr); });
-    return m_pixels.data();
+    guarded([](PngSource& source) { png_read_row(source.m_png, source.m_row.data(), nullptr); });
+    return m_row.data();
 }
 
 std::span<const unsigned char* const> PngSource::nextRow() {
@@ -83,8 +112,11 @@ std::span<const unsigned char* const> PngSource::nextRow() {
     for (size_t channel = 0; channel < m_channels; ++channel) {
         for (size_t x = 0; x < width; ++x) m_values[channel * width + x] = pixels[x * m_channels + channel];
     }
-    // The end is read too, so that a file cut off after its pixels does not pass for whole.
-    if (++m_rowsRead == m_layout.height) guarded([](PngSource& source) { png_read_end(source.m_png, nullptr); });
+    if (++m_rowsRead == m_layout.height) {
+        // A file that ends after its pixels is not whole.
+        guarded([](PngSource& source) { png_read_end(source.m_png, nullptr); });
+        m_file.checkIsUnchanged();
+    }
     return m_channelRows;
 }
 

@@ -3,16 +3,19 @@
 
 #include <png.h>
 
-#include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <vector>
 
+#include "tools/files/OpenFile.h"
 #include "tools/pictures/PixelSource.h"
 
 namespace kpx::tool {
 
 class PngSource : public PixelSource {
 public:
-    PngSource(const std::string& path, bool reduceTo8Bits);
+    // The file is used as long as the source lives. Throws FileError.
+    PngSource(OpenFile file, bool reduceTo8Bits);
     ~PngSource() override { release(); }
     PngSource(const PngSource&) = delete;
     PngSource& operator=(const PngSource&) = delete;
@@ -23,6 +26,7 @@ public:
 
 private:
     static void fail(png_struct* png, const char* message);
+    static void readBytes(png_struct* png, png_byte* bytes, std::size_t count);
     // Runs a step that calls nothing but libpng; an error in it becomes a FileError.
     void guarded(void (*step)(PngSource&));
     void readLayout(bool reduceTo8Bits);
@@ -30,14 +34,21 @@ private:
     [[nodiscard]] const unsigned char* nextPixels();
     void release();
 
-    FILE* m_file;
+    struct Free {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+
+    OpenFile m_file;
+    std::uint64_t m_place = 0;  // in the file
     png_struct* m_png = nullptr;
     png_info* m_info = nullptr;
     std::string m_error;
     ImageLayout m_layout{};
     size_t m_channels = 0;
     int m_rowsRead = 0;
-    std::vector<unsigned char> m_pixels;  // one row, or the whole image of an interlaced file
+    std::vector<unsigned char> m_row;  // of pixels; empty for an interlaced file
+    // The whole image of an interlaced file. It costs no memory until it is written.
+    std::unique_ptr<unsigned char[], Free> m_image;
     std::vector<unsigned char*> m_imageRows;
     std::vector<unsigned char> m_values;              // one row of each channel in turn
     std::vector<const unsigned char*> m_channelRows;  // into m_values

@@ -30,21 +30,22 @@ uint32_t writeThroughHost(PixelSource& source, const std::string& path, const Ou
 
 }  // namespace
 
-std::string writeDdsFile(PixelSource& source, const std::string& path, const OutputSettings& settings) {
+std::string writeDdsFile(PixelSource& source, const std::string& path, const std::string& name,
+                         const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
     if (layout.isFloat) throw FileError("has floating-point channels, which cannot be written as DDS: write .exr");
     uint32_t stored = 0;
     try {
         stored = writeThroughHost(source, path, settings);
     } catch (const host::HostError& error) {
-        throw OutputError(error.what());
+        throw OutputError(withName(error.what(), path, name));
     }
     if (stored == static_cast<uint32_t>(layout.width)) return {};
     return "note: the width " + std::to_string(layout.width) + " is stored as " + std::to_string(stored);
 }
 
 void writeDds(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings) {
-    const std::string note = writeDdsFile(source, path, settings);
+    const std::string note = writeDdsFile(source, path, name, settings);
     if (!note.empty()) tell(name, note);
 }
 

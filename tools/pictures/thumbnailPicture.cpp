@@ -84,44 +84,49 @@ private:
     std::array<double, 256> m_linear{};
 };
 
-// How one source row or column is shared between two neighbours of the small picture. The parts are counted in steps
-// of which a source pixel is `to` and a pixel of the small picture `from` long, so that they are whole numbers.
-struct Share {
-    size_t first;        // the second is the next one
-    double part, other;  // steps in the first and in the second
-};
+// The share of source rows or columns in those of the small picture, taken one after the other. Lengths are whole
+// numbers of steps: a source pixel is `to` steps long, a pixel of the small picture `from`.
+class Shares {
+public:
+    Shares(int from, int to) : m_from(from), m_to(to), m_left(from) {}
 
-Share shareOf(int position, int from, int to) {
-    const std::int64_t start = std::int64_t{position} * to;
-    const std::int64_t first = start / from;
-    const std::int64_t part = std::min<std::int64_t>(to, (first + 1) * from - start);
-    return {static_cast<size_t>(first), static_cast<double>(part), static_cast<double>(to - part)};
-}
+    // Calls add(pixel, steps) for each of the one or two small pixels that the next source pixel lies in.
+    template <typename Add>
+    void next(Add add) {
+        const std::int64_t part = std::min(m_to, m_left);
+        add(m_pixel, static_cast<double>(part));
+        m_left -= part;
+        if (m_left > 0) return;
+        ++m_pixel;
+        m_left = m_from - (m_to - part);
+        if (m_to > part) add(m_pixel, static_cast<double>(m_to - part));
+    }
+
+private:
+    std::int64_t m_from, m_to;
+    std::size_t m_pixel = 0;
+    std::int64_t m_left;  // steps of that pixel
+};
 
 // The means of the areas, row by row.
 std::vector<Light> averaged(PixelSource& source, int width, int height) {
     const ImageLayout& layout = source.layout();
     const PixelReader pixels(layout, source.traits());
-    std::vector<Share> columns;
-    columns.reserve(static_cast<size_t>(layout.width));
-    for (int x = 0; x < layout.width; ++x) columns.push_back(shareOf(x, layout.width, width));
-
     const auto rowSize = static_cast<size_t>(width);
     std::vector<Light> sums(rowSize * static_cast<size_t>(height));
     std::vector<Light> row(rowSize);
+    Shares ofRows(layout.height, height);
     for (int y = 0; y < layout.height; ++y) {
         std::fill(row.begin(), row.end(), Light{});
         const auto rows = source.nextRow();
-        for (size_t x = 0; x < columns.size(); ++x) {
+        Shares ofColumns(layout.width, width);
+        for (size_t x = 0; x < static_cast<size_t>(layout.width); ++x) {
             const Light light = pixels.at(rows, x);
-            row[columns[x].first].add(light, columns[x].part);
-            if (columns[x].other > 0.0) row[columns[x].first + 1].add(light, columns[x].other);
+            ofColumns.next([&](size_t pixel, double steps) { row[pixel].add(light, steps); });
         }
-        const Share share = shareOf(y, layout.height, height);
-        for (size_t x = 0; x < rowSize; ++x) {
-            sums[share.first * rowSize + x].add(row[x], share.part);
-            if (share.other > 0.0) sums[(share.first + 1) * rowSize + x].add(row[x], share.other);
-        }
+        ofRows.next([&](size_t pixel, double steps) {
+            for (size_t x = 0; x < rowSize; ++x) sums[pixel * rowSize + x].add(row[x], steps);
+        });
     }
     const double area = static_cast<double>(layout.width) * layout.height;
     for (Light& sum : sums) sum = {sum.red / area, sum.green / area, sum.blue / area, sum.alpha / area};

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <new>
 
+#include "tools/terminal/characters.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 #include "tools/terminal/turns.h"
@@ -25,11 +26,12 @@ constexpr const char* clearedLine = "\r\x1B[K";
 
 }  // namespace
 
-std::string printable(std::string text) {
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-    }
-    return text;
+std::string printable(const std::string& text) {
+    std::string safe;
+    forEachCharacter(text, [&](std::string_view character, char32_t code) {
+        isUnsafe(code) ? safe.append(1, '?') : safe.append(character);
+    });
+    return safe;
 }
 
 void tell(const std::string& message) {

@@ -9,8 +9,9 @@
 
 namespace kpx::tool {
 
-// The text without line ends and escape sequences, which a file name may hold: '?' for each control character.
-std::string printable(std::string text);
+// Returns the text with '?' for each character that could act on a terminal or reorder what it shows: control
+// characters of ASCII and Latin-1 (also as bytes that are no UTF-8), line separators, bidirectional controls.
+std::string printable(const std::string& text);
 
 // Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line, from any thread, in turn.
 void tell(const std::string& message);

@@ -1,5 +1,5 @@
 // The words of a repair, and the writing of its copy.
-#include "tools/files/repairFile.h"
+#include "tools/repair/repairFile.h"
 
 #include <algorithm>
 
@@ -7,7 +7,8 @@
 #include "explain/conversionMends.h"
 #include "explain/otherFile.h"
 #include "tools/files/PendingFile.h"
-#include "tools/files/ddsCopy.h"
+#include "tools/repair/ddsCopy.h"
+#include "tools/terminal/errors.h"
 #include "tools/terminal/explanationJson.h"
 
 namespace kpx::tool {
@@ -58,8 +59,7 @@ const char* nameOf(RepairResult result) {
     return names[static_cast<std::size_t>(result)];
 }
 
-RepairReport reportRepair(const std::string& input, bool mayConvert) {
-    const FileFacts facts = readFacts(input);
+RepairReport planRepair(const FileFacts& facts, bool mayConvert) {
     Repair repair = repairOf(facts);
     if (repair.helps()) return {RepairResult::mended, facts, std::move(repair), "", {}};
     Repair conversion = repairOf(facts, true);
@@ -70,28 +70,33 @@ RepairReport reportRepair(const std::string& input, bool mayConvert) {
     return report;
 }
 
-void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path,
-                   std::uint64_t mostPictures) {
+std::uint64_t repairedBytes(const RepairReport& report, std::uint64_t mostPictures) {
+    const Repair& repair = report.repair;
+    if (!repair.converted) {
+        const std::uint64_t present = report.facts.fileBytes - repair.dataStart;
+        return mostPictures == UINT64_MAX ? present : std::min(present, bytesOfPictures(repair, mostPictures));
+    }
+    std::uint64_t bytes = 0, visited = 0;
+    forEachWholeSurface(*repair.converted, [&](const Surface& surface) {
+        bytes += repair.converted->conversion->convertedRowBytes(surface.width) * surface.height;
+        return ++visited < mostPictures;
+    });
+    return bytes;
+}
+
+void writeRepaired(const OpenFile& input, const RepairReport& report, int descriptor, std::uint64_t mostPictures) {
     const Repair& repair = report.repair;
     const std::vector<unsigned char> header = headerBytes(repair.facts);
-    if (repair.converted) return writeConverted(input, *repair.converted, header, path, mostPictures);
-    const std::uint64_t present = report.facts.fileBytes - repair.dataStart;
-    const std::uint64_t wanted = mostPictures == UINT64_MAX ? present : bytesOfPictures(repair, mostPictures);
-    const ByteRange data{repair.dataStart, std::min(present, wanted)};
-    writeParts(input, {&data, 1}, header, path);
+    if (repair.converted) return writeConverted(input, *repair.converted, header, descriptor, mostPictures);
+    const ByteRange data{repair.dataStart, repairedBytes(report, mostPictures)};
+    writeParts(input, {&data, 1}, header, descriptor);
 }
 
-void writeRepairedCopy(const std::string& input, const RepairReport& report, const std::string& output) {
-    checkIsNotInput(input, output);
-    PendingFile pending(output);
-    writeRepaired(input, report, pending.path());
+void writeRepairedCopy(const OpenFile& input, const RepairReport& report, const std::string& output) {
+    PendingFile pending(output, permissionsOfCopy(input));
+    if (pending.replaces(input.status())) throw OutputError("is the input itself");
+    writeRepaired(input, report, pending.descriptor());
     pending.commit();
-}
-
-RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert) {
-    RepairReport report = reportRepair(input, mayConvert);
-    if (report.helps()) writeRepairedCopy(input, report, output);
-    return report;
 }
 
 Json repairAsJson(const std::string& input, const std::string& output, const RepairReport& report) {

@@ -7,6 +7,7 @@
 
 #include "explain/causes.h"
 #include "explain/mends.h"
+#include "tools/files/OpenFile.h"
 #include "tools/terminal/json.h"
 
 namespace kpx::tool {
@@ -36,21 +37,20 @@ struct RepairReport {
     [[nodiscard]] std::vector<Remark> mends() const { return helps() ? repair.mends : std::vector<Remark>(); }
 };
 
-// What repair makes of a file; nothing is written. The picture is converted only where that may be and nothing else
-// helps. Throws FileError where the file cannot be read.
-RepairReport reportRepair(const std::string& input, bool mayConvert = false);
+// Returns what repair makes of a file. The picture is converted only if that is allowed and nothing else helps.
+RepairReport planRepair(const FileFacts& facts, bool mayConvert = false);
 
-// Writes the repaired file, of a report that helps, into one that exists. With mostPictures (at least 1) the data of
-// its other mipmaps, faces, slices and elements is left out, whatever its header says. Throws FileError of the input
-// and OutputError of the path, and Interrupted after a signal.
-void writeRepaired(const std::string& input, const RepairReport& report, const std::string& path,
+// Returns how many bytes of data writeRepaired copies.
+std::uint64_t repairedBytes(const RepairReport& report, std::uint64_t mostPictures);
+
+// Writes the repaired file, of a report that helps, to an open file. With mostPictures (at least 1) the data of its
+// other mipmaps, faces, slices and elements is left out, whatever its header says. Throws FileError for the input,
+// OutputError for the output, and Interrupted after a signal.
+void writeRepaired(const OpenFile& input, const RepairReport& report, int descriptor,
                    std::uint64_t mostPictures = UINT64_MAX);
 
-// Writes the repaired copy of a report that helps, which appears whole or not at all. Throws as writeRepaired.
-void writeRepairedCopy(const std::string& input, const RepairReport& report, const std::string& output);
-
-// Both: the copy is written if there is to be one.
-RepairReport repairFile(const std::string& input, const std::string& output, bool mayConvert = false);
+// Writes the repaired copy of a report that helps, which appears whole or not at all. Throws like writeRepaired.
+void writeRepairedCopy(const OpenFile& input, const RepairReport& report, const std::string& output);
 
 // The line of `repair --json`. An empty output is none.
 Json repairAsJson(const std::string& input, const std::string& output, const RepairReport& report);
