@@ -198,7 +198,7 @@ TEST_F(Explain, JsonFollowsTheSchema) {
     file("lines", explained + told + reported);
     // The interpreter that Debian's packages are for.
     const std::string validate =
-        "/usr/bin/python3 -W ignore -m jsonschema " KPX_SOURCE_DIR "/docs/kpximage.schema.json -i ";
+        "/usr/bin/python3 -W ignore -m jsonschema '" KPX_SOURCE_DIR "/docs/kpximage.schema.json' -i ";
     const RunResult valid = shell("split -a 3 -l 1 lines line- && " + validate + "$(echo line-* | sed 's/ / -i /g')");
     EXPECT_EQ(valid.status, 0) << valid.err;
     // The schema itself can refuse.

@@ -21,6 +21,11 @@ import pytest
 
 import kpximage
 
+# The caller's umask and choice of a plug-in change no result.
+os.umask(0o22)
+for variable in [name for name in os.environ if name.startswith("KPX_") and name != "KPX_BUILD"]:
+    del os.environ[variable]
+
 SOURCE = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ["KPX_BUILD"])
 SAMPLES = SOURCE.parent / "shared" / "samples"

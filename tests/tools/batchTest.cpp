@@ -61,7 +61,9 @@ TEST_F(Tool, ProgressIsShownOnATerminalOnly) {
     file("a.dds", describedFile("size=4x4 dxgi=28 zeros=64"));
     file("b.dds", describedFile("size=64x64 code=DXT1 zeros=3"));
     const auto onTerminal = [this](const std::string& arguments) {
-        return shell("script -qec 'KPX_PLUGIN=" KPX_PLUGIN_PATH " " KPX_TOOL_PATH " " + arguments + "' /dev/null").out;
+        return shell("KPX_PLUGIN='" KPX_PLUGIN_PATH "' TOOL='" KPX_TOOL_PATH "' script -qec '\"$TOOL\" " + arguments +
+                     "' /dev/null")
+            .out;
     };
     const std::string shown = onTerminal("convert a.dds b.dds .");
     EXPECT_NE(shown.find("\r\x1B[K1 of 2 files"), std::string::npos) << shown;

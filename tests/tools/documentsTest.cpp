@@ -42,7 +42,8 @@ protected:
 
     // What bash completes a line of words to; the last word is the unfinished one.
     [[nodiscard]] std::string completed(const std::string& words, int last) const {
-        return shell("bash --norc --noprofile -uc 'source " + std::string(folder) + "/kpximage; COMP_WORDS=(" + words +
+        return shell("FOLDER='" + std::string(folder) +
+                     "' bash --norc --noprofile -uc 'source \"$FOLDER/kpximage\"; COMP_WORDS=(" + words +
                      "); COMP_CWORD=" + std::to_string(last) + "; _kpximage; echo \"${COMPREPLY[*]}\"'")
             .out;
     }
@@ -61,7 +62,7 @@ TEST_F(Documents, AreAcceptedByThoseWhoReadThem) {
             missing += std::string(" ") + c.program;
             continue;
         }
-        const RunResult result = shell(std::string("cd ") + folder + " && " + c.reading);
+        const RunResult result = shell(std::string("cd '") + folder + "' && " + c.reading);
         EXPECT_EQ(result.status, 0) << c.program;
         EXPECT_EQ(result.err, "") << c.program;
     }
@@ -69,7 +70,7 @@ TEST_F(Documents, AreAcceptedByThoseWhoReadThem) {
 }
 
 TEST_F(Documents, HaveEveryCommandAndOption) {
-    const std::string manual = shell(std::string("zcat ") + folder + "/kpximage.1.gz").out;
+    const std::string manual = shell(std::string("zcat '") + folder + "/kpximage.1.gz'").out;
     const std::string bash = textOfFile(std::string(folder) + "/kpximage");
     const std::string zsh = textOfFile(std::string(folder) + "/_kpximage");
     const std::string fish = textOfFile(std::string(folder) + "/kpximage.fish");

@@ -48,7 +48,7 @@ TEST_F(PluginChoice, TakesTheFirstPlaceOfTheOrder) {
         {"oe12bi", "KPX_PLUGIN=environment.so KPX_PLUGIN_PATH=first:second", "", 'e', "KPX_PLUGIN"},
         {"oe12bi", "KPX_PLUGIN_PATH=first:second", "", '1', "KPX_PLUGIN_PATH"},
         {"2bi", "KPX_PLUGIN_PATH=first:second", "", '2', "KPX_PLUGIN_PATH"},
-        {"1cbi", "KPX_PLUGIN_PATH=::$PWD/first: KPX_PLUGIN=", "", '1', "KPX_PLUGIN_PATH"},
+        {"1cbi", "KPX_PLUGIN_PATH=\"::$PWD/first:\" KPX_PLUGIN=", "", '1', "KPX_PLUGIN_PATH"},
         {"bi", "KPX_PLUGIN_PATH=first:second", "", 'b', "beside the program"},
         {"12bi", "KPX_PLUGIN_PATH=", "", 'b', "beside the program"},
         {"i", "KPX_PLUGIN_PATH=nowhere", "", 'i', "the installed place"},
