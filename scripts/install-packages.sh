@@ -46,6 +46,18 @@ if [ "$(id -u)" -ne 0 ]; then
     asRoot=sudo
 fi
 case "$missing" in *:arm64*) $asRoot dpkg --add-architecture arm64 ;; esac
-$asRoot apt-get -qq update
+# Waits up to ten minutes for another apt, such as the daily upgrade. apt-get itself waits for dpkg's locks only, not
+# for those of its lists and archives.
+apt_get() {
+    tries=60
+    until said=$($asRoot env LC_ALL=C DEBIAN_FRONTEND=noninteractive \
+        apt-get -qq -y -o DPkg::Lock::Timeout=600 --no-install-recommends "$@" 2>&1); do
+        tries=$((tries - 1))
+        case "$said" in *'Could not get lock'*) [ "$tries" -gt 0 ] && sleep 10 && continue ;; esac
+        printf '%s\n' "$said" >&2
+        return 1
+    done
+}
+apt_get update
 # shellcheck disable=SC2086 # a list of words
-$asRoot env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends install $missing >/dev/null
+apt_get install $missing
