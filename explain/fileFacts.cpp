@@ -41,7 +41,7 @@ FileFacts readFacts(int descriptor) {
     struct stat status {};
     std::array<unsigned char, factBytes> start{};
     const ssize_t count = fstat(descriptor, &status) == 0 ? pread(descriptor, start.data(), start.size(), 0) : -1;
-    if (count < 0) throw FileError(std::string("cannot be read: ") + std::strerror(errno));
+    if (count < 0) throw systemError("cannot be read", errno);
     return factsOf(std::span(start).first(static_cast<std::size_t>(count)), static_cast<std::uint64_t>(status.st_size));
 }
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
 #include "host/HostError.h"
 #include "host/kpxbase.h"
@@ -29,8 +28,9 @@ nl_catd catalogueNamed(const char* name) {
 void openCatalogue(const std::string& path) {
     closeCatalogue();
     kpx__msg_cat = catalogueNamed(path.c_str());
+    const int cause = errno;
     if (kpx__msg_cat == nullptr) {
-        throw HostError("cannot open the message catalogue " + path + ": " + std::strerror(errno));
+        throw systemError("cannot open the message catalogue " + path, cause);
     }
 }
 

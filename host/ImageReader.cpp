@@ -14,8 +14,9 @@ ImageReader::ImageReader(const Plugin& plugin, std::string path)
     ReportCollector reports;
     errno = 0;  // the plug-in's message quotes it
     if (plugin.readOpen(m_handle)) return;
+    const int cause = errno;
     kpx__free_obj(m_handle);
-    throw HostError(reports.take("the plug-in cannot read the image and gives no reason"));
+    throw HostError(reports.take("the plug-in cannot read the image and gives no reason"), cause);
 }
 
 bool ImageReader::isFloat() const {

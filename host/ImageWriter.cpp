@@ -79,7 +79,8 @@ void ImageWriter::openHandle(const Plugin& plugin, const ImageShape& shape) {
     ReportCollector reports;
     errno = 0;  // the plug-in's message quotes it
     if (!plugin.writeOpen(m_handle)) {
-        throw HostError(reports.take("the plug-in cannot write the image and gives no reason"));
+        const int cause = errno;
+        throw HostError(reports.take("the plug-in cannot write the image and gives no reason"), cause);
     }
 }
 

@@ -2,8 +2,10 @@
 #include "host/Plugin.h"
 
 #include <dlfcn.h>
+#include <locale.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 
 #include "host/Catalogue.h"
@@ -47,10 +49,22 @@ void exportServices() {
     if (dladdr(&protocolVersion, &self) != 0) dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
 }
 
+// Returns what dlerror says, in English as the sentence around it.
+std::string englishLoadError() {
+    const locale_t english = newlocale(LC_ALL_MASK, "C", nullptr);
+    const locale_t before = english == nullptr ? nullptr : uselocale(english);
+    std::string text = dlerror();
+    if (english != nullptr) {
+        uselocale(before);
+        freelocale(english);
+    }
+    return text;
+}
+
 void* load(const std::string& path) {
     exportServices();
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) throw HostError(std::string("cannot load the plug-in: ") + dlerror());
+    if (library == nullptr) throw HostError("cannot load the plug-in: " + englishLoadError());
     return library;
 }
 
@@ -136,7 +150,7 @@ std::vector<std::pair<std::string, std::string>> Plugin::descriptor() const {
 
 bool Plugin::isFile(const std::string& path) const {
     FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) throw HostError(std::string("cannot open the file: ") + std::strerror(errno));
+    if (file == nullptr) throw systemError("cannot open the file", errno);
     const bool recognised = m_isFile(nullptr, file) == 1;
     std::fclose(file);
     return recognised;

@@ -109,4 +109,22 @@ TEST_F(Tool, SpeaksTheLanguageOfTheCatalogue) {
     }
 }
 
+// In a German locale the system's reasons are in English, as are the sentences around them.
+TEST_F(Tool, SpeaksOneLanguageInASentence) {
+    const std::string german = "LOCPATH='" + at("") + "' LC_ALL=de_DE.UTF-8";
+    (void)shell("localedef -i de_DE -f UTF-8 ./de_DE.UTF-8");
+    if (shell(german + " cat missing").err.find("nicht gefunden") == std::string::npos) {
+        GTEST_SKIP() << "there are no German messages of the system: install the package locales";
+    }
+    const struct {
+        const char *arguments, *reason;
+    } cases[] = {{"info missing.dds", "missing.dds: cannot open the file: No such file or directory"},
+                 {"formats --plugin /no.so", "/no.so: cannot open shared object file: No such file or directory"},
+                 {"convert --format png missing.png .", "No such file or directory"}};
+    for (const auto& c : cases) {
+        const RunResult result = run(c.arguments, german);
+        EXPECT_NE(result.err.find(c.reason), std::string::npos) << result.err;
+    }
+}
+
 }  // namespace

@@ -27,7 +27,7 @@ OpenFile::OpenFile(const std::string& path, std::string name)
     if (m_descriptor < 0 || fstat(m_descriptor, &m_status) != 0) {
         const int cause = errno;
         if (m_descriptor >= 0) close(m_descriptor);
-        throw FileError(std::string("cannot open the file: ") + std::strerror(cause));
+        throw systemError("cannot open the file", cause);
     }
     if (S_ISREG(m_status.st_mode)) return;
     close(m_descriptor);
@@ -52,7 +52,7 @@ std::size_t OpenFile::readSome(std::uint64_t place, std::span<unsigned char> byt
         const ssize_t count =
             pread(m_descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(place + done));
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) throw FileError(std::string("cannot be read: ") + std::strerror(errno));
+        if (count < 0) throw systemError("cannot be read", errno);
         if (count == 0) break;
         done += static_cast<std::size_t>(count);
     }

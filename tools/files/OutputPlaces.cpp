@@ -63,7 +63,8 @@ void OutputPlaces::makeFolderOf(const std::string& place) const {
     // Where a folder below cannot be made, neither can the file in it, which is told.
     std::error_code error;
     fs::create_directories(fs::path(place).parent_path(), error);
-    if (!isFolderThere(m_output)) throw FileError(m_output + " cannot be made a folder: " + error.message());
+    if (!isFolderThere(m_output))
+        throw FileError(m_output + " cannot be made a folder: " + systemErrorText(error.value()));
 }
 
 }  // namespace kpx::tool

@@ -48,7 +48,7 @@ void copyData(int from, int to) {
         const ssize_t count = pread(from, buffer.data(), buffer.size(), place);
         if (count == 0) return;
         if (count < 0 || pwrite(to, buffer.data(), static_cast<std::size_t>(count), place) != count)
-            throw OutputError(std::string("cannot be copied: ") + std::strerror(errno));
+            throw systemError<OutputError>("cannot be copied", errno);
         place += count;
     }
 }
@@ -63,8 +63,7 @@ PendingFile::PendingFile(const std::string& destination, mode_t permissions, Exi
         m_folder = open(m_folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (m_folder < 0 && (errno == ENOENT || errno == ENOTDIR))
             throw OutputError("cannot be created: the folder " + m_folderPath + " does not exist");
-        if (m_folder < 0 && errno != EACCES)
-            throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+        if (m_folder < 0 && errno != EACCES) throw systemError<OutputError>("cannot be created", errno);
         // A folder may be open to writers only.
         if (m_folder < 0) m_folder = open(m_folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         openEarlier();
@@ -95,7 +94,7 @@ void PendingFile::openEarlier() {
     if (m_existing == Existing::refuse) throw OutputError("exists already; --force replaces it");
     m_earlier = openat(m_folder, m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (m_earlier < 0 || fstat(m_earlier, &m_earlierStatus) != 0)
-        throw OutputError(std::string("cannot be replaced: ") + std::strerror(errno));
+        throw systemError<OutputError>("cannot be replaced", errno);
     if (!S_ISREG(m_earlierStatus.st_mode)) throw OutputError("exists and is not a regular file");
 }
 
@@ -126,7 +125,7 @@ void PendingFile::createNamed(mode_t permissions) {
     } while (m_descriptor < 0 && errno == EEXIST);
     if (m_descriptor < 0) {
         m_temporaryName.clear();
-        throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+        throw systemError<OutputError>("cannot be created", errno);
     }
     m_path = m_folderPath + "/" + m_temporaryName;
 }
@@ -195,7 +194,7 @@ void PendingFile::checkEarlierIsUnchanged() const {
 }
 
 void PendingFile::flushToDisk() const {
-    if (fsync(m_descriptor) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
+    if (fsync(m_descriptor) != 0) throw systemError<OutputError>("cannot be written", errno);
 }
 
 void PendingFile::commit() {
@@ -203,7 +202,7 @@ void PendingFile::commit() {
     if ((m_permissions & 0600) != 0600) fchmod(m_descriptor, m_permissions);
     if (takeDestination()) return;
     if (errno == EEXIST) throw OutputError("exists already; --force replaces it");
-    throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+    throw systemError<OutputError>("cannot be created", errno);
 }
 
 TemporaryFile::TemporaryFile() {
@@ -214,7 +213,7 @@ TemporaryFile::TemporaryFile() {
         std::string name = folder / "kpximage-XXXXXX";
         m_descriptor = mkostemp(name.data(), O_CLOEXEC);
         if (m_descriptor < 0)
-            throw OutputError("no temporary file can be created in " + folder.string() + ": " + std::strerror(errno));
+            throw OutputError("no temporary file can be created in " + folder.string() + ": " + systemErrorText(errno));
         unlink(name.c_str());
     }
     m_path = pathOf(m_descriptor);

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <vector>
 
@@ -54,7 +53,7 @@ std::vector<std::string> runsIn(const std::string& folder) {
 }
 
 [[noreturn]] void throwError(const std::string& folder) {
-    throw OutputError(textOf("has no folder for its pictures: ", folder, ": ", std::strerror(errno)));
+    throw OutputError(textOf("has no folder for its pictures: ", folder, ": ", systemErrorText(errno)));
 }
 
 }  // namespace
@@ -112,7 +111,7 @@ std::string PendingFolder::write(const std::string& name, std::span<const unsign
     const int cause = errno;
     const bool isClosed = file != nullptr && std::fclose(file) == 0;
     if (!isWritten || !isClosed) {
-        throw OutputError(std::string("cannot have its pictures written: ") + std::strerror(isWritten ? errno : cause));
+        throw systemError<OutputError>("cannot have its pictures written", isWritten ? errno : cause);
     }
     return (fs::path(m_path).filename() / fs::path(m_own).filename() / name).string();
 }

@@ -17,7 +17,7 @@ namespace kpx::tool {
 namespace {
 
 [[noreturn]] void fail(const std::string& what) {
-    throw OutputError("is not replaced, because " + what + " cannot be kept: " + std::strerror(errno));
+    throw OutputError("is not replaced, because " + what + " cannot be kept: " + systemErrorText(errno));
 }
 
 // Returns none on file systems without extended attributes.

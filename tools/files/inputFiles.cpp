@@ -5,6 +5,7 @@
 #include <cctype>
 #include <filesystem>
 
+#include "explain/FileError.h"
 #include "tools/terminal/console.h"
 
 namespace kpx::tool {
@@ -53,7 +54,7 @@ void Listing::add(const fs::path& folder) {
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) add(*entry);
     if (!error) return;
-    tell(folder.string(), "cannot be listed: " + error.message());
+    tell(folder.string(), "cannot be listed: " + systemErrorText(error.value()));
     m_isComplete = false;
 }
 

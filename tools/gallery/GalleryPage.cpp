@@ -2,7 +2,6 @@
 #include "tools/gallery/GalleryPage.h"
 
 #include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "assets.h"
@@ -112,7 +111,7 @@ void GalleryPage::addBlock(const std::string& attributes, const Json& object) {
 }
 
 void GalleryPage::noteFailure() {
-    if (!m_stream && m_failure.empty()) m_failure = std::string("cannot be written: ") + std::strerror(errno);
+    if (!m_stream && m_failure.empty()) m_failure = std::string("cannot be written: ") + systemErrorText(errno);
 }
 
 void GalleryPage::finish() {

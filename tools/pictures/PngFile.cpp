@@ -2,7 +2,6 @@
 #include "tools/pictures/PngFile.h"
 
 #include <cerrno>
-#include <cstring>
 #include <new>
 
 #include "tools/terminal/errors.h"
@@ -20,7 +19,7 @@ PngFile::PngFile(const std::string& path, const ImageLayout& layout, size_t chan
 
 PngFile::PngFile(FILE* file, const ImageLayout& layout, size_t channels, bool isSrgb, PngEffort effort) : m_file(file) {
     try {
-        if (m_file == nullptr) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+        if (m_file == nullptr) throw systemError<OutputError>("cannot be created", errno);
         m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, [](png_struct*, const char*) {});
         m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
         if (m_info == nullptr) throw std::bad_alloc();
@@ -45,7 +44,7 @@ void PngFile::release() {
 void PngFile::fail(png_struct* png, const char* message) {
     const int cause = errno;
     auto* file = static_cast<PngFile*>(png_get_error_ptr(png));
-    file->m_error = std::ferror(file->m_file) != 0 && cause != 0 ? std::strerror(cause) : message;
+    file->m_error = std::ferror(file->m_file) != 0 && cause != 0 ? systemErrorText(cause) : message;
     png_longjmp(png, 1);
 }
 
@@ -92,7 +91,7 @@ void PngFile::finish() {
     }
     FILE* file = m_file;
     m_file = nullptr;
-    if (std::fclose(file) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
+    if (std::fclose(file) != 0) throw systemError<OutputError>("cannot be written", errno);
 }
 
 }  // namespace kpx::tool

@@ -29,7 +29,7 @@ class ExrFile {
 public:
     ExrFile(const std::string& path, const ImageLayout& layout, std::string_view names, exr_pixel_type_t valueType)
         : m_descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
-        if (m_descriptor < 0) throw OutputError(std::string("cannot be created: ") + std::strerror(errno));
+        if (m_descriptor < 0) throw systemError<OutputError>("cannot be created", errno);
         try {
             start(path, layout, names, valueType);
         } catch (...) {
@@ -50,7 +50,7 @@ public:
         check(exr_finish(&m_context));
         const int descriptor = m_descriptor;
         m_descriptor = -1;
-        if (close(descriptor) != 0) throw OutputError(std::string("cannot be written: ") + std::strerror(errno));
+        if (close(descriptor) != 0) throw systemError<OutputError>("cannot be written", errno);
     }
 
 private:
@@ -90,7 +90,7 @@ private:
     void check(exr_result_t result) const {
         if (result == EXR_ERR_SUCCESS) return;
         throw OutputError(std::string("cannot be written: ") +
-                          (m_error != 0 ? std::strerror(m_error) : exr_get_default_error_message(result)));
+                          (m_error != 0 ? systemErrorText(m_error) : exr_get_default_error_message(result)));
     }
 
     void release() {

@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    [[noreturn]] static void fail() { throw OutputError(std::string("cannot be written: ") + std::strerror(errno)); }
+    [[noreturn]] static void fail() { throw systemError<OutputError>("cannot be written", errno); }
 
     int m_descriptor;
     off_t m_place = 0;

@@ -29,7 +29,7 @@ public:
         if (error) throw FileError("cannot open the file: " + error.message());
         m_name = file.filename();
         m_folder = open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (m_folder < 0) throw FileError(std::string("cannot open its folder: ") + std::strerror(errno));
+        if (m_folder < 0) throw systemError("cannot open its folder", errno);
     }
     ~Place() { close(m_folder); }
     Place(const Place&) = delete;
@@ -47,7 +47,7 @@ public:
         const bool isDone = isSameFile(status(original()), status(m_name))
                                 ? unlinkat(m_folder, original().c_str(), 0) == 0
                                 : renameat(m_folder, original().c_str(), m_folder, m_name.c_str()) == 0;
-        if (!isDone) throw OutputError("cannot be replaced by " + original() + ": " + std::strerror(errno));
+        if (!isDone) throw OutputError("cannot be replaced by " + original() + ": " + systemErrorText(errno));
     }
 
 private:

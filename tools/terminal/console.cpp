@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <mutex>
 #include <new>
@@ -84,7 +83,7 @@ bool flushOutput() {
     errno = 0;
     std::cout.flush();
     if (std::cout.good() && std::fflush(stdout) == 0) return true;
-    tell("standard output", errno == 0 ? "could not be written" : std::strerror(errno));
+    tell("standard output", errno == 0 ? "could not be written" : systemErrorText(errno));
     return false;
 }
 
