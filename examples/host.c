@@ -1,13 +1,13 @@
 /*
  * A whole host in C: it supplies the services that a plug-in needs and reads one image through the protocol.
  *   host PLUGIN FILE    prints the size, the channels and the sum of all bytes
+ * To build it: cc -rdynamic host.c -o host $(pkg-config --cflags kpxbase) -ldl
  */
 #include <dlfcn.h>
+#include <kpxbase.h>
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
-
-#include "host/kpxbase.h"
 
 nl_catd kpx__msg_cat = NULL;
 int kpx__err = 0;
@@ -94,12 +94,13 @@ int main(int count, char** words) {
     const ImageFileDescriptor* image = handle->descriptor;
     const ScanlineReadFunction scanline = (ScanlineReadFunction)handle->scanlineFunction;
     const int channels = image->channelCount + image->matteCount;
+    const size_t rowBytes = (size_t)image->width * (size_t)image->channelBits / 8;
     printf("%d x %d, %d channels of %d bits\n", image->width, image->height, channels, image->channelBits);
     for (int y = 0; y < image->height; ++y) {
         unsigned char** rows;
-        if (scanline(*handle->pluginData, y, &rows) != 0) return 1;
+        if (scanline(*handle->pluginData, y, &rows) != 0) return handle->closeFunction(handle) + 1;
         for (int c = 0; c < channels; ++c) {
-            for (int i = 0; i < image->width * image->channelBits / 8; ++i) sum += rows[c][i];
+            for (size_t i = 0; i < rowBytes; ++i) sum += rows[c][i];
         }
     }
     printf("sum of all bytes %lu\n", sum);

@@ -1,15 +1,22 @@
 /*
  * The interface between the host image library libKPXbase and its format plug-ins: the records that
  * both sides read and write at fixed offsets, the option table's rows, the services that the host
- * supplies, and the entry points that a plug-in exports. Plain C, so that hosts in C can use it.
+ * supplies, and the entry points that a plug-in exports. Requires C99 or C++98, and POSIX for
+ * <nl_types.h>; C11 and C++11 check the offsets. docs/protocol.md describes the calls in their order.
  *
  * The offsets are the binary interface (64-bit pointers, little-endian). Bytes named m_hostN are the
  * host's own: a plug-in leaves them as they are.
+ *
+ * The plug-in is linked with no host library. It finds the services among the symbols that the whole
+ * process sees: link a program that defines them with -rdynamic, or use those of libKPXbase
+ * (pkg-config --libs kpxbase).
+ *
+ * Threads: after imageInit, several threads may use the plug-in at once, each with handles of its own.
+ * The services are then called from all of them. A single handle belongs to one thread at a time.
  */
 #ifndef KPXBASE_H
 #define KPXBASE_H
 
-#include <assert.h>
 #include <nl_types.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -37,22 +44,27 @@ typedef struct OptionSetting {
     uint8_t value[4];
 } OptionSetting;
 
-/* The host's record of one image being read or written; allocated and released by the host. */
+/*
+ * The host's record of one image being read or written. The host allocates it, all bytes zero, and fills it.
+ * closeFunction passes it to kpx__free_obj, after which the handle does not exist. If an open fails, the
+ * callbacks must not be called, and the host itself passes the handle to kpx__free_obj. The texts and options
+ * that the host has put into the handle are not released there.
+ */
 typedef struct ImageHandle {
     void** pluginData;      /* the plug-in's private block: one pointer to its reader or writer */
-    const char* formatName; /* the format's name, the subject of messages */
-    char* name;             /* the path, or the pattern from which kpx__build_handle makes it */
+    const char* formatName; /* the format's name, the subject of messages; the caller's */
+    char* name;             /* the path, or the pattern for kpx__build_handle; the caller's */
     uint8_t nameIsPath;     /* non-zero: name is the path itself */
     uint8_t m_host0[15];
     void* nameContext; /* handed to kpx__build_handle by value */
     uint8_t m_host1[64];
-    OptionSetting** options; /* null, or pointers ended by a null pointer */
+    OptionSetting** options; /* null, or pointers ended by a null pointer; the caller's */
     uint8_t m_host2[8];
     void* channelFormatData; /* non-null: the plug-in refuses to write the image */
     uint8_t m_host3[4];
     int32_t hostFlags;
     uint8_t m_host4[56];
-    int32_t imageCount; /* images in the file */
+    int32_t imageCount; /* images in the file; at most 1 in writing */
     uint8_t m_host5[4];
     struct ImageFileDescriptor* descriptor;
     uint8_t m_host6[80];
@@ -67,7 +79,7 @@ typedef struct PixelWindow {
 
 /*
  * The host's description of an image. On reading the plug-in allocates it with the C allocator and
- * the host releases it; on writing the host supplies it.
+ * the host releases it; on writing the host supplies it, and the size is that of `window`.
  */
 typedef struct ImageFileDescriptor {
     uint8_t m_host0[8];
@@ -90,7 +102,7 @@ typedef struct ImageFileDescriptor {
     char* matteFormat;
     int32_t matteCount;
     int32_t matteBytes;
-    int32_t matteBits;
+    int32_t matteBits; /* 8 in writing, also without a matte */
     uint8_t m_host5[4];
     char* auxFormat;
     int32_t auxCount;
@@ -128,11 +140,18 @@ typedef struct CapabilityEntry {
     uint32_t zero1;
 } CapabilityEntry;
 
+#if defined(__cplusplus) && __cplusplus >= 201103L
+#define KPX_CHECK(condition, message) static_assert(condition, message)
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define KPX_CHECK(condition, message) _Static_assert(condition, message)
+#else
+#define KPX_CHECK(condition, message) extern int kpx__no_check
+#endif
 #define KPX_CHECK_OFFSET(record, field, offset) \
-    static_assert(offsetof(record, field) == (offset), #record "." #field " is not at " #offset)
-#define KPX_CHECK_SIZE(record, size) static_assert(sizeof(record) == (size), #record " is not of " #size " bytes")
+    KPX_CHECK(offsetof(record, field) == (offset), #record "." #field " is not at " #offset)
+#define KPX_CHECK_SIZE(record, size) KPX_CHECK(sizeof(record) == (size), #record " is not of " #size " bytes")
 
-static_assert(sizeof(void*) == 8, "the records hold 64-bit pointers");
+KPX_CHECK(sizeof(void*) == 8, "the records hold 64-bit pointers");
 KPX_CHECK_OFFSET(OptionSetting, code, 0);
 KPX_CHECK_OFFSET(OptionSetting, value, 4);
 KPX_CHECK_SIZE(OptionSetting, 8);
@@ -193,20 +212,31 @@ KPX_CHECK_SIZE(CapabilityEntry, 56);
 /* Services of the host. */
 
 extern nl_catd kpx__msg_cat;                         /* the host's message catalogue; null when none is open */
-extern int kpx__err;                                 /* the error code of the last call */
+extern int kpx__err;                                 /* code of an error, set by some calls only; see below */
 extern const char* KPX_LITERAL_HARD_FORMAT_TYPE_RGB; /* name of the 8-bit RGB channel format */
+
+/*
+ * kpx__err says more about some failures. Successful calls may leave an older code in it, some failures set
+ * none, and threads share it: only the result of a call says whether the call failed.
+ */
 
 /* Fills handle->descriptor with the host's defaults. */
 int kpx__init_ifd(ImageHandle* handle);
 /* Builds a path from a name pattern; the host keeps the string. Null when it cannot be built. */
 char* kpx__build_handle(int zero, const char* name, void* nameContext);
-/* Releases the handle, its descriptor and its strings. */
+/*
+ * Releases the handle, its private block, its descriptor and the descriptor's three format strings, which
+ * are of STR_save. Name, formatName and options belong to the caller.
+ */
 int kpx__free_obj(ImageHandle* handle);
 /* Reports an error: the catalogue's message when it has one, else the format; printf-style. */
 void ERR_report_cat(nl_catd catalogue, int set, int number, int severity, const char* format, ...);
 /* Prints an error, printf-style. */
 void ERR_printf(int level, const char* format, ...);
-/* Host-held copies of a string; null when there is no memory. */
+/*
+ * Copies of a string that the host holds; null when there is no memory. A copy of STR_save lasts until
+ * kpx__free_obj releases it with its handle, one of STR_define until the process ends.
+ */
 char* STR_save(const char* text);
 char* STR_define(const char* text);
 /* The gamma that the host assumes for images that state none. */
@@ -222,17 +252,30 @@ typedef void ImageCapabilityFunction(CapabilityEntry** table, int* flag1Rows, in
 typedef int ImageIsFileFunction(const char* path, FILE* stream);
 typedef int ImageOpenFunction(ImageHandle* handle);
 
-/* To be called first: fetches the translatable name, extension and name pattern; 1, or 0 when one cannot be had. */
+/*
+ * Fetches the translatable name, extension and name pattern. Call it once, before any other function and
+ * before other threads use the plug-in. Returns 1, or 0 if a text cannot be allocated.
+ */
 ImageInitFunction imageInit;
 /* The option table's first row, how many rows have flag value 1 and flag value 2, and how many there are. */
 ImageCapabilityFunction imageCapability;
 ImageCapabilityFunction KPX_dds_capability; /* the same under the name of the format, here DDS */
 /* 1 when the stream, or where that is null the file at path, is one of the format; else 0. A stream stays open. */
 ImageIsFileFunction imageIsFile;
-/* 1 when the image is open and its callbacks stand in the handle; 0 after a message. A plug-in may not write. */
+/*
+ * Returns 1 if the image is open and its callbacks are in the handle; 0 after a message. imageWriteOpen may be missing.
+ * Scanline 0 is the bottom row, in reading and in writing. DDS files are stored with a width that is a multiple of 4.
+ * No call reports a failed write: closeFunction returns 0 on a full disk too. Compare the size of the file, as
+ * docs/protocol.md describes.
+ */
 ImageOpenFunction imageReadOpen;
 ImageOpenFunction imageWriteOpen;
 
+/*
+ * The descriptor variables. A host looks them up by name. Only a plug-in declares them, which defines
+ * KPX_PLUGIN_VARIABLES before it includes this header.
+ */
+#ifdef KPX_PLUGIN_VARIABLES
 /* Texts; the first three are null until imageInit has run. */
 extern const char* imageName;
 extern const char* imageExtension;
@@ -257,6 +300,7 @@ extern int imageNumberOfZChannels;
 extern int imageBitsPerZChannel;
 extern int imageNumberOfLuts;
 extern int imageBitsPerLut;
+#endif
 
 #ifdef __cplusplus
 }

@@ -1,5 +1,6 @@
 // What the plug-in says of itself: the exported variables, and the three translatable strings among them. The plug-in
 // never reads them; the integers are the host's codes.
+#define KPX_PLUGIN_VARIABLES
 #include "plugin/protocol.h"
 
 extern "C" {

@@ -1,6 +1,7 @@
 #!/bin/bash
-# Compiles every header by itself, so that each includes what it needs; host/kpxbase.h also as C. The compilers are
-# those of CXX and CC, else c++ and cc.
+# Compiles every header by itself, so that each includes what it needs; host/kpxbase.h also in every C and C++ standard
+# that it claims, where a host may use the names of a plug-in's variables. The compilers are those of CXX and CC, else c++
+# and cc.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 export CXX=${CXX:-c++} CC=${CC:-cc}
@@ -30,4 +31,7 @@ export -f compileInput checkHeader
 export family
 
 git ls-files '*.h' | grep -vE "^blocks/wide/($others)\.h" | sort | xargs -P 2 -I '{}' bash -c "checkHeader '{}'"
-echo '#include "host/kpxbase.h"' | compileInput "$CC" -x c -std=c11
+host='#include "host/kpxbase.h"
+extern const char type, version, program;'
+for standard in c99 c11 c17; do compileInput "$CC" -x c -std=$standard <<<"$host"; done
+for standard in c++98 c++11 c++20; do compileInput "$CXX" -x c++ -std=$standard <<<"$host"; done
