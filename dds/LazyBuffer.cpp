@@ -1,10 +1,13 @@
-// Small blocks come from the C allocator. Large ones are mapped, aligned to the processor's large pages and advised to
-// use them: the first touch of 64 MiB in pages of 4 KiB takes longer than decoding a picture into it.
+// Blocks of less than one large page come from the C allocator, which gives the same memory to one picture after the
+// other: fresh memory would be faulted in 4 KiB at a time, which takes several times as long as reading the picture.
+// Larger blocks are mapped, aligned to large pages and advised to use them: faults of 2 MiB cost less than zeroing
+// memory that is used again.
 #include "dds/LazyBuffer.h"
 
 #include <sys/mman.h>
 
 #include <cstdlib>
+#include <cstring>
 
 #include "dds/checkedSize.h"
 
@@ -14,20 +17,24 @@ namespace {
 // Of x86-64, and of aarch64 with pages of 4 KiB. A multiple of all pages, which are 64 KiB at most, it is an address
 // that advice is taken for.
 constexpr std::size_t largePage = std::size_t{2} << 20;
-constexpr std::uint64_t smallestMapping = std::uint64_t{1} << 20;
+constexpr std::uint64_t smallestMapping = largePage;
 
 }  // namespace
 
-bool LazyBuffer::allocate(std::uint64_t bytes, Touched touched) {
+bool LazyBuffer::allocate(std::uint64_t bytes, Content content) {
     release();
     if (bytes > largestBlock) return false;
     if (bytes < smallestMapping) {
-        m_data = static_cast<unsigned char*>(std::calloc(bytes == 0 ? 1 : bytes, 1));
+        const std::size_t atLeastOne = bytes == 0 ? 1 : bytes;
+        void* block = content == Content::zero ? std::calloc(atLeastOne, 1) : std::malloc(atLeastOne);
+        m_data = static_cast<unsigned char*>(block);
         if (m_data == nullptr) return false;
         m_size = bytes;
         return true;
     }
-    const std::size_t mappedBytes = bytes + largePage;
+    // Whole large pages: a shorter last one would be faulted in 4 KiB at a time.
+    const std::size_t wholePages = (bytes + largePage - 1) / largePage * largePage;
+    const std::size_t mappedBytes = wholePages + largePage;
     void* mapping = mmap(nullptr, mappedBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapping == MAP_FAILED) return false;
     m_mapping = mapping;
@@ -36,8 +43,13 @@ bool LazyBuffer::allocate(std::uint64_t bytes, Touched touched) {
     const auto address = reinterpret_cast<std::uintptr_t>(mapping);
     m_data = static_cast<unsigned char*>(mapping) + (largePage - address % largePage) % largePage;
     // Advice only: without large pages the block is the same, and slower to touch.
-    if (touched == Touched::mostly) (void)madvise(m_data, bytes, MADV_HUGEPAGE);
+    (void)madvise(m_data, wholePages, MADV_HUGEPAGE);
     return true;
+}
+
+void LazyBuffer::zeroFrom(std::uint64_t start) {
+    // A mapping is zero until it is written.
+    if (m_mapping == nullptr && start < m_size) std::memset(m_data + start, 0, m_size - start);
 }
 
 void LazyBuffer::release() {

@@ -1,5 +1,5 @@
-// An owned block of memory that reads as zero and costs nothing until it is written, so that a small file which
-// declares a huge picture takes no more than it holds.
+// An owned block of memory for pixels. A large block costs only what is written to it, so that a small file which
+// declares a huge picture takes no more memory than it fills.
 #pragma once
 
 #include <cstddef>
@@ -7,9 +7,9 @@
 
 namespace kpx {
 
-// How a large block will be written: mostly, which large pages make faster, or here and there, where each of them would
-// cost time and memory for nothing.
-enum class Touched : std::uint8_t { mostly, hereAndThere };
+// What a new block holds: zeros, or anything, for an owner that writes every byte, or calls zeroFrom, before one is
+// read.
+enum class Content : std::uint8_t { zero, unset };
 
 class LazyBuffer {
 public:
@@ -18,10 +18,14 @@ public:
     LazyBuffer(const LazyBuffer&) = delete;
     LazyBuffer& operator=(const LazyBuffer&) = delete;
 
-    // Takes bytes (0 is allowed) after releasing what was held. False, and nothing is held, when there is no memory or
-    // bytes exceeds largestBlock.
-    bool allocate(std::uint64_t bytes, Touched touched = Touched::mostly);
+    // Allocates bytes (0 is allowed) after releasing what was held. Returns false, and holds nothing, if the allocation
+    // fails or bytes exceeds largestBlock. Reading a large block before it is written may take memory too: where the
+    // kernel has no shared zero page of the size, a read gives a page of its own, which can be a large one.
+    bool allocate(std::uint64_t bytes, Content content = Content::zero);
     void release();
+
+    // Zeroes the bytes from start on, none of which has been written.
+    void zeroFrom(std::uint64_t start);
 
     // Aligned for every scalar type; null when nothing is held.
     unsigned char* data() const { return m_data; }

@@ -86,7 +86,8 @@ private:
     // The row by which a loader reads: that of the choice while open runs, else what the header names; null if none.
     const Format* rowFor(Loader loader) const;
     LoadPlan planFor(Loader loader, const Format* format) const;
-    // Sets the fields as planned and allocates the picture; false if the plan refuses it or the allocation fails.
+    // Sets the fields as planned and allocates the picture, which the loader then fills or zeroes; false if the plan
+    // refuses it or the allocation fails.
     bool begin(const LoadPlan& plan);
     // Reads into the pixel buffer and notes what arrived.
     void readPixels(std::FILE* stream, std::uint64_t bytes);

@@ -25,7 +25,7 @@ bool TddsReader::readBlocks(std::FILE* stream, const Format* format, std::uint64
     const std::uint64_t groupRows = rowBytes == 0 ? 1 : std::max<std::uint64_t>(readGroupBytes / rowBytes, 1);
     const std::uint64_t groupBytes = rowBytes == 0 ? readGroupBytes : groupRows * rowBytes;
     LazyBuffer group;
-    if (!group.allocate(std::min(left, groupBytes))) {
+    if (!group.allocate(std::min(left, groupBytes), Content::unset)) {
         failWithoutMemory();
         return false;
     }
@@ -49,8 +49,7 @@ void TddsReader::decompressRows(const unsigned char* blocks, BlockKernel kernel,
     const std::size_t pixelBytes = m_pixelLayout == HalfRGBA ? floatPixelBytes : texelBytes;
     const auto rows = static_cast<std::uint32_t>(std::min<std::uint64_t>(most, m_height - first));
     unsigned char* const pixels = m_pixels.data() + first * pixelBytes * m_width;
-    walkBlocks(m_kernels.strips[kernel], blocks, blockBytes,
-               {pixels, m_width, rows, pixelBytes});
+    walkBlocks(m_kernels.strips[kernel], blocks, blockBytes, {pixels, m_width, rows, pixelBytes});
 }
 
 }  // namespace kpx

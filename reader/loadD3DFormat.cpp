@@ -22,11 +22,12 @@ int TddsReader::loadPixelPairs(std::FILE* stream, bool greenFirst) {
     unsigned char* pixels = m_pixels.data();
     RecordReader rows(fileRowBytes, m_height);
     if (!rows.allocate()) return failWithoutMemory();
-    rows.read(stream, [&](const unsigned char* row, std::uint64_t count) {
+    const std::uint64_t wholeRows = rows.read(stream, [&](const unsigned char* row, std::uint64_t count) {
         for (; count != 0; --count, row += fileRowBytes, pixels += m_rowBytes) {
             m_kernels.expandPairs(row, m_width, greenFirst, pixels);
         }
     });
+    m_pixels.zeroFrom(wholeRows * m_rowBytes);
     return 0;
 }
 
@@ -37,6 +38,7 @@ int TddsReader::loadHighBytes(std::FILE* stream) {
         m_kernels.highBytes(words, count, m_pixels.data() + m_arrivedBytes);
         noteArrived(count);
     });
+    m_pixels.zeroFrom(m_arrivedBytes);
     return 0;
 }
 

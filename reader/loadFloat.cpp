@@ -48,14 +48,16 @@ int TddsReader::loadFloats(std::FILE* stream, Loader loader) {
 
     // A row that is not whole, and all after it, stay zero.
     auto* out = reinterpret_cast<float*>(m_pixels.data());
-    rows.read(stream, [&out, &conversion, rowFloats](const unsigned char* values, std::uint64_t count) {
-        if (conversion.widen == nullptr) {
-            std::memcpy(out, values, count * rowFloats * sizeof(float));
-        } else {
-            conversion.widen(values, count * conversion.valuesPerRow, out);
-        }
-        out += count * rowFloats;
-    });
+    const std::uint64_t wholeRows =
+        rows.read(stream, [&out, &conversion, rowFloats](const unsigned char* values, std::uint64_t count) {
+            if (conversion.widen == nullptr) {
+                std::memcpy(out, values, count * rowFloats * sizeof(float));
+            } else {
+                conversion.widen(values, count * conversion.valuesPerRow, out);
+            }
+            out += count * rowFloats;
+        });
+    m_pixels.zeroFrom(wholeRows * plan.storedRowBytes);
     return 0;
 }
 

@@ -44,7 +44,7 @@ bool TddsReader::begin(const LoadPlan& plan) {
     m_bytesPerPixel = static_cast<std::int32_t>(plan.bytesPerPixel);
     m_rowBytes = static_cast<std::uint32_t>(plan.storedRowBytes / (plan.bits / 8));
     m_arrivedBytes = 0;
-    return plan.refusal == Refusal::none && m_pixels.allocate(plan.storedRowBytes * m_height);
+    return plan.refusal == Refusal::none && m_pixels.allocate(plan.storedRowBytes * m_height, Content::unset);
 }
 
 void TddsReader::readPixels(std::FILE* stream, std::uint64_t bytes) {
@@ -56,6 +56,7 @@ void TddsReader::readPixels(std::FILE* stream, std::uint64_t bytes) {
         noteArrived(arrived);
         if (arrived < asked) break;
     }
+    m_pixels.zeroFrom(m_arrivedBytes);
 }
 
 void TddsReader::noteArrived(std::uint64_t bytes) {

@@ -24,7 +24,7 @@ public:
     bool allocate() {
         if (m_count == 0) return true;
         m_groupRecords = std::clamp<std::uint64_t>(readGroupBytes / m_recordBytes, 1, m_count);
-        return m_group.allocate(m_recordBytes * m_groupRecords);
+        return m_group.allocate(m_recordBytes * m_groupRecords, Content::unset);
     }
 
     // Calls take(records, how many) for each group. Stops at the first record that is not whole. Returns the number of
