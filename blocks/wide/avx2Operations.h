@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "blocks/littleEndian.h"
+
 #define KPX_TARGET [[gnu::target("avx2,f16c")]]
 // Whatever takes or returns vectors is inlined without exception: g++ 12 clears the upper half of a vector that a
 // function of a wider target returns.
@@ -59,10 +61,17 @@ KPX_INLINE void fetch(const void* from) {
     _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }
 
-// Eight words of 32 bits out of a table, by indices of a byte each.
+// Four words of 32 bits out of a table, by the bytes of a word of indices.
+KPX_INLINE __m128i pickFour(const unsigned char* table, std::uint64_t indices) {
+    const auto word = [&](int i) { return static_cast<int>(kpx::load32(table + 4 * (indices >> (8 * i) & 0xFF))); };
+    return _mm_setr_epi32(word(0), word(1), word(2), word(3));
+}
+// Eight words of 32 bits out of a table, by indices of a byte each. A gather instruction would take twice the time on
+// AMD's Zen processors: 0.52 against 0.21 to 0.26 ns a word.
 KPX_INLINE Wide pickWords(const unsigned char* table, const unsigned char* indices) {
-    const __m256i eight = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(indices)));
-    return {_mm256_i32gather_epi32(reinterpret_cast<const int*>(table), eight, 4)};
+    const std::uint64_t eight = kpx::load64(indices);
+    const __m256i low = _mm256_castsi128_si256(pickFour(table, eight));
+    return {_mm256_inserti128_si256(low, pickFour(table, eight >> 32), 1)};
 }
 KPX_INLINE void store(void* to, Wide a) {
     _mm256_storeu_si256(static_cast<__m256i*>(to), a.v);
