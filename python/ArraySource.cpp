@@ -38,7 +38,7 @@ ArraySource::ArraySource(const PixelArray& pixels, const std::string& names) : m
     const auto width = static_cast<std::size_t>(m_layout.width);
     m_values.resize(width * names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
-        m_places.push_back(static_cast<std::ptrdiff_t>(channels.find(use->exrNames[i])));
+        m_places.push_back(static_cast<std::ptrdiff_t>(channels.find(use->names[i])));
         m_rows.push_back(m_values.data() + i * width);
     }
 }

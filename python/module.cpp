@@ -16,17 +16,16 @@
 #include "explain/otherFile.h"
 #include "host/HostError.h"
 #include "python/ArraySource.h"
-#include "python/StdoutGate.h"
 #include "tools/files/PendingFile.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/RowPacker.h"
 #include "tools/pictures/channelUse.h"
-#include "tools/pictures/pluginChoice.h"
-#include "tools/pictures/pluginOptions.h"
+#include "tools/plugin/pluginChoice.h"
+#include "tools/plugin/pluginOptions.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/explanationJson.h"
+#include "tools/json/fileJson.h"
 
 namespace kpx::python {
 namespace {
@@ -107,12 +106,11 @@ py::tuple readPicture(const std::string& path) {
     const host::Plugin& reading = plugin();
     std::optional<tool::DdsSource> source;
     {
-        const StdoutGate gate;
         const Unlocked unlocked;
         source.emplace(openImage(reading, path));
     }
     heedSignals();
-    std::string names(tool::channelUse(source->layout()).exrNames);
+    std::string names(tool::channelUse(source->layout()).names);
     if (source->traits().isRed) names.front() = 'R';
     const auto channels = static_cast<py::ssize_t>(names.size());
     const bool isFloat = source->layout().isFloat;
@@ -128,7 +126,8 @@ py::tuple readPicture(const std::string& path) {
 // `tell` is called with what is to be said of a file that is complete; what it raises leaves no file.
 void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
                   const std::function<void(const std::string&)>& tell) {
-    tool::OutputSettings settings{plugin(), {}, {}, {}, {}};
+    tool::OutputSettings settings{plugin()};
+    settings.isPadded = true;
     if (!alpha.empty()) {
         const host::Option& option = tool::findOption(settings.plugin, "Alpha");
         settings.options.push_back({option.code, static_cast<std::uint8_t>(tool::findValue(option, alpha).code)});
@@ -142,7 +141,9 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
     {
         const Unlocked unlocked;
         file.emplace(path);
-        note = tool::writeDdsFile(source, file->path(), path, settings);
+        if (source.layout().isFloat)
+            throw FileError("has floating-point channels, which cannot be written as DDS");
+        note = tool::writeDds(source, file->path(), settings);
     }
     if (!note.empty()) tell(note);
     heedSignals();
@@ -159,19 +160,19 @@ py::str explainFile(const std::string& path) {
         const Unlocked unlocked;
         return explain(tool::OpenFile(path).facts());
     }();
-    return textOf(tool::explanationAsJson(path, file));
+    return textOf(tool::fileAsJson(path, file));
 }
 
 // Without an output nothing is written.
 py::str repair(const std::string& path, const std::optional<std::string>& output, bool mayConvert) {
-    const tool::RepairReport report = [&] {
+    const tool::RepairPlan plan = [&] {
         const Unlocked unlocked;
         const tool::OpenFile file(path);
-        tool::RepairReport planned = tool::planRepair(file.facts(), mayConvert);
-        if (output && planned.helps()) tool::writeRepairedCopy(file, planned, *output);
+        tool::RepairPlan planned = tool::planRepair(file.facts(), mayConvert);
+        if (output && planned.helps()) tool::writeRepaired(file, planned, *output, tool::Existing::replace);
         return planned;
     }();
-    return textOf(tool::repairAsJson(path, output.value_or(""), report));
+    return textOf(tool::repairAsJson(path, output.value_or(""), plan, !output));
 }
 
 // A sentence may quote a path, which need not be UTF-8.

@@ -16,29 +16,62 @@ std::string marked(std::string text, const char* mark, const std::string& folder
     return lines;
 }
 
+// The entries of a file below one heading.
+struct Run {
+    std::size_t first;
+    std::vector<AgreedEntry> entries;
+};
+
+std::vector<Run> runsOf(const std::string& path) {
+    std::vector<Run> runs;
+    std::size_t i = 0;
+    for (const AgreedEntry& each : readAgreed(path)) {
+        if (each.heading.find('#') != std::string::npos || runs.empty()) runs.push_back({i, {}});
+        runs.back().entries.push_back(each);
+        ++i;
+    }
+    return runs;
+}
+
+// The first clause of the heading, as far as test names may have it.
+std::string nameOf(const testing::TestParamInfo<Run>& run) {
+    const std::string& heading = run.param.entries[0].heading;
+    // The comments above the first run say what the file is.
+    const std::size_t paragraph = heading.rfind("\n\n");
+    std::string name;
+    bool isStart = true;
+    for (const char c : heading.substr(paragraph == std::string::npos ? 0 : paragraph)) {
+        const bool isLetter = std::isalnum(static_cast<unsigned char>(c)) != 0;
+        if (isLetter) name += isStart ? static_cast<char>(std::toupper(static_cast<unsigned char>(c))) : c;
+        isStart = !isLetter;
+        if (c == '.' || c == ',' || c == ';' || c == ':') break;
+    }
+    return name;
+}
+
+const std::string path = KPX_SOURCE_DIR "/tests/tools/shell.txt";
+
+class Shell : public Tool, public testing::WithParamInterface<Run> {};
+
+INSTANTIATE_TEST_SUITE_P(, Shell, testing::ValuesIn(runsOf(path)), nameOf);
+
 }  // namespace
 
-// "file NAME DESCRIPTION" makes a file, "$ COMMAND" is run; after a heading all begins anew in an empty folder. Lines
-// of standard error are marked by "!".
-TEST_F(Tool, RunsInAShellGoAsAgreed) {
-    const std::string path = KPX_SOURCE_DIR "/tests/tools/shell.txt";
-    const std::string shell =
+// "file NAME DESCRIPTION" makes a file, "$ COMMAND" is run. Lines of standard error are marked by "!".
+TEST_P(Shell, GoesAsAgreed) {
+    const std::string prelude =
         "export LC_ALL=C.UTF-8 KPX_PLUGIN='" KPX_PLUGIN_PATH "'; kpximage() { '" KPX_TOOL_PATH "' \"$@\"; }; ";
-    std::vector<AgreedEntry> entries = readAgreed(path);
+    std::vector<AgreedEntry> entries = GetParam().entries;
     for (AgreedEntry& each : entries) {
-        if (each.heading.find('#') != std::string::npos) {
-            std::filesystem::remove_all(at(""));
-            std::filesystem::create_directory(at(""));
-        }
         if (each.question.starts_with("file ")) {
             const std::size_t space = each.question.find(' ', 5);
             file(each.question.substr(5, space - 5), describedFile(each.question.substr(space + 1)));
             continue;
         }
         ASSERT_TRUE(each.question.starts_with("$ ")) << each.question;
-        const RunResult result = this->shell(shell + each.question.substr(2));
+        const RunResult result = shell(prelude + each.question.substr(2));
         each.answer = marked(result.out, "    ", at("")) + marked(result.err, "  ! ", at(""));
         if (result.status != 0) each.answer += "    exit " + std::to_string(result.status) + "\n";
     }
-    expectAgreed(path, entries);
+    expectAgreed(path, entries, GetParam().first);
 }

@@ -1,4 +1,5 @@
-// Threads take the next file of the list until there is none.
+// Threads take the next file of the list until there is none; whoever finishes the file whose turn it is writes the
+// reports that wait.
 #include "tools/commands/Batch.h"
 
 #include <unistd.h>
@@ -8,26 +9,61 @@
 #include <condition_variable>
 #include <exception>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <system_error>
 #include <thread>
 
 #include "explain/text.h"
 #include "tools/terminal/console.h"
-#include "tools/terminal/turns.h"
+#include "tools/terminal/errors.h"
+#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {
 
-using Work = std::function<FileResult(const InputFile&)>;
+struct Result {
+    Outcome outcome;
+    Report report;
+};
 
-// What files are counted as.
-using Count = std::pair<Outcome, std::string>;
+// The messages of a run. Those that several files have alike are told once, at the end.
+class Messages {
+public:
+    explicit Messages(const BatchOptions& options, bool isGrouping) : m_options(options), m_isGrouping(isGrouping) {}
 
-// Hands the files out to the threads, and gathers what becomes of them.
+    void add(const Message& message) {
+        if (message.kind == Message::Kind::note && m_options.isQuiet) return;
+        if (!m_isGrouping) return tell(message.file, message.sentence);
+        const auto [group, isNew] = m_places.try_emplace(message.group, m_groups.size());
+        if (isNew) m_groups.push_back({message, 0});
+        ++m_groups[group->second].files;
+    }
+
+    void tellGroups() const {
+        for (const Group& group : m_groups) {
+            if (group.files == 1)
+                tell(group.first.file, group.first.sentence);
+            else
+                tell(textOf(group.files, " files"), group.first.group);
+        }
+    }
+
+private:
+    struct Group {
+        Message first;
+        std::size_t files;
+    };
+
+    const BatchOptions& m_options;
+    bool m_isGrouping;
+    std::vector<Group> m_groups;
+    std::map<std::string, std::size_t> m_places;
+};
+
 class Batch {
 public:
     Batch(const std::vector<InputFile>& files, const BatchOptions& options, const Work& work)
@@ -35,103 +71,103 @@ public:
           m_work(work),
           m_hasCount(!options.isQuiet && files.size() > 1),
           m_hasProgress(m_hasCount && isatty(STDERR_FILENO) == 1 &&
-                        !(options.isPrinting && isatty(STDOUT_FILENO) == 1)) {}
+                        !(options.isPrinting && isatty(STDOUT_FILENO) == 1)),
+          m_results(files.size()),
+          m_messages(options, files.size() > 1 && !options.isVerbose) {}
 
     Outcome run(unsigned jobs);
 
 private:
     void workOnFiles();
-    void workOnFileInTurn(size_t i);
-    void tellInTurn(size_t i, Actions actions);
-    void workOn(const InputFile& file);
+    [[nodiscard]] Result workOn(const InputFile& file);
+    void take(std::size_t i, Result result);
+    void write(const Result& result);
     void stop(std::exception_ptr error);
     [[nodiscard]] std::string count() const;
 
     const std::vector<InputFile>& m_files;
     const Work& m_work;
-    const bool m_hasCount;
-    const bool m_hasProgress;
-    std::atomic<size_t> m_next{0};
+    const bool m_hasCount, m_hasProgress;
+    std::size_t m_jobs = 1;
+    std::atomic<std::size_t> m_next{0};
     std::mutex m_mutex;  // of what follows
-    size_t m_finished = 0;
-    Outcome m_worst = Outcome::done;
-    std::map<Count, size_t> m_counts;
-    std::exception_ptr m_error;  // the first that ends the run
-
-    size_t m_jobs = 1;
-    std::mutex m_turnMutex;  // of what follows
     std::condition_variable m_turnChanged;
-    size_t m_turn = 0;  // the first file that has not told its result
-    // Of each file, none until it is done; told in turn. The room is taken first: what waits for a turn must not fail.
-    std::vector<std::optional<Actions>> m_results;
+    std::size_t m_finished = 0;
+    std::size_t m_turn = 0;                        // the first file that is not written
+    std::vector<std::optional<Result>> m_results;  // that wait for their turn
+    Messages m_messages;
+    Outcome m_worst = Outcome::done;
+    std::map<std::pair<Outcome, std::string>, std::size_t> m_counts;
+    std::exception_ptr m_error;  // the first that ends the run
 };
 
 void Batch::workOnFiles() {
-    for (size_t i = m_next++; i < m_files.size(); i = m_next++) {
+    for (std::size_t i = m_next++; i < m_files.size(); i = m_next++) {
         try {
-            if (m_jobs > 1)
-                workOnFileInTurn(i);
-            else
-                workOn(m_files[i]);
+            take(i, workOn(m_files[i]));
         } catch (...) {
             stop(std::current_exception());
         }
     }
 }
 
-void Batch::workOnFileInTurn(size_t i) {
-    Turn turn;
+Result Batch::workOn(const InputFile& file) {
+    Report report(file.path);
+    Outcome outcome = Outcome::failed;
     try {
-        workOn(m_files[i]);
-    } catch (...) {
-        stop(std::current_exception());
+        stopIfInterrupted();
+        outcome = m_work(file, report);
+    } catch (const UsageError&) {
+        throw;
+    } catch (const Interrupted&) {
+        throw;
+    } catch (const OutputError& error) {
+        report.warnAbout(error.file().empty() ? file.path : error.file(), error.what());
+    } catch (const std::bad_alloc&) {
+        report.warn("not enough memory");
+    } catch (const std::exception& error) {
+        report.warn(error.what());
     }
-    tellInTurn(i, turn.takeActions());
+    return {outcome, std::move(report)};
 }
 
 // Results that wait for a slow file before them are memory: a thread that is far ahead waits itself. The thread of the
 // file whose turn it is never does.
-void Batch::tellInTurn(size_t i, Actions actions) {
-    constexpr size_t ahead = 8;  // for each job
-    std::unique_lock lock(m_turnMutex);
-    m_turnChanged.wait(lock, [&] { return i < m_turn + ahead * m_jobs; });
-    m_results[i] = std::move(actions);
-    for (; m_turn < m_results.size() && m_results[m_turn].has_value(); ++m_turn) {
-        const Actions next = std::move(*m_results[m_turn]);
-        try {
-            for (const auto& action : next) action();
-        } catch (...) {
-            stop(std::current_exception());
-        }
+void Batch::take(std::size_t i, Result result) {
+    constexpr std::size_t ahead = 8;  // for each job
+    std::unique_lock lock(m_mutex);
+    m_turnChanged.wait(lock, [&] { return i < m_turn + ahead * m_jobs || m_error != nullptr; });
+    ++m_finished;
+    m_results[i] = std::move(result);
+    for (; m_turn < m_results.size() && m_results[m_turn]; ++m_turn) {
+        write(*m_results[m_turn]);
+        m_results[m_turn].reset();
     }
+    if (m_hasProgress) showProgress(textOf(m_finished, " of ", m_files.size(), " files"));
     m_turnChanged.notify_all();
 }
 
-void Batch::workOn(const InputFile& file) {
-    FileResult result(Outcome::failed);
-    const Outcome outcome = workOnFile(file.path, [&] {
-        result = m_work(file);
-        return result.outcome;
-    });
-    const char* usual = outcome == Outcome::done ? "done" : outcome == Outcome::fallback ? "black" : "failed";
-    const std::lock_guard lock(m_mutex);
-    ++m_finished;
-    ++m_counts[{outcome, result.counted == nullptr ? usual : result.counted}];
-    m_worst = worse(m_worst, outcome);
-    if (m_hasProgress) showProgress(textOf(m_finished, " of ", m_files.size(), " files"));
+void Batch::write(const Result& result) {
+    const Report& report = result.report;
+    std::cout << report.output();
+    if (!report.output().empty()) std::cout.flush();
+    for (const Message& message : report.messages()) m_messages.add(message);
+    const char* usual = result.outcome == Outcome::done ? "done" : result.outcome == Outcome::bad ? "bad" : "failed";
+    ++m_counts[{result.outcome, report.counted() == nullptr ? usual : report.counted()}];
+    m_worst = worse(m_worst, result.outcome);
 }
 
 void Batch::stop(std::exception_ptr error) {
     const std::lock_guard lock(m_mutex);
     if (m_error == nullptr) m_error = std::move(error);
     m_next = m_files.size();
+    m_turnChanged.notify_all();
 }
 
 std::string Batch::count() const {
     std::string text = textOf(m_files.size(), " files:");
     const char* separator = " ";
-    // The good, the black and the failed, whatever the values of the outcomes.
-    for (const Outcome outcome : {Outcome::done, Outcome::fallback, Outcome::failed}) {
+    for (const Outcome outcome : {Outcome::done, Outcome::bad, Outcome::failed}) {
         for (const auto& [count, number] : m_counts) {
             if (count.first != outcome) continue;
             text += textOf(separator, number, " ", count.second);
@@ -142,46 +178,86 @@ std::string Batch::count() const {
 }
 
 Outcome Batch::run(unsigned jobs) {
-    m_jobs = std::min<size_t>(jobs, m_files.size());
-    m_results.resize(m_jobs > 1 ? m_files.size() : 0);
+    m_jobs = std::min<std::size_t>(jobs, m_files.size());
     {
         std::vector<std::jthread> others;
-        for (size_t i = 1; i < m_jobs; ++i) {
+        for (std::size_t i = 1; i < m_jobs; ++i) {
             try {
                 others.emplace_back([this] { workOnFiles(); });
             } catch (const std::system_error&) {
-                break;  // no more threads are to be had; those that there are do it all
+                break;  // the system has no more threads; those that there are do it all
             }
         }
         workOnFiles();
     }
     if (m_hasProgress) showProgress("");
-    if (m_error != nullptr) std::rethrow_exception(m_error);
+    // What was finished behind a file that ended the run.
+    for (const std::optional<Result>& result : m_results) {
+        if (result) write(*result);
+    }
+    m_messages.tellGroups();
+    if (m_error != nullptr) {
+        try {
+            std::rethrow_exception(m_error);
+        } catch (const Interrupted&) {
+            tell(textOf("stopped after ", m_finished, " of ", m_files.size(), m_files.size() == 1 ? " file" : " files"));
+            throw;
+        }
+    }
     if (m_hasCount) tell(count());
     return m_worst;
 }
 
-// Files of one name are worked on one after the other where it matters which is first.
-unsigned jobsFor(const std::vector<InputFile>& files, const BatchOptions& options) {
-    std::set<std::filesystem::path> names;
-    const auto isNew = [&](const InputFile& file) {
-        return names.insert(file.folder / std::filesystem::path(file.path).stem()).second;
-    };
-    if (options.isNaming && !std::all_of(files.begin(), files.end(), isNew)) return 1;
-    return options.jobs > 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency());
+void addListed(std::vector<std::string>& paths, const std::string& list) {
+    std::ifstream file;
+    if (list != "-") file.open(list);
+    if (list != "-" && !file) throw UsageError(list + ": cannot be opened");
+    std::istream& lines = list == "-" ? std::cin : file;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty()) paths.push_back(line);
+    }
+}
+
+std::vector<std::string> pathsOf(const BatchOptions& options) {
+    std::vector<std::string> paths;
+    for (const std::string& path : options.paths) {
+        if (path == "-")
+            addListed(paths, path);
+        else
+            paths.push_back(path);
+    }
+    if (!options.list.empty()) addListed(paths, options.list);
+    return paths;
 }
 
 }  // namespace
 
-void BatchOptions::addTo(CLI::App& command, const std::string& verb) {
-    command.add_flag("-r,--recursive", isRecursive, "Take the .dds files in the folders below a folder as well");
-    command.add_flag("--quiet", isQuiet, "Show no progress and no count");
-    command.add_option("--jobs", jobs, "How many files to " + verb + " at once; else as many as there are processors")
+void BatchOptions::addTo(CLI::App& command, const char* whatPathsAre) {
+    command.add_option("PATH", paths, std::string(whatPathsAre) + "; \"-\" reads a list of them, one per line");
+    command.add_option("--files-from", list, "Read a list of paths from FILE, one per line")->type_name("FILE");
+    command.add_flag("-r,--recursive", isRecursive, "Include the folders below a folder");
+    command.add_option("-j,--jobs", jobs, "Number of files processed in parallel (default: one per CPU)")
         ->check(CLI::Range(1, 256));
+    command.add_flag("-q,--quiet", isQuiet, "Print no notes, no progress and no summary");
+    command.add_flag("-v,--verbose", isVerbose, "Print every message of every file, instead of one for all alike");
+}
+
+bool BatchOptions::isSingle() const {
+    std::error_code error;
+    return list.empty() && paths.size() == 1 && paths[0] != "-" && !std::filesystem::is_directory(paths[0], error);
+}
+
+InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>& extensions,
+                    const std::string& leftOut) {
+    if (options.paths.empty() && options.list.empty()) throw UsageError("PATH is required");
+    return inputFiles(pathsOf(options), {options.isRecursive, extensions, leftOut});
 }
 
 Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work) {
-    const Outcome outcome = Batch(inputs.files, options, work).run(jobsFor(inputs.files, options));
+    const unsigned jobs = options.isOrdered ? 1
+                          : options.jobs > 0 ? options.jobs
+                                             : std::max(1U, std::thread::hardware_concurrency());
+    const Outcome outcome = Batch(inputs.files, options, work).run(jobs);
     return inputs.isComplete ? outcome : worse(outcome, Outcome::failed);
 }
 

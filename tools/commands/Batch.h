@@ -1,4 +1,4 @@
-// The work on many files: one after the other or several at once, with a line of progress and a count at the end.
+// The work on many files: several at once, told in the order of the files, with a summary at the end.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,32 +8,36 @@
 
 #include "tools/files/inputFiles.h"
 #include "tools/terminal/Outcome.h"
+#include "tools/terminal/Report.h"
 
 namespace kpx::tool {
 
 struct BatchOptions {
+    std::vector<std::string> paths;
+    std::string list;  // a file with more paths, one a line; "-": standard input
     bool isRecursive = false;
-    bool isQuiet = false;     // neither progress nor count
-    bool isPrinting = false;  // the work writes to standard output, which may be the terminal of the progress line
-    bool isNaming = false;    // the work names files by the inputs, of which one of the same name comes first
-    unsigned jobs = 0;        // how many files are worked on at once; 0: as many as there are processors
+    bool isQuiet = false;     // neither notes, progress nor summary
+    bool isVerbose = false;   // every message of every file
+    bool isPrinting = false;  // the work prints, which would mix with a line of progress on the same terminal
+    bool isOrdered = false;   // each file is told before the next one is worked on
+    unsigned jobs = 0;        // files worked on at once; 0: one per CPU
 
-    // The verb says what is done with a file.
-    void addTo(CLI::App& command, const std::string& verb);
+    // Adds PATH and the options to a command.
+    void addTo(CLI::App& command, const char* whatPathsAre);
+    // Whether the run is about one file that was named itself.
+    [[nodiscard]] bool isSingle() const;
 };
 
-// What became of a file, and what it is counted as.
-struct FileResult {
-    FileResult(Outcome end, const char* what = nullptr) : outcome(end), counted(what) {}
+// Works on one file and fills its report. What it throws is told under the file's name.
+using Work = std::function<Outcome(const InputFile&, Report&)>;
 
-    Outcome outcome;
-    const char* counted;  // null: done, black or failed, as the outcome is
-};
+// Returns the files that the options mean. Folders stand for their files with one of these extensions (of the first
+// that one has). A folder that is left out is not entered. Throws UsageError if there are no paths.
+InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>& extensions = {".dds"},
+                    const std::string& leftOut = "");
 
-// Does the work on every file, on as many threads as there are jobs; what it tells in turn comes in
-// the order of the files. A failure is told under the file's name and the others are still done, except for a
-// UsageError and Interrupted, which end the run and are thrown on. Returns the worst outcome.
-Outcome runBatch(const InputFiles& inputs, const BatchOptions& options,
-                 const std::function<FileResult(const InputFile&)>& work);
+// Works on every file; a failure does not stop the others, but a UsageError and Interrupted do and are thrown on.
+// Messages that several files have alike are told once. Returns the worst outcome.
+Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work);
 
 }  // namespace kpx::tool

@@ -25,6 +25,7 @@ void addHelpCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);
+void addRecodeCommand(CLI::App& app, Invocation& invocation);
 void addSplitCommand(CLI::App& app, Invocation& invocation);
 void addThumbnailCommand(CLI::App& app, Invocation& invocation);
 

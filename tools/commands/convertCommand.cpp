@@ -1,20 +1,21 @@
 // kpximage convert: images to PNG, OpenEXR or DDS.
-#include "tools/commands/Batch.h"
-#include "tools/commands/Conversion.h"
+#include <map>
+
+#include "tools/commands/FileConversion.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/exposureRange.h"
-#include "tools/pictures/pluginChoice.h"
-#include "tools/terminal/console.h"
+#include "tools/plugin/pluginChoice.h"
+#include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 namespace {
 
-Outcome run(const std::string& pluginPath, const ConversionRequest& request, const BatchOptions& options) {
+Outcome run(const std::string& pluginPath, const ConversionRequest& request) {
+    if (request.output.output.empty()) throw UsageError("--output is required");
     const auto plugin = loadPlugin(pluginPath);
-    Conversion conversion(*plugin, request);
-    const InputFiles inputs = inputFiles(request.inputs(), options.isRecursive);
-    conversion.protect(inputs.files);
-    return runBatch(inputs, options, [&](const InputFile& input) { return conversion.convert(input); });
+    FileConversion conversion(*plugin, request);
+    return runBatch(conversion.inputs(), request.batch,
+                    [&](const InputFile& input, Report& report) { return conversion.convert(input, report); });
 }
 
 std::vector<std::string> formatNames() {
@@ -23,48 +24,68 @@ std::vector<std::string> formatNames() {
     return names;
 }
 
+CLI::Validator swizzle() {
+    return {[](std::string& text) {
+                return isSwizzle(text) ? "" : text + " is not made of r g b a 0 1, and z behind two others";
+            },
+            "LETTERS"};
+}
+
 }  // namespace
 
 void addConvertCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("convert", "Convert images to PNG, OpenEXR or DDS");
     auto request = std::make_shared<ConversionRequest>();
-    auto options = std::make_shared<BatchOptions>();
+    request->batch.addTo(*command, "DDS or PNG files, or folders of them");
+    request->output.addTo(*command,
+                          "A file whose name ends in .png, .exr or .dds, or a folder, which is created if PATH is a "
+                          "folder or OUT ends in \"/\"");
     command
-        ->add_option("FILE", request->paths,
-                     "Inputs (DDS or PNG files, or folders of .dds files), then the output: a file whose name ends in "
-                     ".png, .exr or .dds, or a folder, which is made for folders or where its name ends with a slash")
-        ->required()
-        ->expected(2, -1);
-    command->add_option("--format", request->format, "Format in a folder; else OpenEXR for floats, DDS for PNG, or PNG")
+        ->add_option("--format", request->format,
+                     "Format of the files in a folder (default: EXR for floating-point textures, PNG for other DDS "
+                     "files, DDS for PNG files)")
         ->check(CLI::IsMember(formatNames()));
     command
-        ->add_option("--exposure", request->exposure,
-                     "Make a PNG of floating-point channels, brightened by this many stops")
-        ->check(exposureRange());
-    command->add_option("--depth", request->depth, "8: reduce PNG input of 16 bits a channel")
-        ->check(CLI::IsMember({8}));
-    command->add_option("--alpha", request->alpha, "The plug-in's Alpha option for DDS output, by its value's name");
-    command->add_option("--compression", request->compression,
-                        "The plug-in's Compression option for DDS output, by its value's name");
-    command->add_flag("--strict", request->isStrict, "Write nothing for what comes out as a black picture");
+        ->add_option_function<std::string>(
+            "--exposure",
+            [request](const std::string& text) {
+                if (text != "auto") request->exposure = std::stod(text);
+            },
+            "Brighten floating-point textures by STOPS in 8-bit formats; auto (default) chooses what fits each")
+        ->check(exposureRange())
+        ->type_name("STOPS");
     command
-        ->add_option("--exr", request->exr,
-                     "Bits of OpenEXR values: half (16), float (32), or as the source (the default)")
-        ->check(CLI::IsMember({"half", "float", "source"}));
-    command
-        ->add_option(
-            "--png", request->png,
-            "Compress PNG files fast (the default), or smallest: most by a tenth more, in up to thirty times the time")
-        ->check(CLI::IsMember({"fast", "smallest"}));
-    command->add_flag("--normal-z", request->normalZ, "Work out blue of a normal map that stores red and green only");
+        ->add_option("--swizzle", request->swizzle,
+                     "Channels of the output: one to four of r g b a 0 1 z, z being the third component of a unit "
+                     "normal. rgz completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
+        ->check(swizzle());
+    const std::map<std::string, Opaque> opaques = {{"unused", Opaque::whereUnused}, {"all", Opaque::all}};
     command
         ->add_flag("--opaque{unused}", request->opaque,
-                   "Leave out the alpha of formats that do not use it (X8); --opaque=all: all alpha")
-        ->check(CLI::IsMember({"unused", "all"}));
-    options->isNaming = true;
-    options->addTo(*command, "convert");
-    command->callback([&invocation, request, options] {
-        invocation.run = [&invocation, request, options] { return run(invocation.pluginPath, *request, *options); };
+                   "Drop alpha where the format does not use it (X8 formats); --opaque=all drops it everywhere")
+        ->transform(CLI::CheckedTransformer(opaques));
+    command->add_option("--depth", request->depth, "Reduce PNG files of 16 bits per channel to 8")
+        ->check(CLI::IsMember({8}));
+    const std::map<std::string, ExrValues> values = {
+        {"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}};
+    command->add_option("--exr", request->exr, "Bits of OpenEXR values: half (16), float (32), or source (default)")
+        ->transform(CLI::CheckedTransformer(values));
+    const std::map<std::string, PngEffort> efforts = {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}};
+    command
+        ->add_option("--png", request->png,
+                     "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 30 times slower")
+        ->transform(CLI::CheckedTransformer(efforts));
+    command->add_flag("--pad", request->isPadded,
+                      "Repeat the last column in DDS files whose width is not a multiple of 4");
+    command
+        ->add_option("--option", request->options,
+                     "Set an option of the plug-in for DDS files, as \"Alpha=Output alpha\"; `kpximage formats` lists "
+                     "them. Compression has no effect: files are written uncompressed")
+        ->type_name("NAME=VALUE");
+    command->add_flag("--keep-black", request->keepsBlack, "Also write the black pictures of files that cannot be decoded");
+    command->add_flag("--strict", request->isStrict, "Write no output for files that are wrong or suspect");
+    command->callback([&invocation, request] {
+        invocation.run = [&invocation, request] { return run(invocation.pluginPath, *request); };
     });
 }
 

@@ -1,30 +1,42 @@
 // kpximage explain: what a file is, how it is read, and why it looks as it does.
+#include <algorithm>
 #include <iomanip>
-#include <iostream>
 
 #include "explain/Explanation.h"
 #include "explain/flagNames.h"
 #include "explain/formatNames.h"
-#include "explain/otherFile.h"
 #include "explain/summary.h"
 #include "explain/text.h"
+#include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/gradeRange.h"
 #include "tools/files/OpenFile.h"
+#include "tools/json/fileJson.h"
+#include "tools/json/formatLabel.h"
+#include "tools/json/gradeText.h"
+#include "tools/plugin/pluginChoice.h"
 #include "tools/terminal/console.h"
-#include "tools/terminal/explanationJson.h"
-#include "tools/terminal/json.h"
 
 namespace kpx::tool {
 namespace {
 
 struct Arguments {
-    std::vector<std::string> files;
-    bool json = false;
+    bool json = false, hasDetails = false, isStrict = false;
+    Grade only = Grade::right;  // this grade or a worse one
+    BatchOptions batch;
 };
 
-std::uint64_t bytesNotRead(const Verdict& verdict) {
-    return verdict.bytesPresent > verdict.bytesExpected ? verdict.bytesPresent - verdict.bytesExpected : 0;
-}
+// The lines below the first one.
+class Lines {
+public:
+    void add(const char* label, const std::string& text) {
+        m_text << "  " << std::left << std::setw(10) << label << text << "\n";
+    }
+    [[nodiscard]] std::string text() const { return m_text.str(); }
+
+private:
+    std::ostringstream m_text;
+};
 
 std::string loaders(const Verdict& verdict) {
     const std::string first = loaderName(verdict.loader);
@@ -32,77 +44,66 @@ std::string loaders(const Verdict& verdict) {
     return handsOver ? first + ", then " + loaderName(verdict.decoder) : first;
 }
 
-std::string channels(const Verdict& verdict) {
-    return textOf(verdict.colourChannels(), " colour", verdict.hasAlpha ? ", 1 matte, " : ", 0 matte, ", verdict.bits,
-                  layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit");
-}
-
-void printLine(const char* label, const std::string& text) {
-    std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
-}
-
-void printWhatItIs(const Explanation& file) {
+void addDetails(const Explanation& file, Lines& lines) {
     const DDS_HEADER& header = file.facts.header.header;
-    const std::string same = sameAs(file);
-    printLine("format", namedFormat(file) + (same.empty() ? "" : ", the same as " + same));
-    printLine("flags", "header " + flagText(headerFlagNames(), header.dwFlags));
-    printLine("", "pixel format " + flagText(pixelFormatFlagNames(), header.ddspf.dwFlags));
-    const std::string more = contentsText(file.contents);
-    printLine("declared", textOf(header.dwWidth, " x ", header.dwHeight, more.empty() ? "" : ", ", more,
-                                 file.contents.alphaMode == nullptr ? "" : ", alpha mode ",
-                                 file.contents.alphaMode == nullptr ? "" : file.contents.alphaMode));
-    if (!more.empty()) printLine("", "only the top level of the first picture is read");
-}
-
-void printHowItIsRead(const Explanation& file) {
     const Verdict& verdict = file.verdict;
-    // Of a format that nothing decodes.
+    const std::string same = sameAs(file);
+    lines.add("header", namedFormat(file) + (same.empty() ? "" : ", the same as " + same));
+    lines.add("flags", "header " + flagText(headerFlagNames(), header.dwFlags));
+    lines.add("", "pixel format " + flagText(pixelFormatFlagNames(), header.ddspf.dwFlags));
+    if (file.contents.alphaMode != nullptr) lines.add("alpha", std::string("mode ") + file.contents.alphaMode);
+    // For a format that nothing decodes.
     const bool isUnknown = verdict.result == Result::black && verdict.bytesExpected == 0;
-    const std::string asked = textOf(", ", verdict.bytesExpected, " asked for, ", bytesNotRead(verdict), " not read");
-    printLine("data", textOf(verdict.bytesPresent, " bytes in the file", isUnknown ? "" : asked));
-    printLine("read by", loaders(verdict));
-    printLine("host gets", textOf(verdict.width, " x ", verdict.height, ", ", channels(verdict), ", from ",
-                                  layoutRow(verdict.layout).name));
+    const std::uint64_t rest = verdict.bytesPresent - std::min(verdict.bytesPresent, verdict.bytesExpected);
+    const std::string wanted = textOf(", ", verdict.bytesExpected, " needed, ", rest, " not read");
+    lines.add("data", textOf(verdict.bytesPresent, " bytes in the file", isUnknown ? "" : wanted));
+    lines.add("read by", loaders(verdict));
+    lines.add("host gets",
+              textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour, ",
+                     verdict.hasAlpha ? 1 : 0, " matte, ", verdict.bits,
+                     layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit", ", from ", layoutRow(verdict.layout).name));
 }
 
-void printText(const std::string& name, const Explanation& file) {
-    std::cout << printable(name) << ": " << summaryOf(file) << "\n";
-    for (const Finding& finding : file.findings)
-        printLine(finding.severity >= Grade::black ? "why" : "note", finding.sentence);
-    if (!file.mends.empty()) printLine("repair", "\"kpximage repair\" makes a copy with these changes:");
-    for (const Remark& mend : file.mends) printLine("", mend.sentence);
-    if (!file.conversions.empty())
-        printLine("convert", "\"kpximage repair --convert\" makes a copy with these changes:");
-    for (const Remark& conversion : file.conversions) printLine("", conversion.sentence);
-    // Of another format, the fields of a header are none.
-    if (file.verdict.result == Result::refused || !otherFileText(file.facts).empty()) return;
-    printWhatItIs(file);
-    printHowItIsRead(file);
+std::string textOfFile(const std::string& name, const Explanation& file, bool hasDetails) {
+    Lines lines;
+    for (const Finding& finding : file.findings) lines.add(gradeName(finding.severity), finding.sentence);
+    for (const Remark& mend : file.mends) lines.add("repair", mend.sentence);
+    for (const Remark& recoding : file.conversions) lines.add("recode", recoding.sentence);
+    const bool isRead = file.grade != Grade::unreadable;
+    if (isRead && !hasDetails) lines.add("format", formatLabel(file));
+    if (isRead && hasDetails) addDetails(file, lines);
+    return printable(name) + ": " + summaryOf(file) + "\n" + lines.text();
 }
 
-Outcome show(const std::string& name, bool json) {
-    constexpr Outcome outcomes[] = {Outcome::done, Outcome::fallback, Outcome::failed};
-    const auto work = [&] { return explain(OpenFile(name).facts()); };
-    const Explanation file = json ? withFailureAsJson(name, work) : work();
-    if (json) {
-        printJson(explanationAsJson(name, file));
-    } else {
-        printText(name, file);
-    }
-    return outcomes[static_cast<int>(file.verdict.result)];
+Outcome show(const Arguments& arguments, Report& report) {
+    return withFailureAsJson(report, arguments.json, [&] {
+        const Explanation file = explain(OpenFile(report.file()).facts());
+        if (file.grade < arguments.only) return Outcome::done;
+        report.print(arguments.json ? jsonText(fileAsJson(report.file(), file)) + "\n"
+                                    : textOfFile(report.file(), file, arguments.hasDetails));
+        report.countAs(gradeName(file.grade));
+        return outcomeOf(file.grade, arguments.isStrict);
+    });
 }
 
 }  // namespace
 
 void addExplainCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command =
-        app.add_subcommand("explain", "Tell what DDS files are, how they are read and why they look so");
+    CLI::App* command = app.add_subcommand("explain", "Explain what DDS files are and why they look as they do");
     auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->files, "Files to explain")->required();
-    command->add_flag("--json", arguments->json, "Print one JSON object a line");
+    arguments->batch.addTo(*command, "DDS files, or folders of them");
+    command->add_flag("--json", arguments->json, "Print one JSON object per line");
+    command->add_option("--only", arguments->only, "Show only files of this grade or a worse one")
+        ->transform(toGrade())
+        ->type_name("GRADE");
+    command->add_flag("--strict", arguments->isStrict, "Count suspect files as bad");
+    command->add_flag("--details", arguments->hasDetails, "Show header flags, data sizes and how the file is read");
+    arguments->batch.isPrinting = true;
     command->callback([&invocation, arguments] {
-        invocation.run = [arguments] {
-            return forEachFile(arguments->files, [&](const std::string& file) { return show(file, arguments->json); });
+        invocation.run = [&invocation, arguments] {
+            if (!invocation.pluginPath.empty()) loadPlugin(invocation.pluginPath);
+            return runBatch(inputsOf(arguments->batch), arguments->batch,
+                            [&](const InputFile&, Report& report) { return show(*arguments, report); });
         };
     });
 }

@@ -7,15 +7,14 @@
 
 namespace kpx::tool {
 
-// Stops from -64 to 64; "nan", which lies in every range for CLI11, is none.
+// Accepts "auto" and stops from -64 to 64.
 inline CLI::Validator exposureRange() {
-    const CLI::Range range(-64.0, 64.0);
-    const auto check = [range](const std::string& text) {
-        double value = 0;
-        if (CLI::detail::lexical_cast(text, value) && std::isnan(value)) return text + " is no number of stops";
-        return range(text);
+    const auto check = [](const std::string& text) -> std::string {
+        double stops = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, stops) && std::abs(stops) <= 64.0;
+        return text == "auto" || isNumber ? "" : text + " is not \"auto\" or a number from -64 to 64, such as 1.5";
     };
-    return {check, range.get_description()};
+    return {check, "auto or -64 to 64"};
 }
 
 }  // namespace kpx::tool

@@ -6,7 +6,8 @@
 #include "explain/formatNames.h"
 #include "explain/text.h"
 #include "tools/commands/commands.h"
-#include "tools/pictures/pluginChoice.h"
+#include "tools/json/json.h"
+#include "tools/plugin/pluginChoice.h"
 
 namespace kpx::tool {
 namespace {
@@ -52,9 +53,35 @@ void printFormats() {
     }
 }
 
-Outcome run(const std::string& pluginPath) {
+Json formatsAsJson() {
+    Json formats = Json::array();
+    for (const Format& format : formatTable())
+        formats.push_back({{"name", format.name}, {"namedBy", headerText(format)}, {"channels", channelText(format)}});
+    return formats;
+}
+
+Json optionsAsJson(const host::Plugin& plugin) {
+    Json options = Json::array();
+    for (const host::Option& option : plugin.options()) {
+        Json values = Json::array();
+        for (const host::OptionValue& value : option.values) values.push_back(value.defaultName);
+        options.push_back({{"name", option.defaultName}, {"values", values}});
+    }
+    return options;
+}
+
+Outcome run(const std::string& pluginPath, bool json) {
     const PluginChoice choice = choosePlugin(pluginPath);
     const host::Plugin plugin(choice.path);
+    if (json) {
+        std::cout << jsonText({{"plugin", choice.path},
+                               {"place", choice.place},
+                               {"writes", plugin.canWrite()},
+                               {"options", optionsAsJson(plugin)},
+                               {"formats", formatsAsJson()}})
+                  << "\n";
+        return Outcome::done;
+    }
     std::cout << "plug-in: " << choice.path << "\nfound by: " << choice.place << "\n";
     for (const auto& [name, value] : plugin.descriptor()) std::cout << name << ": " << value << "\n";
     std::cout << "writes: " << (plugin.canWrite() ? "yes" : "no") << "\noptions:\n";
@@ -68,9 +95,12 @@ Outcome run(const std::string& pluginPath) {
 
 void addFormatsCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("formats",
-                                           "Show which plug-in is loaded and what it says of itself, "
-                                           "and the formats that it reads");
-    command->callback([&invocation] { invocation.run = [&invocation] { return run(invocation.pluginPath); }; });
+                                           "Show the plug-in, its options and the formats it reads");
+    auto json = std::make_shared<bool>(false);
+    command->add_flag("--json", *json, "Print one JSON object");
+    command->callback([&invocation, json] {
+        invocation.run = [&invocation, json] { return run(invocation.pluginPath, *json); };
+    });
 }
 
 }  // namespace kpx::tool

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <map>
+#include <mutex>
 #include <optional>
 
 #include "explain/Explanation.h"
@@ -17,19 +19,18 @@
 #include "tools/gallery/galleryPictures.h"
 #include "tools/gallery/repairCommandLine.h"
 #include "tools/gallery/surfaceStrip.h"
+#include "tools/json/gradeText.h"
 #include "tools/pictures/channelUse.h"
-#include "tools/pictures/pluginChoice.h"
+#include "tools/plugin/pluginChoice.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
-#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 namespace {
 
 struct Arguments {
-    std::vector<std::string> paths;
     std::string output;
     bool hasAssets = false;
     GallerySettings settings;
@@ -68,7 +69,7 @@ Json layoutAsJson(const ImageLayout& layout) {
     return {{"width", layout.width},
             {"height", layout.height},
             {"isAlphaOnly", layout.colours == 0},
-            {"channels", textOf(channelUse(layout).exrNames, layout.isFloat ? " 32-bit float" : " 8-bit")}};
+            {"channels", textOf(channelUse(layout).names, layout.isFloat ? " 32-bit float" : " 8-bit")}};
 }
 
 // What the page has of a file: what is told of it, and its pictures as the card and the viewer show them. The file as
@@ -86,50 +87,58 @@ public:
     Gallery(const host::Plugin& plugin, const GallerySettings& settings, GalleryPage& page)
         : m_plugin(plugin), m_settings(settings), m_page(page) {}
 
-    // From any thread, each file in its turn.
-    Outcome add(const std::string& path) {
+    // Adds file number i, from any thread.
+    Outcome add(std::size_t i, const std::string& path, Report& report) {
         Entry entry(path);
         Outcome outcome = Outcome::failed;
         std::optional<OpenFile> file;
         try {
             file.emplace(path);
             entry.file = explained(path, explain(file->facts()));
-            outcome = addFile(*file, entry);
+            outcome = addFile(*file, entry, report);
         } catch (const Interrupted&) {
             throw;
         } catch (const std::bad_alloc&) {
-            addFailure(entry.file, "not enough memory");
+            addFailure(entry.file, "not enough memory", report);
         } catch (const std::exception& error) {
-            addFailure(entry.file, error.what());
+            addFailure(entry.file, error.what(), report);
         }
         if (file) addMore(*file, entry);
-        inTurn([this, file = std::move(entry.file), thumbnails = std::move(entry.thumbnails),
-                pictures = std::move(entry.pictures)]() mutable {
-            m_page.add(file, std::move(thumbnails), std::move(pictures));
-        });
+        const std::lock_guard lock(m_mutex);
+        m_waiting.emplace(i, std::move(entry));
+        for (auto next = m_waiting.begin(); next != m_waiting.end() && next->first == m_next; ++m_next) {
+            Entry& each = next->second;
+            m_page.add(each.file, std::move(each.thumbnails), std::move(each.pictures));
+            next = m_waiting.erase(next);
+        }
         return outcome;
     }
 
 private:
-    Outcome addFile(const OpenFile& file, Entry& entry) const;
+    Outcome addFile(const OpenFile& file, Entry& entry, Report& report) const;
     void addVersion(const char* version, DdsSource& source, Entry& entry) const;
     void addMore(const OpenFile& file, Entry& entry) const;
     void addMended(const OpenFile& file, Entry& entry) const;
     static void addShortfall(Json& file, const std::string& message);
-    static void addFailure(Json& file, const std::string& message);
+    static void addFailure(Json& file, const std::string& message, Report& report);
 
     const host::Plugin& m_plugin;
     const GallerySettings& m_settings;
+    std::mutex m_mutex;  // of what follows
+    std::map<std::size_t, Entry> m_waiting;  // until the files before them are in the page
+    std::size_t m_next = 0;
     GalleryPage& m_page;
 };
 
 // An unrecognised file is not opened: a plug-in makes a picture of anything that is long enough.
-Outcome Gallery::addFile(const OpenFile& file, Entry& entry) const {
+Outcome Gallery::addFile(const OpenFile& file, Entry& entry, Report& report) const {
     if (!m_plugin.isFile(file.path())) throw FileError(unrecognisedText(file.facts()));
     DdsSource source(m_plugin, file);
     addVersion("original", source, entry);
     entry.file["state"] = source.isBlack() ? "black" : entry.file["remarks"].empty() ? "fine" : "noted";
-    return source.isBlack() ? Outcome::fallback : Outcome::done;
+    const Explanation explanation = explain(file.facts());
+    warnOfGrade(explanation, report);
+    return outcomeOf(explanation.grade, false);
 }
 
 void Gallery::addVersion(const char* version, DdsSource& source, Entry& entry) const {
@@ -156,12 +165,12 @@ void Gallery::addVersion(const char* version, DdsSource& source, Entry& entry) c
 // fails here is said, and is no failure of the file.
 void Gallery::addMore(const OpenFile& file, Entry& entry) const {
     try {
-        const RepairReport report = planRepair(file.facts(), true);
+        const RepairPlan report = planRepair(file.facts(), true);
         StripSource source{&file, report.facts, false, entry.exposure};
         std::optional<TemporaryFile> mended;
         std::optional<OpenFile> mendedFile;
         if (report.helps()) {
-            entry.file["command"] = repairCommandLine(file.name(), report.result == RepairResult::converted);
+            entry.file["command"] = repairCommandLine(file.name(), report.result == RepairResult::recoded);
             source.facts = report.repair.facts;
             source.isMended = true;
             const std::uint64_t pictures = std::max<std::uint64_t>(stripCount(source.facts), 1);
@@ -186,7 +195,7 @@ void Gallery::addMore(const OpenFile& file, Entry& entry) const {
 }
 
 void Gallery::addMended(const OpenFile& file, Entry& entry) const {
-    DdsSource source(openUntold(m_plugin, file));
+    DdsSource source(m_plugin, file);
     if (source.isBlack()) throw FileError(source.whyBlack());
     // What is said of the copy comes first: the viewer looks for it wherever there is a picture.
     entry.file["mendedFormat"] = formatAsJson(explain(file.facts()));
@@ -201,8 +210,8 @@ void Gallery::addShortfall(Json& file, const std::string& message) {
         {{"kind", "note"}, {"text", "Not all of its pictures can be shown here: " + message + "."}});
 }
 
-void Gallery::addFailure(Json& file, const std::string& message) {
-    tell(file["name"].get<std::string>(), message);
+void Gallery::addFailure(Json& file, const std::string& message, Report& report) {
+    report.warn(message);
     file["state"] = "failed";
     Json& remarks = file["remarks"];
     // A file that is refused or of another format has its cause already.
@@ -214,7 +223,7 @@ void checkOutput(const Arguments& arguments) {
     if (!arguments.output.ends_with(".html")) {
         throw UsageError(arguments.output + ": the name of the output must end in .html");
     }
-    for (const std::string& path : arguments.paths) {
+    for (const std::string& path : arguments.batch.paths) {
         std::error_code error;
         if (std::filesystem::equivalent(path, arguments.output, error)) {
             throw UsageError(path + " would be overwritten by its own gallery");
@@ -238,10 +247,12 @@ Outcome makeGallery(const host::Plugin& plugin, const Arguments& arguments) {
     }
     GallerySettings settings = arguments.settings;
     settings.hasBoth = arguments.hasAssets;
-    GalleryPage page(pending.path(), arguments.paths, keep);
+    GalleryPage page(pending.path(), arguments.batch.paths, keep);
     Gallery gallery(plugin, settings, page);
-    const Outcome outcome = runBatch(inputFiles(arguments.paths, arguments.batch.isRecursive), arguments.batch,
-                                     [&](const InputFile& input) { return gallery.add(input.path); });
+    const InputFiles inputs = inputsOf(arguments.batch);
+    const Outcome outcome = runBatch(inputs, arguments.batch, [&](const InputFile& input, Report& report) {
+        return gallery.add(static_cast<std::size_t>(&input - inputs.files.data()), input.path, report);
+    });
     page.finish();
     pending.commit();
     if (folder) folder->commit();
@@ -265,12 +276,17 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command =
         app.add_subcommand("gallery", "Make a page that shows DDS files, each channel, and what is odd about them");
     auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->paths, "Files to show, or folders of .dds files")->required();
+    arguments->batch.addTo(*command, "DDS files, or folders of them");
     command->add_option("-o,--output", arguments->output, "The page: a file whose name ends in .html")->required();
     command
-        ->add_option("--exposure", arguments->settings.exposure,
-                     "Brighten floating-point channels by this many stops; else by what fits each file")
-        ->check(exposureRange());
+        ->add_option_function<std::string>(
+            "--exposure",
+            [arguments](const std::string& text) {
+                if (text != "auto") arguments->settings.exposure = std::stod(text);
+            },
+            "Brighten floating-point textures by STOPS; auto (default) chooses what fits each")
+        ->check(exposureRange())
+        ->type_name("STOPS");
     command
         ->add_option("--max-side", arguments->settings.maxSide,
                      "Reduce larger pictures to this width or height, for a smaller page; else they have full size")
@@ -279,7 +295,6 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
         "--assets", arguments->hasAssets,
         "Keep the pictures as files in a folder beside the page, NAME-files for NAME.html, from where they "
         "are loaded as they come into sight; else they stand in the page");
-    arguments->batch.addTo(*command, "show");
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };
     });

@@ -1,123 +1,110 @@
-// kpximage info: size and channels of images.
-#include <iostream>
+// kpximage info: what images are, a line each.
+#include <algorithm>
 
-#include "explain/causes.h"
-#include "explain/fileFacts.h"
-#include "explain/otherFile.h"
+#include "explain/Explanation.h"
+#include "explain/contents.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/gradeRange.h"
+#include "tools/json/fileJson.h"
+#include "tools/json/formatLabel.h"
+#include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
-#include "tools/pictures/pluginChoice.h"
+#include "tools/plugin/pluginChoice.h"
 #include "tools/terminal/console.h"
-#include "tools/terminal/json.h"
+#include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 namespace {
 
 struct Arguments {
-    std::vector<std::string> files;
-    bool json = false;
-    bool isOpening = false;
+    bool json = false, isOpening = false, isStrict = false;
+    Grade only = Grade::right;  // this grade or a worse one
     BatchOptions batch;
 };
 
-// A picture as the host gets it.
-struct Shape {
-    std::int64_t width, height;
-    std::int64_t colours, mattes, bits;
-
-    [[nodiscard]] bool isFloat() const { return bits == 32; }
-    bool operator==(const Shape&) const = default;
-};
-
-Shape shapeOf(const Verdict& verdict) {
-    return {verdict.width, verdict.height, verdict.colourChannels(), verdict.hasAlpha ? 1 : 0, verdict.bits};
+// "12 bytes", "4.2 kB".
+std::string sizeText(std::uint64_t bytes) {
+    constexpr const char* units[] = {"kB", "MB", "GB", "TB"};
+    if (bytes < 1000) return bytesText(bytes);
+    double size = static_cast<double>(bytes) / 1000;
+    std::size_t unit = 0;
+    for (; size >= 999.95 && unit + 1 < std::size(units); ++unit) size /= 1000;
+    std::ostringstream text;
+    text.precision(size < 100 ? 1 : 0);
+    text << std::fixed << size << " " << units[unit];
+    return text.str();
 }
 
-Shape shapeOf(const host::ImageReader& reader) {
-    return {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(),
-            reader.descriptor().channelBits};
+// Whether the format stores alpha; the host gets one for blocks that have none, too.
+bool hasAlpha(const Verdict& verdict) {
+    if (verdict.result != Result::decoded || !verdict.hasAlpha || verdict.format->has(ignoresAlpha)) return false;
+    constexpr BlockKernel withAlpha[] = {BlockKernel::none, BlockKernel::bc1, BlockKernel::bc2, BlockKernel::bc3,
+                                         BlockKernel::bc7};
+    return std::find(std::begin(withAlpha), std::end(withAlpha), verdict.format->kernel) != std::end(withAlpha);
 }
 
-std::string textOf(const Shape& shape) {
-    return kpx::textOf(shape.width, " x ", shape.height, ", ", shape.colours, " colour, ", shape.mattes, " matte, ",
-                       shape.bits, shape.isFloat() ? "-bit float" : "-bit");
+std::string lineOf(const Explanation& file) {
+    const DDS_HEADER& header = file.facts.header.header;
+    const std::string more = contentsText(file.contents);
+    std::string line = textOf(header.dwWidth, " x ", header.dwHeight, ", ", formatLabel(file),
+                              hasAlpha(file.verdict) ? ", alpha" : "",
+                              more.empty() ? "" : ", ", more, ", ", sizeText(file.facts.fileBytes));
+    if (file.grade != Grade::right) line += textOf(" - ", gradeName(file.grade));
+    return line;
 }
 
-void print(const std::string& file, const Shape& shape, bool isBlack, bool json) {
-    if (!json) {
-        kpx::tool::print(kpx::textOf(printable(file), ": ", textOf(shape), "\n"));
-        return;
-    }
-    printJson({{"file", file},
-               {"recognised", true},
-               {"black", isBlack},
-               {"width", shape.width},
-               {"height", shape.height},
-               {"colourChannels", shape.colours},
-               {"matteChannels", shape.mattes},
-               {"bits", shape.bits},
-               {"float", shape.isFloat()}});
+// Throws FileError if the plug-in's picture is not the one that the headers lead to.
+void checkIsAsForetold(const OpenedImage& image) {
+    const host::ImageReader& reader = *image.reader;
+    const Verdict& verdict = image.verdict;
+    const auto opened = textOf(reader.width(), " x ", reader.height(), ", ", reader.colourChannels(), " colour and ",
+                               reader.matteChannels(), " alpha channels of ", reader.descriptor().channelBits, " bits");
+    const auto foretold = textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour and ",
+                                 verdict.hasAlpha ? 1 : 0, " alpha channels of ", verdict.bits, " bits");
+    if (opened == foretold && image.isBlack == (verdict.result == Result::black)) return;
+    throw FileError("is " + opened + " through the plug-in, but " + foretold + " by its headers");
 }
 
-// An unrecognised file is not looked into: a picture can be made of anything that is long enough.
-Outcome showUnrecognised(const OpenFile& file, bool json) {
-    if (json) printJson({{"file", file.name()}, {"recognised", false}});
-    tell(file.name(), unrecognisedText(file.facts()));
-    return Outcome::failed;
-}
-
-Outcome showByHeaders(const OpenFile& file, bool json) {
-    const FileFacts facts = file.facts();
-    if (!startsAsDds(facts)) return showUnrecognised(file, json);
-    checkHasHeader(facts);
-    const Verdict verdict = judge(facts);
-    const bool isBlack = verdict.result == Result::black;
-    if (isBlack) tellWhyBlack(file.name(), facts, verdict);
-    print(file.name(), shapeOf(verdict), isBlack, json);
-    return isBlack ? Outcome::fallback : Outcome::done;
-}
-
-// Whether the plug-in's picture is the one that the headers lead to; tells when it is not.
-bool isAsForetold(const std::string& file, const OpenedImage& image) {
-    const Shape opened = shapeOf(*image.reader);
-    const Shape foretold = shapeOf(image.verdict);
-    if (opened == foretold && image.isBlack == (image.verdict.result == Result::black)) return true;
-    tell(file, "is " + textOf(opened) + " through the plug-in, but " + textOf(foretold) + " by its headers");
-    return false;
-}
-
-Outcome showOpened(const host::Plugin& plugin, const OpenFile& file, bool json) {
-    if (!plugin.isFile(file.path())) return showUnrecognised(file, json);
-    const OpenedImage image = openImage(plugin, file);
-    print(file.name(), shapeOf(*image.reader), image.isBlack, json);
-    if (!isAsForetold(file.name(), image)) return Outcome::failed;
-    return image.isBlack ? Outcome::fallback : Outcome::done;
+Outcome show(const Arguments& arguments, const host::Plugin* plugin, Report& report) {
+    return withFailureAsJson(report, arguments.json, [&] {
+        const OpenFile opened(report.file());
+        const Explanation file = explain(opened.facts());
+        if (plugin != nullptr && file.grade != Grade::unreadable) checkIsAsForetold(openThroughHost(*plugin, opened));
+        if (file.grade < arguments.only) return Outcome::done;
+        if (arguments.json)
+            report.print(jsonText(fileAsJson(report.file(), file)) + "\n");
+        else if (file.grade != Grade::unreadable)
+            report.print(printable(report.file()) + ": " + lineOf(file) + "\n");
+        // `explain` says why.
+        if (file.grade == Grade::unreadable) warnOfGrade(file, report);
+        report.countAs(gradeName(file.grade));
+        return outcomeOf(file.grade, arguments.isStrict);
+    });
 }
 
 }  // namespace
 
 void addInfoCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("info", "Show the size and the channels of images, by their headers");
+    CLI::App* command = app.add_subcommand("info", "Show size, format and grade of DDS files, a line each");
     auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->files, "Images to look at, or folders of .dds files")->required();
-    command->add_flag("--json", arguments->json, "Print one JSON object a line");
+    arguments->batch.addTo(*command, "DDS files, or folders of them");
+    command->add_flag("--json", arguments->json, "Print one JSON object per line");
+    command->add_option("--only", arguments->only, "Show only files of this grade or a worse one")
+        ->transform(toGrade())
+        ->type_name("GRADE");
+    command->add_flag("--strict", arguments->isStrict, "Count suspect files as bad");
     command->add_flag("--open", arguments->isOpening,
-                      "Have the plug-in decode the images, and fail where one is not what its headers say");
+                      "Decode the whole image and report an error if it does not match its header");
     arguments->batch.isPrinting = true;
-    arguments->batch.addTo(*command, "look at");
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] {
-            const auto plugin = arguments->isOpening ? loadPlugin(invocation.pluginPath) : nullptr;
-            const InputFiles inputs = inputFiles(arguments->files, arguments->batch.isRecursive);
-            return runBatch(inputs, arguments->batch, [&](const InputFile& file) {
-                const auto work = [&] {
-                    const OpenFile opened(file.path);
-                    return plugin != nullptr ? showOpened(*plugin, opened, arguments->json)
-                                             : showByHeaders(opened, arguments->json);
-                };
-                return arguments->json ? withFailureAsJson(file.path, work) : work();
+            const auto plugin = arguments->isOpening || !invocation.pluginPath.empty()
+                                    ? loadPlugin(invocation.pluginPath)
+                                    : nullptr;
+            return runBatch(inputsOf(arguments->batch), arguments->batch, [&](const InputFile&, Report& report) {
+                return show(*arguments, arguments->isOpening ? plugin.get() : nullptr, report);
             });
         };
     });

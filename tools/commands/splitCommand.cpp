@@ -1,12 +1,15 @@
 // kpximage split: every picture in a DDS file as a file of its own.
 #include <filesystem>
 
+#include "explain/Explanation.h"
 #include "explain/causes.h"
-#include "explain/fileFacts.h"
-#include "explain/mends.h"
 #include "explain/surfaces.h"
 #include "explain/text.h"
+#include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/outputOptions.h"
+#include "tools/json/gradeText.h"
+#include "tools/json/json.h"
 #include "tools/repair/ddsCopy.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
@@ -17,72 +20,89 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Arguments {
-    std::string input, folder;
+    bool json = false;
+    OutputOptions output;
+    BatchOptions batch;
 };
 
 SurfaceLayout layoutOf(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
-    if (verdict.format == nullptr) {
+    if (verdict.format == nullptr)
         throw FileError("cannot be split, as the size of its pictures is not known. " + causeText(facts, verdict) +
                         repairHint(facts));
-    }
     const DDS_HEADER& header = facts.header.header;
-    if (header.dwWidth == 0 || header.dwHeight == 0) {
+    if (header.dwWidth == 0 || header.dwHeight == 0)
         throw FileError(textOf("has no pixels: it is ", header.dwWidth, " x ", header.dwHeight));
-    }
     return surfaceLayout(facts, verdict);
 }
 
-void makeFolder(const std::string& folder) {
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (!fs::is_directory(folder))
-        throw FileError("cannot be split: " + folder + " is no folder and cannot be made one");
-}
-
-void write(const Arguments& arguments, const OpenFile& input, const SurfaceLayout& layout, const Surface& surface) {
-    const std::string name = fs::path(arguments.input).stem().string() + surfaceName(layout, surface) + ".dds";
-    const std::string output = (fs::path(arguments.folder) / name).string();
+void write(const OpenFile& input, const SurfaceLayout& layout, const Surface& surface, const std::string& output,
+           Existing existing) {
     const ByteRange ranges[] = {{layout.headerBytes, layout.paletteBytes}, {surface.start, surface.bytes}};
     try {
-        PendingFile pending(output, permissionsOfCopy(input));
-        if (pending.replaces(input.status())) throw OutputError("is the input itself");
+        PendingFile pending(output, permissionsOfCopy(input), existing);
         writeParts(input, ranges, headerBytes(factsOfSurface(layout, surface)), pending.descriptor());
         pending.commit();
     } catch (const OutputError& error) {
-        throw OutputError("cannot be split: " + output + " " + error.what());
+        throw OutputError(error.what(), output);
     }
 }
 
-Outcome split(const Arguments& arguments) {
-    const OpenFile input(arguments.input);
+// Returns the count in words; counts may be too large for their type.
+std::string countText(std::uint64_t count) {
+    return count == UINT64_MAX ? "more pictures than can be counted" : textOf(count, count == 1 ? " picture" : " pictures");
+}
+
+Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& places, Report& report) {
+    const OpenFile input(file.path);
     const SurfaceLayout layout = layoutOf(input.facts());
-    // Nothing is made of a file without a whole picture.
     const std::uint64_t whole = wholeSurfaces(layout);
-    if (whole == 0) throw FileError("is too short: no picture in it is whole");
-    makeFolder(arguments.folder);
+    if (whole == 0) throw FileError("is incomplete: no picture in it is whole");
+    const fs::path folder = fs::path(arguments.output.output) / file.folder;
+    Json names = Json::array();
     forEachWholeSurface(layout, [&](const Surface& surface) {
-        write(arguments, input, layout, surface);
+        const std::string name = fs::path(file.path).stem().string() + surfaceName(layout, surface) + ".dds";
+        const std::string output = (folder / name).string();
+        if (places.claim(output, file.path)) write(input, layout, surface, output, places.existing());
+        if (arguments.json) names.push_back(output);
         return true;
     });
+    if (arguments.json)
+        report.print(jsonText({{"file", file.path}, {"pictures", layout.count}, {"outputs", names}}) + "\n");
+    else
+        report.print(textOf(printable(file.path), ": ", whole, whole == 1 ? " file" : " files", " written to ",
+                            printable(folder.string()), "\n"));
+    report.countAs("split");
     if (whole == layout.count) return Outcome::done;
-    tell(arguments.input, textOf("is too short: of ", layout.count, " pictures ", whole,
-                                 whole == 1 ? " is whole and has been written" : " are whole and have been written"));
-    return Outcome::failed;
+    report.warn(textOf("is incomplete: of ", countText(layout.count), " only ", whole, whole == 1 ? " is" : " are", " whole"),
+                "incomplete: some pictures are missing");
+    return Outcome::bad;
+}
+
+Outcome run(const Arguments& arguments) {
+    std::string folder = arguments.output.output;
+    if (folder.empty()) throw UsageError("--output is required");
+    if (!folder.ends_with('/')) folder += '/';
+    OutputPlaces places(folder, true, false, arguments.output.replacing);
+    const InputFiles inputs = inputsOf(arguments.batch, {".dds"}, folder);
+    places.protect(inputs.files);
+    return runBatch(inputs, arguments.batch, [&](const InputFile& file, Report& report) {
+        return withFailureAsJson(report, arguments.json, [&] { return split(file, arguments, places, report); });
+    });
 }
 
 }  // namespace
 
 void addSplitCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand(
-        "split", "Write every mipmap, cube face, slice and array element of a DDS file as a file of its own");
+        "split", "Write every mipmap, cube face, slice and array element of DDS files to a file of its own");
     auto arguments = std::make_shared<Arguments>();
-    command->add_option("IN", arguments->input, "File to split")->required();
-    command->add_option("OUTDIR", arguments->folder, "Folder of the new files, made where there is none")->required();
-    command->footer("Files are called NAME-array00-face0+x-mip00-slice000.dds, without what does not vary.");
-    command->callback([&invocation, arguments] {
-        invocation.run = [arguments] { return workOnFile(arguments->input, [&] { return split(*arguments); }); };
-    });
+    arguments->batch.addTo(*command, "DDS files, or folders of them");
+    arguments->output.addTo(*command, "The folder for the files; it is created if needed");
+    command->add_flag("--json", arguments->json, "Print one JSON object per line");
+    arguments->batch.isPrinting = true;
+    command->footer("Files are named NAME-array00-face0+x-mip00-slice000.dds, without the parts that do not vary.");
+    command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
 }
 
 }  // namespace kpx::tool

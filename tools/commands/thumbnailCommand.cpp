@@ -1,12 +1,14 @@
 // kpximage thumbnail: a small PNG of an image, with what the thumbnail standard of freedesktop.org has it say.
+#include "explain/Explanation.h"
+#include "tools/commands/Batch.h"
 #include "tools/commands/commands.h"
 #include "tools/files/PendingFile.h"
 #include "tools/files/fileUri.h"
+#include "tools/json/gradeText.h"
 #include "tools/pictures/PixelSource.h"
 #include "tools/pictures/PngFile.h"
-#include "tools/pictures/pluginChoice.h"
+#include "tools/plugin/pluginChoice.h"
 #include "tools/pictures/thumbnailPicture.h"
-#include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
@@ -35,23 +37,35 @@ void write(const SmallPicture& picture, const std::string& path, const PixelSour
     file.finish();
 }
 
-Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments) {
+Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Report& report) {
     OpenFile input(pathOfFile(arguments.input), arguments.input);
-    if (isSameFile(input.name(), arguments.output)) throw FileError("would be overwritten by its own thumbnail");
+    if (isSameFile(pathOfFile(arguments.input), arguments.output)) throw OutputError("is the input itself", arguments.output);
     const std::string modified = std::to_string(input.status().st_mtime);
+    if (!isPng(input)) {
+        const Explanation explanation = explain(input.facts());
+        if (explanation.grade >= Grade::black) {
+            warnOfGrade(explanation, report);
+            return outcomeOf(explanation.grade, false);
+        }
+    }
     const auto source = openSource(plugin, std::move(input), true);
-    if (source->isBlack()) return Outcome::fallback;
+    if (source->isBlack()) throw std::bad_alloc();
     if (!source->isWhole()) throw FileError("is incomplete: it does not hold every row of its picture");
     const SmallPicture picture = smallPicture(*source, arguments.size);
     try {
         PendingFile file(arguments.output, 0600);
         write(picture, file.path(), *source, arguments, modified);
         file.commit();
-    } catch (const OutputError& failure) {
-        tell(arguments.output, failure.what());
-        return Outcome::failed;
+    } catch (const OutputError& error) {
+        throw OutputError(error.what(), arguments.output);
     }
     return Outcome::done;
+}
+
+Outcome run(const std::string& pluginPath, const Arguments& arguments) {
+    const auto plugin = loadPlugin(pluginPath);
+    return runBatch({{{arguments.input, ""}}}, {},
+                    [&](const InputFile&, Report& report) { return makeThumbnail(*plugin, arguments, report); });
 }
 
 }  // namespace
@@ -60,18 +74,18 @@ void addThumbnailCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand(
         "thumbnail",
         "Make a small PNG of an image for a file manager. Pixels are averaged in linear light, weighted by alpha; "
-        "floats above 1 are compressed so that the brightest is white; there is none of a black picture");
+        "values above 1 are compressed so that the brightest is white. No thumbnail is made if the file cannot be "
+        "decoded or is incomplete");
     auto arguments = std::make_shared<Arguments>();
     command->add_option("-s,--size", arguments->size, "Largest width and height; smaller images keep their size")
         ->check(CLI::Range(1, largestSize))
         ->capture_default_str();
-    command->add_option("IN", arguments->input, "DDS or PNG file, or the file: URI of one")->required();
-    command->add_option("OUT", arguments->output, "PNG file to be made")->required();
+    command->add_option("PATH", arguments->input, "DDS or PNG file, or its file: URI")->required();
+    command->add_option("-o,--output", arguments->output, "PNG file to write; an existing file is replaced")
+        ->required()
+        ->type_name("OUT");
     command->callback([&invocation, arguments] {
-        invocation.run = [&invocation, arguments] {
-            const auto plugin = loadPlugin(invocation.pluginPath);
-            return workOnFile(arguments->input, [&] { return makeThumbnail(*plugin, *arguments); });
-        };
+        invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };
     });
 }
 

@@ -3,7 +3,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <filesystem>
 
 #include "tools/terminal/errors.h"
@@ -13,27 +12,27 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isFolderThere(const std::string& path) {
+bool isFolderMeant(const std::string& output, bool isForSeveral, bool isNamedAsFile) {
     std::error_code error;
-    return fs::is_directory(path, error);
+    if (fs::is_directory(output, error)) return true;
+    const bool isSlashed = output.ends_with('/');
+    const fs::path name = isSlashed ? fs::path(output).parent_path() : fs::path(output);
+    const bool isFree = !fs::exists(fs::symlink_status(name, error));
+    if (isFree && (isSlashed || (isForSeveral && !isNamedAsFile))) return true;
+    if (isForSeveral || isSlashed) throw UsageError(output + " is not a folder");
+    return false;
 }
 
-bool isFolderMeant(const std::vector<std::string>& inputs, const std::string& output, bool isNamedAsFile) {
-    if (isFolderThere(output)) return true;
-    const bool hasFolder = std::any_of(inputs.begin(), inputs.end(), isFolderThere);
-    const bool isSlashed = output.ends_with('/');
-    std::error_code error;
-    const bool isFree =
-        !fs::exists(fs::symlink_status(isSlashed ? fs::path(output).parent_path() : fs::path(output), error));
-    if (isFree && (isSlashed || (hasFolder && !isNamedAsFile))) return true;
-    if (inputs.size() > 1 || hasFolder || isSlashed) throw UsageError(output + " is not a folder");
-    return false;
+bool isNewer(const struct timespec& a, const struct timespec& b) {
+    return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec > b.tv_nsec;
 }
 
 }  // namespace
 
-OutputPlaces::OutputPlaces(const std::vector<std::string>& inputs, std::string output, bool isNamedAsFile)
-    : m_output(std::move(output)), m_isFolder(isFolderMeant(inputs, m_output, isNamedAsFile)) {}
+OutputPlaces::OutputPlaces(std::string output, bool isForSeveral, bool isNamedAsFile, Replacing replacing)
+    : m_output(std::move(output)),
+      m_isFolder(isFolderMeant(m_output, isForSeveral, isNamedAsFile)),
+      m_replacing(replacing) {}
 
 std::string OutputPlaces::of(const InputFile& input, std::string_view extension) const {
     if (!m_isFolder) return m_output;
@@ -49,22 +48,30 @@ void OutputPlaces::protect(const std::vector<InputFile>& inputs) {
     }
 }
 
-void OutputPlaces::claim(const std::string& place) {
-    struct stat status {};
-    if (stat(place.c_str(), &status) == 0 && m_protected.contains({status.st_dev, status.st_ino}))
-        throw FileError("is not written: its output " + place + " is an input of this run");
-    const std::lock_guard lock(m_mutex);
-    if (m_claimed.insert(place).second) return;
-    throw FileError("would overwrite " + place + ", just made of another input of the same name");
+bool OutputPlaces::claim(const std::string& place, const std::string& input) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_claimed.insert(place).second) throw OutputError("is the output of another input already", place);
+    }
+    struct stat output {}, source {};
+    if (stat(place.c_str(), &output) == 0) {
+        if (m_protected.contains({output.st_dev, output.st_ino}))
+            throw OutputError("is an input of this run and is not replaced", place);
+        const bool isOlder = stat(input.c_str(), &source) == 0 && isNewer(source.st_mtim, output.st_mtim);
+        if (m_replacing.isUpdating && !isOlder) return false;
+        if (!m_replacing.isUpdating && !m_replacing.isForced)
+            throw OutputError("exists already; --force replaces it", place);
+    }
+    makeFolderOf(place);
+    return true;
 }
 
 void OutputPlaces::makeFolderOf(const std::string& place) const {
     if (!m_isFolder) return;
-    // Where a folder below cannot be made, neither can the file in it, which is told.
     std::error_code error;
-    fs::create_directories(fs::path(place).parent_path(), error);
-    if (!isFolderThere(m_output))
-        throw FileError(m_output + " cannot be made a folder: " + systemErrorText(error.value()));
+    const fs::path folder = fs::path(place).parent_path();
+    fs::create_directories(folder, error);
+    if (!fs::is_directory(folder)) throw OutputError("cannot be created as a folder: " + error.message(), folder);
 }
 
 }  // namespace kpx::tool

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <map>
 
-#include "explain/FileError.h"
 #include "tools/terminal/console.h"
 
 namespace kpx::tool {
@@ -13,11 +13,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isDdsName(const fs::path& path) {
+std::string extensionOf(const fs::path& path) {
     std::string extension = path.extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension == ".dds";
+    return extension;
 }
 
 // A link that leads nowhere is listed, so that it is told.
@@ -26,51 +26,53 @@ bool isFileOrBroken(const fs::directory_entry& entry) {
     return entry.is_regular_file(error) || !entry.exists(error);
 }
 
-// The files of a folder in the order of their paths. A folder that cannot be listed is told, and the others are listed
-// all the same.
+// The files of a folder by their extensions. A folder that cannot be listed is told, and the others are listed all the
+// same.
 class Listing {
 public:
-    Listing(const fs::path& top, bool isRecursive) : m_top(top), m_isRecursive(isRecursive) {
-        add(top);
-        std::sort(m_files.begin(), m_files.end(),
-                  [](const InputFile& a, const InputFile& b) { return a.path < b.path; });
-    }
+    Listing(const fs::path& top, const Search& search) : m_top(top), m_search(search) { add(top); }
 
-    [[nodiscard]] const std::vector<InputFile>& files() const { return m_files; }
+    [[nodiscard]] std::vector<InputFile> files() {
+        for (const std::string& extension : m_search.extensions) {
+            std::vector<InputFile>& files = m_files[extension];
+            if (files.empty()) continue;
+            std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
+            return files;
+        }
+        return {};
+    }
     [[nodiscard]] bool isComplete() const { return m_isComplete; }
 
 private:
-    void add(const fs::path& folder);
-    void add(const fs::directory_entry& entry);
+    void add(const fs::path& folder) {
+        std::error_code error;
+        if (!m_search.leftOut.empty() && fs::equivalent(folder, m_search.leftOut, error)) return;
+        fs::directory_iterator entry(folder, error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) add(*entry);
+        if (!error) return;
+        tell(folder.string(), "cannot be listed: " + error.message());
+        m_isComplete = false;
+    }
+
+    void add(const fs::directory_entry& entry) {
+        std::error_code error;
+        if (m_search.isRecursive && !entry.is_symlink(error) && entry.is_directory(error)) return add(entry.path());
+        const auto& wanted = m_search.extensions;
+        const std::string extension = extensionOf(entry.path());
+        if (std::find(wanted.begin(), wanted.end(), extension) == wanted.end() || !isFileOrBroken(entry)) return;
+        std::string folder = entry.path().parent_path().lexically_relative(m_top).string();
+        m_files[extension].push_back({entry.path().string(), folder == "." ? "" : std::move(folder)});
+    }
 
     const fs::path& m_top;
-    const bool m_isRecursive;
-    std::vector<InputFile> m_files;
+    const Search& m_search;
+    std::map<std::string, std::vector<InputFile>> m_files;
     bool m_isComplete = true;
 };
 
-void Listing::add(const fs::path& folder) {
-    std::error_code error;
-    fs::directory_iterator entry(folder, error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) add(*entry);
-    if (!error) return;
-    tell(folder.string(), "cannot be listed: " + systemErrorText(error.value()));
-    m_isComplete = false;
-}
-
-void Listing::add(const fs::directory_entry& entry) {
-    std::error_code error;
-    if (m_isRecursive && !entry.is_symlink(error) && entry.is_directory(error)) {
-        add(entry.path());
-    } else if (isDdsName(entry.path()) && isFileOrBroken(entry)) {
-        m_files.push_back({entry.path().string(), entry.path().parent_path().lexically_relative(m_top).string()});
-        if (m_files.back().folder == ".") m_files.back().folder.clear();
-    }
-}
-
 }  // namespace
 
-InputFiles inputFiles(const std::vector<std::string>& paths, bool isRecursive) {
+InputFiles inputFiles(const std::vector<std::string>& paths, const Search& search) {
     InputFiles all;
     for (const std::string& path : paths) {
         std::error_code error;
@@ -78,12 +80,16 @@ InputFiles inputFiles(const std::vector<std::string>& paths, bool isRecursive) {
             all.files.push_back({path, ""});
             continue;
         }
-        const Listing listing(path, isRecursive);
-        if (listing.files().empty() && listing.isComplete()) {
-            tell(path, isRecursive ? "holds no .dds files" : "holds no .dds files itself; -r looks below");
+        const fs::path folder(path);
+        Listing listing(folder, search);
+        const std::vector<InputFile> files = listing.files();
+        if (files.empty() && listing.isComplete()) {
+            std::string names;
+            for (const std::string& extension : search.extensions) names += (names.empty() ? "" : " or ") + extension;
+            tell(path, "contains no " + names + " files" + (search.isRecursive ? "" : " (-r includes subfolders)"));
         }
-        all.files.insert(all.files.end(), listing.files().begin(), listing.files().end());
-        if (listing.files().empty() || !listing.isComplete()) all.isComplete = false;
+        all.files.insert(all.files.end(), files.begin(), files.end());
+        if (files.empty() || !listing.isComplete()) all.isComplete = false;
     }
     return all;
 }

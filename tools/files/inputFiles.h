@@ -13,11 +13,17 @@ struct InputFile {
 
 struct InputFiles {
     std::vector<InputFile> files;
-    bool isComplete = true;  // false where a folder could not be listed, which has been told
+    bool isComplete = true;  // false if a folder could not be listed or has no such files, which has been told
 };
 
-// Files stand for themselves, whether they exist or not. Folders stand for the .dds files in them, sorted by name, and
-// with `isRecursive` for those in the folders below as well; links to folders below are not followed.
-InputFiles inputFiles(const std::vector<std::string>& paths, bool isRecursive);
+struct Search {
+    bool isRecursive = false;
+    std::vector<std::string> extensions;  // with the dot, in lower case
+    std::string leftOut;                  // a folder that is not entered; empty: none
+};
+
+// Files stand for themselves, whether they exist or not. Folders stand for the files in them that have the first of the
+// extensions that any has, sorted by path. Links to folders below are not followed.
+InputFiles inputFiles(const std::vector<std::string>& paths, const Search& search);
 
 }  // namespace kpx::tool

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/terminal/json.h"
+#include "tools/json/json.h"
 
 namespace kpx::tool {
 

@@ -54,13 +54,13 @@ public:
         return smallPicture(bytes, side);
     }
 
-    [[nodiscard]] Png channels(std::string_view use) const {
+    [[nodiscard]] Png channels(const Pick& use) const {
         ExposedSource bytes = fromTheTop();
         RowPacker packer(bytes.layout(), use);
-        return makePng(bytes.layout(), use.size(), [&] { return packer.pack(bytes.nextRow()); });
+        return makePng(bytes.layout(), use.count, [&] { return packer.pack(bytes.nextRow()); });
     }
 
-    [[nodiscard]] bool isOpaque(std::string_view alphaUse) const {
+    [[nodiscard]] bool isOpaque(const Pick& alphaUse) const {
         ExposedSource bytes = fromTheTop();
         RowPacker packer(bytes.layout(), alphaUse);
         for (int y = 0; y < bytes.layout().height; ++y) {
@@ -112,16 +112,17 @@ GalleryPictures galleryPictures(DdsSource& source, const GallerySettings& settin
     }
     const Pictures pictures(source, exposure.value_or(0.0));
     // RGB or RGBA: alpha alone has black for a colour here.
-    const std::string_view use = channelUse(layout).dds;
-    const size_t colours = use[0] == use[1] && use[1] == use[2] ? 1 : 3;
-    const std::string_view alphaUse = use.substr(3);
+    const Pick use = channelUse(layout).dds;
+    const auto& rows = use.rows;
+    const std::uint8_t colours = rows[0] == rows[1] && rows[1] == rows[2] ? 1 : 3;
+    const Pick alphaUse{1, {rows[3]}};
     const SmallPicture thumbnail = pictures.reduced(thumbnailSize);
     GalleryPictures made{
         pngOf(thumbnail, 0, 4), thumbnail.width, thumbnail.height, layout.width, layout.height, {}, {}, {}, exposure};
     const bool hasColours = layout.colours > 0;
     if (std::max(layout.width, layout.height) <= settings.maxSide.value_or(INT_MAX)) {
-        made.colour = pictures.channels(use.substr(0, colours));
-        if (alphaUse.empty() || pictures.isOpaque(alphaUse)) return made;
+        made.colour = pictures.channels({colours, rows});
+        if (use.count < 4 || pictures.isOpaque(alphaUse)) return made;
         made.alpha = pictures.channels(alphaUse);
         if (settings.hasBoth && hasColours) made.both = pictures.channels(use);
         return made;

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "explain/text.h"
-#include "tools/terminal/json.h"
+#include "tools/json/json.h"
 
 namespace kpx::tool {
 namespace {
@@ -66,7 +66,7 @@ std::string freeName(const fs::path& input) {
 std::string repairCommandLine(const std::string& input, bool isConverted) {
     // What starts with a dash would be taken for an option.
     const std::string file = input.starts_with('-') ? "./" + input : input;
-    return "kpximage repair " + shellWord(file) + " " + shellWord(freeName(file)) + (isConverted ? " --convert" : "");
+    return textOf("kpximage ", isConverted ? "recode " : "repair ", shellWord(file), " -o ", shellWord(freeName(file)));
 }
 
 }  // namespace kpx::tool

@@ -22,7 +22,7 @@ public:
         try {
             const ByteRange ranges[] = {{m_layout.headerBytes, m_layout.paletteBytes}, {surface.start, surface.bytes}};
             writeParts(m_source, ranges, headerBytes(factsOfSurface(m_layout, surface)), m_file.descriptor());
-            DdsSource source(openUntold(m_plugin, OpenFile(m_file.path())));
+            DdsSource source(m_plugin, OpenFile(m_file.path()));
             if (!source.isBlack()) entry["picture"] = Json::binary(smallPng(source, m_exposure, stripSide));
         } catch (const std::exception&) {
             // The others can be shown all the same.

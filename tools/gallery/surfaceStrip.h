@@ -7,7 +7,7 @@
 #include "explain/fileFacts.h"
 #include "host/Plugin.h"
 #include "tools/files/OpenFile.h"
-#include "tools/terminal/json.h"
+#include "tools/json/json.h"
 
 namespace kpx::tool {
 

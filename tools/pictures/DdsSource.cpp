@@ -10,9 +10,9 @@
 #include "explain/text.h"
 #include "host/HostError.h"
 #include "reader/loading.h"
-#include "tools/terminal/StdoutSilence.h"
-#include "tools/terminal/console.h"
+#include "tools/plugin/StdoutGate.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {
@@ -68,17 +68,13 @@ void checkHasHeader(const FileFacts& facts) {
                     std::to_string(sizeof(DdsFileHeader)));
 }
 
-void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict) {
-    if (verdict.printed != nullptr) tell(path, verdict.printed);
-    tell(path, whyBlack(facts, verdict));
-}
-
 OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
     const FileFacts facts = file.facts();
     const Verdict verdict = judge(facts);
     std::unique_ptr<host::ImageReader> reader;
     const std::string path = file.path();
     try {
+        const StdoutGate gate;
         reader = std::make_unique<host::ImageReader>(plugin, path);
     } catch (const host::HostError& error) {
         // A plug-in quotes the system's last error even where a file is merely too short.
@@ -90,18 +86,6 @@ OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
     std::string why = whyBlack(facts, verdict, *reader);
     const bool isBlack = !why.empty();
     return {std::move(reader), verdict, isBlack, std::move(why), traitsOf(facts, verdict)};
-}
-
-OpenedImage openUntold(const host::Plugin& plugin, const OpenFile& file) {
-    const StdoutSilence silence;
-    return openThroughHost(plugin, file);
-}
-
-OpenedImage openImage(const host::Plugin& plugin, const OpenFile& file) {
-    OpenedImage image = openUntold(plugin, file);
-    if (image.isBlack && image.verdict.printed != nullptr) tell(file.name(), image.verdict.printed);
-    if (image.isBlack) tell(file.name(), image.why);
-    return image;
 }
 
 DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {
@@ -116,6 +100,7 @@ DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {
 }
 
 std::span<const unsigned char* const> DdsSource::nextRow() {
+    stopIfInterrupted();
     return m_image.reader->scanline(--m_scanline);
 }
 

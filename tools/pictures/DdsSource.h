@@ -18,18 +18,9 @@ struct OpenedImage {
 // Throws FileError where the file is too short for a header.
 void checkHasHeader(const FileFacts& facts);
 
-// Tells why the picture comes out black, under the file's name.
-void tellWhyBlack(const std::string& path, const FileFacts& facts, const Verdict& verdict);
-
-// Opens the image and tells nothing; what the plug-in prints is the caller's to silence. Throws FileError or
-// host::HostError, also if the file is changed meanwhile.
+// Opens the image; what the plug-in prints is dropped. Throws FileError or host::HostError, also if the file is changed
+// meanwhile.
 OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file);
-
-// Opens the image while standard output is silent, and tells nothing. Throws like openThroughHost.
-OpenedImage openUntold(const host::Plugin& plugin, const OpenFile& file);
-
-// The same; why the picture is black is told under the file's name.
-OpenedImage openImage(const host::Plugin& plugin, const OpenFile& file);
 
 // How much of a picture may be missing in its file.
 inline constexpr std::uint64_t mostMissingBytes = std::uint64_t{64} << 20;
@@ -38,7 +29,7 @@ class DdsSource : public PixelSource {
 public:
     // Throws FileError if the image has no pixels, or the file lacks more than mostMissingBytes of them.
     explicit DdsSource(OpenedImage image);
-    DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openImage(plugin, file)) {}
+    DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openThroughHost(plugin, file)) {}
 
     [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
@@ -51,8 +42,7 @@ public:
     // Why it is black, in a sentence without the file's name.
     [[nodiscard]] const std::string& whyBlack() const { return m_image.why; }
 
-    // The next row is the top one again.
-    void rewind() { m_scanline = m_layout.height; }
+    void rewind() override { m_scanline = m_layout.height; }
 
 private:
     OpenedImage m_image;

@@ -5,28 +5,12 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <numeric>
+
+#include "tools/pictures/values.h"
 
 namespace kpx::tool {
 namespace {
-
-// A share of full intensity as a byte; what is not a number counts as 0.
-unsigned char toByte(double share) {
-    return static_cast<unsigned char>(std::lround(255.0 * (share > 0.0 ? std::min(share, 1.0) : 0.0)));
-}
-
-// The sRGB transfer function of IEC 61966-2-1, up to full intensity.
-double srgbEncoded(double linear) {
-    if (linear >= 1.0) return 1.0;
-    return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
-}
-
-float floatAt(const unsigned char* row, size_t x) {
-    float value = 0.0F;
-    std::memcpy(&value, row + x * sizeof value, sizeof value);
-    return value;
-}
 
 // How many pixels have their brightest colour in which half stop.
 class Histogram {

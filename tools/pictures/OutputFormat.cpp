@@ -7,8 +7,8 @@ namespace kpx::tool {
 namespace {
 
 constexpr OutputFormat formats[] = {
-    {"png", writePng, true, false},
-    {"exr", writeExr, false, false},
+    {"png", writePng, false, false},
+    {"exr", writeExr, true, false},
     {"dds", writeDds, false, true},
 };
 

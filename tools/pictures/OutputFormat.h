@@ -1,4 +1,4 @@
-// The formats that the tool writes: a row a format, a source file a writer.
+// The formats that the tool writes: a row for each, a source file for each writer.
 #pragma once
 
 #include <optional>
@@ -18,32 +18,29 @@ enum class ExrValues { source, half, float32 };
 
 struct OutputSettings {
     const host::Plugin& plugin;
-    std::optional<double> exposure;  // in stops: makes bytes of floats
-    ExrValues exrValues;             // source: as many bits as the file has
-    PngEffort pngEffort;
-    std::vector<host::OptionChoice> options;  // of the plug-in
+    double exposure = 0.0;                     // in stops, of floats that become bytes
+    ExrValues exrValues = ExrValues::source;   // source: as many bits as the file has
+    PngEffort pngEffort = PngEffort::fast;
+    std::vector<host::OptionChoice> options{};  // of the plug-in
+    bool isPadded = false;                     // a DDS file may have a width that is rounded up
 };
 
-// Write the whole image to a path, which the user knows as `name`. Throw FileError, host::HostError or another
-// std::exception.
-void writePng(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings);
-void writeExr(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings);
-void writeDds(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings);
-
-// Like writeDds, but returns the note about a padded width instead of printing it; empty if there is none.
-std::string writeDdsFile(PixelSource& source, const std::string& path, const std::string& name,
-                         const OutputSettings& settings);
+// Write the whole image to a path. Return a note about what was lost or changed, or nothing. Throw FileError,
+// OutputError, host::HostError or another std::exception.
+std::string writePng(PixelSource& source, const std::string& path, const OutputSettings& settings);
+std::string writeExr(PixelSource& source, const std::string& path, const OutputSettings& settings);
+std::string writeDds(PixelSource& source, const std::string& path, const OutputSettings& settings);
 
 struct OutputFormat {
     std::string_view extension;
     decltype(&writePng) write;
-    bool takesExposure;
+    bool isFloat;  // stores floats; bytes otherwise
     bool takesOptions;  // of the plug-in
 };
 
 std::span<const OutputFormat> outputFormats();
 
-// The format of an extension without its dot, in upper or lower case; null when there is none.
+// Returns the format of an extension without its dot, in upper or lower case; null if there is none.
 const OutputFormat* outputFormat(std::string extension);
 
 }  // namespace kpx::tool

@@ -44,6 +44,9 @@ public:
     // Whether the file supplies every row of its picture.
     [[nodiscard]] virtual bool isWhole() const { return true; }
 
+    // Makes the next row the top one again. Of DDS images only.
+    virtual void rewind() {}
+
     // The next picture row, from the top, as one row of values a channel, colours before the matte. Lasts until
     // the next call; to be called `height` times. Throws FileError or host::HostError.
     virtual std::span<const unsigned char* const> nextRow() = 0;

@@ -5,6 +5,7 @@
 
 #include "explain/text.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 
@@ -107,6 +108,7 @@ const unsigned char* PngSource::nextPixels() {
 }
 
 std::span<const unsigned char* const> PngSource::nextRow() {
+    stopIfInterrupted();
     const unsigned char* pixels = nextPixels();
     const auto width = static_cast<size_t>(m_layout.width);
     for (size_t channel = 0; channel < m_channels; ++channel) {

@@ -5,10 +5,9 @@
 #include <array>
 #include <cstddef>
 #include <span>
-#include <string_view>
 #include <vector>
 
-#include "tools/pictures/PixelSource.h"
+#include "tools/pictures/channelUse.h"
 
 namespace kpx::tool {
 
@@ -39,28 +38,28 @@ void joinRows(const Value* const* rows, std::size_t count, std::size_t width, Va
 
 class RowPacker {
 public:
-    // The pixel's byte in place i is the image's channel `digit`, or zero for '-'. `use` must outlive the packer.
-    RowPacker(const ImageLayout& layout, std::string_view use)
+    RowPacker(const ImageLayout& layout, const Pick& pick)
         : m_width(static_cast<std::size_t>(layout.width)),
-          m_use(use),
+          m_pick(pick),
           m_zeros(m_width),
-          m_pixels(m_width * use.size()) {}
+          m_pixels(m_width * pick.count) {}
 
     // The pixels last until the next call.
     const unsigned char* pack(std::span<const unsigned char* const> rows) {
         std::array<const unsigned char*, 4> channels{};
-        for (std::size_t place = 0; place < m_use.size(); ++place) {
-            channels[place] = m_use[place] == '-' ? m_zeros.data() : rows[static_cast<std::size_t>(m_use[place] - '0')];
+        for (std::size_t i = 0; i < m_pick.count; ++i) {
+            const std::int8_t row = m_pick.rows[i];
+            channels[i] = row == Pick::zero ? m_zeros.data() : rows[static_cast<std::size_t>(row)];
         }
-        if (m_use.size() == 1) return channels[0];
-        joinRows(channels.data(), m_use.size(), m_width, m_pixels.data());
+        if (m_pick.count == 1) return channels[0];
+        joinRows(channels.data(), m_pick.count, m_width, m_pixels.data());
         return m_pixels.data();
     }
 
 private:
     std::size_t m_width;
-    std::string_view m_use;
-    std::vector<unsigned char> m_zeros;  // the row of '-'
+    Pick m_pick;
+    std::vector<unsigned char> m_zeros;  // the row of Pick::zero
     std::vector<unsigned char> m_pixels;
 };
 

@@ -9,23 +9,25 @@
 namespace kpx::tool {
 namespace {
 
+constexpr std::int8_t no = Pick::zero;
+
 constexpr ChannelUse uses[] = {
-    {0, 1, "0", "---0", "A"},
-    {1, 0, "0", "000", "Y"},
-    {1, 1, "01", "0001", "YA"},
-    {2, 0, "01-", "01-", "RG"},
-    {2, 1, "01-2", "01-2", "RGA"},
-    {3, 0, "012", "012", "RGB"},
-    {3, 1, "0123", "0123", "RGBA"},
+    {0, 1, {1, {0}}, {4, {no, no, no, 0}}, "A"},
+    {1, 0, {1, {0}}, {3, {0, 0, 0}}, "Y"},
+    {1, 1, {2, {0, 1}}, {4, {0, 0, 0, 1}}, "YA"},
+    {2, 0, {3, {0, 1, no}}, {3, {0, 1, no}}, "RG"},
+    {2, 1, {4, {0, 1, no, 2}}, {4, {0, 1, no, 2}}, "RGA"},
+    {3, 0, {3, {0, 1, 2}}, {3, {0, 1, 2}}, "RGB"},
+    {3, 1, {4, {0, 1, 2, 3}}, {4, {0, 1, 2, 3}}, "RGBA"},
     // A picture of four colours without a matte is the plug-in's stand-in for what it cannot decode.
-    {4, 0, "0123", "0123", "RGBA"},
+    {4, 0, {4, {0, 1, 2, 3}}, {4, {0, 1, 2, 3}}, "RGBA"},
 };
 
 }  // namespace
 
 const ChannelUse* channelUse(std::string_view names) {
     for (const ChannelUse& use : uses) {
-        if (std::is_permutation(use.exrNames.begin(), use.exrNames.end(), names.begin(), names.end())) return &use;
+        if (std::is_permutation(use.names.begin(), use.names.end(), names.begin(), names.end())) return &use;
     }
     return nullptr;
 }

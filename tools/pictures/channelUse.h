@@ -1,22 +1,34 @@
 // Which of an image's channels go where in each output format, for every set of channels that there is.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <string_view>
 
 #include "tools/pictures/PixelSource.h"
 
 namespace kpx::tool {
 
-// The channel of the output in place i is the image's channel `digit`, or all zero for '-'.
+// The rows that become the channels of an output, by their places among the image's rows.
+struct Pick {
+    static constexpr std::int8_t zero = -1;  // no row: the channel is 0 everywhere
+
+    std::uint8_t count;
+    std::array<std::int8_t, 4> rows;
+
+    // The same without the last channel.
+    [[nodiscard]] constexpr Pick withoutLast() const { return {static_cast<std::uint8_t>(count - 1), rows}; }
+};
+
 struct ChannelUse {
     int colours;
     int mattes;
-    std::string_view png;       // grey, grey and alpha, RGB or RGBA, by its length
-    std::string_view dds;       // RGB or RGBA
-    std::string_view exrNames;  // the names of the image's channels, in their order
+    Pick png;                // grey, grey and alpha, RGB or RGBA, by its count
+    Pick dds;                // RGB or RGBA
+    std::string_view names;  // of the image's channels, in their order, a letter each
 };
 
-// The channels by their names, in any order; null where no image has such.
+// Returns the channels with these names, in any order; null if no image has them.
 const ChannelUse* channelUse(std::string_view names);
 
 // Throws FileError for a set of channels that no image has.

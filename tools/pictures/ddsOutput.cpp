@@ -1,27 +1,32 @@
 // DDS output through the host's writer.
+#include "explain/text.h"
 #include "host/HostError.h"
+#include "tools/pictures/ExposedSource.h"
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/channelUse.h"
-#include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 
 namespace {
 
+// Plug-ins round widths up to a multiple of this.
+constexpr int widthUnit = 4;
+
 // Returns the width that the file declares.
 uint32_t writeThroughHost(PixelSource& source, const std::string& path, const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
-    const std::string_view use = channelUse(layout).dds;
-    host::ImageWriter writer(settings.plugin, path, {layout.width, layout.height, use.size() == 4}, settings.options);
+    const Pick pick = channelUse(layout).dds;
+    host::ImageWriter writer(settings.plugin, path, {layout.width, layout.height, pick.count == 4}, settings.options);
     std::vector<unsigned char> zeros(static_cast<size_t>(layout.width));
-    std::vector<unsigned char*> channels(use.size());
+    std::vector<unsigned char*> channels(pick.count);
     for (int scanline = layout.height - 1; scanline >= 0; --scanline) {
         const auto rows = source.nextRow();
-        for (size_t i = 0; i < use.size(); ++i) {
+        for (size_t i = 0; i < channels.size(); ++i) {
+            const std::int8_t row = pick.rows[i];
             // The interface takes no pointers to constants; plug-ins only read the rows that they write.
             channels[i] =
-                use[i] == '-' ? zeros.data() : const_cast<unsigned char*>(rows[static_cast<size_t>(use[i] - '0')]);
+                row == Pick::zero ? zeros.data() : const_cast<unsigned char*>(rows[static_cast<std::size_t>(row)]);
         }
         writer.scanline(scanline, channels.data());
     }
@@ -30,23 +35,18 @@ uint32_t writeThroughHost(PixelSource& source, const std::string& path, const Ou
 
 }  // namespace
 
-std::string writeDdsFile(PixelSource& source, const std::string& path, const std::string& name,
-                         const OutputSettings& settings) {
-    const ImageLayout& layout = source.layout();
-    if (layout.isFloat) throw FileError("has floating-point channels, which cannot be written as DDS: write .exr");
-    uint32_t stored = 0;
+std::string writeDds(PixelSource& source, const std::string& path, const OutputSettings& settings) {
+    const auto width = static_cast<uint32_t>(source.layout().width);
+    if (width % widthUnit != 0 && !settings.isPadded)
+        throw FileError(textOf("is ", width, " pixels wide, and DDS files are written with a multiple of ", widthUnit,
+                               ". --pad repeats the last column up to there"));
+    ExposedSource bytes(source, settings.exposure);
     try {
-        stored = writeThroughHost(source, path, settings);
+        const uint32_t stored = writeThroughHost(bytes, path, settings);
+        return stored == width ? "" : textOf("the width ", width, " is stored as ", stored);
     } catch (const host::HostError& error) {
-        throw OutputError(withName(error.what(), path, name));
+        throw OutputError(error.what());
     }
-    if (stored == static_cast<uint32_t>(layout.width)) return {};
-    return "note: the width " + std::to_string(layout.width) + " is stored as " + std::to_string(stored);
-}
-
-void writeDds(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings) {
-    const std::string note = writeDdsFile(source, path, name, settings);
-    if (!note.empty()) tell(name, note);
 }
 
 }  // namespace kpx::tool

@@ -1,28 +1,26 @@
-// OpenEXR output: float channels of 16 or 32 bits, compressed without loss. OpenEXR's core writes the file; the rows
-// are packed here, in the form of its ZIP compression, by a faster compressor.
+// OpenEXR output: float channels of 16 or 32 bits, compressed without loss by OpenEXR's core library.
+#include <Imath/half.h>
 #include <fcntl.h>
-#include <isa-l/igzip_lib.h>
 #include <openexr.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <numeric>
 
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/channelUse.h"
-#include "tools/terminal/console.h"
+#include "tools/pictures/values.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 namespace {
 
-constexpr int chunkRows = 16;                           // of OpenEXR's ZIP compression
-constexpr std::uint32_t tooLargeForHalf = 0x477FF000U;  // 65520, from which on half floats are infinite
-constexpr std::uint32_t infinity = 0x7F800000U;
+constexpr int chunkRows = 16;  // of OpenEXR's ZIP compression
+constexpr int part = 0;
 
 // The file as the library sees it.
 class ExrFile {
@@ -41,12 +39,28 @@ public:
     ExrFile(const ExrFile&) = delete;
     ExrFile& operator=(const ExrFile&) = delete;
 
-    void write(int firstRow, std::span<const unsigned char> chunk) {
-        check(exr_write_scanline_chunk(m_context, part, firstRow, chunk.data(), chunk.size()));
+    // Writes a chunk of rows, each with the values of one channel after the other in the order of their names.
+    void write(int firstRow, const unsigned char* rows, std::size_t channelBytes, std::size_t rowBytes) {
+        exr_chunk_info_t chunk{};
+        check(exr_write_scanline_chunk_info(m_context, part, firstRow, &chunk));
+        if (m_pipeline.context == nullptr) {
+            check(exr_encoding_initialize(m_context, part, &chunk, &m_pipeline));
+            check(exr_encoding_choose_default_routines(m_context, part, &m_pipeline));
+        } else {
+            check(exr_encoding_update(m_context, part, &chunk, &m_pipeline));
+        }
+        for (std::int16_t i = 0; i < m_pipeline.channel_count; ++i) {
+            exr_coding_channel_info_t& channel = m_pipeline.channels[i];
+            channel.encode_from_ptr = rows + static_cast<std::size_t>(i) * channelBytes;
+            channel.user_pixel_stride = channel.bytes_per_element;
+            channel.user_line_stride = static_cast<std::int32_t>(rowBytes);
+        }
+        check(exr_encoding_run(m_context, part, &m_pipeline));
     }
 
     // To be called after the last row: the file is whole then.
     void finish() {
+        exr_encoding_destroy(m_context, &m_pipeline);
         check(exr_finish(&m_context));
         const int descriptor = m_descriptor;
         m_descriptor = -1;
@@ -54,8 +68,6 @@ public:
     }
 
 private:
-    static constexpr int part = 0;
-
     void start(const std::string& path, const ImageLayout& layout, std::string_view names, exr_pixel_type_t valueType) {
         exr_context_initializer_t init = EXR_DEFAULT_CONTEXT_INITIALIZER;
         init.user_data = this;
@@ -94,6 +106,7 @@ private:
     }
 
     void release() {
+        if (m_context != nullptr && m_pipeline.context != nullptr) exr_encoding_destroy(m_context, &m_pipeline);
         exr_finish(&m_context);
         if (m_descriptor >= 0) close(m_descriptor);
     }
@@ -101,76 +114,19 @@ private:
     int m_descriptor;
     int m_error = 0;  // errno of what failed
     exr_context_t m_context = nullptr;
+    exr_encode_pipeline_t m_pipeline = EXR_ENCODE_PIPELINE_INITIALIZER;
 };
 
-// Some rows as OpenEXR compresses them: the even bytes before the odd ones, each as the difference from the one before,
-// in zlib's format; or the rows as they are where that is no smaller.
-class ExrPacker {
-public:
-    explicit ExrPacker(std::size_t size) : m_differences(size), m_packed(size), m_memory(ISAL_DEF_LVL1_DEFAULT) {}
-
-    std::span<const unsigned char> pack(std::span<const unsigned char> rows) {
-        partAndDifference(rows);
-        isal_deflate_stateless_init(&m_stream);
-        m_stream.gzip_flag = IGZIP_ZLIB;
-        m_stream.level = 1;
-        m_stream.level_buf = m_memory.data();
-        m_stream.level_buf_size = static_cast<std::uint32_t>(m_memory.size());
-        m_stream.end_of_stream = 1;
-        m_stream.next_in = m_differences.data();
-        m_stream.avail_in = static_cast<std::uint32_t>(rows.size());
-        m_stream.next_out = m_packed.data();
-        m_stream.avail_out = static_cast<std::uint32_t>(rows.size() - 1);
-        if (isal_deflate_stateless(&m_stream) != COMP_OK) return rows;
-        return {m_packed.data(), m_stream.total_out};
-    }
-
-private:
-    void partAndDifference(std::span<const unsigned char> rows) {
-        const std::size_t half = rows.size() / 2;  // values have an even number of bytes
-        unsigned char* even = m_packed.data();
-        unsigned char* odd = even + half;
-        for (std::size_t i = 0; i < half; ++i) {
-            even[i] = rows[2 * i];
-            odd[i] = rows[2 * i + 1];
-        }
-        m_differences[0] = even[0];
-        for (std::size_t i = 1; i < rows.size(); ++i)
-            m_differences[i] = static_cast<unsigned char>(even[i] - even[i - 1] + 128);
-    }
-
-    std::vector<unsigned char> m_differences, m_packed, m_memory;
-    isal_zstream m_stream{};
-};
-
-// The nearest half float, the even one of two, without branches, so that compilers make vectors of it.
-std::uint16_t roundedToHalf(std::uint32_t bits) {
-    constexpr std::uint32_t oneHalf = 0x3F000000U;
-    const std::uint32_t magnitude = bits & 0x7FFFFFFFU;
-    // The last place of this sum is that of the smallest half float.
-    const float sum = std::bit_cast<float>(magnitude) + std::bit_cast<float>(oneHalf);
-    const std::uint32_t subnormal = std::bit_cast<std::uint32_t>(sum) - oneHalf;
-    const std::uint32_t normal = (magnitude - (112U << 23) + 0xFFFU + (magnitude >> 13 & 1U)) >> 13;
-    const std::uint32_t payload = magnitude >> 13 & 0x3FFU;
-    const std::uint32_t notNumber = 0x7C00U | payload | (payload == 0 ? 1U : 0U);
-    std::uint32_t result = magnitude < 113U << 23 ? subnormal : normal;
-    result = magnitude >= tooLargeForHalf ? 0x7C00U : result;
-    result = magnitude > infinity ? notNumber : result;
-    return static_cast<std::uint16_t>((bits >> 16 & 0x8000U) | result);
-}
-
-// Puts a row of floats as half floats. Returns whether a finite one was too large.
+// Writes a row of floats as half floats. Returns whether a finite one was too large.
 bool putRounded(unsigned char* to, const unsigned char* row, std::size_t width) {
-    std::uint32_t overflows = 0;
+    bool hasOverflowed = false;
     for (std::size_t x = 0; x < width; ++x) {
-        std::uint32_t bits = 0;
-        std::memcpy(&bits, row + x * sizeof bits, sizeof bits);
-        const std::uint16_t rounded = roundedToHalf(bits);
+        const float value = floatAt(row, x);
+        const std::uint16_t rounded = Imath::half(value).bits();
         std::memcpy(to + x * sizeof rounded, &rounded, sizeof rounded);
-        const std::uint32_t magnitude = bits & 0x7FFFFFFFU;
-        overflows |= (magnitude >= tooLargeForHalf ? 1U : 0U) & (magnitude < infinity ? 1U : 0U);
+        hasOverflowed |= (rounded & 0x7FFF) == 0x7C00 && std::isfinite(value);
     }
-    return overflows != 0;
+    return hasOverflowed;
 }
 
 // The channels in the order of their names, which is that of the file.
@@ -185,11 +141,10 @@ std::vector<std::size_t> sortedChannels(std::string_view names) {
 bool writeRows(PixelSource& source, ExrFile& file, std::string_view names, bool isHalf) {
     const ImageLayout& layout = source.layout();
     const auto width = static_cast<std::size_t>(layout.width);
-    const std::size_t rowSize = width * (isHalf ? sizeof(std::uint16_t) : sizeof(float));
+    const std::size_t channelBytes = width * (isHalf ? sizeof(std::uint16_t) : sizeof(float));
+    const std::size_t rowBytes = channelBytes * names.size();
     const std::vector<std::size_t> channels = sortedChannels(names);
-    const int mostRows = std::min(chunkRows, layout.height);
-    std::vector<unsigned char> chunk(rowSize * names.size() * static_cast<std::size_t>(mostRows));
-    ExrPacker packer(chunk.size());
+    std::vector<unsigned char> chunk(rowBytes * static_cast<std::size_t>(std::min(chunkRows, layout.height)));
     bool hasOverflowed = false;
     for (int y = 0; y < layout.height; y += chunkRows) {
         unsigned char* to = chunk.data();
@@ -197,31 +152,29 @@ bool writeRows(PixelSource& source, ExrFile& file, std::string_view names, bool 
             const auto rows = source.nextRow();
             for (const std::size_t channel : channels) {
                 if (!isHalf)
-                    std::copy_n(rows[channel], rowSize, to);
+                    std::copy_n(rows[channel], channelBytes, to);
                 else if (putRounded(to, rows[channel], width))
                     hasOverflowed = true;
-                to += rowSize;
+                to += channelBytes;
             }
         }
-        file.write(y, packer.pack({chunk.data(), to}));
+        file.write(y, chunk.data(), channelBytes, rowBytes);
     }
     return hasOverflowed;
 }
 
 }  // namespace
 
-void writeExr(PixelSource& source, const std::string& path, const std::string& name, const OutputSettings& settings) {
+std::string writeExr(PixelSource& source, const std::string& path, const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
-    if (!layout.isFloat) throw FileError("has 8-bit channels, which OpenEXR cannot hold as they are: write .png");
-    const std::string_view names = channelUse(layout).exrNames;
-    const ExrValues values = settings.exrValues;
-    const bool isHalf = values == ExrValues::source ? source.traits().isHalf : values == ExrValues::half;
+    const std::string_view names = channelUse(layout).names;
+    const bool isHalf = settings.exrValues == ExrValues::source ? source.traits().isHalf
+                                                                : settings.exrValues == ExrValues::half;
     ExrFile file(path, layout, names, isHalf ? EXR_PIXEL_HALF : EXR_PIXEL_FLOAT);
     const bool hasOverflowed = writeRows(source, file, names, isHalf);
     file.finish();
-    if (hasOverflowed) {
-        tell(name, "note: values of 65520 and more have become infinite, as 16 bits hold none; --exr float keeps them");
-    }
+    if (!hasOverflowed) return {};
+    return "values of 65520 and more are infinite in 16 bits; --exr float keeps them";
 }
 
 }  // namespace kpx::tool

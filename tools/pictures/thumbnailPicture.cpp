@@ -5,15 +5,15 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 #include "tools/pictures/channelUse.h"
+#include "tools/pictures/values.h"
 
 namespace kpx::tool {
 namespace {
 
 constexpr double largestHalf = 65504.0;  // brighter floats, infinity among them, count as this
-constexpr int noChannel = -1;
+constexpr int noChannel = Pick::zero;
 
 // Linear light, the colours multiplied by alpha.
 struct Light {
@@ -27,33 +27,14 @@ struct Light {
     }
 };
 
-// The sRGB transfer function of IEC 61966-2-1 and its inverse, for 0 to 1.
-double srgbEncoded(double linear) {
-    return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
-}
-
-double srgbDecoded(double encoded) {
-    return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
-}
-
-// What is not a number counts as 0.
-double limited(double value, double largest) {
-    return value > 0.0 ? std::min(value, largest) : 0.0;
-}
-
-unsigned char toByte(double share) {
-    return static_cast<unsigned char>(std::lround(255.0 * limited(share, 1.0)));
-}
-
 // Takes pixels out of rows of channels.
 class PixelReader {
 public:
     PixelReader(const ImageLayout& layout, const SourceTraits& traits) : m_isFloat(layout.isFloat) {
-        const std::string_view use = channelUse(layout).png;
-        const bool isGrey = use.size() <= 2;
-        const auto channel = [&](size_t place) { return use[place] == '-' ? noChannel : use[place] - '0'; };
-        m_colours = {channel(0), channel(isGrey ? 0 : 1), channel(isGrey ? 0 : 2)};
-        if (use.size() % 2 == 0 && !traits.ignoresAlpha) m_alpha = channel(use.size() - 1);
+        const Pick pick = channelUse(layout).png;
+        const bool isGrey = pick.count <= 2;
+        m_colours = {pick.rows[0], pick.rows[isGrey ? 0 : 1], pick.rows[isGrey ? 0 : 2]};
+        if (pick.count % 2 == 0 && !traits.ignoresAlpha) m_alpha = pick.rows[pick.count - 1U];
         for (size_t i = 0; i < m_linear.size(); ++i) m_linear[i] = srgbDecoded(static_cast<double>(i) / 255.0);
     }
 
@@ -66,11 +47,6 @@ public:
     }
 
 private:
-    static double floatAt(const unsigned char* row, size_t x) {
-        float value = 0.0F;
-        std::memcpy(&value, row + x * sizeof value, sizeof value);
-        return value;
-    }
     [[nodiscard]] double alphaAt(const unsigned char* row, size_t x) const {
         return m_isFloat ? limited(floatAt(row, x), 1.0) : row[x] / 255.0;
     }

@@ -65,22 +65,22 @@ private:
 
 }  // namespace
 
-RepairReport repairInPlace(const std::string& path, bool isDryRun) {
+RepairPlan repairInPlace(const std::string& path, bool isDryRun) {
     const OpenFile file(path);
-    RepairReport report = planRepair(file.facts());
-    if (!report.helps()) return report;
+    RepairPlan plan = planRepair(file.facts());
+    if (!plan.helps()) return plan;
     if (file.status().st_nlink > 1 && !Place(path).hasOriginal())
         throw OutputError(textOf("is left as it is: it has ", file.status().st_nlink,
                                  " names (hard links), and only one would be repaired"));
-    if (isDryRun) return report;
+    if (isDryRun) return plan;
     PendingFile pending(path);
     if (!pending.replaces(file.status())) throw FileError("has been changed by another program");
-    writeRepaired(file, report, pending.descriptor());
+    writeRepaired(file, plan, pending.descriptor());
     pending.flushToDisk();
     pending.keepEarlier(originalEnding);
     pending.checkEarlierIsUnchanged();
     pending.commit();
-    return report;
+    return plan;
 }
 
 bool undoRepair(const std::string& path, bool isDryRun) {

@@ -1,7 +1,8 @@
-// The words of a repair, and the writing of its copy.
+// The plan of a repair in words, and the writing of the repaired file.
 #include "tools/repair/repairFile.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "explain/causes.h"
 #include "explain/conversionMends.h"
@@ -9,7 +10,6 @@
 #include "tools/files/PendingFile.h"
 #include "tools/repair/ddsCopy.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/explanationJson.h"
 
 namespace kpx::tool {
 namespace {
@@ -17,28 +17,24 @@ namespace {
 std::string nothingText(const FileFacts& facts) {
     std::string other = otherFileText(facts);
     if (!other.empty()) return other;
-    return startsAsDds(facts) ? "has nothing to mend: it is decoded as it is" : "does not start with \"DDS\"";
+    return startsAsDds(facts) ? "needs no repair" : "does not start with \"DDS\"";
 }
 
-// Of a file of which neither mends nor a conversion make one that is decoded.
-RepairReport unhelpful(const FileFacts& facts, Repair repair, const Repair& conversion) {
-    // A mend that would make a decoded picture black is none.
+// For a file that neither a repair nor a recoding helps.
+RepairPlan unhelpful(const FileFacts& facts, Repair repair, const Repair& recoding) {
+    // A change that would make a decoded picture black is no repair.
     const bool isDecoded = judge(facts).result == Result::decoded || repair.verdict.result == Result::decoded;
     if (isDecoded) {
-        const bool isDds = startsAsDds(facts);
-        return {isDds ? RepairResult::nothingToMend : RepairResult::refused,
-                facts,
-                std::move(repair),
-                nothingText(facts),
-                {}};
+        const RepairResult result = startsAsDds(facts) ? RepairResult::nothingToRepair : RepairResult::unreadable;
+        return {result, facts, std::move(repair), nothingText(facts), {}};
     }
-    const bool isBlack = repair.verdict.result == Result::black;
     std::vector<Finding> causes = causesOf(repair.facts, repair.verdict);
-    const auto obstacle = conversionObstacle(facts, conversion);
+    const auto obstacle = conversionObstacle(facts, recoding);
     if (obstacle) causes.push_back(*obstacle);
-    std::string reason = isBlack ? "cannot be mended and comes out as a black picture." : "cannot be mended.";
+    std::string reason = "cannot be repaired.";
     for (const Finding& cause : causes) reason += " " + cause.sentence;
-    return {isBlack ? RepairResult::black : RepairResult::refused, facts, std::move(repair), reason, std::move(causes)};
+    const bool isBlack = repair.verdict.result == Result::black;
+    return {isBlack ? RepairResult::black : RepairResult::unreadable, facts, std::move(repair), reason, std::move(causes)};
 }
 
 // Of the first pictures of the repaired file, and of what its loader reads of the first.
@@ -55,25 +51,25 @@ std::uint64_t bytesOfPictures(const Repair& repair, std::uint64_t mostPictures) 
 }  // namespace
 
 const char* nameOf(RepairResult result) {
-    constexpr const char* names[] = {"mended", "converted", "nothing-to-mend", "black", "refused"};
+    constexpr const char* names[] = {"repaired", "recoded", "nothing-to-repair", "black", "unreadable"};
+    static_assert(std::size(names) == static_cast<std::size_t>(RepairResult::unreadable) + 1);
     return names[static_cast<std::size_t>(result)];
 }
 
-RepairReport planRepair(const FileFacts& facts, bool mayConvert) {
+RepairPlan planRepair(const FileFacts& facts, bool mayRecode) {
     Repair repair = repairOf(facts);
-    if (repair.helps()) return {RepairResult::mended, facts, std::move(repair), "", {}};
-    Repair conversion = repairOf(facts, true);
-    if (conversion.helps() && mayConvert) return {RepairResult::converted, facts, std::move(conversion), "", {}};
-    RepairReport report = unhelpful(facts, std::move(repair), conversion);
-    report.isConvertible = conversion.helps();
-    if (report.isConvertible) report.reason += repairHint(facts);
-    return report;
+    if (repair.helps()) return {RepairResult::repaired, facts, std::move(repair), "", {}};
+    Repair recoding = repairOf(facts, true);
+    if (recoding.helps() && mayRecode) return {RepairResult::recoded, facts, std::move(recoding), "", {}};
+    RepairPlan plan = unhelpful(facts, std::move(repair), recoding);
+    if (recoding.helps()) plan.reason += repairHint(facts);
+    return plan;
 }
 
-std::uint64_t repairedBytes(const RepairReport& report, std::uint64_t mostPictures) {
-    const Repair& repair = report.repair;
+std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t mostPictures) {
+    const Repair& repair = plan.repair;
     if (!repair.converted) {
-        const std::uint64_t present = report.facts.fileBytes - repair.dataStart;
+        const std::uint64_t present = plan.facts.fileBytes - repair.dataStart;
         return mostPictures == UINT64_MAX ? present : std::min(present, bytesOfPictures(repair, mostPictures));
     }
     std::uint64_t bytes = 0, visited = 0;
@@ -84,30 +80,23 @@ std::uint64_t repairedBytes(const RepairReport& report, std::uint64_t mostPictur
     return bytes;
 }
 
-void writeRepaired(const OpenFile& input, const RepairReport& report, int descriptor, std::uint64_t mostPictures) {
-    const Repair& repair = report.repair;
+void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor, std::uint64_t mostPictures) {
+    const Repair& repair = plan.repair;
     const std::vector<unsigned char> header = headerBytes(repair.facts);
     if (repair.converted) return writeConverted(input, *repair.converted, header, descriptor, mostPictures);
-    const ByteRange data{repair.dataStart, repairedBytes(report, mostPictures)};
+    const ByteRange data{repair.dataStart, repairedBytes(plan, mostPictures)};
     writeParts(input, {&data, 1}, header, descriptor);
 }
 
-void writeRepairedCopy(const OpenFile& input, const RepairReport& report, const std::string& output) {
-    PendingFile pending(output, permissionsOfCopy(input));
-    if (pending.replaces(input.status())) throw OutputError("is the input itself");
-    writeRepaired(input, report, pending.descriptor());
-    pending.commit();
-}
-
-Json repairAsJson(const std::string& input, const std::string& output, const RepairReport& report) {
-    Json object = {{"file", input},
-                   {"result", nameOf(report.result)},
-                   {"mends", remarksAsJson(report.mends())},
-                   {"causes", remarksAsJson(report.causes)},
-                   {"convertible", report.isConvertible}};
-    if (!report.reason.empty()) object["reason"] = report.reason;
-    if (!output.empty() && report.helps()) object["output"] = output;
-    return object;
+void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::string& output, Existing existing) {
+    try {
+        PendingFile pending(output, permissionsOfCopy(input), existing);
+        if (pending.replaces(input.status())) throw OutputError("is the input itself");
+        writeRepaired(input, plan, pending.descriptor());
+        pending.commit();
+    } catch (const OutputError& error) {
+        throw OutputError(error.what(), output);
+    }
 }
 
 }  // namespace kpx::tool

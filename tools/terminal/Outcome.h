@@ -3,13 +3,21 @@
 
 namespace kpx::tool {
 
-// From good to bad; the values are the exit statuses of a whole run.
-enum class Outcome { done = 0, fallback = 3, failed = 1, usage = 2 };
+// The values are the exit statuses, as exitStatuses explains them.
+enum class Outcome { done = 0, failed = 1, usage = 2, bad = 3 };
 
-// The outcome of several files: a failure outweighs a picture that is only the plug-in's stand-in.
+// The one table of them, for help, manual pages and README.
+inline constexpr const char* exitStatuses =
+    "Exit status:\n"
+    "  0  every file is fine\n"
+    "  1  a file could not be worked on\n"
+    "  2  wrong usage; nothing was done\n"
+    "  3  a file is graded black or wrong; with --strict, also suspect\n"
+    "If several apply, 2 comes before 1 and 1 before 3.";
+
+// Returns the outcome that counts for both.
 constexpr Outcome worse(Outcome a, Outcome b) {
-    constexpr Outcome order[] = {Outcome::usage, Outcome::failed, Outcome::fallback};
-    for (const Outcome outcome : order) {
+    for (const Outcome outcome : {Outcome::usage, Outcome::failed, Outcome::bad}) {
         if (a == outcome || b == outcome) return outcome;
     }
     return Outcome::done;

@@ -1,4 +1,4 @@
-// Lines are put together before they are written, so that those of threads do not mix.
+// A line is written in one piece.
 #include "tools/terminal/console.h"
 
 #include <fcntl.h>
@@ -8,12 +8,8 @@
 #include <cstdio>
 #include <iostream>
 #include <mutex>
-#include <new>
 
 #include "tools/terminal/characters.h"
-#include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
-#include "tools/terminal/turns.h"
 
 namespace kpx::tool {
 namespace {
@@ -34,10 +30,9 @@ std::string printable(const std::string& text) {
 }
 
 void tell(const std::string& message) {
-    inTurn([line = "kpximage: " + printable(message) + "\n"] {
-        const std::lock_guard lock(mutex);
-        std::cerr << (progress.empty() ? line : clearedLine + line + progress);
-    });
+    const std::string line = "kpximage: " + printable(message) + "\n";
+    const std::lock_guard lock(mutex);
+    std::cerr << (progress.empty() ? line : clearedLine + line + progress);
 }
 
 void tell(const std::string& file, const std::string& message) {
@@ -48,28 +43,6 @@ void showProgress(const std::string& text) {
     const std::lock_guard lock(mutex);
     progress = text;
     std::cerr << clearedLine + progress << std::flush;
-}
-
-Outcome workOnFile(const std::string& file, const std::function<Outcome()>& work) {
-    try {
-        stopIfInterrupted();
-        return work();
-    } catch (const UsageError&) {
-        throw;
-    } catch (const Interrupted&) {
-        throw;
-    } catch (const std::bad_alloc&) {
-        tell(file, "not enough memory");
-    } catch (const std::exception& error) {
-        tell(file, error.what());
-    }
-    return Outcome::failed;
-}
-
-Outcome forEachFile(const std::vector<std::string>& files, const std::function<Outcome(const std::string&)>& work) {
-    Outcome outcome = Outcome::done;
-    for (const std::string& file : files) outcome = worse(outcome, workOnFile(file, [&] { return work(file); }));
-    return outcome;
 }
 
 void holdStandardStreams() {

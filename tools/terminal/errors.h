@@ -3,15 +3,24 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "explain/FileError.h"
 
 namespace kpx::tool {
 
-// The work on one file cannot go on, where the cause lies with the output and not with the input.
+// The work on one file cannot go on, and the cause lies with the output.
 class OutputError : public FileError {
 public:
-    using FileError::FileError;
+    explicit OutputError(const std::string& sentence, std::string file = "")
+        : FileError(sentence), m_file(std::move(file)) {}
+
+    // The output; empty: not stated.
+    [[nodiscard]] const std::string& file() const { return m_file; }
+
+private:
+    std::string m_file;
 };
 
 // The command line asks for what makes no sense; nothing is done.

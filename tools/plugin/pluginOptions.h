@@ -3,9 +3,13 @@
 
 #include <string>
 
+#include "host/ImageWriter.h"
 #include "host/Plugin.h"
 
 namespace kpx::tool {
+
+// Returns the choice that "NAME=VALUE" means. Throws UsageError with the names that there are.
+host::OptionChoice optionChoice(const host::Plugin& plugin, const std::string& text);
 
 // Finds an option by the plug-in's own name of it. Throws UsageError.
 const host::Option& findOption(const host::Plugin& plugin, const std::string& name);

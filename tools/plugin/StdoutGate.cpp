@@ -1,18 +1,20 @@
-// Descriptor 1 is left alone, as Python's own output goes there, from any thread at any time. Plug-ins print through
-// C's stream `stdout`, which glibc lets programs assign. While an image is opened it is a stream that asks which thread
-// writes. The interpreter's lock guards the exchange: of a process that forks, no child finds it half made.
-#include "python/StdoutGate.h"
+// Plug-ins print through C's stream `stdout`, which glibc lets programs assign. While a gate is closed it is a stream
+// that asks which thread writes. In a Python process gates are closed with the interpreter's lock held, so that a
+// process that forks never inherits the mutex locked.
+#include "tools/plugin/StdoutGate.h"
 
 #include <sys/types.h>
 
 #include <atomic>
 #include <cstdio>
+#include <mutex>
 
-namespace kpx::python {
+namespace kpx::tool {
 namespace {
 
 thread_local int closedGates = 0;        // of this thread
-int gates = 0;                           // of all; under the interpreter's lock
+std::mutex mutex;                        // of what follows
+int gates = 0;                           // of all threads
 std::atomic<std::FILE*> real = nullptr;  // stdout behind the gate; threads may write there after the last gate
 
 // The text is passed on at once, as whoever flushes the gate cannot flush what is behind it.
@@ -36,6 +38,7 @@ std::FILE* gateStream() {
 
 StdoutGate::StdoutGate() {
     ++closedGates;
+    const std::lock_guard lock(mutex);
     std::FILE* const gate = gateStream();
     if (++gates > 1 || gate == nullptr) return;
     real = stdout;
@@ -44,7 +47,8 @@ StdoutGate::StdoutGate() {
 
 StdoutGate::~StdoutGate() {
     --closedGates;
+    const std::lock_guard lock(mutex);
     if (--gates == 0 && stdout == gateStream()) stdout = real;
 }
 
-}  // namespace kpx::python
+}  // namespace kpx::tool

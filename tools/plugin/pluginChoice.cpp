@@ -1,5 +1,5 @@
 // The places are tried in their order; the first that has the plug-in is it.
-#include "tools/pictures/pluginChoice.h"
+#include "tools/plugin/pluginChoice.h"
 
 #include <cstdlib>
 #include <sstream>

@@ -1,0 +1,19 @@
+// What is told of a file as JSON, by docs/kpximage.schema.json.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "explain/Explanation.h"
+#include "tools/json/json.h"
+#include "tools/repair/repairFile.h"
+
+namespace kpx::tool {
+
+// The object of `info --json` and `explain --json`.
+Json fileAsJson(const std::string& name, const Explanation& file);
+
+// The object of `repair --json` and `recode --json`. An empty output is none.
+Json repairAsJson(const std::string& input, const std::string& output, const RepairPlan& plan, bool isDryRun);
+
+}  // namespace kpx::tool

@@ -1,0 +1,81 @@
+// Formats are called by their DXGI names if they have one.
+#include "tools/json/formatLabel.h"
+
+#include <string_view>
+
+#include "explain/formatNames.h"
+#include "explain/text.h"
+
+namespace kpx::tool {
+namespace {
+
+// Blocks that are better known by a code.
+constexpr struct {
+    std::uint32_t dxgi;
+    const char* code;
+} codes[] = {{71, "DXT1"}, {74, "DXT3"}, {77, "DXT5"}, {80, "ATI1"}, {83, "ATI2"}};
+
+// The DXGI format of the same data; null if there is none.
+const Format* dxgiOf(const Format& row) {
+    if (row.namedBy == NamedBy::dxgi) return &row;
+    if (row.sameDxgi != 0) return findDxgi(row.sameDxgi);
+    if (row.namedBy != NamedBy::code || row.code == 0) return nullptr;
+    for (const Format& other : formatTable()) {
+        if (other.namedBy == NamedBy::dxgi && other.code == row.code && !other.has(isTypeless)) return &other;
+    }
+    return nullptr;
+}
+
+std::string label(const Format& row) {
+    std::string name = row.name;
+    const auto drop = [&](std::string_view part, const char* words) {
+        const std::size_t place = name.find(part);
+        if (place != std::string::npos) name.replace(place, part.size(), words);
+    };
+    drop("_UNORM", "");
+    drop("_SRGB", " sRGB");
+    drop("D3DFMT_", "");
+    drop("CODE_", "");
+    drop("DDPF_PALETTEINDEXED", "P");
+    if (row.blockBytes == 0 || row.namedBy != NamedBy::dxgi) return name;
+    for (const auto& each : codes) {
+        if (each.dxgi == row.id) return textOf(name, " (", each.code, ")");
+    }
+    return textOf(name, " (DXGI ", row.id, ")");
+}
+
+std::string labelOf(const Format& row) {
+    if (row.has(isPremultiplied)) return textOf(row.name, " premultiplied");
+    const Format* dxgi = dxgiOf(row);
+    return label(dxgi == nullptr ? row : *dxgi);
+}
+
+// "L8", "A8L8": grey without a code, which is read as a format with one.
+std::string luminanceLabel(const DDS_PIXELFORMAT& format) {
+    const bool hasAlpha = (format.dwFlags & DDPF_ALPHAPIXELS) != 0;
+    const std::uint32_t bits = format.dwRGBBitCount / (hasAlpha ? 2 : 1);
+    return hasAlpha ? textOf("A", bits, "L", bits) : textOf("L", bits);
+}
+
+}  // namespace
+
+std::string formatLabel(const Explanation& file) {
+    const DDS_PIXELFORMAT& named = file.facts.header.header.ddspf;
+    const bool isLuminance = (named.dwFlags & (DDPF_LUMINANCE | DDPF_FOURCC | DDPF_RGB)) == DDPF_LUMINANCE;
+    if (isLuminance) return luminanceLabel(named);
+    if (file.verdict.decoder == Loader::uncompressed && file.verdict.format->masks == Masks{})
+        return textOf(file.verdict.pixelFormat.dwRGBBitCount, "-bit masks");
+    if (file.verdict.format != nullptr) return labelOf(*file.verdict.format);
+    const bool isDx10 = file.verdict.loader == Loader::dx10;
+    const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
+    const Format* row = isDx10 ? findUndecodedDxgi(file.facts.dx10Header.dxgiFormat) : findUndecodedCode(code);
+    if (row == nullptr && !isDx10 && code == 0) row = findBumpMap(named);
+    if (row == nullptr && !isDx10 && code == 0) row = findUndecodedFlag(named.dwFlags);
+    if (row == nullptr && isDx10) return textOf("DXGI ", file.facts.dx10Header.dxgiFormat);
+    if (row == nullptr) return code == 0 ? "none" : codeText(code);
+    // The same data under a name that is decoded.
+    if (row->remedy.kind == Remedy::Kind::code) return labelOf(*findCode(row->remedy.id));
+    return label(*row);
+}
+
+}  // namespace kpx::tool

@@ -1,0 +1,52 @@
+// The worst findings, and the command that helps.
+#include "tools/json/gradeText.h"
+
+#include <algorithm>
+
+#include "explain/otherFile.h"
+#include "explain/text.h"
+#include "tools/json/formatLabel.h"
+
+namespace kpx::tool {
+namespace {
+
+// "" or a sentence after a space.
+std::string remedyText(const Explanation& file, const std::string& advice) {
+    if (!file.mends.empty()) return " `kpximage repair` fixes it.";
+    if (!file.conversions.empty()) return " `kpximage recode` converts it.";
+    if (advice.empty()) return {};
+    std::string sentence = " " + advice + ".";
+    sentence[1] = static_cast<char>(std::toupper(static_cast<unsigned char>(sentence[1])));
+    return sentence;
+}
+
+}  // namespace
+
+Outcome outcomeOf(Grade grade, bool isStrict) {
+    if (grade == Grade::unreadable) return Outcome::failed;
+    return grade >= (isStrict ? Grade::suspect : Grade::wrong) ? Outcome::bad : Outcome::done;
+}
+
+void warnOfGrade(const Explanation& file, Report& report) {
+    if (file.grade < Grade::suspect) return;
+    const std::string other = otherFileText(file.facts);
+    if (!other.empty()) return report.warn(other);
+    std::string sentences, kinds, advice;
+    for (const Finding& finding : file.findings) {
+        if (finding.severity != file.grade) continue;
+        std::string kind = finding.id;
+        std::replace(kind.begin(), kind.end(), '-', ' ');
+        sentences += " " + finding.sentence;
+        kinds += (kinds.empty() ? "" : ", ") + kind;
+        if (*finding.advice != '\0') advice = finding.advice;
+    }
+    const char* verdict = file.grade == Grade::unreadable ? "cannot be opened"
+                          : file.grade == Grade::black    ? "cannot be decoded"
+                          : file.grade == Grade::wrong    ? "decodes wrongly"
+                                                          : "may decode wrongly";
+    const std::string remedy = remedyText(file, advice);
+    const std::string format = file.grade == Grade::black ? ", " + formatLabel(file) : "";
+    report.warn(textOf(verdict, ":", sentences, remedy), textOf(verdict, format, ": ", kinds, ".", remedy));
+}
+
+}  // namespace kpx::tool

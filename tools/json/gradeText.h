@@ -1,0 +1,16 @@
+// What a grade means to the user: a message and the exit status.
+#pragma once
+
+#include "explain/Explanation.h"
+#include "tools/terminal/Outcome.h"
+#include "tools/terminal/Report.h"
+
+namespace kpx::tool {
+
+// Returns the outcome of a file of this grade.
+Outcome outcomeOf(Grade grade, bool isStrict);
+
+// Adds the findings that make a file suspect, wrong, black or unreadable, and what helps; nothing for better ones.
+void warnOfGrade(const Explanation& file, Report& report);
+
+}  // namespace kpx::tool

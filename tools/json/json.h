@@ -1,0 +1,35 @@
+// JSON for standard output, one object a line.
+#pragma once
+
+#include <exception>
+#include <new>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tools/terminal/Report.h"
+
+namespace kpx::tool {
+
+using Json = nlohmann::ordered_json;
+
+// Returns JSON in one line, in valid UTF-8 whatever file names hold, and safe to show on a terminal.
+std::string jsonText(const Json& object);
+
+// Runs the work on a file; what it throws is printed as an object before it goes on.
+template <typename Work>
+auto withFailureAsJson(Report& report, bool isJson, Work work) {
+    const auto print = [&](const char* sentence) {
+        if (isJson) report.print(jsonText({{"file", report.file()}, {"grade", "unreadable"}, {"error", sentence}}) + "\n");
+    };
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        print("not enough memory");
+        throw;
+    } catch (const std::exception& error) {
+        print(error.what());
+        throw;
+    }
+}
+
+}  // namespace kpx::tool

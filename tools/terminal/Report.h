@@ -1,0 +1,50 @@
+// What is told about one file: a value that the work on it fills and the program writes in the order of the files.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kpx::tool {
+
+struct Message {
+    enum class Kind { note, warning };
+
+    Kind kind;
+    std::string file;      // that it is about
+    std::string sentence;  // without the file's name
+    std::string group;     // the sentence for several files that have it alike
+};
+
+class Report {
+public:
+    explicit Report(std::string file) : m_file(std::move(file)) {}
+
+    // Adds to standard output.
+    void print(const std::string& text) { m_output += text; }
+    // Adds a message about the file, or about another one. A group says the same for many files, without numbers.
+    void warn(const std::string& sentence, std::string group = "") {
+        warnAbout(m_file, sentence, std::move(group));
+    }
+    void warnAbout(const std::string& file, const std::string& sentence, std::string group = "") {
+        m_messages.push_back({Message::Kind::warning, file, sentence, group.empty() ? sentence : std::move(group)});
+    }
+    // The same for what --quiet leaves out.
+    void note(const std::string& sentence) {
+        m_messages.push_back({Message::Kind::note, m_file, "note: " + sentence, "note: " + sentence});
+    }
+    // States what the file counts as in the summary of the run.
+    void countAs(const char* what) { m_counted = what; }
+
+    [[nodiscard]] const std::string& file() const { return m_file; }
+    [[nodiscard]] const std::string& output() const { return m_output; }
+    [[nodiscard]] const std::vector<Message>& messages() const { return m_messages; }
+    [[nodiscard]] const char* counted() const { return m_counted; }  // null: by the outcome
+
+private:
+    std::string m_file, m_output;
+    std::vector<Message> m_messages;
+    const char* m_counted = nullptr;
+};
+
+}  // namespace kpx::tool
