@@ -232,7 +232,7 @@ constexpr Format codeRows[] = {
     undecoded(117, "D3DFMT_CxV8U8", bump,
               asDxgi(51,
                      "; the third value, which is worked out of the two, is added by "
-                     "\"kpximage convert --normal-z\"")),
+                     "\"kpximage convert --swizzle rgz\"")),
     undecoded(118, "D3DFMT_A1", oneBit),
     undecoded(119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range", recoded(xrBias)),
     d3dCode(CODE_SINGLE16, "CODE_SINGLE16", 2, Bytes1, 1, highBytes),

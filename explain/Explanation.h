@@ -17,7 +17,7 @@ struct Explanation {
     std::vector<Finding> findings;    // why there is no picture, then what may surprise in one
     Grade grade;                      // the worst of the findings
     std::vector<Remark> mends;        // that repair would make; none where it does not help
-    std::vector<Remark> conversions;  // that repair --convert would make where repair does not help
+    std::vector<Remark> conversions;  // that recode would make where repair does not help
 };
 
 Explanation explain(const FileFacts& facts);

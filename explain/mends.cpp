@@ -230,9 +230,8 @@ Repair repairOf(const FileFacts& facts, bool mayConvert) {
 }
 
 const char* repairHint(const FileFacts& facts) {
-    if (repairOf(facts).helps()) return " \"kpximage repair\" makes a copy that is decoded.";
-    if (repairOf(facts, true).helps())
-        return " \"kpximage repair --convert\" makes another picture of it that is decoded.";
+    if (repairOf(facts).helps()) return " `kpximage repair` fixes it.";
+    if (repairOf(facts, true).helps()) return " `kpximage recode` converts it.";
     return "";
 }
 

@@ -18,8 +18,8 @@ std::string whatItIs(const Explanation& file) {
 }
 
 std::string mendText(const Explanation& file) {
-    if (!file.mends.empty()) return "\"kpximage repair\" mends it.";
-    if (!file.conversions.empty()) return "\"kpximage repair --convert\" makes another picture of it.";
+    if (!file.mends.empty()) return "`kpximage repair` fixes it.";
+    if (!file.conversions.empty()) return "`kpximage recode` converts it.";
     return {};
 }
 

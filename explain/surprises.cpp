@@ -248,7 +248,7 @@ constexpr SurpriseRow surpriseRows[] = {
     {"signed-shifted", Grade::noted, signedShifted},
     {"signed-as-unsigned", Grade::wrong, signedAsUnsigned},
     {"high-byte-only", Grade::noted, highByteOnly},
-    {"blue-missing", Grade::noted, blueMissing, "\"kpximage convert --normal-z\" works blue out"},
+    {"blue-missing", Grade::noted, blueMissing, "\"kpximage convert --swizzle rgz\" works blue out"},
     {"normal-map", Grade::suspect, normalMap, "\"kpximage gallery\" shows its channels apart"},
     {"first-of-many", Grade::noted, firstOfMany, "\"kpximage split\" writes each picture to a file"},
     {"pictures-missing", Grade::suspect, picturesMissing, "get a whole copy of it"},

@@ -17,6 +17,7 @@
 #include "host/HostError.h"
 #include "python/ArraySource.h"
 #include "tools/files/PendingFile.h"
+#include "tools/json/fileJson.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/RowPacker.h"
@@ -25,7 +26,6 @@
 #include "tools/plugin/pluginOptions.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
-#include "tools/json/fileJson.h"
 
 namespace kpx::python {
 namespace {
@@ -73,7 +73,9 @@ void heedSignals() {
 
 tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
     const tool::OpenFile file(path);
-    if (!plugin.isFile(file.path())) throw FileError(unrecognisedText(file.facts()));
+    if (!plugin.isFile(file.path()))
+        throw FileError(otherFileText(file.facts()).empty() ? "is not a DDS file: it does not start with \"DDS\""
+                                                            : otherFileText(file.facts()));
     tool::OpenedImage image = tool::openThroughHost(plugin, file);
     // There was no memory for what could be decoded.
     if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
@@ -141,8 +143,7 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
     {
         const Unlocked unlocked;
         file.emplace(path);
-        if (source.layout().isFloat)
-            throw FileError("has floating-point channels, which cannot be written as DDS");
+        if (source.layout().isFloat) throw FileError("has floating-point channels, which cannot be written as DDS");
         note = tool::writeDds(source, file->path(), settings);
     }
     if (!note.empty()) tell(note);

@@ -15,12 +15,14 @@ plugin          writer reader host/kpxbase.h
 host
 tools/terminal  explain
 tools/files     tools/terminal explain
+tools/plugin    tools/terminal host
 tools/repair    tools/files tools/terminal explain
-tools/pictures  tools/files tools/terminal explain reader dds host
-tools/gallery   tools/pictures tools/repair tools/files tools/terminal explain reader dds host
-tools/commands  tools/gallery tools/pictures tools/repair tools/files tools/terminal explain reader dds host
+tools/json      tools/repair tools/files tools/terminal explain dds
+tools/pictures  tools/plugin tools/files tools/terminal explain reader dds host
+tools/gallery   tools/pictures tools/json tools/repair tools/files tools/terminal explain reader dds host
+tools/commands  tools/gallery tools/pictures tools/json tools/plugin tools/repair tools/files tools/terminal explain reader dds host
 tools/documents tools/commands tools/terminal explain
-python          tools/pictures tools/repair tools/files tools/terminal explain host
+python          tools/pictures tools/json tools/plugin tools/repair tools/files tools/terminal explain host
 examples        dds host/kpxbase.h
 bench           writer reader dds blocks host examples tests/model tests/support
 '

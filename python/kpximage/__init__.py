@@ -189,7 +189,7 @@ def explain(path: Path) -> "dict[str, Any]":
 def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "dict[str, Any]":
     """Writes a copy whose header says the same picture in a form that is decoded: the object of `kpximage repair --json`.
 
-    out: the copy, which appears whole or not at all, and only where "result" is "mended" or "converted"; without it
+    out: the copy, which appears whole or not at all, and only where "result" is "repaired" or "recoded"; without it
     nothing is written, as with --dry-run.
     convert: the picture may be converted too, where nothing else helps.
 

@@ -5,12 +5,13 @@
 #include <csignal>
 #include <iostream>
 #include <memory>
+#include <thread>
 
 #include "tests/support/Tool.h"
 #include "tests/support/describedFile.h"
+#include "tools/commands/Batch.h"
 #include "tools/files/PendingFile.h"
-#include "tools/terminal/StdoutSilence.h"
-#include "tools/terminal/console.h"
+#include "tools/plugin/StdoutGate.h"
 #include "tools/terminal/interrupts.h"
 
 using namespace kpx;
@@ -24,8 +25,11 @@ TEST_F(Tool, ASignalLeavesNoHalfMadeFile) {
             std::ofstream(file.path()) << "half" << std::flush;
             std::raise(signal);
             std::cerr << "noted";
+            const tool::InputFiles inputs{{{"b.dds", ""}, {"c.dds", ""}}};
             try {
-                tool::workOnFile("b.dds", [] { return (std::cerr << " but not heeded", tool::Outcome::done); });
+                runBatch(inputs, {}, [](const tool::InputFile&, tool::Report&) {
+                    return (std::cerr << " but not heeded", tool::Outcome::done);
+                });
             } catch (const tool::Interrupted&) {
                 std::cerr << " and heeded";
             }
@@ -34,7 +38,8 @@ TEST_F(Tool, ASignalLeavesNoHalfMadeFile) {
             tool::endIfInterrupted();
         }
     };
-    EXPECT_EXIT(makeFile(SIGTERM), testing::KilledBySignal(SIGTERM), "^noted and heeded$");
+    EXPECT_EXIT(makeFile(SIGTERM), testing::KilledBySignal(SIGTERM),
+                "^notedkpximage: stopped after 0 of 2 files\n and heeded$");
     EXPECT_EQ(names(), "");
     const int nameless = open(at("").c_str(), O_TMPFILE | O_RDWR, 0600);
     if (nameless < 0) GTEST_SKIP() << "the file system has no files without a name";
@@ -43,16 +48,18 @@ TEST_F(Tool, ASignalLeavesNoHalfMadeFile) {
     EXPECT_EQ(names(), "");
 }
 
-// As of several threads, whichever ends first.
-TEST(StdoutSilence, LastsUntilTheLastOneEnds) {
+// What another thread prints passes, as what std::cout prints does; what this one prints passes after the last gate.
+TEST(StdoutGate, DropsWhatItsThreadPrints) {
     testing::internal::CaptureStdout();
-    auto first = std::make_unique<tool::StdoutSilence>(), second = std::make_unique<tool::StdoutSilence>();
+    auto first = std::make_unique<tool::StdoutGate>(), second = std::make_unique<tool::StdoutGate>();
     std::puts("with two");
+    std::thread([] { std::puts("another thread"); }).join();
     first.reset();
     std::puts("with one");
+    std::cout << "the tool\n" << std::flush;
     second.reset();
     std::puts("with none");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "with none\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "another thread\nthe tool\nwith none\n");
 }
 
 // A terminal is what script(1) makes of a pipe.
@@ -65,11 +72,11 @@ TEST_F(Tool, ProgressIsShownOnATerminalOnly) {
                      "' /dev/null")
             .out;
     };
-    const std::string shown = onTerminal("convert a.dds b.dds .");
+    const std::string shown = onTerminal("convert a.dds b.dds -o .");
     EXPECT_NE(shown.find("\r\x1B[K1 of 2 files"), std::string::npos) << shown;
     EXPECT_TRUE(shown.ends_with("2 files: 1 done, 1 black\r\n")) << shown;
     // Not where it would stand between the data.
-    for (const std::string& other : {onTerminal("convert a.dds b.dds . --quiet"), onTerminal("info a.dds b.dds"),
-                                     run("convert a.dds b.dds .").err})
+    for (const std::string& other : {onTerminal("convert a.dds b.dds -o . -f -q"), onTerminal("info a.dds b.dds"),
+                                     run("convert a.dds b.dds -o . -f").err})
         EXPECT_EQ(other.find(" of 2"), std::string::npos) << other;
 }

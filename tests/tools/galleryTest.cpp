@@ -185,14 +185,14 @@ TEST_F(Gallery, ShowsTheMendedPictureAndTheCommandThatMakesIt) {
     };
     const std::string mendable = "size=2x1 dxgi=85 data=00F8E007";
     const Case cases[] = {
-        {"a.dds", mendable, "kpximage repair a.dds a-mended.dds"},
-        {"my file.dds", mendable, "kpximage repair 'my file.dds' 'my file-mended.dds'"},
-        {"it's $HOME`ls`.dds", mendable, "kpximage repair 'it'\\''s $HOME`ls`.dds' 'it'\\''s $HOME`ls`-mended.dds'"},
+        {"a.dds", mendable, "kpximage repair a.dds -o a-mended.dds"},
+        {"my file.dds", mendable, "kpximage repair 'my file.dds' -o 'my file-mended.dds'"},
+        {"it's $HOME`ls`.dds", mendable, "kpximage repair 'it'\\''s $HOME`ls`.dds' -o 'it'\\''s $HOME`ls`-mended.dds'"},
         {"\xC3\xA9\n'\\\xFF.dds", mendable,
-         "kpximage repair $'\\303\\251\\012\\047\\134\\377.dds' $'\\303\\251\\012\\047\\134\\377-mended.dds'"},
-        {"-dash.dds", mendable, "kpximage repair ./-dash.dds ./-dash-mended.dds"},
-        {"earlier", mendable, "kpximage repair earlier.dds earlier-mended-2.dds"},
-        {"x.dds", "size=4x4 dxgi=89 zeros=64", "kpximage repair x.dds x-mended.dds --convert"},
+         "kpximage repair $'\\303\\251\\012\\047\\134\\377.dds' -o $'\\303\\251\\012\\047\\134\\377-mended.dds'"},
+        {"-dash.dds", mendable, "kpximage repair ./-dash.dds -o ./-dash-mended.dds"},
+        {"earlier", mendable, "kpximage repair earlier.dds -o earlier-mended-2.dds"},
+        {"x.dds", "size=4x4 dxgi=89 zeros=64", "kpximage recode x.dds -o x-mended.dds"},
         {"none.dds", "size=4x4 code=????", ""},
         {"fine.dds", "size=4x4 dxgi=28 zeros=64", "", false}};
     for (Case each : cases) {
@@ -257,7 +257,7 @@ TEST_F(Gallery, ShowsTheOtherPicturesOfAFileAsAStrip) {
         ASSERT_EQ(surfaces.size(), each.shown) << each.description;
         (void)run("repair --in-place a.dds");
         std::filesystem::remove_all(at("parts"));
-        (void)run("split a.dds parts");
+        (void)run("split a.dds -o parts");
         const Page parts = gallery("parts");
         for (std::size_t i = 0; i < each.shown; ++i) {
             const auto& part = parts.files.at(i);

@@ -14,7 +14,7 @@ class Thumbnail : public Tool {
 protected:
     [[nodiscard]] Png thumbnail(const std::string& arguments) const {
         fs::remove(at("out.png"));
-        const RunResult result = run("thumbnail " + arguments + " out.png");
+        const RunResult result = run("thumbnail " + arguments + " -o out.png");
         EXPECT_EQ(result.status, 0) << arguments << ": " << result.err;
         EXPECT_EQ(result.out + result.err, "");
         const Png png = readPng(at("out.png"));

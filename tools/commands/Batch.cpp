@@ -14,6 +14,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <thread>
 
@@ -97,8 +98,8 @@ private:
     std::vector<std::optional<Result>> m_results;  // that wait for their turn
     Messages m_messages;
     Outcome m_worst = Outcome::done;
-    std::map<std::pair<Outcome, std::string>, std::size_t> m_counts;
-    std::exception_ptr m_error;  // the first that ends the run
+    std::map<std::string, std::pair<Outcome, std::size_t>> m_counts;  // the worst outcome, and how many files
+    std::exception_ptr m_error;                                       // the first that ends the run
 };
 
 void Batch::workOnFiles() {
@@ -149,11 +150,12 @@ void Batch::take(std::size_t i, Result result) {
 
 void Batch::write(const Result& result) {
     const Report& report = result.report;
-    std::cout << report.output();
-    if (!report.output().empty()) std::cout.flush();
+    print(report.output());
     for (const Message& message : report.messages()) m_messages.add(message);
     const char* usual = result.outcome == Outcome::done ? "done" : result.outcome == Outcome::bad ? "bad" : "failed";
-    ++m_counts[{result.outcome, report.counted() == nullptr ? usual : report.counted()}];
+    auto& [worst, number] = m_counts[report.counted() == nullptr ? usual : report.counted()];
+    worst = worse(worst, result.outcome);
+    ++number;
     m_worst = worse(m_worst, result.outcome);
 }
 
@@ -168,9 +170,9 @@ std::string Batch::count() const {
     std::string text = textOf(m_files.size(), " files:");
     const char* separator = " ";
     for (const Outcome outcome : {Outcome::done, Outcome::bad, Outcome::failed}) {
-        for (const auto& [count, number] : m_counts) {
+        for (const auto& [what, count] : m_counts) {
             if (count.first != outcome) continue;
-            text += textOf(separator, number, " ", count.second);
+            text += textOf(separator, count.second, " ", what);
             separator = ", ";
         }
     }
@@ -200,12 +202,20 @@ Outcome Batch::run(unsigned jobs) {
         try {
             std::rethrow_exception(m_error);
         } catch (const Interrupted&) {
-            tell(textOf("stopped after ", m_finished, " of ", m_files.size(), m_files.size() == 1 ? " file" : " files"));
+            tell(
+                textOf("stopped after ", m_finished, " of ", m_files.size(), m_files.size() == 1 ? " file" : " files"));
             throw;
         }
     }
     if (m_hasCount) tell(count());
     return m_worst;
+}
+
+bool hasSameNames(const std::vector<InputFile>& files) {
+    std::set<std::filesystem::path> names;
+    return !std::all_of(files.begin(), files.end(), [&](const InputFile& file) {
+        return names.insert(file.folder / std::filesystem::path(file.path).stem()).second;
+    });
 }
 
 void addListed(std::vector<std::string>& paths, const std::string& list) {
@@ -254,7 +264,8 @@ InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>&
 }
 
 Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work) {
-    const unsigned jobs = options.isOrdered ? 1
+    const bool isOrdered = options.isOrdered || (options.isNaming && hasSameNames(inputs.files));
+    const unsigned jobs = isOrdered          ? 1
                           : options.jobs > 0 ? options.jobs
                                              : std::max(1U, std::thread::hardware_concurrency());
     const Outcome outcome = Batch(inputs.files, options, work).run(jobs);

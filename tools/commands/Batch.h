@@ -19,6 +19,7 @@ struct BatchOptions {
     bool isQuiet = false;     // neither notes, progress nor summary
     bool isVerbose = false;   // every message of every file
     bool isPrinting = false;  // the work prints, which would mix with a line of progress on the same terminal
+    bool isNaming = false;    // outputs are named like the inputs: of several with one name the first has it
     bool isOrdered = false;   // each file is told before the next one is worked on
     unsigned jobs = 0;        // files worked on at once; 0: one per CPU
 

@@ -37,7 +37,7 @@ FileConversion::FileConversion(const host::Plugin& plugin, const ConversionReque
       m_places(request.output.output, !request.batch.isSingle(),
                outputFormat(extensionOf(request.output.output)) != nullptr, request.output.replacing),
       m_format(chosenFormat()),
-      m_settings{plugin,       request.exposure.value_or(0.0),       request.exr,
+      m_settings{plugin,      request.exposure.value_or(0.0),     request.exr,
                  request.png, choicesOf(plugin, request.options), request.isPadded} {}
 
 const OutputFormat* FileConversion::chosenFormat() const {
@@ -72,7 +72,7 @@ Outcome FileConversion::convert(const InputFile& input, Report& report) {
     Outcome outcome = Outcome::done;
     if (!isPng(file)) {
         const Explanation explanation = explain(file.facts());
-        warnOfGrade(explanation, report);
+        warnOfGrade(explanation, report, m_request.isStrict);
         outcome = outcomeOf(explanation.grade, m_request.isStrict);
         if (outcome == Outcome::failed) return outcome;
         if (explanation.grade == Grade::black) {
@@ -106,7 +106,8 @@ void FileConversion::write(std::unique_ptr<PixelSource> source, const OutputForm
     if (source->layout().isFloat && !format.isFloat && !m_request.exposure) {
         settings.exposure = fittingExposure(*source);
         source->rewind();
-        report.note(textOf("exposure ", settings.exposure, " was chosen; --exposure sets it"));
+        if (settings.exposure != 0.0)
+            report.note(textOf("exposure ", settings.exposure, " was chosen; --exposure sets it"));
     }
     try {
         PendingFile pending(output, permissions, m_places.existing());
@@ -118,7 +119,7 @@ void FileConversion::write(std::unique_ptr<PixelSource> source, const OutputForm
         }
         pending.commit();
     } catch (const OutputError& error) {
-        throw OutputError(error.what(), output);
+        throw OutputError(error.what(), output, error.code());
     }
 }
 

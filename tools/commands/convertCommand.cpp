@@ -1,7 +1,6 @@
 // kpximage convert: images to PNG, OpenEXR or DDS.
-#include <map>
-
 #include "tools/commands/FileConversion.h"
+#include "tools/commands/choices.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/exposureRange.h"
 #include "tools/plugin/pluginChoice.h"
@@ -36,6 +35,7 @@ CLI::Validator swizzle() {
 void addConvertCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("convert", "Convert images to PNG, OpenEXR or DDS");
     auto request = std::make_shared<ConversionRequest>();
+    request->batch.isNaming = true;
     request->batch.addTo(*command, "DDS or PNG files, or folders of them");
     request->output.addTo(*command,
                           "A file whose name ends in .png, .exr or .dds, or a folder, which is created if PATH is a "
@@ -59,22 +59,19 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
                      "Channels of the output: one to four of r g b a 0 1 z, z being the third component of a unit "
                      "normal. rgz completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
         ->check(swizzle());
-    const std::map<std::string, Opaque> opaques = {{"unused", Opaque::whereUnused}, {"all", Opaque::all}};
+    auto opaque = std::make_shared<std::string>();
     command
-        ->add_flag("--opaque{unused}", request->opaque,
+        ->add_flag("--opaque{unused}", *opaque,
                    "Drop alpha where the format does not use it (X8 formats); --opaque=all drops it everywhere")
-        ->transform(CLI::CheckedTransformer(opaques));
+        ->check(CLI::IsMember({"unused", "all"}));
     command->add_option("--depth", request->depth, "Reduce PNG files of 16 bits per channel to 8")
         ->check(CLI::IsMember({8}));
-    const std::map<std::string, ExrValues> values = {
-        {"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}};
-    command->add_option("--exr", request->exr, "Bits of OpenEXR values: half (16), float (32), or source (default)")
-        ->transform(CLI::CheckedTransformer(values));
-    const std::map<std::string, PngEffort> efforts = {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}};
-    command
-        ->add_option("--png", request->png,
-                     "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 30 times slower")
-        ->transform(CLI::CheckedTransformer(efforts));
+    addChoice<ExrValues>(*command, "--exr", request->exr,
+                         {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
+                         "Bits of OpenEXR values: half (16), float (32), or source (default)");
+    addChoice<PngEffort>(
+        *command, "--png", request->png, {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
+        "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 30 times slower");
     command->add_flag("--pad", request->isPadded,
                       "Repeat the last column in DDS files whose width is not a multiple of 4");
     command
@@ -82,9 +79,11 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
                      "Set an option of the plug-in for DDS files, as \"Alpha=Output alpha\"; `kpximage formats` lists "
                      "them. Compression has no effect: files are written uncompressed")
         ->type_name("NAME=VALUE");
-    command->add_flag("--keep-black", request->keepsBlack, "Also write the black pictures of files that cannot be decoded");
+    command->add_flag("--keep-black", request->keepsBlack,
+                      "Also write the black pictures of files that cannot be decoded");
     command->add_flag("--strict", request->isStrict, "Write no output for files that are wrong or suspect");
-    command->callback([&invocation, request] {
+    command->callback([&invocation, request, opaque] {
+        if (!opaque->empty()) request->opaque = *opaque == "all" ? Opaque::all : Opaque::whereUnused;
         invocation.run = [&invocation, request] { return run(invocation.pluginPath, *request); };
     });
 }

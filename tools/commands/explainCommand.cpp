@@ -8,8 +8,8 @@
 #include "explain/summary.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
+#include "tools/commands/choices.h"
 #include "tools/commands/commands.h"
-#include "tools/commands/gradeRange.h"
 #include "tools/files/OpenFile.h"
 #include "tools/json/fileJson.h"
 #include "tools/json/formatLabel.h"
@@ -30,7 +30,7 @@ struct Arguments {
 class Lines {
 public:
     void add(const char* label, const std::string& text) {
-        m_text << "  " << std::left << std::setw(10) << label << text << "\n";
+        m_text << "  " << std::left << std::setw(12) << label << text << "\n";
     }
     [[nodiscard]] std::string text() const { return m_text.str(); }
 
@@ -58,10 +58,10 @@ void addDetails(const Explanation& file, Lines& lines) {
     const std::string wanted = textOf(", ", verdict.bytesExpected, " needed, ", rest, " not read");
     lines.add("data", textOf(verdict.bytesPresent, " bytes in the file", isUnknown ? "" : wanted));
     lines.add("read by", loaders(verdict));
-    lines.add("host gets",
-              textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour, ",
-                     verdict.hasAlpha ? 1 : 0, " matte, ", verdict.bits,
-                     layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit", ", from ", layoutRow(verdict.layout).name));
+    lines.add("host gets", textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour, ",
+                                  verdict.hasAlpha ? 1 : 0, " matte, ", verdict.bits,
+                                  layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit", ", from ",
+                                  layoutRow(verdict.layout).name));
 }
 
 std::string textOfFile(const std::string& name, const Explanation& file, bool hasDetails) {
@@ -78,10 +78,10 @@ std::string textOfFile(const std::string& name, const Explanation& file, bool ha
 Outcome show(const Arguments& arguments, Report& report) {
     return withFailureAsJson(report, arguments.json, [&] {
         const Explanation file = explain(OpenFile(report.file()).facts());
+        report.countAs(gradeName(file.grade));
         if (file.grade < arguments.only) return Outcome::done;
         report.print(arguments.json ? jsonText(fileAsJson(report.file(), file)) + "\n"
                                     : textOfFile(report.file(), file, arguments.hasDetails));
-        report.countAs(gradeName(file.grade));
         return outcomeOf(file.grade, arguments.isStrict);
     });
 }
@@ -93,9 +93,7 @@ void addExplainCommand(CLI::App& app, Invocation& invocation) {
     auto arguments = std::make_shared<Arguments>();
     arguments->batch.addTo(*command, "DDS files, or folders of them");
     command->add_flag("--json", arguments->json, "Print one JSON object per line");
-    command->add_option("--only", arguments->only, "Show only files of this grade or a worse one")
-        ->transform(toGrade())
-        ->type_name("GRADE");
+    addOnly(*command, arguments->only);
     command->add_flag("--strict", arguments->isStrict, "Count suspect files as bad");
     command->add_flag("--details", arguments->hasDetails, "Show header flags, data sizes and how the file is read");
     arguments->batch.isPrinting = true;

@@ -5,8 +5,8 @@
 #include "explain/contents.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
+#include "tools/commands/choices.h"
 #include "tools/commands/commands.h"
-#include "tools/commands/gradeRange.h"
 #include "tools/json/fileJson.h"
 #include "tools/json/formatLabel.h"
 #include "tools/json/gradeText.h"
@@ -48,9 +48,9 @@ bool hasAlpha(const Verdict& verdict) {
 std::string lineOf(const Explanation& file) {
     const DDS_HEADER& header = file.facts.header.header;
     const std::string more = contentsText(file.contents);
-    std::string line = textOf(header.dwWidth, " x ", header.dwHeight, ", ", formatLabel(file),
-                              hasAlpha(file.verdict) ? ", alpha" : "",
-                              more.empty() ? "" : ", ", more, ", ", sizeText(file.facts.fileBytes));
+    std::string line =
+        textOf(header.dwWidth, " x ", header.dwHeight, ", ", formatLabel(file), hasAlpha(file.verdict) ? ", alpha" : "",
+               more.empty() ? "" : ", ", more, ", ", sizeText(file.facts.fileBytes));
     if (file.grade != Grade::right) line += textOf(" - ", gradeName(file.grade));
     return line;
 }
@@ -72,6 +72,7 @@ Outcome show(const Arguments& arguments, const host::Plugin* plugin, Report& rep
         const OpenFile opened(report.file());
         const Explanation file = explain(opened.facts());
         if (plugin != nullptr && file.grade != Grade::unreadable) checkIsAsForetold(openThroughHost(*plugin, opened));
+        report.countAs(gradeName(file.grade));
         if (file.grade < arguments.only) return Outcome::done;
         if (arguments.json)
             report.print(jsonText(fileAsJson(report.file(), file)) + "\n");
@@ -79,7 +80,6 @@ Outcome show(const Arguments& arguments, const host::Plugin* plugin, Report& rep
             report.print(printable(report.file()) + ": " + lineOf(file) + "\n");
         // `explain` says why.
         if (file.grade == Grade::unreadable) warnOfGrade(file, report);
-        report.countAs(gradeName(file.grade));
         return outcomeOf(file.grade, arguments.isStrict);
     });
 }
@@ -91,18 +91,15 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
     auto arguments = std::make_shared<Arguments>();
     arguments->batch.addTo(*command, "DDS files, or folders of them");
     command->add_flag("--json", arguments->json, "Print one JSON object per line");
-    command->add_option("--only", arguments->only, "Show only files of this grade or a worse one")
-        ->transform(toGrade())
-        ->type_name("GRADE");
+    addOnly(*command, arguments->only);
     command->add_flag("--strict", arguments->isStrict, "Count suspect files as bad");
     command->add_flag("--open", arguments->isOpening,
                       "Decode the whole image and report an error if it does not match its header");
     arguments->batch.isPrinting = true;
     command->callback([&invocation, arguments] {
         invocation.run = [&invocation, arguments] {
-            const auto plugin = arguments->isOpening || !invocation.pluginPath.empty()
-                                    ? loadPlugin(invocation.pluginPath)
-                                    : nullptr;
+            const auto plugin =
+                arguments->isOpening || !invocation.pluginPath.empty() ? loadPlugin(invocation.pluginPath) : nullptr;
             return runBatch(inputsOf(arguments->batch), arguments->batch, [&](const InputFile&, Report& report) {
                 return show(*arguments, arguments->isOpening ? plugin.get() : nullptr, report);
             });

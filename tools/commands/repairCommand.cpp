@@ -1,4 +1,5 @@
-// kpximage repair and recode: copies of DDS files, or the files themselves, in a form that is decoded; and the way back.
+// kpximage repair and recode: copies of DDS files, or the files themselves, in a form that is decoded; and the way
+// back.
 #include <filesystem>
 #include <optional>
 
@@ -113,8 +114,11 @@ void Repairs::tell(const RepairPlan& plan, const std::string& output, Report& re
     if (m_arguments.json) {
         report.print(jsonText(repairAsJson(report.file(), output, plan, isDryRun)) + "\n");
     } else {
+        const char* wouldBe = !isDryRun                              ? ""
+                              : plan.result == RepairResult::recoded ? "would be recoded. "
+                                                                     : "would be repaired. ";
         for (const Remark& change : plan.changes())
-            report.print(printable(report.file()) + (isDryRun ? ": would be repaired. " : ": ") + change.sentence + "\n");
+            report.print(textOf(printable(report.file()), ": ", wouldBe, change.sentence, "\n"));
     }
     if (plan.helps()) return;
     if (plan.result != RepairResult::nothingToRepair)
@@ -128,12 +132,12 @@ Outcome Repairs::undo(const InputFile& file, Report& report) const {
     const bool isUndone = undoRepair(file.path, isDryRun);
     report.countAs(!isUndone ? "with nothing to undo" : isDryRun ? "would be undone" : "undone");
     if (m_arguments.json) {
-        report.print(jsonText({{"file", file.path},
-                               {"result", isUndone ? "undone" : "nothing-to-undo"},
-                               {"dryRun", isDryRun}}) +
-                     "\n");
+        report.print(
+            jsonText({{"file", file.path}, {"result", isUndone ? "undone" : "nothing-to-undo"}, {"dryRun", isDryRun}}) +
+            "\n");
     } else if (isUndone) {
-        report.print(printable(file.path) + (isDryRun ? ": the original would be put back\n" : ": the original is back\n"));
+        report.print(printable(file.path) +
+                     (isDryRun ? ": the original would be put back\n" : ": the original is back\n"));
     } else if (m_arguments.batch.isSingle()) {
         report.note(textOf("nothing to undo: there is no ", std::filesystem::path(file.path).filename().string(),
                            originalEnding));
@@ -148,9 +152,10 @@ Outcome run(const Arguments& arguments) {
 void addCommon(CLI::App& command, Arguments& arguments, const char* whatOutputIs) {
     arguments.batch.addTo(command, "DDS files, or folders of them");
     arguments.output.addTo(command, whatOutputIs);
-    command.add_flag("--dry-run", arguments.isDryRun, "Write nothing and report what would change; exit with 3 if anything");
+    command.add_flag("--dry-run", arguments.isDryRun,
+                     "Write nothing and report what would change; exit with 3 if anything");
     command.add_flag("--json", arguments.json, "Print one JSON object per line");
-    arguments.batch.isPrinting = true;
+    arguments.batch.isPrinting = arguments.batch.isNaming = true;
 }
 
 constexpr const char* outputText =

@@ -44,13 +44,14 @@ void write(const OpenFile& input, const SurfaceLayout& layout, const Surface& su
         writeParts(input, ranges, headerBytes(factsOfSurface(layout, surface)), pending.descriptor());
         pending.commit();
     } catch (const OutputError& error) {
-        throw OutputError(error.what(), output);
+        throw OutputError(error.what(), output, error.code());
     }
 }
 
 // Returns the count in words; counts may be too large for their type.
 std::string countText(std::uint64_t count) {
-    return count == UINT64_MAX ? "more pictures than can be counted" : textOf(count, count == 1 ? " picture" : " pictures");
+    return count == UINT64_MAX ? "more pictures than can be counted"
+                               : textOf(count, count == 1 ? " picture" : " pictures");
 }
 
 Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& places, Report& report) {
@@ -74,8 +75,9 @@ Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& p
                             printable(folder.string()), "\n"));
     report.countAs("split");
     if (whole == layout.count) return Outcome::done;
-    report.warn(textOf("is incomplete: of ", countText(layout.count), " only ", whole, whole == 1 ? " is" : " are", " whole"),
-                "incomplete: some pictures are missing");
+    report.warn(
+        textOf("is incomplete: of ", countText(layout.count), " only ", whole, whole == 1 ? " is" : " are", " whole"),
+        "incomplete: some pictures are missing");
     return Outcome::bad;
 }
 
@@ -100,7 +102,7 @@ void addSplitCommand(CLI::App& app, Invocation& invocation) {
     arguments->batch.addTo(*command, "DDS files, or folders of them");
     arguments->output.addTo(*command, "The folder for the files; it is created if needed");
     command->add_flag("--json", arguments->json, "Print one JSON object per line");
-    arguments->batch.isPrinting = true;
+    arguments->batch.isPrinting = arguments->batch.isNaming = true;
     command->footer("Files are named NAME-array00-face0+x-mip00-slice000.dds, without the parts that do not vary.");
     command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
 }

@@ -7,8 +7,8 @@
 #include "tools/json/gradeText.h"
 #include "tools/pictures/PixelSource.h"
 #include "tools/pictures/PngFile.h"
-#include "tools/plugin/pluginChoice.h"
 #include "tools/pictures/thumbnailPicture.h"
+#include "tools/plugin/pluginChoice.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
@@ -39,7 +39,8 @@ void write(const SmallPicture& picture, const std::string& path, const PixelSour
 
 Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Report& report) {
     OpenFile input(pathOfFile(arguments.input), arguments.input);
-    if (isSameFile(pathOfFile(arguments.input), arguments.output)) throw OutputError("is the input itself", arguments.output);
+    if (isSameFile(pathOfFile(arguments.input), arguments.output))
+        throw OutputError("is the input itself", arguments.output);
     const std::string modified = std::to_string(input.status().st_mtime);
     if (!isPng(input)) {
         const Explanation explanation = explain(input.facts());
@@ -57,7 +58,7 @@ Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Re
         write(picture, file.path(), *source, arguments, modified);
         file.commit();
     } catch (const OutputError& error) {
-        throw OutputError(error.what(), arguments.output);
+        throw OutputError(error.what(), arguments.output, error.code());
     }
     return Outcome::done;
 }

@@ -53,7 +53,8 @@ bool OutputPlaces::claim(const std::string& place, const std::string& input) {
         const std::lock_guard lock(m_mutex);
         if (!m_claimed.insert(place).second) throw OutputError("is the output of another input already", place);
     }
-    struct stat output {}, source {};
+    struct stat output {
+    }, source{};
     if (stat(place.c_str(), &output) == 0) {
         if (m_protected.contains({output.st_dev, output.st_ino}))
             throw OutputError("is an input of this run and is not replaced", place);
@@ -71,7 +72,8 @@ void OutputPlaces::makeFolderOf(const std::string& place) const {
     std::error_code error;
     const fs::path folder = fs::path(place).parent_path();
     fs::create_directories(folder, error);
-    if (!fs::is_directory(folder)) throw OutputError("cannot be created as a folder: " + error.message(), folder);
+    if (!fs::is_directory(folder))
+        throw OutputError("cannot be created as a folder: " + systemErrorText(error.value()), folder, error.value());
 }
 
 }  // namespace kpx::tool

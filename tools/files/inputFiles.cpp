@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 
+#include "explain/FileError.h"
 #include "tools/terminal/console.h"
 
 namespace kpx::tool {
@@ -46,11 +47,12 @@ public:
 private:
     void add(const fs::path& folder) {
         std::error_code error;
-        if (!m_search.leftOut.empty() && fs::equivalent(folder, m_search.leftOut, error)) return;
+        if (!m_search.leftOut.empty() && folder != m_top && fs::equivalent(folder, m_search.leftOut, error)) return;
+        error.clear();
         fs::directory_iterator entry(folder, error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) add(*entry);
         if (!error) return;
-        tell(folder.string(), "cannot be listed: " + error.message());
+        tell(folder.string(), "cannot be listed: " + systemErrorText(error.value()));
         m_isComplete = false;
     }
 

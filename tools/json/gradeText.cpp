@@ -27,10 +27,11 @@ Outcome outcomeOf(Grade grade, bool isStrict) {
     return grade >= (isStrict ? Grade::suspect : Grade::wrong) ? Outcome::bad : Outcome::done;
 }
 
-void warnOfGrade(const Explanation& file, Report& report) {
+void warnOfGrade(const Explanation& file, Report& report, bool isStrict) {
     if (file.grade < Grade::suspect) return;
     const std::string other = otherFileText(file.facts);
     if (!other.empty()) return report.warn(other);
+    if (!startsAsDds(file.facts)) return report.warn("is not a DDS file: it does not start with \"DDS\"");
     std::string sentences, kinds, advice;
     for (const Finding& finding : file.findings) {
         if (finding.severity != file.grade) continue;
@@ -46,7 +47,12 @@ void warnOfGrade(const Explanation& file, Report& report) {
                                                           : "may decode wrongly";
     const std::string remedy = remedyText(file, advice);
     const std::string format = file.grade == Grade::black ? ", " + formatLabel(file) : "";
-    report.warn(textOf(verdict, ":", sentences, remedy), textOf(verdict, format, ": ", kinds, ".", remedy));
+    const std::string sentence = textOf(verdict, ":", sentences, remedy);
+    const std::string group = textOf(verdict, format, ": ", kinds, ".", remedy);
+    if (outcomeOf(file.grade, isStrict) == Outcome::done)
+        report.note(sentence, group);
+    else
+        report.warn(sentence, group);
 }
 
 }  // namespace kpx::tool

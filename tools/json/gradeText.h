@@ -11,6 +11,7 @@ namespace kpx::tool {
 Outcome outcomeOf(Grade grade, bool isStrict);
 
 // Adds the findings that make a file suspect, wrong, black or unreadable, and what helps; nothing for better ones.
-void warnOfGrade(const Explanation& file, Report& report);
+// Those of a suspect file are a note unless it counts as bad.
+void warnOfGrade(const Explanation& file, Report& report, bool isStrict = false);
 
 }  // namespace kpx::tool

@@ -38,7 +38,7 @@ uint32_t writeThroughHost(PixelSource& source, const std::string& path, const Ou
 std::string writeDds(PixelSource& source, const std::string& path, const OutputSettings& settings) {
     const auto width = static_cast<uint32_t>(source.layout().width);
     if (width % widthUnit != 0 && !settings.isPadded)
-        throw FileError(textOf("is ", width, " pixels wide, and DDS files are written with a multiple of ", widthUnit,
+        throw FileError(textOf("has a width of ", width, ", and DDS files are written with a multiple of ", widthUnit,
                                ". --pad repeats the last column up to there"));
     ExposedSource bytes(source, settings.exposure);
     try {

@@ -34,7 +34,8 @@ RepairPlan unhelpful(const FileFacts& facts, Repair repair, const Repair& recodi
     std::string reason = "cannot be repaired.";
     for (const Finding& cause : causes) reason += " " + cause.sentence;
     const bool isBlack = repair.verdict.result == Result::black;
-    return {isBlack ? RepairResult::black : RepairResult::unreadable, facts, std::move(repair), reason, std::move(causes)};
+    return {isBlack ? RepairResult::black : RepairResult::unreadable, facts, std::move(repair), reason,
+            std::move(causes)};
 }
 
 // Of the first pictures of the repaired file, and of what its loader reads of the first.
@@ -95,7 +96,7 @@ void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::str
         writeRepaired(input, plan, pending.descriptor());
         pending.commit();
     } catch (const OutputError& error) {
-        throw OutputError(error.what(), output);
+        throw OutputError(error.what(), output, error.code());
     }
 }
 

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <mutex>
 
+#include "explain/FileError.h"
 #include "tools/terminal/characters.h"
 
 namespace kpx::tool {
@@ -16,6 +17,7 @@ namespace {
 
 std::mutex mutex;      // of standard error and the progress on it
 std::string progress;  // shown below the messages
+int outputError = 0;   // the first on standard output; 0: none
 
 constexpr const char* clearedLine = "\r\x1B[K";
 
@@ -52,12 +54,20 @@ void holdStandardStreams() {
     if (descriptor >= 0) close(descriptor);
 }
 
+void print(const std::string& text) {
+    if (text.empty() || outputError != 0) return;
+    errno = 0;
+    std::cout << text << std::flush;
+    if (!std::cout) outputError = errno == 0 ? EIO : errno;
+}
+
 bool flushOutput() {
     errno = 0;
     std::cout.flush();
-    if (std::cout.good() && std::fflush(stdout) == 0) return true;
-    tell("standard output", errno == 0 ? "could not be written" : systemErrorText(errno));
-    return false;
+    std::fflush(stdout);
+    if (outputError == 0 && !std::cout) outputError = errno == 0 ? EIO : errno;
+    if (outputError != 0) tell("standard output", systemErrorText(outputError));
+    return outputError == 0;
 }
 
 }  // namespace kpx::tool

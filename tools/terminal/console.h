@@ -20,7 +20,9 @@ void showProgress(const std::string& text);
 // closed stream still fails.
 void holdStandardStreams();
 
-// Writes out what is printed so far. Returns false, after a message, if it could not be written.
+// Prints to standard output. An error is noted for flushOutput.
+void print(const std::string& text);
+// Returns false, after a message, if what was printed could not be written.
 bool flushOutput();
 
 }  // namespace kpx::tool

@@ -13,8 +13,9 @@ namespace kpx::tool {
 // The work on one file cannot go on, and the cause lies with the output.
 class OutputError : public FileError {
 public:
-    explicit OutputError(const std::string& sentence, std::string file = "")
-        : FileError(sentence), m_file(std::move(file)) {}
+    explicit OutputError(const std::string& sentence, int code = 0) : FileError(sentence, code) {}
+    OutputError(const std::string& sentence, std::string file, int code = 0)
+        : FileError(sentence, code), m_file(std::move(file)) {}
 
     // The output; empty: not stated.
     [[nodiscard]] const std::string& file() const { return m_file; }
