@@ -24,13 +24,13 @@ mkdir -p "$out/pictures" "$out/bad/pictures"
 "$build/kpxexamples" "$out"
 
 # Bytes become PNG and floats OpenEXR; floats then become PNG too, with what is brighter than 1 cut off.
-"$build/kpximage" convert "$out"/*.dds "$out/pictures"
+"$build/kpximage" convert -q -f "$out"/*.dds -o "$out/pictures"
 floats=()
 for exr in "$out"/pictures/*.exr; do floats+=("$out/$(basename "$exr" .exr).dds"); done
-"$build/kpximage" convert --exposure 0 "${floats[@]}" "$out/pictures"
+"$build/kpximage" convert -q -f --exposure 0 "${floats[@]}" -o "$out/pictures"
 
 # Of files with faults most become the black picture; some are not opened, which is no failure of the demonstration.
-"$build/kpximage" convert "$out"/bad/*.dds "$out/bad/pictures" 2>"$out/bad/messages.txt" || true
+"$build/kpximage" convert --keep-black -v "$out"/bad/*.dds -o "$out/bad/pictures" 2>"$out/bad/messages.txt" || true
 
 mapfile -t pictures < <(find "$out/pictures" -name '*.png' | LC_ALL=C sort -V)
 "$build/kpxcontactsheet" "$out/contact-sheet.png" "${pictures[@]}"

@@ -82,7 +82,7 @@ grep -q 'Kompression' german || fail "the German catalogue is not found"
 
 installed MANWIDTH=80 man --warnings -l usr/share/man/man1/kpximage.1.gz >manual 2>warnings
 [ ! -s warnings ] || fail "the manual page: $(cat warnings)"
-grep -q 'EXIT STATUS' manual || fail "the manual page is not shown"
+grep -q 'Exit status' manual || fail "the manual page is not shown"
 
 # A program finds the library and the folder of plug-ins.
 pc() { PKG_CONFIG_LIBDIR=$(dirname "$root"/usr/lib/*/pkgconfig/kpxbase.pc) pkg-config "$@" kpxbase; }

@@ -1,69 +1,41 @@
-// Percent escapes, both ways.
+// GLib's URIs, as file managers write them.
 #include "tools/files/fileUri.h"
 
-#include <charconv>
+#include <glib.h>
+
 #include <filesystem>
-#include <string_view>
+#include <memory>
 
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 namespace {
 
-constexpr std::string_view scheme = "file://";
-constexpr std::string_view localHost = "localhost";
-constexpr std::string_view unescaped =
-    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~!$&'()*+,=:@/";
-
-// The byte of two hexadecimal digits, or 0, which no path holds.
-char byteOf(std::string_view digits) {
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    const bool isByte = digits.size() == 2 && error == std::errc() && end == digits.data() + 2;
-    return isByte ? static_cast<char>(value) : '\0';
-}
-
-std::string escaped(std::string_view path) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string text;
-    for (const char c : path) {
-        if (unescaped.find(c) != std::string_view::npos) {
-            text += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            text += {'%', digits[byte >> 4], digits[byte & 0xF]};
-        }
-    }
-    return text;
+// Takes over a text of GLib's; null is empty.
+std::string taken(char* text) {
+    const std::unique_ptr<char, void (*)(void*)> owned(text, g_free);
+    return owned == nullptr ? "" : owned.get();
 }
 
 }  // namespace
 
 std::string pathOfFile(const std::string& pathOrUri) {
-    if (!pathOrUri.starts_with(scheme)) return pathOrUri;
-    std::string_view rest = std::string_view(pathOrUri).substr(scheme.size());
-    if (rest.starts_with(localHost)) rest.remove_prefix(localHost.size());
-    if (!rest.starts_with('/')) throw FileError("is not a file of this computer");
-    std::string path;
-    for (size_t i = 0; i < rest.size(); ++i) {
-        char byte = rest[i];
-        if (byte == '%') {
-            byte = byteOf(rest.substr(i + 1, 2));
-            if (byte == '\0') throw FileError("is not a URI: what follows a '%' is no byte");
-            i += 2;
-        }
-        path += byte;
-    }
+    if (!pathOrUri.starts_with("file://")) return pathOrUri;
+    char* host = nullptr;
+    std::string path = taken(g_filename_from_uri(pathOrUri.c_str(), &host, nullptr));
+    const std::string hostName = taken(host);
+    if (path.empty()) throw FileError("is not a valid file: URI");
+    if (!hostName.empty() && hostName != "localhost") throw FileError("is not a file of this computer");
     return path;
 }
 
 std::string uriOfPath(const std::string& path) {
-    return std::string(scheme) + escaped(std::filesystem::absolute(path).lexically_normal().string());
+    return taken(g_filename_to_uri(std::filesystem::absolute(path).lexically_normal().c_str(), nullptr, nullptr));
 }
 
-// A name with a colon would be taken for a scheme.
 std::string relativeUrl(const std::string& path) {
-    return "./" + escaped(path);
+    // A name with a colon would be taken for a scheme.
+    return "./" + taken(g_uri_escape_string(path.c_str(), "!$&'()*+,=:@/", FALSE));
 }
 
 }  // namespace kpx::tool

@@ -1,8 +1,6 @@
 // OpenEXR output: float channels of 16 or 32 bits, compressed without loss by OpenEXR's core library.
 #include <Imath/half.h>
-#include <fcntl.h>
 #include <openexr.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,22 +23,36 @@ constexpr int part = 0;
 // The file as the library sees it.
 class ExrFile {
 public:
-    ExrFile(const std::string& path, const ImageLayout& layout, std::string_view names, exr_pixel_type_t valueType)
-        : m_descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
-        if (m_descriptor < 0) throw systemError<OutputError>("cannot be created", errno);
+    ExrFile(const std::string& path, const ImageLayout& layout, std::string_view names, exr_pixel_type_t valueType) {
+        exr_context_initializer_t init = EXR_DEFAULT_CONTEXT_INITIALIZER;
+        init.error_handler_fn = [](exr_const_context_t, exr_result_t, const char*) {};
         try {
-            start(path, layout, names, valueType);
+            errno = 0;
+            check(exr_start_write(&m_context, path.c_str(), EXR_WRITE_FILE_DIRECTLY, &init));
+            int added = 0;
+            check(exr_add_part(m_context, nullptr, EXR_STORAGE_SCANLINE, &added));
+            check(exr_initialize_required_attr_simple(m_context, part, layout.width, layout.height,
+                                                      EXR_COMPRESSION_ZIP));
+            for (const char name : names) {
+                const char text[] = {name, '\0'};
+                check(exr_add_channel(m_context, part, text, valueType, EXR_PERCEPTUALLY_LOGARITHMIC, 1, 1));
+            }
+            check(exr_write_header(m_context));
         } catch (...) {
-            release();
+            exr_finish(&m_context);
             throw;
         }
     }
-    ~ExrFile() { release(); }
+    ~ExrFile() {
+        if (m_pipeline.context != nullptr) exr_encoding_destroy(m_context, &m_pipeline);
+        exr_finish(&m_context);
+    }
     ExrFile(const ExrFile&) = delete;
     ExrFile& operator=(const ExrFile&) = delete;
 
     // Writes a chunk of rows, each with the values of one channel after the other in the order of their names.
     void write(int firstRow, const unsigned char* rows, std::size_t channelBytes, std::size_t rowBytes) {
+        errno = 0;
         exr_chunk_info_t chunk{};
         check(exr_write_scanline_chunk_info(m_context, part, firstRow, &chunk));
         if (m_pipeline.context == nullptr) {
@@ -61,58 +73,20 @@ public:
     // To be called after the last row: the file is whole then.
     void finish() {
         exr_encoding_destroy(m_context, &m_pipeline);
+        m_pipeline = EXR_ENCODE_PIPELINE_INITIALIZER;
+        errno = 0;
         check(exr_finish(&m_context));
-        const int descriptor = m_descriptor;
-        m_descriptor = -1;
-        if (close(descriptor) != 0) throw systemError<OutputError>("cannot be written", errno);
     }
 
 private:
-    void start(const std::string& path, const ImageLayout& layout, std::string_view names, exr_pixel_type_t valueType) {
-        exr_context_initializer_t init = EXR_DEFAULT_CONTEXT_INITIALIZER;
-        init.user_data = this;
-        init.write_fn = writeBytes;
-        init.error_handler_fn = [](exr_const_context_t, exr_result_t, const char*) {};
-        check(exr_start_write(&m_context, path.c_str(), EXR_WRITE_FILE_DIRECTLY, &init));
-        int added = 0;
-        check(exr_add_part(m_context, nullptr, EXR_STORAGE_SCANLINE, &added));
-        check(exr_initialize_required_attr_simple(m_context, part, layout.width, layout.height, EXR_COMPRESSION_ZIP));
-        for (const char name : names) {
-            const char text[] = {name, '\0'};
-            check(exr_add_channel(m_context, part, text, valueType, EXR_PERCEPTUALLY_LOGARITHMIC, 1, 1));
-        }
-        check(exr_write_header(m_context));
-    }
-
-    static std::int64_t writeBytes(exr_const_context_t /*context*/, void* file, const void* bytes, std::uint64_t size,
-                                   std::uint64_t offset, exr_stream_error_func_ptr_t /*fail*/) {
-        auto& self = *static_cast<ExrFile*>(file);
-        const auto* from = static_cast<const char*>(bytes);
-        for (std::uint64_t done = 0; done < size;) {
-            const ssize_t count =
-                pwrite(self.m_descriptor, from + done, size - done, static_cast<off_t>(offset + done));
-            if (count < 0 && errno == EINTR) continue;
-            if (count < 0) self.m_error = errno;
-            if (count <= 0) return -1;
-            done += static_cast<std::uint64_t>(count);
-        }
-        return static_cast<std::int64_t>(size);
-    }
-
-    void check(exr_result_t result) const {
+    static void check(exr_result_t result) {
         if (result == EXR_ERR_SUCCESS) return;
+        const int cause = errno;
         throw OutputError(std::string("cannot be written: ") +
-                          (m_error != 0 ? systemErrorText(m_error) : exr_get_default_error_message(result)));
+                              (cause != 0 ? systemErrorText(cause) : exr_get_default_error_message(result)),
+                          cause);
     }
 
-    void release() {
-        if (m_context != nullptr && m_pipeline.context != nullptr) exr_encoding_destroy(m_context, &m_pipeline);
-        exr_finish(&m_context);
-        if (m_descriptor >= 0) close(m_descriptor);
-    }
-
-    int m_descriptor;
-    int m_error = 0;  // errno of what failed
     exr_context_t m_context = nullptr;
     exr_encode_pipeline_t m_pipeline = EXR_ENCODE_PIPELINE_INITIALIZER;
 };
