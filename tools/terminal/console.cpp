@@ -1,4 +1,5 @@
 // A line is written in one piece.
+#include "explain/FileError.h"
 #include "tools/terminal/console.h"
 
 #include <fcntl.h>
