@@ -65,45 +65,85 @@ KPX_INLINE void bc1Pair(const unsigned char* blocks, unsigned char* out, std::si
                pickTexels<3>(palette, indices)});
 }
 
-// Divides the colours of premultiplied texels (a, r, g, b) by their alpha: 256 x v / a is truncated, and 255 where it
-// is more. A float quotient is multiplied, 2^-20 larger than its due, so that the two roundings cannot bring a product
-// below its due; products below 256 exceed it by 0.0003, less than the distance 1 / 255 to the next whole number. A
-// divisor of 256 stands for the alpha 0 and leaves v as it is.
-KPX_INLINE Wide divideTexels(Wide texels) {
-    constexpr LaneBytes texelOrder{{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
-    const Wide byte = spread32(255);
-    const Wide alpha = texels & byte;
-    const Wide divisor = alpha | (equal32(alpha, zero()) & spread32(256));
-    const Wide factor = floatQuotients(256.0F * (1.0F + 0x1p-20F), divisor);
-    // Two of the channels by shuffles, which other ports of a processor do than shifts and conversions.
-    constexpr LaneBytes reds{{1, zeroByte, zeroByte, zeroByte, 5, zeroByte, zeroByte, zeroByte, 9, zeroByte, zeroByte,
-                              zeroByte, 13, zeroByte, zeroByte, zeroByte}};
-    constexpr LaneBytes greens{{2, zeroByte, zeroByte, zeroByte, 6, zeroByte, zeroByte, zeroByte, 10, zeroByte,
-                                zeroByte, zeroByte, 14, zeroByte, zeroByte, zeroByte}};
-    const Wide r = truncatedFloats(scaledFloats(shuffle8(texels, loadTwice(&reds)), factor));
-    const Wide g = truncatedFloats(scaledFloats(shuffle8(texels, loadTwice(&greens)), factor));
-    const Wide b = truncatedFloats(scaledFloats(shiftRight32<24>(texels), factor));
-    // The packing cuts at 32767, and then at 255.
-    return shuffle8(packBytes(packSignedWords(alpha, r), packSignedWords(g, b)), loadTwice(&texelOrder));
-}
-
 // Stores tiles from colour blocks (bytes 0 to 7 of a lane, four-colour mode) and planes of alpha.
-template <bool premultiplied>
 KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha) {
     const Wide palette = colourPalette<false, false>(colourBlock);
     const TexelIndices indices = texelIndices(colourBlock);
     const Wide low = unpackLow8(alpha, zero());
     const Wide high = unpackHigh8(alpha, zero());
-    Wide rows[4] = {
-        pickTexels<0>(palette, indices) | unpackLow16(low, zero()),
-        pickTexels<1>(palette, indices) | unpackHigh16(low, zero()),
-        pickTexels<2>(palette, indices) | unpackLow16(high, zero()),
-        pickTexels<3>(palette, indices) | unpackHigh16(high, zero()),
-    };
-    if constexpr (premultiplied) {
-        for (Wide& row : rows) row = divideTexels(row);
+    storeRows(out, rowBytes,
+              {pickTexels<0>(palette, indices) | unpackLow16(low, zero()),
+               pickTexels<1>(palette, indices) | unpackHigh16(low, zero()),
+               pickTexels<2>(palette, indices) | unpackLow16(high, zero()),
+               pickTexels<3>(palette, indices) | unpackHigh16(high, zero())});
+}
+
+// Premultiplied colours: a channel v becomes 256 x v / a, truncated, and 255 where that is more; alpha 0 leaves v as it
+// is.
+//
+// No texel is divided: v is multiplied by R = ceil(2^24 / a) and shifted right by 16.
+//   R = 2^24 / a + e with 0 <= e < 1, so that v x R / 2^16 = 256 x v / a + v x e / 2^16.
+//   256 x v / a is a multiple of 1 / a, so that the next whole number is at least 1 / a away, unless it is whole
+//   itself. v x e / 2^16 < v / 2^16 < 1 / a, as v x a <= 255 x 255 < 2^16: the sum has the same whole part.
+// R = 2^16 stands for alpha 0, and R = 2^24 - 1 for alpha 1, which gives 0 for v = 0 and at least 255 for all others.
+//
+// Of sixteen alphas a lane, those of texels 0 to 7 and those of 8 to 15: R >> 16 and R mod 2^16.
+struct Reciprocals {
+    Wide whole[2], rest[2];
+};
+
+// A plane of a channel, divided by its alphas.
+KPX_INLINE Wide dividePlane(Wide plane, const Reciprocals& by) {
+    const Wide v[2] = {unpackLow8(plane, zero()), unpackHigh8(plane, zero())};
+    Wide quotients[2];
+    for (int i = 0; i < 2; ++i) {
+        quotients[i] = min16(add16(mulLow16(v[i], by.whole[i]), mulHigh16(v[i], by.rest[i])), spread16(255));
     }
-    storeRows(out, rowBytes, rows);
+    return packBytes(quotients[0], quotients[1]);
+}
+
+// Sixteen 2-bit indices, bytes 4 to 7 of each lane, as 4 x index, a byte each.
+KPX_INLINE Wide fourfoldIndices(Wide block) {
+    constexpr LaneBytes rows01{
+        {4, zeroByte, 4, zeroByte, 4, zeroByte, 4, zeroByte, 5, zeroByte, 5, zeroByte, 5, zeroByte, 5, zeroByte}};
+    constexpr LaneBytes rows23{
+        {6, zeroByte, 6, zeroByte, 6, zeroByte, 6, zeroByte, 7, zeroByte, 7, zeroByte, 7, zeroByte, 7, zeroByte}};
+    // Column c moves its two bits to the top of a word.
+    constexpr LaneWords lift{{1 << 14, 1 << 12, 1 << 10, 1 << 8, 1 << 14, 1 << 12, 1 << 10, 1 << 8}};
+    const Wide low = mulLow16(shuffle8(block, loadTwice(&rows01)), loadTwice(&lift));
+    const Wide high = mulLow16(shuffle8(block, loadTwice(&rows23)), loadTwice(&lift));
+    return shiftLeft16<2>(packBytes(shiftRight16<14>(low), shiftRight16<14>(high)));
+}
+
+// As storeColourAndAlpha, with the colours divided by alpha.
+KPX_INLINE void storeDividedColour(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha,
+                                   const Reciprocals& by) {
+    const Wide palette = colourPalette<false, false>(colourBlock);
+    const Wide indices = fourfoldIndices(colourBlock);
+    const Wide r = dividePlane(shuffle8(palette, indices | spread8(1)), by);
+    const Wide g = dividePlane(shuffle8(palette, indices | spread8(2)), by);
+    const Wide b = dividePlane(shuffle8(palette, indices | spread8(3)), by);
+    storePlanes(out, rowBytes, alpha, r, g, b);
+}
+
+// The alphas of BC2 are 17 x n: R for each n, as tables of its three bytes.
+struct NibbleReciprocals {
+    LaneBytes byte[3];
+};
+constexpr NibbleReciprocals nibbleReciprocals = [] {
+    NibbleReciprocals tables{};
+    for (unsigned n = 0; n < 16; ++n) {
+        const unsigned reciprocal = n == 0 ? 1U << 16 : ((1U << 24) + 17 * n - 1) / (17 * n);
+        for (int b = 0; b < 3; ++b) tables.byte[b].byte[n] = static_cast<std::uint8_t>(reciprocal >> (8 * b));
+    }
+    return tables;
+}();
+
+KPX_INLINE Reciprocals reciprocalsOfNibbles(Wide nibbles) {
+    const Wide low = shuffle8(loadTwice(&nibbleReciprocals.byte[0]), nibbles);
+    const Wide middle = shuffle8(loadTwice(&nibbleReciprocals.byte[1]), nibbles);
+    const Wide high = shuffle8(loadTwice(&nibbleReciprocals.byte[2]), nibbles);
+    return {{unpackLow8(high, zero()), unpackHigh8(high, zero())}, {unpackLow8(low, middle), unpackHigh8(low, middle)}};
 }
 
 template <bool premultiplied>
@@ -111,7 +151,12 @@ KPX_INLINE void bc2Pair(const unsigned char* blocks, unsigned char* out, std::si
     const Wide block = load(blocks);
     const Wide nibble = spread8(15);
     const Wide values = unpackLow8(block & nibble, shiftRight16<4>(block) & nibble);
-    storeColourAndAlpha<premultiplied>(out, rowBytes, highHalf(block), values | shiftLeft16<4>(values));  // x 17
+    const Wide alpha = values | shiftLeft16<4>(values);  // x 17
+    if constexpr (premultiplied) {
+        storeDividedColour(out, rowBytes, highHalf(block), alpha, reciprocalsOfNibbles(values));
+    } else {
+        storeColourAndAlpha(out, rowBytes, highHalf(block), alpha);
+    }
 }
 
 // The sums of interpolated channels, and their divisions: sum / 7 = sum x 9363 >> 16 for sums up to 1785, and
@@ -169,11 +214,43 @@ KPX_INLINE Wide threeBitIndices(Wide block) {
     return packBytes(shiftRight16<13>(first), shiftRight16<13>(second));
 }
 
+// R of four alphas a lane, words of 32 bits each. ceil(2^24 / a) is floor((2^24 - 1) / a) + 1, and the float quotient
+// has that whole part: the quotient lies at least 1 / a below the next whole number, unless it is whole itself, and
+// half a unit in its last place is less, as a quotient below 2^24 / a has units of less than 2 / a.
+KPX_INLINE Wide reciprocalsOfWords(Wide alphas) {
+    const Wide one = spread32(1);
+    const Wide divisors = alphas | (equal32(alphas, zero()) & spread32(256));
+    const Wide floors = truncatedFloats(floatQuotients(0x1p24F - 1.0F, divisors));
+    return add32(floors, add32(one, equal32(alphas, one)));
+}
+
+// Of the eight alphas of a palette, in the order of 3-bit indices, a byte each.
+KPX_INLINE Reciprocals reciprocalsOfPalette(Wide palette, Wide indices) {
+    const Wide words = unpackLow8(palette, zero());
+    const Wide first = reciprocalsOfWords(unpackLow16(words, zero()));
+    const Wide second = reciprocalsOfWords(unpackHigh16(words, zero()));
+    const Wide low = spread32(0xFFFF);
+    const Wide whole = packWords(shiftRight32<16>(first), shiftRight32<16>(second));
+    const Wide rest = packWords(first & low, second & low);
+    // The two bytes of a word.
+    const Wide twofold = shiftLeft16<1>(indices);
+    const Wide next = twofold | spread8(1);
+    const Wide order[2] = {unpackLow8(twofold, next), unpackHigh8(twofold, next)};
+    return {{shuffle8(whole, order[0]), shuffle8(whole, order[1])},
+            {shuffle8(rest, order[0]), shuffle8(rest, order[1])}};
+}
+
 template <bool premultiplied>
 KPX_INLINE void bc3Pair(const unsigned char* blocks, unsigned char* out, std::size_t rowBytes) {
     const Wide block = load(blocks);
-    storeColourAndAlpha<premultiplied>(out, rowBytes, highHalf(block),
-                                       shuffle8(unsignedPalette<true>(block), threeBitIndices(block)));
+    const Wide palette = unsignedPalette<true>(block);
+    const Wide indices = threeBitIndices(block);
+    const Wide alpha = shuffle8(palette, indices);
+    if constexpr (premultiplied) {
+        storeDividedColour(out, rowBytes, highHalf(block), alpha, reciprocalsOfPalette(palette, indices));
+    } else {
+        storeColourAndAlpha(out, rowBytes, highHalf(block), alpha);
+    }
 }
 
 template <bool isSigned>
