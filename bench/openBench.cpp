@@ -1,8 +1,9 @@
-// Whole files in the page cache, 4096 by 4096, through the reader and the writer: from open to the last scanline of
-// every format in the table, and from open over all rows to close. Each as a ratio to a copy of the rows ("memcpy") and
-// to the floor, in the same run, of the fastest of some rounds each. The floor is what nobody can spare: the file read,
+// Whole files in the page cache through the reader and the writer: from open to the last scanline of every format in
+// the table, and from open over all rows to close. Each as a ratio to a copy of the rows ("memcpy") and to the floor,
+// in the same run, of the fastest of some rounds each. The floor is the work that no reader can avoid: the file read,
 // the picture written once to fresh memory of large pages, and each row copied once; or the other way, the rows copied
-// and the picture written to a file in one write.
+// and the picture written to a file in one write. Pictures are 4096 by 4096. Small ones (64 to 1024) are read again and
+// again, and their floor uses the same memory each time.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "bench/ratio.h"
+#include "dds/dataSize.h"
 #include "reader/TddsReader.h"
 #include "reader/loading.h"
 #include "tests/support/families.h"
@@ -25,6 +27,7 @@ namespace {
 
 constexpr std::uint32_t side = 4096;
 constexpr int rounds = 15;
+constexpr int smallRounds = 300;
 using testing_support::Bytes;
 
 std::string pathOf(const char* name) {
@@ -104,6 +107,49 @@ void readFloor(const char* path, std::size_t fileBytes, std::size_t pictureBytes
         std::memcpy(row.data(), picture.data() + std::min(pictureBytes - rowBytes, y * storedRowBytes), rowBytes);
         benchmark::DoNotOptimize(row.data());
     }
+}
+
+// A small picture: the file read in groups and the picture written to memory that is used again.
+void readSmall(benchmark::State& state, const kpx::Format& format, const Bytes& data, std::uint32_t smallSide) {
+    const std::size_t fileBytes = kpx::wholeBlockBytes(smallSide, smallSide, format.blockBytes) +
+                                  std::size_t{format.bytesPerPixel} * smallSide * smallSide;
+    const PictureFile file(testing_support::headerFor(format, smallSide, smallSide), data, fileBytes + 1200);
+    const std::size_t rowBytes =
+        std::size_t{format.channels} * smallSide * (kpx::layoutRow(format.layout).isFloat ? 4 : 1);
+    Bytes picture(rowBytes * smallSide, 1), group(kpx::readGroupBytes), row(rowBytes);
+    const auto floor = [&] {
+        const int from = ::open(file.path(), O_RDONLY);
+        std::size_t at = 0;
+        for (ssize_t arrived = 1; arrived > 0;) {
+            arrived = ::read(from, group.data(), group.size());
+            const std::size_t part =
+                std::min(picture.size() - at,
+                         static_cast<std::size_t>(std::max<ssize_t>(arrived, 0)) * picture.size() / fileBytes);
+            for (std::size_t i = 0; i < part; i += group.size())
+                std::memcpy(picture.data() + at + i, group.data(), std::min(group.size(), part - i));
+            at += part;
+        }
+        ::close(from);
+        for (std::size_t y = smallSide; y-- > 0;) {
+            std::memcpy(row.data(), picture.data() + y * rowBytes, rowBytes);
+            benchmark::DoNotOptimize(row.data());
+        }
+    };
+    const Bytes copied(picture.size(), 1);
+    compare(
+        state,
+        [&] {
+            kpx::TddsReader reader;
+            reader.open(file.path());
+            for (int y = 0; y < static_cast<int>(smallSide); ++y) {
+                benchmark::DoNotOptimize(reader.getScanlineChannelsAsBytes(y));
+            }
+        },
+        floor,
+        [&] {
+            std::memcpy(picture.data(), copied.data(), copied.size());
+            benchmark::DoNotOptimize(picture.data());
+        });
 }
 
 // With bit masks the picture is as the file.
@@ -256,6 +302,18 @@ int main(int argc, char** argv) {
             readFile(state, testing_support::headerFor(format, side, side), blocksOf(format, dataBytes),
                      fileBytesOf(format), isMasked);
         });
+    }
+    for (const kpx::Format* format :
+         {kpx::findCode(kpx::fourCC("DXT1")), kpx::findDxgi(98), kpx::findDxgi(87), kpx::findCode(113)}) {
+        for (const std::uint32_t smallSide : {64U, 128U, 256U, 512U, 1024U}) {
+            const std::string name = "small/" + nameOf(*format) + "/" + std::to_string(smallSide);
+            benchmark::RegisterBenchmark(
+                name.c_str(),
+                [=](benchmark::State& state) { readSmall(state, *format, blocksOf(*format, dataBytes), smallSide); })
+                ->UseManualTime()
+                ->Unit(benchmark::kMicrosecond)
+                ->Iterations(smallRounds);
+        }
     }
     for (const std::size_t channels : {std::size_t{3}, std::size_t{4}}) {
         const std::string what = channels == 3 ? "BGR" : "BGRA";
