@@ -85,9 +85,4 @@ std::string otherFileText(const FileFacts& facts) {
     return misplacedText(start);
 }
 
-std::string unrecognisedText(const FileFacts& facts) {
-    const std::string other = otherFileText(facts);
-    return other.empty() ? "is not recognised" : other;
-}
-
 }  // namespace kpx

@@ -14,7 +14,4 @@ bool startsAsDds(const FileFacts& facts);
 // it: "is a PNG picture: ..." without the end of the sentence. Empty for every other file.
 std::string otherFileText(const FileFacts& facts);
 
-// The same for a file that is not recognised, or else "is not recognised".
-std::string unrecognisedText(const FileFacts& facts);
-
 }  // namespace kpx

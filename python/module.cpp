@@ -13,11 +13,11 @@
 #include <optional>
 
 #include "explain/Explanation.h"
-#include "explain/otherFile.h"
 #include "host/HostError.h"
 #include "python/ArraySource.h"
 #include "tools/files/PendingFile.h"
 #include "tools/json/fileJson.h"
+#include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/RowPacker.h"
@@ -71,14 +71,15 @@ void heedSignals() {
     if (PyErr_CheckSignals() != 0) throw py::error_already_set();
 }
 
-tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path) {
+// Also states why the picture is black.
+tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path, std::string& why) {
     const tool::OpenFile file(path);
-    if (!plugin.isFile(file.path()))
-        throw FileError(otherFileText(file.facts()).empty() ? "is not a DDS file: it does not start with \"DDS\""
-                                                            : otherFileText(file.facts()));
+    const Explanation explanation = explain(file.facts());
+    if (explanation.grade == Grade::unreadable) throw FileError(tool::gradeText(explanation).sentence);
     tool::OpenedImage image = tool::openThroughHost(plugin, file);
     // There was no memory for what could be decoded.
     if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
+    if (image.isBlack) why = tool::gradeText(explanation).sentence;
     return image;
 }
 
@@ -107,9 +108,10 @@ py::array readRows(tool::DdsSource& source, py::ssize_t channels) {
 py::tuple readPicture(const std::string& path) {
     const host::Plugin& reading = plugin();
     std::optional<tool::DdsSource> source;
+    std::string why;
     {
         const Unlocked unlocked;
-        source.emplace(openImage(reading, path));
+        source.emplace(openImage(reading, path, why));
     }
     heedSignals();
     std::string names(tool::channelUse(source->layout()).names);
@@ -117,7 +119,6 @@ py::tuple readPicture(const std::string& path) {
     const auto channels = static_cast<py::ssize_t>(names.size());
     const bool isFloat = source->layout().isFloat;
     const py::array array = isFloat ? readRows<float>(*source, channels) : readRows<unsigned char>(*source, channels);
-    std::string why = source->whyBlack();
     {
         const Unlocked unlocked;
         source.reset();

@@ -120,7 +120,7 @@ TEST_F(Tool, SpeaksOneLanguageInASentence) {
         const char *arguments, *reason;
     } cases[] = {{"info missing.dds", "missing.dds: cannot open the file: No such file or directory"},
                  {"formats --plugin /no.so", "/no.so: cannot open shared object file: No such file or directory"},
-                 {"convert --format png missing.png .", "No such file or directory"}};
+                 {"convert missing.png -o .", "No such file or directory"}};
     for (const auto& c : cases) {
         const RunResult result = run(c.arguments, german);
         EXPECT_NE(result.err.find(c.reason), std::string::npos) << result.err;

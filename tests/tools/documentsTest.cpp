@@ -39,9 +39,10 @@ protected:
 
     // What bash completes a line of words to; the last word is the unfinished one.
     [[nodiscard]] std::string completed(const std::string& words, int last) const {
-        return shell("FOLDER='" + std::string(folder) +
-                     "' bash --norc --noprofile -uc 'source \"$FOLDER/kpximage\"; COMP_WORDS=(" + words +
-                     "); COMP_CWORD=" + std::to_string(last) + "; _kpximage; echo \"${COMPREPLY[*]}\"'")
+        const std::string path = std::filesystem::path(KPX_TOOL_PATH).parent_path();
+        return shell("PATH='" + path +
+                     "':$PATH bash --norc --noprofile -uc 'source \"" KPX_COMPLETIONS "/kpximage\"; COMP_WORDS=(" +
+                     words + "); COMP_CWORD=" + std::to_string(last) + "; _kpximage; echo \"${COMPREPLY[*]}\"'")
             .out;
     }
 };

@@ -97,13 +97,14 @@ Outcome run(const Arguments& arguments) {
 
 void addSplitCommand(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand(
-        "split", "Write every mipmap, cube face, slice and array element of DDS files to a file of its own");
+        "split",
+        "Write every mipmap, cube face, slice and array element of DDS files to a file of its own, named "
+        "NAME-array00-face0+x-mip00-slice000.dds without the parts that do not vary");
     auto arguments = std::make_shared<Arguments>();
     arguments->batch.addTo(*command, "DDS files, or folders of them");
     arguments->output.addTo(*command, "The folder for the files; it is created if needed");
     command->add_flag("--json", arguments->json, "Print one JSON object per line");
     arguments->batch.isPrinting = arguments->batch.isNaming = true;
-    command->footer("Files are named NAME-array00-face0+x-mip00-slice000.dds, without the parts that do not vary.");
     command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
 }
 

@@ -10,6 +10,8 @@
 namespace kpx::tool {
 namespace {
 
+constexpr const char* notDds = "is not a DDS file: it does not start with \"DDS\"";
+
 // "" or a sentence after a space.
 std::string remedyText(const Explanation& file, const std::string& advice) {
     if (!file.mends.empty()) return " `kpximage repair` fixes it.";
@@ -27,11 +29,10 @@ Outcome outcomeOf(Grade grade, bool isStrict) {
     return grade >= (isStrict ? Grade::suspect : Grade::wrong) ? Outcome::bad : Outcome::done;
 }
 
-void warnOfGrade(const Explanation& file, Report& report, bool isStrict) {
-    if (file.grade < Grade::suspect) return;
+GradeText gradeText(const Explanation& file) {
     const std::string other = otherFileText(file.facts);
-    if (!other.empty()) return report.warn(other);
-    if (!startsAsDds(file.facts)) return report.warn("is not a DDS file: it does not start with \"DDS\"");
+    if (!other.empty()) return {other, other};
+    if (!startsAsDds(file.facts)) return {notDds, notDds};
     std::string sentences, kinds, advice;
     for (const Finding& finding : file.findings) {
         if (finding.severity != file.grade) continue;
@@ -47,12 +48,16 @@ void warnOfGrade(const Explanation& file, Report& report, bool isStrict) {
                                                           : "may decode wrongly";
     const std::string remedy = remedyText(file, advice);
     const std::string format = file.grade == Grade::black ? ", " + formatLabel(file) : "";
-    const std::string sentence = textOf(verdict, ":", sentences, remedy);
-    const std::string group = textOf(verdict, format, ": ", kinds, ".", remedy);
+    return {textOf(verdict, ":", sentences, remedy), textOf(verdict, format, ": ", kinds, ".", remedy)};
+}
+
+void warnOfGrade(const Explanation& file, Report& report, bool isStrict) {
+    if (file.grade < Grade::suspect) return;
+    const GradeText text = gradeText(file);
     if (outcomeOf(file.grade, isStrict) == Outcome::done)
-        report.note(sentence, group);
+        report.note(text.sentence, text.group);
     else
-        report.warn(sentence, group);
+        report.warn(text.sentence, text.group);
 }
 
 }  // namespace kpx::tool

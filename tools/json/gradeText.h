@@ -1,6 +1,8 @@
 // What a grade means to the user: a message and the exit status.
 #pragma once
 
+#include <string>
+
 #include "explain/Explanation.h"
 #include "tools/terminal/Outcome.h"
 #include "tools/terminal/Report.h"
@@ -9,6 +11,14 @@ namespace kpx::tool {
 
 // Returns the outcome of a file of this grade.
 Outcome outcomeOf(Grade grade, bool isStrict);
+
+struct GradeText {
+    std::string sentence;  // without the file's name
+    std::string group;     // the same for many files, without numbers
+};
+
+// Returns what makes a file suspect, wrong, black or unreadable, and what helps.
+GradeText gradeText(const Explanation& file);
 
 // Adds the findings that make a file suspect, wrong, black or unreadable, and what helps; nothing for better ones.
 // Those of a suspect file are a note unless it counts as bad.

@@ -1,15 +1,10 @@
 // Opens through the host; what the plug-in's picture means is told by the verdict on the file.
 #include "tools/pictures/DdsSource.h"
 
-#include <cstring>
-
 #include "dds/dataSize.h"
-#include "explain/causes.h"
 #include "explain/fileFacts.h"
-#include "explain/mends.h"
 #include "explain/text.h"
 #include "host/HostError.h"
-#include "reader/loading.h"
 #include "tools/plugin/StdoutGate.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
@@ -35,20 +30,14 @@ SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     return traits;
 }
 
-std::string whyBlack(const FileFacts& facts, const Verdict& verdict) {
-    return "comes out as a black picture. " + causeText(facts, verdict) + repairHint(facts);
-}
-
-// Why the picture is the black one; empty where it is not. By the rules of the reader; a plug-in that decodes more
-// shows a picture of another size.
-std::string whyBlack(const FileFacts& facts, const Verdict& verdict, const host::ImageReader& reader) {
+// Whether the picture is the black one. By the rules of the reader; a plug-in that decodes more shows a picture of
+// another size. What the rules cannot foresee is a lack of memory.
+bool isStandIn(const Verdict& verdict, const host::ImageReader& reader) {
     constexpr int side = static_cast<int>(fallbackSide);
     const bool hasItsSize =
         reader.width() == static_cast<int>(verdict.width) && reader.height() == static_cast<int>(verdict.height);
-    if (verdict.result == Result::black && hasItsSize) return whyBlack(facts, verdict);
-    // What the rules cannot foresee.
-    if (hasItsSize || reader.width() != side || reader.height() != side) return {};
-    return noMemoryMessage;
+    if (hasItsSize) return verdict.result == Result::black;
+    return reader.width() == side && reader.height() == side;
 }
 
 // A small file that declares a huge picture costs what it declares, wherever the picture goes.
@@ -83,9 +72,8 @@ OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
         throw host::HostError(withName(error.what(), path, file.name()));
     }
     file.checkIsUnchanged();
-    std::string why = whyBlack(facts, verdict, *reader);
-    const bool isBlack = !why.empty();
-    return {std::move(reader), verdict, isBlack, std::move(why), traitsOf(facts, verdict)};
+    const bool isBlack = isStandIn(verdict, *reader);
+    return {std::move(reader), verdict, isBlack, traitsOf(facts, verdict)};
 }
 
 DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {

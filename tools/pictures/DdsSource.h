@@ -11,7 +11,6 @@ struct OpenedImage {
     std::unique_ptr<host::ImageReader> reader;
     Verdict verdict;  // that the headers lead to
     bool isBlack;     // the plug-in's stand-in for what it cannot decode
-    std::string why;  // it is, in a sentence without the file's name
     SourceTraits traits;
 };
 
@@ -38,9 +37,6 @@ public:
     std::span<const unsigned char* const> nextRow() override;
 
     [[nodiscard]] bool isWhole() const override { return m_image.verdict.wholeRows >= m_image.verdict.height; }
-
-    // Why it is black, in a sentence without the file's name.
-    [[nodiscard]] const std::string& whyBlack() const { return m_image.why; }
 
     void rewind() override { m_scanline = m_layout.height; }
 

@@ -1,8 +1,8 @@
 // Plug-ins print through C's stream `stdout`, which glibc lets programs assign. While a gate is closed it is a stream
-// that asks which thread writes. In a Python process gates are closed with the interpreter's lock held, so that a
-// process that forks never inherits the mutex locked.
+// that asks which thread writes.
 #include "tools/plugin/StdoutGate.h"
 
+#include <pthread.h>
 #include <sys/types.h>
 
 #include <atomic>
@@ -29,6 +29,13 @@ std::FILE* gateStream() {
     static std::FILE* const stream = [] {
         std::FILE* opened = fopencookie(nullptr, "w", {nullptr, pass, nullptr, nullptr});
         if (opened != nullptr) std::setvbuf(opened, nullptr, _IONBF, 0);
+        // A process that forks does so between two changes of the gates, of which the child keeps its own thread's.
+        pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); },
+                       [] {
+                           gates = closedGates;
+                           if (gates == 0 && real != nullptr) stdout = real;
+                           mutex.unlock();
+                       });
         return opened;
     }();
     return stream;
@@ -38,8 +45,8 @@ std::FILE* gateStream() {
 
 StdoutGate::StdoutGate() {
     ++closedGates;
-    const std::lock_guard lock(mutex);
     std::FILE* const gate = gateStream();
+    const std::lock_guard lock(mutex);
     if (++gates > 1 || gate == nullptr) return;
     real = stdout;
     stdout = gate;
