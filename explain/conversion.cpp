@@ -6,7 +6,9 @@
 #include <bit>
 #include <cstring>
 
+#include "blocks/kernels.h"
 #include "dds/checkedSize.h"
+#include "dds/dataSize.h"
 #include "explain/text.h"
 
 namespace kpx {
@@ -132,11 +134,36 @@ private:
     std::array<const unsigned char*, 3> m_rows{};
 };
 
+constexpr std::uint32_t blockBytes = 16;  // of BC3
+
+std::uint64_t blockRowBytes(std::uint32_t width) {
+    return std::uint64_t{ceilQuotient(width, 4U)} * blockBytes;
+}
+
+// Decodes a row of pixels from its row of blocks, and puts each channel where its picture has it.
+void convertBlocks(std::string_view holds, std::span<const unsigned char> blocks, std::uint32_t width,
+                   std::uint32_t row, unsigned char* bgra) {
+    constexpr std::size_t tileBytes = 16;            // of a row of a tile
+    constexpr std::uint8_t stored[] = {1, 2, 3, 0};  // the bytes of red, green, blue and alpha in a decoded texel
+    std::array<unsigned char, 4 * tileBytes> tile{};
+    const StripKernel decode = bestKernels().strips[BlockKernel::bc3];
+    for (std::uint32_t x = 0; x < width; ++x, bgra += 4) {
+        if (x % 4 == 0) decode(blocks.data() + x / 4 * std::size_t{blockBytes}, 1, tile.data(), tileBytes);
+        const unsigned char* texel = &tile[row * tileBytes + x % 4 * 4];
+        for (std::size_t i = 0; i < 4; ++i) {
+            const std::size_t held = holds.find("BGRA"[i]);
+            bgra[i] = held != std::string_view::npos ? texel[stored[held]] : i == 3 ? 255 : 0;
+        }
+    }
+}
+
 }  // namespace
 
 std::optional<Conversion> Conversion::of(const Format* format) {
-    if (format == nullptr || (format->remedy.fields == nullptr && format->remedy.yuv == nullptr)) return std::nullopt;
-    return Conversion(format->remedy);
+    if (format == nullptr) return std::nullopt;
+    const Conversion conversion(format->remedy);
+    const bool isKnown = conversion.m_fields != nullptr || conversion.m_yuv != nullptr || !conversion.m_holds.empty();
+    return isKnown ? std::optional(conversion) : std::nullopt;
 }
 
 std::uint32_t Conversion::dxgi() const {
@@ -147,6 +174,7 @@ std::uint32_t Conversion::dxgi() const {
 
 std::string Conversion::words() const {
     if (m_fields != nullptr) return m_fields->words;
+    if (m_yuv == nullptr) return "the blocks are decoded as \"DXT5\", and each channel goes to its place";
     return textOf("YUV of studio range becomes full-range colour by ITU-R BT.601",
                   m_yuv->xShift == 0 ? "" : ", and pixels that share a colour keep sharing it",
                   m_yuv->bits == 8 ? "" : "; of each value the highest 8 bits are used");
@@ -154,6 +182,7 @@ std::string Conversion::words() const {
 
 std::uint64_t Conversion::pictureBytes(std::uint32_t width, std::uint32_t height) const {
     if (m_fields != nullptr) return saturatingProduct(std::uint64_t{m_fields->pixelBytes} * width, height);
+    if (m_yuv == nullptr) return wholeBlockBytes(width, height, blockBytes);
     std::uint64_t bytes = 0;
     for (std::uint32_t plane = 0; plane < planeCount(*m_yuv); ++plane) {
         const std::uint64_t more = planeBytes(*m_yuv, plane, width, height);
@@ -163,18 +192,26 @@ std::uint64_t Conversion::pictureBytes(std::uint32_t width, std::uint32_t height
 }
 
 std::uint64_t Conversion::rowBytes(std::uint32_t width) const {
-    return m_fields != nullptr ? std::uint64_t{m_fields->pixelBytes} * width : planeRowBytes(*m_yuv, 0, width);
+    if (m_fields != nullptr) return std::uint64_t{m_fields->pixelBytes} * width;
+    return m_yuv == nullptr ? blockRowBytes(width) : planeRowBytes(*m_yuv, 0, width);
 }
 
 std::uint64_t Conversion::convertedRowBytes(std::uint32_t width) const {
     return std::uint64_t{width} * (m_fields != nullptr ? fieldCount(*m_fields) * sizeof(float) : 4);
 }
 
-void Conversion::convertRow(std::span<const unsigned char> picture, std::uint32_t width, std::uint32_t height,
+Conversion::Bytes Conversion::bytesOfRow(std::uint32_t width, std::uint32_t height, std::uint32_t y) const {
+    if (m_yuv != nullptr && planeCount(*m_yuv) > 1) return {0, pictureBytes(width, height)};
+    const bool isBlocks = m_fields == nullptr && m_yuv == nullptr;
+    return {rowBytes(width) * (isBlocks ? y / 4 : y), rowBytes(width)};
+}
+
+void Conversion::convertRow(std::span<const unsigned char> bytes, std::uint32_t width, std::uint32_t height,
                             std::uint32_t y, std::span<unsigned char> converted) const {
-    if (m_yuv != nullptr) return YuvRow(*m_yuv, picture.data(), width, height, y).convert(width, converted.data());
-    const std::size_t rowBytes = std::size_t{m_fields->pixelBytes} * width;
-    convertFields(*m_fields, picture.data() + rowBytes * y, width, converted.data());
+    if (m_fields != nullptr) return convertFields(*m_fields, bytes.data(), width, converted.data());
+    if (m_yuv == nullptr) return convertBlocks(m_holds, bytes, width, y % 4, converted.data());
+    const std::uint32_t row = planeCount(*m_yuv) > 1 ? y : 0;
+    YuvRow(*m_yuv, bytes.data(), width, height, row).convert(width, converted.data());
 }
 
 }  // namespace kpx

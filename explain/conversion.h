@@ -6,12 +6,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "dds/formatTable.h"
 
 namespace kpx {
 
-// What a format of a table becomes: floats of as many channels as it has fields, or 8-bit BGRA.
+// What a format of the table becomes: fields become floats of as many channels, YUV and blocks with swapped channels
+// become 8-bit BGRA.
 class Conversion {
 public:
     // None if the remedy of the format is another; format may be null.
@@ -24,20 +26,30 @@ public:
 
     // The data of a picture as it is; the largest number where it does not fit in one.
     [[nodiscard]] std::uint64_t pictureBytes(std::uint32_t width, std::uint32_t height) const;
-    // A row of it, of luminance where that has a plane of its own.
+    // A row of it, of luminance if that has a plane of its own; of blocks a row of these.
     [[nodiscard]] std::uint64_t rowBytes(std::uint32_t width) const;
     [[nodiscard]] std::uint64_t convertedRowBytes(std::uint32_t width) const;
 
-    // Row y, 0 being the first in the file, of a picture whose data is all there. converted has convertedRowBytes.
-    void convertRow(std::span<const unsigned char> picture, std::uint32_t width, std::uint32_t height, std::uint32_t y,
+    // Which bytes of a picture its row y is made from, 0 being the first in the file: all, if it has several planes.
+    struct Bytes {
+        std::uint64_t start, count;
+        bool operator==(const Bytes&) const = default;
+    };
+    [[nodiscard]] Bytes bytesOfRow(std::uint32_t width, std::uint32_t height, std::uint32_t y) const;
+    // Converts row y from those bytes. converted has convertedRowBytes.
+    void convertRow(std::span<const unsigned char> bytes, std::uint32_t width, std::uint32_t height, std::uint32_t y,
                     std::span<unsigned char> converted) const;
 
 private:
-    explicit Conversion(const Remedy& remedy) : m_fields(remedy.fields), m_yuv(remedy.yuv) {}
+    explicit Conversion(const Remedy& remedy)
+        : m_fields(remedy.fields),
+          m_yuv(remedy.yuv),
+          m_holds(remedy.kind == Remedy::Kind::swizzle ? remedy.text : "") {}
 
-    // One of them is null.
+    // Two of them are null or empty.
     const FieldLayout* m_fields;
     const YuvLayout* m_yuv;
+    std::string_view m_holds;  // the channels that the blocks' red, green, blue and alpha are
 };
 
 }  // namespace kpx

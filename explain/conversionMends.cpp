@@ -1,7 +1,5 @@
-// The two that change a picture, and the reasons why one does not.
+// The one that changes a picture, and the reasons why it does not.
 #include "explain/conversionMends.h"
-
-#include <string_view>
 
 #include "dds/dataSize.h"
 #include "explain/causes.h"
@@ -13,10 +11,6 @@ namespace kpx {
 namespace {
 
 using namespace mending;
-
-bool isSwizzled(const Format* row) {
-    return row != nullptr && row->remedy.kind == Remedy::Kind::swizzle;
-}
 
 bool hasPixels(const Draft& draft) {
     const DDS_HEADER& header = draft.facts.header.header;
@@ -62,20 +56,6 @@ std::string paddingText(const DDS_HEADER& header, const Conversion& conversion) 
     return textOf("; rows are taken without padding, though a pitch of ", header.dwPitchOrLinearSize, " is stated");
 }
 
-// What comes out as each channel, of those that are not what they are called.
-std::string swizzledText(std::string_view holds) {
-    constexpr const char* channels[] = {"red", "green", "blue", "alpha"};
-    std::string text;
-    for (std::size_t i = 0; i < holds.size(); ++i) {
-        const std::size_t held = std::string_view("RGBA").find(holds[i]);
-        if (held == i) continue;
-        const std::string what = held == holds.npos ? "is no part of the picture" : textOf("is its ", channels[held]);
-        text += textOf(text.empty() ? "" : ", ", "what comes out as ", channels[i], " ", what);
-    }
-    return textOf(holds == "-GBR" ? "red and alpha come out exchanged: " : "", text,
-                  ". Hosts show alpha as transparency");
-}
-
 }  // namespace
 
 std::string mending::pixelsConverted(Draft& draft) {
@@ -103,15 +83,6 @@ std::string mending::pixelsConverted(Draft& draft) {
     return sentence + ".";
 }
 
-std::string mending::swizzledBlocks(Draft& draft) {
-    DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
-    const Format* row = rowToCure(draft);
-    if (!isSwizzled(row)) return {};
-    nameByCode(format, fourCC("DXT5"));
-    return textOf("The code ", codeText(row->id), " becomes ", codeText(fourCC("DXT5")),
-                  ", whose blocks are the same: ", swizzledText(row->remedy.text), ".");
-}
-
 std::optional<Finding> conversionObstacle(const FileFacts& facts, const Repair& conversion) {
     const auto obstacle = [](const std::string& sentence, const char* advice) {
         return Finding{"not-convertible", sentence, Grade::black, advice};
@@ -120,7 +91,7 @@ std::optional<Finding> conversionObstacle(const FileFacts& facts, const Repair& 
     const bool isBlack = draft.verdict.result == Result::black && startsAsDds(facts);
     if (!isBlack || conversion.helps()) return std::nullopt;
     const Format* row = rowToCure(draft);
-    if (conversion.converted || isSwizzled(row))
+    if (conversion.converted)
         return obstacle("Converted, it would be black as well. " + causeText(conversion.facts, conversion.verdict),
                         causesOf(conversion.facts, conversion.verdict).front().advice);
     const auto known = Conversion::of(row);

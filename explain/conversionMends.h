@@ -16,7 +16,6 @@ namespace mending {
 
 // As every mend: make their change and say what it is, or do and say nothing where their fault is not there.
 std::string pixelsConverted(Draft& draft);  // by explain/conversion.h
-std::string swizzledBlocks(Draft& draft);   // blocks under the code of the same blocks with other channels
 
 }  // namespace mending
 

@@ -194,11 +194,10 @@ struct MendRow {
     bool isConversion = false;  // only made where that is asked for
 };
 constexpr MendRow mendRows[] = {
-    {"flags-beside-code", flagsBesideCode},        {"known-data", nullptr},
-    {"luminance-as-red", luminanceAsRed},          {"alpha-without-mask", alphaWithoutMask},
-    {"linear-size-missing", linearSizeMissing},    {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
-    {"swizzled-blocks", swizzledBlocks, true},     {"pixels-converted", pixelsConverted, true},
-    {"linear-size-too-large", linearSizeTooLarge},
+    {"flags-beside-code", flagsBesideCode},      {"known-data", nullptr},
+    {"luminance-as-red", luminanceAsRed},        {"alpha-without-mask", alphaWithoutMask},
+    {"linear-size-missing", linearSizeMissing},  {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
+    {"pixels-converted", pixelsConverted, true}, {"linear-size-too-large", linearSizeTooLarge},
 };
 
 // Makes the first mend whose fault is there; false when there is none.

@@ -17,11 +17,13 @@ std::uint64_t convertedBytes(std::span<const unsigned char> file, const kpx::Sur
     std::uint64_t bytes = 0, visited = 0;
     kpx::forEachWholeSurface(layout, [&](const kpx::Surface& surface) {
         ++visited;
-        const auto data = file.subspan(surface.start, surface.bytes);
-        const std::vector<unsigned char> picture(data.begin(), data.end());
         std::vector<unsigned char> row(layout.conversion->convertedRowBytes(surface.width));
-        for (std::uint32_t y = 0; y < surface.height; ++y)
-            layout.conversion->convertRow(picture, surface.width, surface.height, y, row);
+        for (std::uint32_t y = 0; y < surface.height; ++y) {
+            const auto [start, count] = layout.conversion->bytesOfRow(surface.width, surface.height, y);
+            const auto data = file.subspan(surface.start, surface.bytes).subspan(start, count);
+            const std::vector<unsigned char> alone(data.begin(), data.end());
+            layout.conversion->convertRow(alone, surface.width, surface.height, y, row);
+        }
         bytes += row.size() * surface.height;
         return true;
     });

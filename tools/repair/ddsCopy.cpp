@@ -51,14 +51,20 @@ void copyRange(const OpenFile& from, const ByteRange& range, Writer& to) {
     }
 }
 
-// A picture is held as it is in the file, of which it is a part, and written row by row.
+// Reads what a row is made from, unless the row before was made from the same.
 void convertSurface(const OpenFile& from, const SurfaceLayout& layout, const Surface& surface, Writer& to) {
-    std::vector<unsigned char> picture(surface.bytes);
-    std::vector<unsigned char> row(layout.conversion->convertedRowBytes(surface.width));
-    from.read(surface.start, picture);
+    const Conversion& conversion = *layout.conversion;
+    std::vector<unsigned char> bytes, row(conversion.convertedRowBytes(surface.width));
+    Conversion::Bytes read{};
     for (std::uint32_t y = 0; y < surface.height; ++y) {
         stopIfInterrupted();
-        layout.conversion->convertRow(picture, surface.width, surface.height, y, row);
+        const Conversion::Bytes wanted = conversion.bytesOfRow(surface.width, surface.height, y);
+        if (wanted != read) {
+            bytes.resize(wanted.count);
+            from.read(surface.start + wanted.start, bytes);
+            read = wanted;
+        }
+        conversion.convertRow(bytes, surface.width, surface.height, y, row);
         to.write(row);
     }
 }
