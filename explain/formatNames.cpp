@@ -73,6 +73,10 @@ std::string formatText(const Format& format) {
     return {};
 }
 
+std::string channelCount(const Format& format) {
+    return format.channels == 0 ? "3 or 4" : std::to_string(format.channels);
+}
+
 std::string otherName(const Format& format) {
     if (format.sameDxgi != 0) return "DXGI " + dxgiText(format.sameDxgi);
     if (format.namedBy == NamedBy::code) return dxgiOfCode(format.code);

@@ -20,6 +20,9 @@ std::string dxgiText(std::uint32_t dxgiFormat);
 // The format in words: code 36 D3DFMT_A16B16G16R16, masks D3DFMT_R5G6B5.
 std::string formatText(const Format& format);
 
+// Returns how many channels a host gets of the format, in words: "4", or "3 or 4" if the header says.
+std::string channelCount(const Format& format);
+
 // The other name of the same data: the DXGI format of a legacy one, and the reverse. Empty where there is none.
 std::string otherName(const Format& format);
 

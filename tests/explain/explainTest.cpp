@@ -1,11 +1,19 @@
-// kpximage explain and repair as a user runs them, over the files that explained.txt describes.
+// What is known of the files that explained.txt describes, in this process: ids and numbers, and what repair and recode
+// make of each. The sentences stand once, in sentences.txt. Then kpximage explain and repair as a user runs them.
+#include <cctype>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <regex>
 
+#include "explain/Explanation.h"
+#include "explain/formatNames.h"
+#include "explain/otherFile.h"
 #include "host/ImageReader.h"
 #include "tests/support/Tool.h"
 #include "tests/support/agreedText.h"
 #include "tests/support/describedFile.h"
 #include "tests/support/likeModel.h"
+#include "tools/repair/repairFile.h"
 
 using namespace kpx;
 using namespace testing_support;
@@ -15,30 +23,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* agreedPath = KPX_SOURCE_DIR "/tests/explain/explained.txt";
-constexpr const char* indent = "    ";
+const std::string agreedPath = KPX_SOURCE_DIR "/tests/explain/explained.txt";
+const std::string sentencesPath = KPX_SOURCE_DIR "/tests/explain/sentences.txt";
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::istringstream stream(text);
     std::vector<std::string> lines;
     for (std::string line; std::getline(stream, line);) lines.push_back(line);
     return lines;
-}
-
-// What is told of each file: its first line without the name, and the indented lines below.
-std::vector<std::string> answersIn(const std::string& told) {
-    std::vector<std::string> answers;
-    for (const std::string& line : linesOf(told)) {
-        if (line[0] != ' ') answers.emplace_back();
-        answers.back() += indent + (line[0] == ' ' ? line : line.substr(line.find(": ") + 2)) + "\n";
-    }
-    return answers;
-}
-
-// The line of a label, such as "why", or nothing.
-std::string lineOf(const std::string& answer, const std::string& label) {
-    const std::size_t start = answer.find("  " + label + " ");
-    return start == answer.npos ? "" : answer.substr(start + 14, answer.find('\n', start) - start - 14);
 }
 
 // The first pixel of the bottom row as the plug-in delivers it, colours and then alpha: "0 128 255, 64". "black" is
@@ -64,141 +56,160 @@ Bytes dataOf(const Bytes& file) {
     return {file.begin() + (isDx10 ? 148 : 128), file.end()};
 }
 
+// The numbers of a sentence, in their order, each after a space.
+std::string numbersIn(const std::string& sentence) {
+    static const std::regex number("\\b(0x[0-9A-F]+|[0-9]+)\\b");
+    std::string text;
+    for (std::sregex_iterator i(sentence.begin(), sentence.end(), number); i != std::sregex_iterator(); ++i)
+        text += " " + i->str();
+    return text;
+}
+
+struct Entry {
+    std::size_t number;
+    AgreedEntry agreed;
+};
+
+std::vector<Entry> entries() {
+    std::vector<Entry> all;
+    for (const AgreedEntry& each : readAgreed(agreedPath)) all.push_back({all.size(), each});
+    return all;
+}
+
+// "size=4x4 dxgi=28" as far as test names may have it.
+std::string nameOf(const testing::TestParamInfo<Entry>& entry) {
+    std::string name = std::to_string(entry.param.number) + "_";
+    for (const char c : entry.param.agreed.question) name += std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
+    return name;
+}
+
+class Explained : public testing::TestWithParam<Entry>, public Folder {
+protected:
+    // Writes what a plan makes of the file, and tells the first pixel before and after, and what the header names then.
+    [[nodiscard]] std::string repaired(const tool::OpenFile& file, const tool::RepairPlan& plan,
+                                       bool isRecoding) const {
+        const std::string copy = at("copy.dds");
+        tool::writeRepaired(file, plan, copy, tool::Existing::replace);
+        const tool::OpenFile made(copy);
+        EXPECT_EQ(made.facts().fileBytes, plan.repair.facts.fileBytes);
+        if (!isRecoding) {
+            EXPECT_EQ(dataOf(readFile(copy)), dataOf(readFile(file.name())));
+        }
+        const Explanation explained = explain(made.facts());
+        EXPECT_EQ(tool::planRepair(made.facts()).result, tool::RepairResult::nothingToRepair);
+        std::string text = isRecoding ? "recode    " : "repair    ";
+        for (const Remark& change : plan.changes()) text += " " + change.id + numbersIn(change.sentence);
+        return text + "\n              " + pixelOf(file.name()) + " becomes " + pixelOf(copy) + ", " +
+               namedFormat(explained) + "\n";
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, Explained, testing::ValuesIn(entries()), nameOf);
+
+TEST_P(Explained, IsToldAsAgreed) {
+    AgreedEntry entry = GetParam().agreed;
+    const Bytes bytes = describedFile(entry.question);
+    EXPECT_TRUE(readsLikeModel(bytes));
+    file("a.dds", bytes);
+    const tool::OpenFile opened(at("a.dds"));
+    const Explanation told = explain(opened.facts());
+    std::ostringstream answer;
+    const auto line = [&answer](const std::string& text) { answer << "    " << text << "\n"; };
+    line(std::string(gradeName(told.grade)) + (told.grade == Grade::unreadable ? "" : ", " + formatName(told)) +
+         (sameAs(told).empty() ? "" : ", the same as " + sameAs(told)));
+    Grade worst = Grade::right;
+    for (const Finding& finding : told.findings) {
+        std::string severity = gradeName(finding.severity);
+        severity.resize(11, ' ');
+        line("  " + severity + finding.id + numbersIn(finding.sentence));
+        worst = std::max(worst, finding.severity);
+    }
+    EXPECT_EQ(told.grade, worst);
+    const Verdict& v = told.verdict;
+    if (told.grade != Grade::unreadable && !entry.heading.empty()) {
+        std::ostringstream facts;
+        facts << "  read by    " << loaderName(v.loader) << ", " << loaderName(v.decoder) << ", "
+              << layoutRow(v.layout).name << ", " << v.colourChannels() << " + " << (v.hasAlpha ? 1 : 0) << " x "
+              << v.bits << " bits, " << v.wholeRows << " rows, " << v.bytesPresent << " of " << v.bytesExpected
+              << " bytes";
+        line(facts.str());
+    }
+    const tool::RepairPlan plan = tool::planRepair(opened.facts());
+    const tool::RepairPlan recoding = tool::planRepair(opened.facts(), true);
+    EXPECT_EQ(plan.helps(), !told.mends.empty());
+    EXPECT_EQ(recoding.result == tool::RepairResult::recoded, !told.conversions.empty());
+    if (plan.helps()) {
+        line("  " + repaired(opened, plan, false));
+    } else if (plan.result != tool::RepairResult::nothingToRepair) {
+        line(std::string("  repair     ") + nameOf(plan.result));
+    }
+    if (recoding.result == tool::RepairResult::recoded) line("  " + repaired(opened, recoding, true));
+    entry.answer = std::regex_replace(answer.str(), std::regex("\n\n"), "\n");
+    expectAgreed(agreedPath, {entry}, GetParam().number);
+}
+
+// Each id with the first sentence that any file has it with, so that a reworded sentence is one line of a diff.
+TEST(Sentences, StandOnce) {
+    std::map<std::string, std::string> sentences;
+    for (const Entry& entry : entries()) {
+        const Bytes bytes = describedFile(entry.agreed.question);
+        const FileFacts facts = factsOf(std::span(bytes).first(std::min(bytes.size(), factBytes)), bytes.size());
+        const Explanation told = explain(facts);
+        for (const Finding& finding : told.findings)
+            sentences.emplace(finding.id, finding.sentence + (*finding.advice == 0 ? "" : " | ") + finding.advice);
+        for (const auto* changes : {&told.mends, &told.conversions})
+            for (const Remark& change : *changes) sentences.emplace(change.id, change.sentence);
+        // Every kind of file that is something else.
+        if (told.findings.size() == 1 || told.grade != Grade::unreadable) continue;
+        sentences.emplace("other-file " + otherFileText(facts).substr(0, 20), otherFileText(facts));
+    }
+    std::vector<AgreedEntry> agreed = readAgreed(sentencesPath);
+    const std::string heading = agreed.front().heading;
+    agreed.clear();
+    for (const auto& [id, sentence] : sentences) agreed.push_back({"", id, "    " + sentence + "\n"});
+    agreed.front().heading = heading;
+    if (std::getenv("KPX_REWRITE") != nullptr) {
+        std::ofstream stream(sentencesPath);
+        for (const AgreedEntry& each : agreed) stream << each.heading << each.question << "\n" << each.answer;
+    }
+    ASSERT_EQ(agreed.size(), readAgreed(sentencesPath).size());
+    expectAgreed(sentencesPath, agreed);
+}
+
 class Explain : public Tool {
 protected:
     // In the order of their names.
     void SetUp() override {
-        for (std::size_t i = 0; i < entries.size(); ++i) file(nameOf(i), describedFile(entries[i].question));
+        for (const Entry& entry : entries()) file(nameOf(entry.number), describedFile(entry.agreed.question));
     }
     static std::string nameOf(std::size_t i) { return std::to_string(1000 + i) + ".dds"; }
-
-    // Mends a file and gives what has become of it. What is told are the changes that explain has announced. Mended in
-    // its place it has the same bytes, and undone its own again.
-    [[nodiscard]] std::string mended(const std::string& name, const json& explained) const {
-        const Bytes before = readFile(at(name));
-        const std::string answer = repaired("repaired", name, explained["repairs"], "repair ");
-        EXPECT_EQ(dataOf(readFile(at("mended"))), dataOf(before));
-        EXPECT_EQ(run("repair --in-place " + name).status, 0) << name;
-        EXPECT_EQ(readFile(at(name)), readFile(at("mended"))) << name;
-        EXPECT_EQ(readFile(at(name + ".orig")), before) << name;
-        EXPECT_EQ(run("repair --undo " + name).status, 0) << name;
-        EXPECT_EQ(readFile(at(name)), before) << name;
-        EXPECT_FALSE(fs::exists(at(name + ".orig")));
-        return answer;
-    }
-
-    [[nodiscard]] std::string repaired(const char* label, const std::string& name, const json& changes,
-                                       const std::string& command) const {
-        const RunResult result = run(command + name + " -o mended -f");
-        EXPECT_EQ(result.status, 0) << result.err;
-        std::string announced;
-        for (const json& change : changes) announced += name + ": " + change["sentence"].get<std::string>() + "\n";
-        EXPECT_EQ(result.out, announced);
-        EXPECT_EQ(run("repair mended -o again").err, "kpximage: mended: note: needs no repair\n");
-        const std::string answer = answersIn(run("explain --details mended").out).at(0);
-        return std::string(indent) + "  " + label + std::string(10 - std::strlen(label), ' ') + pixelOf(at(name)) +
-               " becomes " + pixelOf(at("mended")) + "\n" + indent + "            " + lineOf(answer, "header") + "\n";
-    }
-
-    // Why there is no mend, but for a file that needs none.
-    [[nodiscard]] std::string notMended(const std::string& name) const {
-        const RunResult result = run("repair " + name + " -o mended");
-        EXPECT_EQ(result.out, "");
-        EXPECT_FALSE(fs::exists(at("mended")));
-        const std::string start = "kpximage: " + name + ": ";
-        EXPECT_TRUE(result.err.starts_with(start)) << result.err;
-        const std::string line = std::to_string(result.status) + ": " + result.err.substr(start.size());
-        return line == "0: note: needs no repair\n" ? "" : indent + ("  no repair " + line);
-    }
-
-    std::vector<AgreedEntry> entries = readAgreed(agreedPath);
 };
-
-// The JSON and the text have the same facts.
-void expectAlike(const json& explained, const std::string& answer) {
-    std::string worst = "right";
-    const std::string grades = "right noted suspect wrong black unreadable";
-    for (const json& finding : explained["findings"]) {
-        const std::string severity = finding["severity"], sentence = finding["sentence"];
-        EXPECT_NE(answer.find(severity), answer.npos) << answer;
-        EXPECT_NE(answer.find(sentence + "\n"), answer.npos) << answer;
-        if (grades.find(severity) > grades.find(worst)) worst = severity;
-    }
-    EXPECT_EQ(explained["grade"], worst) << answer;
-    for (const auto& [kind, start] : {std::pair{"repairs", "repair      "}, {"recodings", "recode      "}}) {
-        for (const json& remark : explained[kind])
-            EXPECT_NE(answer.find(start + remark["sentence"].get<std::string>() + "\n"), answer.npos) << answer;
-    }
-    EXPECT_TRUE(answer.starts_with(indent + explained["summary"].get<std::string>() + "\n")) << answer;
-    const std::string format = lineOf(answer, "header");
-    if (format.empty()) return;
-    const json &header = explained["header"], &picture = explained["picture"];
-    const std::string same = header["sameAs"];
-    EXPECT_EQ(format, header["name"].get<std::string>() + (same.empty() ? "" : ", the same as " + same));
-    std::ostringstream data, gets;
-    data << explained["bytesPresent"] << " bytes in the file";
-    EXPECT_TRUE(lineOf(answer, "data").starts_with(data.str())) << data.str();
-    gets << picture["width"] << " x " << picture["height"] << ", " << picture["colourChannels"] << " colour, "
-         << picture["matteChannels"] << " matte, " << picture["bits"] << (picture["float"] ? "-bit float" : "-bit")
-         << ", from " << picture["layout"].get<std::string>();
-    EXPECT_EQ(lineOf(answer, "host gets"), gets.str());
-    EXPECT_TRUE(lineOf(answer, "read by").starts_with(picture["loader"].get<std::string>())) << answer;
-    const bool isWhole = explained["grade"] != "black" && answer.find("rows in full") == answer.npos;
-    EXPECT_EQ(isWhole, picture["height"] == picture["wholeRows"]) << answer;
-}
-
-}  // namespace
-
-TEST_F(Explain, SaysOfEachFileWhatWasAgreedOn) {
-    const std::vector<std::string> answers = answersIn(run("explain --details *.dds").out);
-    const std::vector<std::string> objects = linesOf(run("explain --json *.dds").out);
-    ASSERT_EQ(answers.size(), entries.size());
-    ASSERT_EQ(objects.size(), entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        SCOPED_TRACE(entries[i].question);
-        const json explained = json::parse(objects[i]);
-        expectAlike(explained, answers[i]);
-        const bool hasFacts = !entries[i].heading.empty();
-        std::string answer = answers[i].substr(0, hasFacts ? std::string::npos : answers[i].find("      header"));
-        EXPECT_TRUE(readsLikeModel(describedFile(entries[i].question)));
-        std::string ids;
-        for (const char* kind : {"findings", "repairs", "recodings"})
-            for (const json& remark : explained[kind]) ids += " " + remark["id"].get<std::string>();
-        if (!ids.empty()) answer += std::string(indent) + "  ids      " + ids + "\n";
-        answer += explained["repairs"].empty() ? notMended(nameOf(i)) : mended(nameOf(i), explained);
-        if (!explained["recodings"].empty())
-            answer += repaired("recoded", nameOf(i), explained["recodings"], "recode ");
-        fs::remove(at("mended"));
-        entries[i].answer = answer;
-    }
-    EXPECT_FALSE(fs::exists(at("again")));
-    expectAgreed(agreedPath, entries);
-}
 
 // Whoever looks at a file of another kind names it, with or without the plug-in.
 TEST_F(Explain, NamesWhatIsNoDdsFileAsTheOtherCommandsDo) {
     int named = 0;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const std::string why = lineOf(entries[i].answer, "unreadable");
-        if (!why.starts_with("The file is ") && !why.starts_with("The file has \"DDS\"")) continue;
+    for (const Entry& entry : entries()) {
+        const Bytes bytes = describedFile(entry.agreed.question);
+        const std::string sentence =
+            otherFileText(factsOf(std::span(bytes).first(std::min(bytes.size(), factBytes)), bytes.size()));
+        if (sentence.empty() || bytes.empty()) continue;
         ++named;
-        const std::string sentence = why.substr(9, why.size() - 10);
         for (const char* command : {"info ", "info --open ", "convert "}) {
             const bool isConvertible = *command == 'c' && sentence.starts_with("is a PNG");
             if (isConvertible) continue;
-            const RunResult result = run(command + nameOf(i) + (*command == 'c' ? " -o out.exr" : ""));
+            const RunResult result = run(command + nameOf(entry.number) + (*command == 'c' ? " -o out.exr" : ""));
             EXPECT_EQ(result.status, 1) << command << sentence;
-            EXPECT_EQ(result.err, "kpximage: " + nameOf(i) + ": " + sentence + "\n");
+            EXPECT_EQ(result.err, "kpximage: " + nameOf(entry.number) + ": " + sentence + "\n");
         }
     }
-    EXPECT_GE(named, 15);
+    EXPECT_GE(named, 14);
 }
 
 TEST_F(Explain, JsonFollowsTheSchema) {
     const std::string explained = run("explain --json *.dds nowhere").out;
     const std::string told = run("info --json *.dds nowhere").out;
     const std::string reported = run("recode --json --dry-run nowhere *.dds").out;
-    for (const std::string& text : {explained, told, reported}) EXPECT_EQ(linesOf(text).size(), entries.size() + 1);
+    for (const std::string& text : {explained, told, reported}) EXPECT_EQ(linesOf(text).size(), entries().size() + 1);
     file("lines", explained + told + reported);
     // The interpreter that Debian's packages are for.
     const std::string validate =
@@ -224,7 +235,7 @@ TEST_F(Tool, ExplainGoesOnAfterAFileThatFailsAndEndsWithTheWorst) {
     ASSERT_EQ(shell("mkfifo pipe").status, 0);
     const RunResult result = run("explain missing.dds pipe short.dds black.dds");
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(answersIn(result.out).size(), 2U) << result.out;
+    EXPECT_EQ(linesOf(result.out).front().substr(0, 11), "short.dds: ") << result.out;
     EXPECT_EQ(result.err,
               "kpximage: missing.dds: cannot open the file: No such file or directory\n"
               "kpximage: pipe: is not a regular file\n"
@@ -267,3 +278,5 @@ TEST_F(Tool, RepairMendsBlackSamples) {
         EXPECT_EQ(run(std::string("info ") + name + ".dds").status, 0) << name;
     }
 }
+
+}  // namespace

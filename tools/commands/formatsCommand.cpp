@@ -41,8 +41,7 @@ std::string headerText(const Format& format) {
 
 // What the host gets of the format.
 std::string channelText(const Format& format) {
-    const std::string count = format.channels == 0 ? "1 to 4" : std::to_string(format.channels);
-    return count + (layoutRow(format.layout).isFloat ? " x 32-bit float" : " x 8-bit");
+    return channelCount(format) + (layoutRow(format.layout).isFloat ? " x 32-bit float" : " x 8-bit");
 }
 
 void printFormats() {

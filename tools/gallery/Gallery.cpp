@@ -81,8 +81,11 @@ Outcome Gallery::add(std::size_t i, const std::string& path, Report& report) {
         outcome = addFile(path, entry, report);
     } catch (const Interrupted&) {
         throw;
-    } catch (const OutputError&) {
-        throw;
+    } catch (const OutputError& error) {
+        // A gallery that lacks a picture is not finished; nothing else has to be said of it.
+        const std::lock_guard lock(m_mutex);
+        if (m_failure.empty()) m_failure = error.what();
+        return Outcome::failed;
     } catch (const std::bad_alloc&) {
         fail("not enough memory");
     } catch (const std::exception& error) {
@@ -109,7 +112,7 @@ Outcome Gallery::addFile(const std::string& path, Entry& entry, Report& report) 
     if (explanation.grade != Grade::black) {
         DdsSource source(m_plugin, file);
         addVersion("original", source, entry);
-        if (source.isBlack()) addFinding(entry.record, Grade::black, source.whyBlack());
+        if (source.isBlack()) throw std::bad_alloc();
     }
     entry.isAdded = true;
     addRepaired(file, entry);
@@ -151,7 +154,7 @@ void Gallery::addRepaired(const OpenFile& file, Entry& entry) const {
     writeRepaired(file, plan, copy.descriptor(), pictures);
     const OpenFile repaired(copy.path(), "the repaired copy of " + file.name());
     DdsSource source(m_plugin, repaired);
-    if (source.isBlack()) throw FileError(source.whyBlack());
+    if (source.isBlack()) throw FileError("the repaired file cannot be decoded");
     addVersion("repaired", source, entry);
     addStrip(repaired, plan.repair.facts, entry);
 }
@@ -165,6 +168,7 @@ void Gallery::addStrip(const OpenFile& file, const FileFacts& facts, Entry& entr
 }
 
 bool Gallery::finish() {
+    if (!m_failure.empty()) throw OutputError(m_failure);
     if (!m_hasFiles) return false;
     m_page.finish();
     m_folder.commit();

@@ -23,10 +23,11 @@ public:
     Gallery(const host::Plugin& plugin, const GallerySettings& settings, const std::string& folder);
 
     // Adds file number i, from any thread: each file has its place in the page, whatever becomes of it. Throws
-    // Interrupted, or OutputError if a picture cannot be written.
+    // Interrupted.
     Outcome add(std::size_t i, const std::string& path, Report& report);
 
-    // Gives the folder its name. Returns false, and writes nothing, if no file could be read. Throws OutputError.
+    // Gives the folder its name. Returns false, and writes nothing, if no file could be read. Throws OutputError, also
+    // if a picture could not be written.
     bool finish();
 
 private:
@@ -43,6 +44,7 @@ private:
     GalleryFolder m_folder;
     std::atomic<bool> m_hasFiles = false;  // that could be read
     std::mutex m_mutex;                    // of what follows
+    std::string m_failure;                 // to write a picture, the first
     GalleryPage m_page;
     std::map<std::size_t, Json> m_waiting;  // until the files before them are in the page
     std::size_t m_next = 0;
