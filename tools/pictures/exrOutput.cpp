@@ -73,7 +73,7 @@ public:
     // To be called after the last row: the file is whole then.
     void finish() {
         exr_encoding_destroy(m_context, &m_pipeline);
-        m_pipeline = EXR_ENCODE_PIPELINE_INITIALIZER;
+        m_pipeline = {};
         errno = 0;
         check(exr_finish(&m_context));
     }
@@ -88,7 +88,7 @@ private:
     }
 
     exr_context_t m_context = nullptr;
-    exr_encode_pipeline_t m_pipeline = EXR_ENCODE_PIPELINE_INITIALIZER;
+    exr_encode_pipeline_t m_pipeline{};
 };
 
 // Writes a row of floats as half floats. Returns whether a finite one was too large.

@@ -1,6 +1,8 @@
 // How the work on one file or all files ended: the program's exit status.
 #pragma once
 
+#include <initializer_list>
+
 namespace kpx::tool {
 
 // The values are the exit statuses, as exitStatuses explains them.
