@@ -33,9 +33,4 @@ std::string uriOfPath(const std::string& path) {
     return taken(g_filename_to_uri(std::filesystem::absolute(path).lexically_normal().c_str(), nullptr, nullptr));
 }
 
-std::string relativeUrl(const std::string& path) {
-    // A name with a colon would be taken for a scheme.
-    return "./" + taken(g_uri_escape_string(path.c_str(), "!$&'()*+,=:@/", FALSE));
-}
-
 }  // namespace kpx::tool

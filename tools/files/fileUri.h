@@ -12,7 +12,4 @@ std::string pathOfFile(const std::string& pathOrUri);
 // The file: URI of a path, made absolute. Bytes are escaped as GLib does, so that thumbnails are found again.
 std::string uriOfPath(const std::string& path);
 
-// The URL of a relative path, from the folder where that starts.
-std::string relativeUrl(const std::string& path);
-
 }  // namespace kpx::tool
