@@ -58,7 +58,8 @@ public:
         m_zeros.assign(bytes, 0);
         m_ones.assign(bytes, 255);
         constexpr float one = 1.0F;
-        for (std::size_t x = 0; m_layout.isFloat && x < width; ++x) std::memcpy(&m_ones[x * sizeof one], &one, sizeof one);
+        for (std::size_t x = 0; m_layout.isFloat && x < width; ++x)
+            std::memcpy(&m_ones[x * sizeof one], &one, sizeof one);
         m_third.resize(bytes);
     }
 
@@ -117,7 +118,7 @@ class AsFloats : public SourceOverSource {
 public:
     explicit AsFloats(std::unique_ptr<PixelSource> source) : SourceOverSource(std::move(source)) {
         m_layout.isFloat = true;
-        const auto channels = static_cast<std::size_t>(m_layout.colours + m_layout.mattes);
+        const auto channels = static_cast<std::size_t>(m_layout.colours) + static_cast<std::size_t>(m_layout.mattes);
         m_values.assign(channels, std::vector<float>(static_cast<std::size_t>(m_layout.width)));
         for (const auto& values : m_values) m_rows.push_back(reinterpret_cast<const unsigned char*>(values.data()));
     }
@@ -125,7 +126,8 @@ public:
     std::span<const unsigned char* const> nextRow() override {
         const auto rows = m_source->nextRow();
         for (std::size_t i = 0; i < m_values.size(); ++i) {
-            for (std::size_t x = 0; x < m_values[i].size(); ++x) m_values[i][x] = static_cast<float>(rows[i][x]) / 255.0F;
+            for (std::size_t x = 0; x < m_values[i].size(); ++x)
+                m_values[i][x] = static_cast<float>(rows[i][x]) / 255.0F;
         }
         return m_rows;
     }
@@ -140,8 +142,8 @@ private:
 bool isSwizzle(const std::string& text) {
     const bool isOfLetters = text.find_first_not_of(letters) == std::string::npos;
     const std::size_t third = text.find('z');
-    return isOfLetters && !text.empty() && text.size() <= 4 && (third == std::string::npos || third >= 2) &&
-           (third == std::string::npos || text.find('z', third + 1) == std::string::npos);
+    const bool isThirdGood = third == std::string::npos || (third >= 2 && third == text.rfind('z'));
+    return isOfLetters && isThirdGood && !text.empty() && text.size() <= 4;
 }
 
 std::unique_ptr<PixelSource> swizzled(std::unique_ptr<PixelSource> source, const std::string& swizzle) {
