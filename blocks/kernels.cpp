@@ -36,6 +36,13 @@ const KernelSet& bestKernels() {
     return best;
 }
 
+namespace {
+
+// Chosen when the program or plug-in is loaded: a child of fork would wait for ever for a thread that was choosing.
+[[maybe_unused]] const KernelSet& chosenAtLoad = bestKernels();
+
+}  // namespace
+
 MaskField makeMaskField(std::uint32_t mask) {
     MaskField field{};
     field.mask = mask;

@@ -1,5 +1,8 @@
-// Saved strings are released with their handle; defined ones are held once, until the process ends.
+// Saved strings are released with their handle; defined ones are held once, until the process ends. The lock is the
+// library's only one.
 #include "host/strings.h"
+
+#include <pthread.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -38,33 +41,38 @@ public:
         m_saved.erase(text);
     }
 
+    void lock() { m_mutex.lock(); }
+    void unlock() { m_mutex.unlock(); }
+
 private:
     std::mutex m_mutex;
     std::unordered_map<const char*, std::unique_ptr<char[]>> m_saved;
     std::set<std::string> m_defined;
 };
 
-HeldStrings& heldStrings() {
-    static HeldStrings strings;
-    return strings;
-}
+// Constructed when the library is loaded, and never destroyed: threads may still read when the process ends.
+HeldStrings& heldStrings = *new HeldStrings;
+
+// fork takes the lock first, so that the child does not find it held by a thread that it does not have.
+[[maybe_unused]] const int forkIsGuarded =
+    pthread_atfork([] { heldStrings.lock(); }, [] { heldStrings.unlock(); }, [] { heldStrings.unlock(); });
 
 }  // namespace
 
 void releaseString(const char* text) noexcept {
-    heldStrings().release(text);
+    heldStrings.release(text);
 }
 
 }  // namespace kpx::host
 
 char* STR_save(const char* text) try {
-    return text == nullptr ? nullptr : kpx::host::heldStrings().save(text);
+    return text == nullptr ? nullptr : kpx::host::heldStrings.save(text);
 } catch (const std::exception&) {
     return nullptr;
 }
 
 char* STR_define(const char* text) try {
-    return text == nullptr ? nullptr : kpx::host::heldStrings().define(text);
+    return text == nullptr ? nullptr : kpx::host::heldStrings.define(text);
 } catch (const std::exception&) {
     return nullptr;
 }

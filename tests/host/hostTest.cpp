@@ -1,7 +1,10 @@
 // The stand-in host: its services as a plug-in calls them, and the built plug-in driven through its C++ interface.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +21,7 @@
 #include "host/kpxbase.h"
 #include "host/messages.h"
 #include "tests/support/Folder.h"
+#include "tests/support/processState.h"
 
 namespace {
 
@@ -246,6 +250,33 @@ TEST_F(InFolder, RefusedOpensPassOnThePluginsMessage) {
     EXPECT_EQ(hostError([&] { ImageReader(plugin, path); }), sentence);
     EXPECT_EQ(hostError([&] { ImageWriter(plugin, path, {4, 4, true}, {}); }), sentence);
     EXPECT_NE(hostError([&] { (void)plugin.isFile(path); }).find("No such file"), std::string::npos);
+}
+
+// A lock that another thread holds at the fork would hang the child for ever.
+TEST_F(InFolder, ForkedProcessesReadWhileThreadsOfTheirParentRead) {
+    if (testing_support::underAddressSanitizer || testing_support::underThreadSanitizer)
+        GTEST_SKIP() << "the sanitizer has locks of its own";
+    const Plugin plugin(KPX_PLUGIN_PATH);
+    writeSamples(plugin, at("a.dds"), true, {});
+    const auto read = [&] { return ImageReader(plugin, at("a.dds")).scanline(1)[2][3] == sample(2, 3, 1); };
+    std::atomic<bool> isDone = false;
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            while (!isDone) EXPECT_TRUE(read());
+        });
+    }
+    for (int i = 0; i < 400 && !HasFailure(); ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(60);
+            _exit(read() ? 0 : 1);
+        }
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << "of process " << i;
+    }
+    isDone = true;
 }
 
 }  // namespace
