@@ -17,7 +17,7 @@ std::string withGrey(std::string names) {
 }
 
 int sideOf(std::ptrdiff_t count) {
-    if (count > std::numeric_limits<int>::max()) throw tool::UsageError("is too large for a DDS file");
+    if (count > std::numeric_limits<int>::max()) throw tool::UsageError("array is too large for a DDS file");
     return static_cast<int>(count);
 }
 
@@ -27,12 +27,12 @@ ArraySource::ArraySource(const PixelArray& pixels, const std::string& names) : m
     const std::string channels = withGrey(names);
     const tool::ChannelUse* use = tool::channelUse(channels);
     if (use == nullptr) {
-        throw tool::UsageError("has the channels " + names +
+        throw tool::UsageError("array has the channels " + names +
                                ", which are none of Y, R, A, YA, RA, RG, RGA, RGB and RGBA");
     }
-    m_layout = {sideOf(pixels.shape[1]), sideOf(pixels.shape[0]), use->colours, use->mattes, pixels.isFloat};
+    m_layout = {sideOf(pixels.shape[1]), sideOf(pixels.shape[0]), use->colours, use->mattes, false};
     if (m_layout.width == 0 || m_layout.height == 0) {
-        throw tool::UsageError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
+        throw tool::UsageError("array has no pixels: it is " + std::to_string(m_layout.width) + " x " +
                                std::to_string(m_layout.height));
     }
     const auto width = static_cast<std::size_t>(m_layout.width);

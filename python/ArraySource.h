@@ -10,11 +10,10 @@
 
 namespace kpx::python {
 
-// Of the axes height, width and channels. The strides are in bytes, of any sign.
+// Bytes along the axes height, width and channels. The strides are in bytes, of any sign.
 struct PixelArray {
     const unsigned char* values;  // where the first pixel is
     std::array<std::ptrdiff_t, 3> shape, strides;
-    bool isFloat;  // otherwise of bytes
 };
 
 class ArraySource : public tool::PixelSource {

@@ -1,6 +1,6 @@
 // The extension module _kpximage, which the package kpximage is written over: paths are bytes, channels are a text of a
-// letter each, objects are JSON. What ends the work on a file is a Failure with the tool's sentence; an OutputFailure
-// where that is the output.
+// letter each, objects are JSON. What ends the work on a file is a Failure with the tool's sentence and the error
+// number of the system, or None; an OutputFailure if the file is the output.
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <pybind11/functional.h>
@@ -126,16 +126,23 @@ py::tuple readPicture(const std::string& path) {
     return py::make_tuple(array, names, why);
 }
 
+host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& value) try {
+    const host::Option& option = tool::findOption(plugin, "Alpha");
+    return {option.code, static_cast<std::uint8_t>(tool::findValue(option, value).code)};
+} catch (const tool::UsageError& error) {
+    throw tool::UsageError(std::string("alpha: ") + error.what());
+}
+
 // `tell` is called with what is to be said of a file that is complete; what it raises leaves no file.
 void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
                   const std::function<void(const std::string&)>& tell) {
+    if (pixels.ndim() != 3 || pixels.shape(2) != static_cast<py::ssize_t>(names.size()))
+        throw tool::UsageError("array must have three axes, and channels a name for each place of the last");
+    if (pixels.dtype().kind() != 'u' || pixels.itemsize() != 1) throw py::type_error("array must have values of uint8");
     tool::OutputSettings settings{plugin()};
     settings.isPadded = true;
-    if (!alpha.empty()) {
-        const host::Option& option = tool::findOption(settings.plugin, "Alpha");
-        settings.options.push_back({option.code, static_cast<std::uint8_t>(tool::findValue(option, alpha).code)});
-    }
-    PixelArray array{static_cast<const unsigned char*>(pixels.data()), {}, {}, pixels.dtype().kind() == 'f'};
+    if (!alpha.empty()) settings.options.push_back(alphaChoice(settings.plugin, alpha));
+    PixelArray array{static_cast<const unsigned char*>(pixels.data()), {}, {}};
     std::copy_n(pixels.shape(), 3, array.shape.begin());
     std::copy_n(pixels.strides(), 3, array.strides.begin());
     ArraySource source(array, names);
@@ -178,9 +185,17 @@ py::str repair(const std::string& path, const std::optional<std::string>& output
 }
 
 // A sentence may quote a path, which need not be UTF-8.
-void raise(PyObject* type, const char* sentence) {
-    const auto text = py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(sentence));
-    if (text) PyErr_SetObject(type, text.ptr());
+py::object textOf(const char* sentence) {
+    return py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(sentence));
+}
+
+// Sets a Failure of the type; a code of 0 becomes None.
+template <typename Error>
+void setFailure(py::handle type, const Error& error) {
+    const py::object sentence = textOf(error.what());
+    if (!sentence) return;
+    const py::object code = error.code() == 0 ? py::object(py::none()) : py::int_(error.code());
+    PyErr_SetObject(type.ptr(), py::make_tuple(sentence, code).ptr());
 }
 
 }  // namespace
@@ -196,13 +211,13 @@ PYBIND11_MODULE(_kpximage, module) {
         try {
             std::rethrow_exception(std::move(thrown));
         } catch (const kpx::tool::UsageError& error) {
-            raise(PyExc_ValueError, error.what());
+            if (const py::object text = textOf(error.what())) PyErr_SetObject(PyExc_ValueError, text.ptr());
         } catch (const kpx::tool::OutputError& error) {
-            raise(outputFailure.ptr(), error.what());
+            setFailure(outputFailure, error);
         } catch (const kpx::FileError& error) {
-            raise(failure.ptr(), error.what());
+            setFailure(failure, error);
         } catch (const kpx::host::HostError& error) {
-            raise(failure.ptr(), error.what());
+            setFailure(failure, error);
         }
     });
     module.attr("version") = KPX_VERSION;

@@ -35,20 +35,38 @@ else:
 _default_names = {1: "Y", 3: "RGB", 4: "RGBA"}
 
 
-class Error(Exception):
-    """What a file or the plug-in did not allow: "PATH: SENTENCE".
+class Error(OSError):
+    """Raised if a file cannot be read or written, or no plug-in can be loaded. Its text is "PATH: SENTENCE".
 
-    path: the file, as it was given; None where no plug-in can be loaded.
-    sentence: what kpximage, the tool, says of it.
+    If a system call failed, errno is its error number, and the exception is also the built-in one for that number, such as
+    FileNotFoundError or PermissionError. Otherwise errno is None.
+
+    path: the file, as it was passed; filename is the same as str or bytes. None if no plug-in can be loaded.
+    sentence: the message of the tool kpximage for the same failure.
     """
 
-    def __init__(self, path: Optional[Path], sentence: str) -> None:
-        super().__init__(path, sentence)
+    def __init__(self, path: Optional[Path], sentence: str, code: Optional[int] = None) -> None:
+        super().__init__(code, sentence, None if path is None else os.fspath(path))
         self.path = path
         self.sentence = sentence
 
     def __str__(self) -> str:
         return self.sentence if self.path is None else _text(self.path, self.sentence)
+
+    def __reduce__(self) -> Tuple[Any, ...]:
+        return _error, (self.path, self.sentence, self.errno)
+
+
+# The kinds of Error, by the built-in exceptions that OSError itself chooses by errno.
+_kinds = {kind: type(kind.__name__, (Error, kind), {"__module__": __name__, "__doc__": kind.__doc__})
+          for kind in (BlockingIOError, FileExistsError, FileNotFoundError, InterruptedError, IsADirectoryError,
+                       NotADirectoryError, PermissionError, TimeoutError)}
+
+
+def _error(path: Optional[Path], sentence: str, code: Optional[int]) -> Error:
+    kind: Any = Error if code is None else _kinds.get(type(OSError(code, "")), Error)
+    error: Error = kind(path, sentence, code)
+    return error
 
 
 class ImageWarning(UserWarning):
@@ -88,11 +106,24 @@ def _text(path: Path, sentence: str) -> str:
     return f"{os.fsdecode(path)}: {sentence}"
 
 
-def _file_name(path: Path) -> bytes:
+def _file_name(path: Path, argument: str = "path") -> bytes:
+    if not isinstance(path, (str, bytes, os.PathLike)):
+        raise TypeError(f"{argument} must be str, bytes or os.PathLike, not {type(path).__name__}")
     name = os.fsencode(path)
     if b"\0" in name:
-        raise ValueError("embedded null byte")
+        raise ValueError(f"{argument} contains a null byte")
     return name
+
+
+def _channel_names(channels: Any) -> Tuple[str, ...]:
+    names = tuple(channels) if hasattr(channels, "__iter__") else (channels,)
+    if any(not isinstance(name, str) for name in names):
+        raise TypeError(f"channels must be a str or a sequence of str, not {channels!r}")
+    return names
+
+
+def _is_bool(value: Any) -> bool:
+    return isinstance(value, (bool, np.bool_))
 
 
 @contextmanager
@@ -100,9 +131,11 @@ def _errors_of(path: Optional[Path], output: Optional[Path] = None) -> Iterator[
     try:
         yield
     except _kpximage.OutputFailure as failure:
-        raise Error(path if output is None else output, str(failure)) from None
+        sentence, code = failure.args
+        raise _error(path if output is None else output, sentence, code) from None
     except _kpximage.Failure as failure:
-        raise Error(path, str(failure)) from None
+        sentence, code = failure.args
+        raise _error(path, sentence, code) from None
 
 
 def plugin_path() -> str:
@@ -120,7 +153,7 @@ def read(path: Path) -> Image:
     Values are uint8, or float32 of files with floats; colour spaces are not converted. What cannot be decoded becomes
     the 64 by 64 black picture: is_black is then true, and an ImageWarning says why.
 
-    Raises Error where the file cannot be opened, is no DDS file or has no pixels, MemoryError where there is no memory
+    Raises Error if the file cannot be opened, is no DDS file or has no pixels, MemoryError where there is no memory
     for the picture. Signals are heeded between files and pictures, not while one is decoded.
     """
     name = _file_name(path)
@@ -139,41 +172,59 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
           alpha: Union[bool, str, None] = None) -> None:
     """Writes an uncompressed DDS file of 24-bit BGR or, with alpha, 32-bit BGRA, whole or not at all.
 
+    path: a name that ends in .dds.
     array: uint8 of shape (height, width) or (height, width, 1 to 4), the top row first.
     channels: the name of each channel, in any order, of one of the sets Y, R, A, YA, RA, RG, RGA, RGB and RGBA; R
     without G is written as grey. Else those of the array; else by their number: 1 is Y, 3 are RGB, 4 are RGBA.
     alpha: False leaves alpha out; or a value of the plug-in's option "Alpha", by its name.
 
-    Raises ValueError for other shapes, channels and values of alpha, TypeError for values other than uint8, Error for
-    floats and where the file cannot be written. An ImageWarning says where another width is stored; where warnings are
-    raised, nothing is written.
+    Floats have to be converted to uint8 before. For colours of scene-linear light, as in pictures that read returns:
+
+        light = np.nan_to_num(picture).clip(0, 1)
+        srgb = np.where(light <= 0.0031308, 12.92 * light, 1.055 * light ** (1 / 2.4) - 0.055)
+        kpximage.write("out.dds", np.rint(255 * srgb).astype(np.uint8))
+
+    Raises ValueError for other names, shapes, channels and values of alpha, and if channels are taken from an Image but
+    not named; TypeError for values other than uint8 and for masked arrays; Error if the file cannot be written. An
+    ImageWarning says that another width is stored; if warnings are raised as exceptions, nothing is written.
     """
     name = _file_name(path)
+    if not name.lower().endswith(b".dds"):
+        raise ValueError(f"path must end in .dds: {os.fsdecode(path)!r}")
+    if isinstance(array, np.ma.MaskedArray):
+        raise TypeError("array is masked: pass array.filled(value)")
     pixels = np.asarray(array)
-    if pixels.dtype != np.uint8 and pixels.dtype.kind != "f":
-        raise TypeError(f"has values of {pixels.dtype}, which cannot be written as DDS: they have to be uint8")
+    if pixels.dtype != np.uint8:
+        raise TypeError(f"array must have values of uint8, not {pixels.dtype}: convert them first")
     if pixels.ndim == 2:
         pixels = pixels[..., np.newaxis]
     if pixels.ndim != 3 or not 1 <= pixels.shape[2] <= 4:
-        raise ValueError(f"is of shape {np.shape(array)}, not (height, width) or (height, width, 1 to 4)")
+        raise ValueError(f"array must have the shape (height, width) or (height, width, 1 to 4), not {np.shape(array)}")
     count = pixels.shape[2]
-    if channels is None and np.ndim(array) == 3:
-        channels = getattr(array, "channels", None)
+    if channels is None and isinstance(array, Image) and array.ndim == 3:
+        channels = array.channels
+        if channels is None and array._names is not None:
+            raise ValueError(f"array has {count} of the channels {''.join(array._names)}: pass channels to name them")
     if channels is None:
         channels = _default_names.get(count)
     if channels is None:
-        raise ValueError("has two channels without names, which channels has to give: YA or RG")
-    if len(channels) != count or any(len(one) != 1 for one in channels):
-        raise ValueError(f"has {count} channels, not {channels!r}")
-    if alpha is not None and not isinstance(alpha, str):
+        raise ValueError("array has two channels without names: pass channels, \"YA\" or \"RG\"")
+    names = _channel_names(channels)
+    if len(names) != count:
+        raise ValueError(f"channels must be {count} names, as array has {count} channels, not {channels!r}")
+    if any(one not in ("Y", "R", "G", "B", "A") for one in names):
+        raise ValueError(f"channels must be of Y, R, G, B and A, not {channels!r}")
+    if _is_bool(alpha):
         alpha = "Output alpha" if alpha else "Do not output alpha"
+    elif alpha is not None and not isinstance(alpha, str):
+        raise TypeError(f"alpha must be a bool, a str or None, not {type(alpha).__name__}")
 
     def tell(sentence: str) -> None:
         warnings.warn(_text(path, sentence), ImageWarning, stacklevel=3)
 
     plugin_path()
     with _errors_of(path):
-        _kpximage.write(name, pixels, "".join(channels), alpha or "", tell)
+        _kpximage.write(name, pixels, "".join(names), alpha or "", tell)
 
 
 def explain(path: Path) -> "dict[str, Any]":
@@ -183,7 +234,8 @@ def explain(path: Path) -> "dict[str, Any]":
     """
     name = _file_name(path)
     with _errors_of(path):
-        return json.loads(_kpximage.explain(name))
+        file: "dict[str, Any]" = json.loads(_kpximage.explain(name))
+    return file
 
 
 def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "dict[str, Any]":
@@ -195,6 +247,9 @@ def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "di
 
     Raises Error where the file cannot be read or the copy cannot be written.
     """
-    names = _file_name(path), None if out is None else _file_name(out)
+    names = _file_name(path), None if out is None else _file_name(out, "out")
+    if not _is_bool(convert):
+        raise TypeError(f"convert must be a bool, not {type(convert).__name__}")
     with _errors_of(path, out):
-        return json.loads(_kpximage.repair(*names, bool(convert)))
+        report: "dict[str, Any]" = json.loads(_kpximage.repair(*names, bool(convert)))
+    return report

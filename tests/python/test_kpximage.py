@@ -3,6 +3,7 @@ same sentences, the same files."""
 
 import copy
 import hashlib
+import importlib.metadata
 import json
 import os
 import pickle
@@ -152,6 +153,48 @@ def test_says_what_the_tool_says(examples, tmp_path):
         kpximage.read("a\0b")
 
 
+def test_errors_are_those_of_the_system_and_can_be_pickled(tmp_path):
+    work = {"missing": FileNotFoundError, "no/a.dds": FileNotFoundError, ".": None, "text": None}
+    (tmp_path / "text").write_text("text")
+    for name, kind in work.items():
+        with pytest.raises(kpximage.Error) as caught:
+            kpximage.read(tmp_path / name)
+        assert isinstance(caught.value, kind or OSError) and (caught.value.errno is None) == (kind is None)
+        same = pickle.loads(pickle.dumps(caught.value))
+        for error in (caught.value, same):
+            assert (type(error), str(error), error.errno, error.path, error.filename) == (
+                type(caught.value), str(caught.value), caught.value.errno, tmp_path / name, str(tmp_path / name))
+    for wrong in ((3,), ("a", 3), ("a", "b", "no")):
+        pytest.raises(TypeError, kpximage.repair, *wrong)
+
+
+def test_processes_can_be_forked_while_threads_read(examples):
+    run = python("import kpximage, os, signal, sys, threading\n"
+                 "def work():\n  while True: kpximage.read(sys.argv[1])\n"
+                 "for _ in range(4): threading.Thread(target=work, daemon=True).start()\n"
+                 "for _ in range(100):\n  child = os.fork()\n"
+                 "  if child == 0: signal.alarm(60); kpximage.read(sys.argv[1]); os._exit(0)\n"
+                 "  assert os.waitpid(child, 0)[1] == 0\nprint('done')", examples / "dxt5.dds")
+    assert run.stdout == "done\n", run.stderr
+
+
+def test_floats_are_converted_by_the_recipe_of_write(examples, tmp_path):
+    file = examples / "dx10-67-rgb9e5.dds"
+    recipe = re.findall(r"^ {8}(.*)$", kpximage.write.__doc__, re.M)
+    assert len(recipe) == 3
+    exec("\n".join(recipe).replace('"out.dds"', "out"), {"np": np, "kpximage": kpximage, "picture": kpximage.read(file),
+                                                         "out": tmp_path / "own.dds"})
+    assert tool("convert", "--exposure", "0", file, tmp_path / "a.png").returncode == 0
+    assert tool("convert", tmp_path / "a.png", tmp_path / "tool.dds").returncode == 0
+    own, other = (kpximage.read(tmp_path / name).astype(int) for name in ("own.dds", "tool.dds"))
+    assert own.max() > 200 and abs(own - other).max() <= 1
+
+
+def test_metadata_is_found():
+    assert importlib.metadata.version("kpximage") == kpximage.__version__
+    assert importlib.metadata.requires("kpximage") == ["numpy"]
+
+
 def test_explains_as_the_tool_does(examples):
     files = [*map(str, examples.glob("**/*.dds"))]
     lines = tool("explain", "--json", *files).stdout.splitlines()
@@ -211,17 +254,29 @@ def test_writes_arrays_of_any_strides_and_names(tmp_path):
 def test_refuses_what_cannot_be_written_and_leaves_nothing(tmp_path):
     good = np.zeros((4, 7, 3), np.uint8)
     for array, options, error, text in (
-            (good.astype(np.float32), {}, kpximage.Error, "has floating-point channels, which cannot be written as DDS"),
-            (good.astype(np.int16), {}, TypeError, "int16"), (good[..., :2], {}, ValueError, "YA or RG"),
-            (good[0, 0], {}, ValueError, "shape"), (np.zeros((2, 2, 5), np.uint8), {}, ValueError, "shape"),
-            (good[:0], {}, ValueError, "has no pixels: it is 7 x 0"), (good, {"channels": "RG"}, ValueError, "RG"),
-            (good, {"channels": "RGG"}, ValueError, "RGG"), (good, {"alpha": "none"}, ValueError, "is not a value of Alpha")):
+            (good.astype(np.float32), {}, TypeError, "array must have values of uint8, not float32"),
+            (good.astype(np.int16), {}, TypeError, "int16"), (np.ma.array(good), {}, TypeError, "array is masked"),
+            (good[..., :2], {}, ValueError, '"YA" or "RG"'), (good[0, 0], {}, ValueError, "shape"),
+            (np.zeros((2, 2, 5), np.uint8), {}, ValueError, "shape"),
+            (good[:0], {}, ValueError, "array has no pixels: it is 7 x 0"), (good, {"channels": "RG"}, ValueError, "RG"),
+            (good, {"channels": "RGG"}, ValueError, "RGG"), (good, {"channels": ["R", "G", "\ud800"]}, ValueError, "R, G"),
+            (good, {"channels": b"RGB"}, TypeError, "channels must"), (good, {"channels": 3}, TypeError, "channels must"),
+            (good, {"alpha": "none"}, ValueError, "is not a value of Alpha"), (good, {"alpha": 1}, TypeError, "alpha must"),
+            (np.broadcast_to(good[:1, :1], (70000, 70000, 3)), {}, kpximage.Error, "File too large")):
         with pytest.raises(error, match=re.escape(text)):
             kpximage.write(tmp_path / "a.dds", array, **options)
-    for place, text in (("/dev/full", "not a regular file"), (tmp_path, "not a regular file"),
-                        (tmp_path / "no/a.dds", "cannot be created: the folder .* does not exist")):
-        with pytest.raises(kpximage.Error, match=text):
+    part = kpximage.Image((4, 4, 4), np.uint8)
+    part._names = tuple("RGBA")
+    pytest.raises(ValueError, kpximage.write, tmp_path / "a.dds", part[..., 1:])
+    (tmp_path / "folder.dds").mkdir()
+    for place, error, text in (("a.exr", ValueError, "path must end in .dds"), (3, TypeError, "path must be"),
+                               (tmp_path / "folder.dds", kpximage.Error, "not a regular file"),
+                               (tmp_path / "no/a.dds", FileNotFoundError, "cannot be created: the folder .* does not exist")):
+        with pytest.raises(error, match=text):
             kpximage.write(place, good)
+    (tmp_path / "folder.dds").rmdir()
+    for array in (good[0, 0], good):  # what the extension itself checks
+        pytest.raises(ValueError, kpximage._kpximage.write, os.fsencode(tmp_path / "a.dds"), array, "RGBA", "", print)
     with warnings.catch_warnings(), pytest.raises(kpximage.ImageWarning, match="the width 7 is stored as 8"):
         warnings.simplefilter("error")
         kpximage.write(tmp_path / "a.dds", good)

@@ -62,7 +62,7 @@ PendingFile::PendingFile(const std::string& destination, mode_t permissions, Exi
     try {
         m_folder = open(m_folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (m_folder < 0 && (errno == ENOENT || errno == ENOTDIR))
-            throw OutputError("cannot be created: the folder " + m_folderPath + " does not exist");
+            throw OutputError("cannot be created: the folder " + m_folderPath + " does not exist", ENOENT);
         if (m_folder < 0 && errno != EACCES) throw systemError<OutputError>("cannot be created", errno);
         // A folder may be open to writers only.
         if (m_folder < 0) m_folder = open(m_folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);

@@ -45,7 +45,7 @@ std::string writeDds(PixelSource& source, const std::string& path, const OutputS
         const uint32_t stored = writeThroughHost(bytes, path, settings);
         return stored == width ? "" : textOf("the width ", width, " is stored as ", stored);
     } catch (const host::HostError& error) {
-        throw OutputError(error.what());
+        throw OutputError(error.what(), error.code());
     }
 }
 
