@@ -1,0 +1,18 @@
+# What makes faults in memory harder to exploit, for everything that is built: canaries on the stack, checked calls of
+# the C library, no gap that a large stack frame could jump over, checked targets of indirect calls, and read-only
+# tables of addresses. scripts/check-hardening.sh checks the result.
+include(CheckCXXCompilerFlag)
+add_compile_options(-fstack-protector-strong)
+foreach(option -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
+  string(MAKE_C_IDENTIFIER has${option} has)
+  check_cxx_compiler_flag("-Werror ${option}" ${has})
+  if(${has})
+    add_compile_options(${option})
+  endif()
+endforeach()
+# It needs optimised code, and sanitizers check the same calls themselves. A level of the user's own stays.
+if(NOT KPX_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE)
+  set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+  add_compile_options($<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>)
+endif()
+add_link_options(-Wl,-z,relro,-z,now)
