@@ -13,6 +13,8 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+# Programs in C work with later versions too. The project's own, which use the C++ interface, depend on their version.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENTS_ALL plugin host host-dev)
 if(KPX_TOOL)
@@ -35,24 +37,19 @@ execute_process(COMMAND date -u -R -d ${changeDay} OUTPUT_VARIABLE changeDate OU
 set(plainChangelog ${CMAKE_BINARY_DIR}/packages/changelog)
 configure_file(${PROJECT_SOURCE_DIR}/packaging/changelog.in ${plainChangelog} @ONLY)
 
-set(changelog ${CMAKE_BINARY_DIR}/packages/changelog.Debian.gz)
-add_custom_command(OUTPUT ${changelog} DEPENDS ${plainChangelog}
-  COMMAND ${GZIP} -9nc ${plainChangelog} >${changelog})
-add_custom_target(kpx_changelog ALL DEPENDS ${changelog})
+# Debian's own files are added to the packages by a script of cpack's, so that no `cmake --install` installs them.
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/addDebianFiles.cmake)
+set(CPACK_KPX_SOURCE ${PROJECT_SOURCE_DIR})
+set(CPACK_KPX_GZIP ${GZIP})
+set(CPACK_KPX_STRIP ${CMAKE_STRIP})
+set(CPACK_KPX_CHANGELOG ${plainChangelog})
 
-# kpx_package(COMPONENT PACKAGE SECTION SUMMARY DESCRIPTION): what only a package of Debian has is left out of a plain
-# `cmake --install`.
+# kpx_package(COMPONENT PACKAGE SECTION SUMMARY DESCRIPTION)
 function(kpx_package component package section summary description)
   string(TOUPPER ${component} upper)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package} PARENT_SCOPE)
   set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
   set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
-  install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${changelog}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component} EXCLUDE_FROM_ALL)
-  if(EXISTS ${PROJECT_SOURCE_DIR}/packaging/${package}.lintian-overrides)
-    install(FILES ${PROJECT_SOURCE_DIR}/packaging/${package}.lintian-overrides RENAME ${package}
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component} EXCLUDE_FROM_ALL)
-  endif()
 endfunction()
 
 kpx_package(plugin kpxdds-plugin graphics "DDS textures for the image library KPXbase"
@@ -60,11 +57,12 @@ kpx_package(plugin kpxdds-plugin graphics "DDS textures for the image library KP
 (DirectDraw Surface) textures, block-compressed ones from BC1 to BC7 among
 them.")
 kpx_package(host libkpxbase0 libs "services for image-format plug-ins"
-"Library that loads image-format plug-ins, supplies the services that they
-call, and hands their pictures out row by row.")
+"Library with the services that image-format plug-ins call, for programs that
+load plug-ins, and with what kpximage and its Python module load them by.")
 kpx_package(host-dev libkpxbase-dev libdevel "services for image-format plug-ins (development)"
 "Header of the interface between KPXbase and its plug-ins, for hosts and for
-plug-ins, and what programs are linked with.")
+plug-ins, what programs are linked with, a description of the protocol, and
+an example of a host.")
 kpx_package(tool kpximage graphics "look at DDS textures and convert them"
 "Command-line tool that shows what DDS files hold, converts them to PNG and
 OpenEXR and back, explains and repairs files with faults, and makes
@@ -74,8 +72,14 @@ if(KPX_PYTHON)
 "Module that reads DDS files into NumPy arrays and writes, explains and
 repairs them, from several threads at once where they are many.")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${KPX_PYTHON_VERSIONS}, python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/packaging/python/postinst ${PROJECT_SOURCE_DIR}/packaging/python/prerm)
 endif()
-set(CPACK_DEBIAN_HOST_PACKAGE_MULTIARCH same)
+set(CPACK_DEBIAN_PLUGIN_PACKAGE_ENHANCES libkpxbase0)
+# Heeded by CMake 3.31 and later.
+foreach(component PLUGIN HOST HOST-DEV)
+  set(CPACK_DEBIAN_${component}_PACKAGE_MULTIARCH same)
+endforeach()
 set(CPACK_DEBIAN_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
 
 include(CPack)

@@ -9,6 +9,10 @@ packages=$base/packages
 build=$base/packages-build
 log=$base/packages.log
 export LC_ALL=C.UTF-8
+umask 022
+# The packages have the same bytes whenever they are made: their times are those of the release.
+version=$(sed -n 's/^project(KPXDDS VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
+export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(date -u -d "$(sed -n "s/^## $version, //p" CHANGELOG.md)" +%s)}
 
 scripts/install-packages.sh packages
 mkdir -p "$base"
@@ -26,19 +30,32 @@ take_over() {
 make_packages() {
     take_over &&
         cmake --preset release -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DKPX_TESTS=OFF -DKPX_BENCHMARKS=OFF &&
-        cmake --build "$build" -j2 --target kpximage KPXDDS kpx_catalogues kpx_documents kpx_changelog kpx_python kpxexamples &&
+        cmake --build "$build" -j2 --target kpximage KPXDDS kpx_catalogues kpx_documents kpx_python kpxexamples &&
         rm -f "$packages"/*.deb &&
         cpack --config "$build/CPackConfig.cmake" -B "$packages"
 }
 make_packages >"$log" 2>&1 || { tail -n 40 "$log" >&2; exit 1; }
-lintian --fail-on error,warning "$packages"/*.deb
+lintian --display-info --fail-on error,warning,info "$packages"/*.deb
 
+fail() { echo "$*" >&2; exit 1; }
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 for package in "$packages"/*.deb; do dpkg-deb -x "$package" "$root"; done
 "$build/kpxexamples" "$root/examples" >/dev/null
 
-fail() { echo "$*" >&2; exit 1; }
+scripts/check-hardening.sh "$root"/usr/bin/kpximage "$root"/usr/lib/*/libKPXbase.so.0 "$root"/usr/lib/*/KPXbase/plugins/KPXDDS.so \
+    "$root"/usr/lib/python3/dist-packages/kpximage/_kpximage.*.so
+
+# What only packages of Debian have is in each of them, and in no installation by cmake.
+for file in copyright changelog.Debian.gz changelog.gz; do
+    [ "$(ls "$root"/usr/share/doc/*/$file | wc -l)" -eq "$(ls "$packages"/*.deb | wc -l)" ] || fail "a package has no $file"
+done
+for component in host tool; do
+    DESTDIR=$root/plain cmake --install "$build" --component $component >/dev/null
+done
+found=$(find "$root/plain" -name 'changelog*' -o -name copyright -o -name lintian)
+[ -z "$found" ] || fail "cmake --install installs Debian's own files: $found"
+rm -r "$root/plain"
 
 # Nothing that is installed knows of the build folder.
 found=$(grep -rlF "$base" "$root/usr" || true)
@@ -75,6 +92,13 @@ print(kpximage.__file__, kpximage.plugin_path(), *picture.shape, (kpximage.read(
 versions=$(/usr/bin/python3 -c 'from sys import version_info as v; print(f"python3 (>= 3.{v[1]}~), python3 (<< 3.{v[1] + 1})")')
 dpkg-deb -f "$packages"/python3-kpximage_*.deb Depends | grep -qF "$versions, python3-numpy" ||
     fail "the Python package does not ask for $versions"
+installed PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -Bc \
+    "import importlib.metadata as m, sys; sys.exit(m.version('kpximage') != '$version')" ||
+    fail "the metadata of the Python package are not found"
+for script in postinst:py3compile prerm:py3clean; do
+    dpkg-deb -I "$packages"/python3-kpximage_*.deb ${script%:*} | grep -qF "${script#*:} -p python3-kpximage" ||
+        fail "the Python package has no ${script#*:}"
+done
 
 # The German catalogue through NLSPATH.
 installed NLSPATH="$root/usr/share/locale/de/LC_MESSAGES/%N" kpximage formats >german
@@ -90,7 +114,18 @@ pc() { PKG_CONFIG_LIBDIR=$(dirname "$root"/usr/lib/*/pkgconfig/kpxbase.pc) pkg-c
     fail "kpxbase.pc names another folder of plug-ins"
 echo 'int main(void) { return kpx__err; }' |
     c++ -x c++ -include kpxbase.h - -o program $(pc --cflags --libs)
-LD_LIBRARY_PATH=$(echo "$root"/usr/lib/*-linux-gnu) ./program || fail "a program with the library does not run"
+library=$(echo "$root"/usr/lib/*-linux-gnu)
+LD_LIBRARY_PATH=$library ./program || fail "a program with the library does not run"
+# Also one that calls no service itself, but loads a plug-in.
+echo '#include <dlfcn.h>
+int main(int n, char** words) { return n == 2 && dlopen(words[1], RTLD_NOW) ? 0 : 1; }' |
+    cc -x c - -o host $(pc --cflags --libs)
+LD_LIBRARY_PATH=$library ./host "$plugin" || fail "a program that calls no service does not load the plug-in"
+# The example is built as its comment says, against the installed header.
+cc -rdynamic usr/share/doc/libkpxbase-dev/examples/host.c -o host $(pc --cflags)
+./host "$plugin" examples/dxt5.dds | grep -q '^80 x 64, 4 channels of 8 bits$' || fail "the example of a host does not read"
+grep -q '^libKPXbase 0 libkpxbase0 (>= ' <(dpkg-deb -I "$packages"/libkpxbase0_*.deb shlibs) ||
+    fail "programs with the library would ask for one version only"
 
 echo "Packages are good:"
 ls -1 "$packages"/*.deb
