@@ -23,9 +23,9 @@ public:
     // Adds to standard output.
     void print(const std::string& text) { m_output += text; }
     // Adds a message about the file, or about another one. A group says the same for many files, without numbers.
-    void warn(const std::string& sentence, std::string group = "") { warnAbout(m_file, sentence, std::move(group)); }
-    void warnAbout(const std::string& file, const std::string& sentence, std::string group = "") {
-        m_messages.push_back({Message::Kind::warning, file, sentence, group.empty() ? sentence : std::move(group)});
+    void warn(const std::string& sentence, const std::string& group = "") { warnAbout(m_file, sentence, group); }
+    void warnAbout(const std::string& file, const std::string& sentence, const std::string& group = "") {
+        m_messages.push_back({Message::Kind::warning, file, sentence, group.empty() ? sentence : group});
     }
     // The same for what --quiet leaves out.
     void note(const std::string& sentence, const std::string& group = "") {
