@@ -71,15 +71,14 @@ void heedSignals() {
     if (PyErr_CheckSignals() != 0) throw py::error_already_set();
 }
 
-// Also states why the picture is black.
-tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path, std::string& why) {
+// Also returns what is known of the file.
+tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path, Explanation& explanation) {
     const tool::OpenFile file(path);
-    const Explanation explanation = explain(file.facts());
+    explanation = explain(file.facts());
     if (explanation.grade == Grade::unreadable) throw FileError(tool::gradeText(explanation).sentence);
     tool::OpenedImage image = tool::openThroughHost(plugin, file);
     // There was no memory for what could be decoded.
     if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
-    if (image.isBlack) why = tool::gradeText(explanation).sentence;
     return image;
 }
 
@@ -104,15 +103,20 @@ py::array readRows(tool::DdsSource& source, py::ssize_t channels) {
     return array;
 }
 
-// The array, the names of its channels, and why it is black or nothing.
+py::str textOf(const tool::Json& object) {
+    return object.dump(-1, ' ', false, tool::Json::error_handler_t::replace);
+}
+
+// Returns the array, the names of its channels, why it is black or "", and the object of explain as JSON.
 py::tuple readPicture(const std::string& path) {
     const host::Plugin& reading = plugin();
     std::optional<tool::DdsSource> source;
-    std::string why;
+    Explanation explanation;
     {
         const Unlocked unlocked;
-        source.emplace(openImage(reading, path, why));
+        source.emplace(openImage(reading, path, explanation));
     }
+    const std::string why = source->isBlack() ? tool::gradeText(explanation).sentence : "";
     heedSignals();
     std::string names(tool::channelUse(source->layout()).names);
     if (source->traits().isRed) names.front() = 'R';
@@ -123,7 +127,7 @@ py::tuple readPicture(const std::string& path) {
         const Unlocked unlocked;
         source.reset();
     }
-    return py::make_tuple(array, names, why);
+    return py::make_tuple(array, names, why, textOf(tool::fileAsJson(path, explanation)));
 }
 
 host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& value) try {
@@ -158,10 +162,6 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
     heedSignals();
     const Unlocked unlocked;
     file->commit();
-}
-
-py::str textOf(const tool::Json& object) {
-    return object.dump(-1, ' ', false, tool::Json::error_handler_t::replace);
 }
 
 py::str explainFile(const std::string& path) {

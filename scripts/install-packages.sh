@@ -5,7 +5,7 @@
 set -eu
 
 build='g++ cmake ninja-build libpng-dev libisal-dev pkg-config libcli11-dev nlohmann-json3-dev libopenexr-dev python3-dev pybind11-dev help2man libglib2.0-dev'
-test='libgtest-dev libgmock-dev libbenchmark-dev libssl-dev python3-jsonschema python3-numpy python3-pytest'
+test='libgtest-dev libgmock-dev libbenchmark-dev libssl-dev python3-jsonschema python3-distributed python3-numpy python3-pytest'
 packages='dpkg-dev fakeroot file gzip lintian man-db python3-numpy'
 ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver python3-selenium fish zsh locales mypy'
 aarch64='cmake ninja-build libc-dev-bin g++-aarch64-linux-gnu qemu-user clang-tidy-14 nlohmann-json3-dev libstdc++6:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libssl-dev:arm64'

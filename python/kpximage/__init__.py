@@ -78,11 +78,15 @@ class Image(_Array):
 
     channels: the names of the last axis, such as ("R", "G", "B", "A"), ("Y",) or ("A",), by their places. Arrays that
     are made of it have them where they have three axes and the last is as long, whatever it is then; else None.
-    is_black: whether it comes of the 64 by 64 black picture that stands for what cannot be decoded.
+    is_black: whether it is the 64 by 64 black picture that stands for what cannot be decoded.
+    grade: the grade of the file, from "right" to "black"; None for arrays that were not read.
+    findings: what is known of the file beside that: dicts with "id", "severity", "sentence" and perhaps "advice".
     """
 
     _names: Optional[Tuple[str, ...]] = None
     is_black: bool = False
+    grade: Optional[str] = None
+    findings: "Tuple[dict[str, str], ...]" = ()
 
     @property
     def channels(self) -> Optional[Tuple[str, ...]]:
@@ -92,13 +96,15 @@ class Image(_Array):
     def __array_finalize__(self, source: Any) -> None:
         self._names = getattr(source, "_names", None)
         self.is_black = getattr(source, "is_black", False)
+        self.grade = getattr(source, "grade", None)
+        self.findings = getattr(source, "findings", ())
 
     def __reduce__(self) -> Tuple[Any, ...]:
         make, arguments, state = super().__reduce__()  # type: ignore[misc]
-        return make, arguments, (state, self._names, self.is_black)
+        return make, arguments, (state, self._names, self.is_black, self.grade, self.findings)
 
     def __setstate__(self, state: Any) -> None:
-        array, self._names, self.is_black = state
+        array, self._names, self.is_black, self.grade, self.findings = state
         super().__setstate__(array)
 
 
@@ -159,10 +165,12 @@ def read(path: Path) -> Image:
     name = _file_name(path)
     plugin_path()
     with _errors_of(path):
-        array, channels, why_black = _kpximage.read(name)
+        array, channels, why_black, explained = _kpximage.read(name)
     picture: Image = array.view(Image)
     picture._names = tuple(channels)
     picture.is_black = bool(why_black)
+    file: "dict[str, Any]" = json.loads(explained)
+    picture.grade, picture.findings = file["grade"], tuple(file["findings"])
     if why_black:
         warnings.warn(_text(path, why_black), ImageWarning, stacklevel=2)
     return picture

@@ -376,3 +376,41 @@ def test_the_example_of_the_readme_runs(examples, monkeypatch):
     assert len(code) == 1
     exec(code[0], {})
     assert [*Path("build").iterdir()]
+
+
+def test_images_carry_their_grade_and_findings(examples):
+    for name in ("dxt5.dds", "bad/rows-missing.dds", "bad/ati1-code.dds"):
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")
+            picture = kpximage.read(examples / name)
+        told = kpximage.explain(examples / name)
+        for each in (picture, picture[1:], pickle.loads(pickle.dumps(picture))):
+            assert (each.grade, list(each.findings)) == (told["grade"], told["findings"])
+    assert np.zeros(3).view(kpximage.Image).grade is None
+
+
+def test_a_farm_says_and_makes_what_the_tool_does(examples, tmp_path):
+    pytest.importorskip("distributed", reason="there is no Dask")
+    folder = tmp_path / "textures"
+    (folder / "below").mkdir(parents=True)
+    for name in ("dxt5.dds", "dxt1.dds", "below/dxt3.dds"):
+        (folder / name).write_bytes((examples / Path(name).name).read_bytes())
+    (folder / "black.dds").write_bytes((examples / "bad" / "ati1-code.dds").read_bytes())
+    (folder / "text.dds").write_text("no texture")
+    farm = subprocess.run([sys.executable, SOURCE / "examples/farm.py", "--workers", "2", "--tool", BUILD / "kpximage",
+                           folder, tmp_path / "farm"], capture_output=True, text=True,
+                          env={**os.environ, "KPX_PLUGIN": str(BUILD / "KPXDDS.so")})
+    assert farm.returncode == 1, farm.stderr
+    records = {record["file"]: record for record in map(json.loads, farm.stdout.splitlines())}
+    files = sorted(folder.rglob("*.dds"))
+    assert sorted(records) == [str(path) for path in files]
+    tool("convert", "-r", "-q", folder, "-o", tmp_path / "tool", "--format", "png")
+    for path in files:
+        record = records[str(path)]
+        output = record.pop("output", None)
+        assert (output is None) == ("error" in record)
+        record.pop("error", None)
+        assert record == json.loads(tool("explain", "--json", path).stdout)
+        made = (tmp_path / "tool" / path.relative_to(folder)).with_suffix(".png")
+        assert made.exists() == (output is not None)
+        assert output is None or Path(output).read_bytes() == made.read_bytes()
