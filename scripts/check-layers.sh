@@ -21,6 +21,7 @@ tools/json      tools/repair tools/files tools/terminal explain dds
 tools/pictures  tools/plugin tools/files tools/terminal explain reader dds host
 tools/gallery   tools/pictures tools/json tools/repair tools/files tools/terminal explain reader dds host
 tools/commands  tools/gallery tools/pictures tools/json tools/plugin tools/repair tools/files tools/terminal explain reader dds host
+tools/documents explain dds
 python          tools/pictures tools/json tools/plugin tools/repair tools/files tools/terminal explain host
 examples        dds host/kpxbase.h
 bench           writer reader dds blocks host examples tests/model tests/support
