@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "examples/pictures/Picture.h"
 #include "dds/ddsFile.h"
 #include "dds/formatTable.h"
+#include "examples/pictures/Picture.h"
 
 namespace kpx::example {
 

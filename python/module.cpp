@@ -22,6 +22,7 @@
 #include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/RowPacker.h"
 #include "tools/pictures/channelUse.h"
+#include "tools/pictures/keptMemory.h"
 #include "tools/plugin/pluginChoice.h"
 #include "tools/plugin/pluginOptions.h"
 #include "tools/repair/repairFile.h"
@@ -220,6 +221,7 @@ PYBIND11_MODULE(_kpximage, module) {
             setFailure(failure, error);
         }
     });
+    tool::keepMemoryBetweenPictures();
     module.attr("version") = KPX_VERSION;
     module.def("plugin_path", [] { return py::bytes(plugin().path()); });
     module.def("read", &readPicture);

@@ -1,6 +1,6 @@
 // The operations of the wide kernels for processors with AVX2: two 128-bit lanes in one register. All operations work
-// within lanes unless they say otherwise. Everything is local to the including source, so that no other may end up with a
-// copy that needs AVX2.
+// within lanes unless they say otherwise. Everything is local to the including source, so that no other may end up with
+// a copy that needs AVX2.
 //
 // Neither pdep nor pext is used, which some of these processors run as slow microcode: fields are gathered by byte
 // shuffles and multiplications instead.

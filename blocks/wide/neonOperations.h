@@ -1,5 +1,5 @@
-// The operations of the wide kernels on a pair of 128-bit registers, for aarch64, where every processor has NEON: those of
-// avx2Operations.h under the same names and with the same rules.
+// The operations of the wide kernels on a pair of 128-bit registers, for aarch64, where every processor has NEON: those
+// of avx2Operations.h under the same names and with the same rules.
 #pragma once
 
 #include <arm_neon.h>

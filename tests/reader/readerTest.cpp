@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "reader/TddsReader.h"
 #include "dds/formatTable.h"
+#include "reader/TddsReader.h"
 #include "tests/model/blockModel.h"
 #include "tests/support/ddsFiles.h"
 #include "tests/support/families.h"

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "reader/TddsReader.h"
 #include "dds/ddsFile.h"
+#include "reader/TddsReader.h"
 #include "tests/support/memoryFile.h"
 
 namespace testing_support {

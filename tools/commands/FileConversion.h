@@ -18,10 +18,10 @@ namespace kpx::tool {
 struct ConversionRequest {
     BatchOptions batch;
     OutputOptions output;
-    std::string format;              // of files in a folder; empty: by what each image is
+    std::string format;                // of files in a folder; empty: by what each image is
     std::vector<std::string> options;  // of the plug-in, NAME=VALUE
-    std::optional<double> exposure;  // in stops; none: chosen for each image
-    std::optional<int> depth;        // 8: 16-bit channels may be reduced
+    std::optional<double> exposure;    // in stops; none: chosen for each image
+    std::optional<int> depth;          // 8: 16-bit channels may be reduced
     ExrValues exr = ExrValues::source;
     PngEffort png = PngEffort::fast;
     Opaque opaque = Opaque::no;

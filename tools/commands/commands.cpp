@@ -4,10 +4,9 @@
 namespace kpx::tool {
 namespace {
 
-constexpr void (*commands[])(CLI::App&, Invocation&) = {addInfoCommand,   addExplainCommand, addConvertCommand,
-                                                        addRepairCommand, addRecodeCommand,  addSplitCommand,
-                                                        addGalleryCommand, addThumbnailCommand, addFormatsCommand,
-                                                        addHelpCommand};
+constexpr void (*commands[])(CLI::App&, Invocation&) = {
+    addInfoCommand,  addExplainCommand, addConvertCommand,   addRepairCommand,  addRecodeCommand,
+    addSplitCommand, addGalleryCommand, addThumbnailCommand, addFormatsCommand, addHelpCommand};
 
 }  // namespace
 

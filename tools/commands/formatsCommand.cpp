@@ -93,13 +93,11 @@ Outcome run(const std::string& pluginPath, bool json) {
 }  // namespace
 
 void addFormatsCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("formats",
-                                           "Show the plug-in, its options and the formats it reads");
+    CLI::App* command = app.add_subcommand("formats", "Show the plug-in, its options and the formats it reads");
     auto json = std::make_shared<bool>(false);
     command->add_flag("--json", *json, "Print one JSON object");
-    command->callback([&invocation, json] {
-        invocation.run = [&invocation, json] { return run(invocation.pluginPath, *json); };
-    });
+    command->callback(
+        [&invocation, json] { invocation.run = [&invocation, json] { return run(invocation.pluginPath, *json); }; });
 }
 
 }  // namespace kpx::tool

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "tools/commands/commands.h"
+#include "tools/pictures/keptMemory.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
@@ -59,6 +60,7 @@ int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "");
     std::setlocale(LC_MESSAGES, "");
     holdStandardStreams();
+    keepMemoryBetweenPictures();
     noteInterrupts();
     const Outcome outcome = runReporting([&] { return runProgram(argc, argv); });
     endIfInterrupted();

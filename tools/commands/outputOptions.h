@@ -15,7 +15,8 @@ struct OutputOptions {
     void addTo(CLI::App& command, const std::string& whatItIs) {
         command.add_option("-o,--output", output, whatItIs)->type_name("OUT");
         CLI::Option* force = command.add_flag("-f,--force", replacing.isForced, "Replace existing output files");
-        command.add_flag("-u,--update", replacing.isUpdating, "Replace output files older than their input; skip others")
+        command
+            .add_flag("-u,--update", replacing.isUpdating, "Replace output files older than their input; skip others")
             ->excludes(force);
     }
 };

@@ -12,7 +12,8 @@ namespace {
 Json findingsAsJson(const std::vector<Finding>& findings) {
     Json array = Json::array();
     for (const Finding& finding : findings) {
-        array.push_back({{"id", finding.id}, {"severity", gradeName(finding.severity)}, {"sentence", finding.sentence}});
+        array.push_back(
+            {{"id", finding.id}, {"severity", gradeName(finding.severity)}, {"sentence", finding.sentence}});
         if (*finding.advice != '\0') array.back()["advice"] = finding.advice;
     }
     return array;
@@ -62,12 +63,11 @@ Json pictureAsJson(const Verdict& verdict) {
 std::string jsonText(const Json& object) {
     constexpr const char* digits = "0123456789abcdef";
     std::string line;
-    forEachCharacter(object.dump(-1, ' ', false, Json::error_handler_t::replace),
-                     [&](std::string_view character, char32_t code) {
-                         if (!isUnsafe(code)) return static_cast<void>(line.append(character));
-                         line += {'\\', 'u', digits[code >> 12], digits[code >> 8 & 15], digits[code >> 4 & 15],
-                                  digits[code & 15]};
-                     });
+    forEachCharacter(
+        object.dump(-1, ' ', false, Json::error_handler_t::replace), [&](std::string_view character, char32_t code) {
+            if (!isUnsafe(code)) return static_cast<void>(line.append(character));
+            line += {'\\', 'u', digits[code >> 12], digits[code >> 8 & 15], digits[code >> 4 & 15], digits[code & 15]};
+        });
     return line;
 }
 

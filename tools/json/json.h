@@ -19,7 +19,8 @@ std::string jsonText(const Json& object);
 template <typename Work>
 auto withFailureAsJson(Report& report, bool isJson, Work work) {
     const auto print = [&](const char* sentence) {
-        if (isJson) report.print(jsonText({{"file", report.file()}, {"grade", "unreadable"}, {"error", sentence}}) + "\n");
+        if (isJson)
+            report.print(jsonText({{"file", report.file()}, {"grade", "unreadable"}, {"error", sentence}}) + "\n");
     };
     try {
         return work();

@@ -18,11 +18,11 @@ enum class ExrValues { source, half, float32 };
 
 struct OutputSettings {
     const host::Plugin& plugin;
-    double exposure = 0.0;                     // in stops, of floats that become bytes
-    ExrValues exrValues = ExrValues::source;   // source: as many bits as the file has
+    double exposure = 0.0;                    // in stops, of floats that become bytes
+    ExrValues exrValues = ExrValues::source;  // source: as many bits as the file has
     PngEffort pngEffort = PngEffort::fast;
     std::vector<host::OptionChoice> options{};  // of the plug-in
-    bool isPadded = false;                     // a DDS file may have a width that is rounded up
+    bool isPadded = false;                      // a DDS file may have a width that is rounded up
 };
 
 // Write the whole image to a path. Return a note about what was lost or changed, or nothing. Throw FileError,
@@ -34,7 +34,7 @@ std::string writeDds(PixelSource& source, const std::string& path, const OutputS
 struct OutputFormat {
     std::string_view extension;
     decltype(&writePng) write;
-    bool isFloat;  // stores floats; bytes otherwise
+    bool isFloat;       // stores floats; bytes otherwise
     bool takesOptions;  // of the plug-in
 };
 

@@ -31,8 +31,8 @@ public:
             check(exr_start_write(&m_context, path.c_str(), EXR_WRITE_FILE_DIRECTLY, &init));
             int added = 0;
             check(exr_add_part(m_context, nullptr, EXR_STORAGE_SCANLINE, &added));
-            check(exr_initialize_required_attr_simple(m_context, part, layout.width, layout.height,
-                                                      EXR_COMPRESSION_ZIP));
+            check(
+                exr_initialize_required_attr_simple(m_context, part, layout.width, layout.height, EXR_COMPRESSION_ZIP));
             for (const char name : names) {
                 const char text[] = {name, '\0'};
                 check(exr_add_channel(m_context, part, text, valueType, EXR_PERCEPTUALLY_LOGARITHMIC, 1, 1));
@@ -142,8 +142,8 @@ bool writeRows(PixelSource& source, ExrFile& file, std::string_view names, bool 
 std::string writeExr(PixelSource& source, const std::string& path, const OutputSettings& settings) {
     const ImageLayout& layout = source.layout();
     const std::string_view names = channelUse(layout).names;
-    const bool isHalf = settings.exrValues == ExrValues::source ? source.traits().isHalf
-                                                                : settings.exrValues == ExrValues::half;
+    const bool isHalf =
+        settings.exrValues == ExrValues::source ? source.traits().isHalf : settings.exrValues == ExrValues::half;
     ExrFile file(path, layout, names, isHalf ? EXR_PIXEL_HALF : EXR_PIXEL_FLOAT);
     const bool hasOverflowed = writeRows(source, file, names, isHalf);
     file.finish();

@@ -1,6 +1,6 @@
 // A line is written in one piece.
-#include "explain/FileError.h"
 #include "tools/terminal/console.h"
+#include "explain/FileError.h"
 
 #include <fcntl.h>
 #include <unistd.h>
