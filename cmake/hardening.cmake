@@ -16,3 +16,10 @@ if(NOT KPX_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE)
   add_compile_options($<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>)
 endif()
 add_link_options(-Wl,-z,relro,-z,now)
+
+# kpx_is_of_kernels(TARGET): canaries take up to 8 % of a kernel's time, and checked calls up to 40 %. Loops are aligned, so
+# that their speed does not depend on the code before them.
+function(kpx_is_of_kernels target)
+  target_compile_options(${target} PRIVATE -fno-stack-protector "SHELL:-U _FORTIFY_SOURCE"
+    -falign-functions=64 -falign-loops=64)
+endfunction()
