@@ -221,7 +221,7 @@ PYBIND11_MODULE(_kpximage, module) {
             setFailure(failure, error);
         }
     });
-    tool::keepMemoryBetweenPictures();
+    kpx::tool::keepMemoryBetweenPictures();
     module.attr("version") = KPX_VERSION;
     module.def("plugin_path", [] { return py::bytes(plugin().path()); });
     module.def("read", &readPicture);

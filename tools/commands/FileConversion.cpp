@@ -26,6 +26,7 @@ std::string extensionOf(const std::string& name) {
 
 std::vector<host::OptionChoice> choicesOf(const host::Plugin& plugin, const std::vector<std::string>& options) {
     std::vector<host::OptionChoice> choices;
+    choices.reserve(options.size());
     for (const std::string& option : options) choices.push_back(optionChoice(plugin, option));
     return choices;
 }

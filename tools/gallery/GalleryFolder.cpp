@@ -38,7 +38,7 @@ bool hasMark(const fs::path& page) {
 // Returns the name of something in the folder that is no part of a gallery; empty if there is nothing of the kind.
 std::string foreignPart(const fs::path& folder) {
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        const std::string name = entry.path().filename();
+        std::string name = entry.path().filename();
         const fs::file_status status = entry.symlink_status();
         const bool isPage = name == pageName && fs::is_regular_file(status) && hasMark(entry.path());
         if (isPage) continue;
@@ -96,7 +96,7 @@ std::string GalleryFolder::page() const {
 }
 
 std::string GalleryFolder::write(const std::string& name, std::span<const unsigned char> bytes) const {
-    const std::string url = std::string(picturesName) + "/" + name;
+    std::string url = std::string(picturesName) + "/" + name;
     std::ofstream stream(m_temporary + "/" + url, std::ios::binary);
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     stream.close();
