@@ -1,14 +1,15 @@
 #!/bin/bash
 # Whole files from disk to rows, the whole process: the plug-in against the other DDS readers that are installed, in turn
 # in one run; then the plug-in's reading with no page of the file cached, its peak memory, conversions by the tools, and
-# `kpximage info --open` of a tiny file. compare.sh [--install] [BUILD_DIR]; --install gets the other readers and hyperfine from Debian.
+# `kpximage info --open` of a tiny file. compare.sh [--install] [BUILD_DIR]; the folder is one of the preset bench. --install
+# gets the other readers and hyperfine from Debian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = --install ]; then
     shift
-    apt-get -qq update && DEBIAN_FRONTEND=noninteractive apt-get -qq -y install hyperfine python3-pil openimageio-tools imagemagick >/dev/null
+    scripts/install-packages.sh compare
 fi
-build=${1:-build}
+build=${1:-build/bench}
 cmake --build "$build" --target readAll makeFiles KPXDDS kpximage >/dev/null
 files=$build/bench-files
 [ -f "$files/half.dds" ] || "$build/makeFiles" "$files"

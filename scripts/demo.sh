@@ -10,9 +10,9 @@ log=$build/demo.log
 scripts/install-packages.sh build
 mkdir -p "$build"
 echo "Building (log: $log)"
-# A build folder of the tests stays one; a new one leaves out what only tests and benchmarks need.
+# A build folder of the tests stays one; a new one leaves out what only tests need.
 options=()
-[ -f "$build/CMakeCache.txt" ] || options=(-DKPX_TESTS=OFF -DKPX_BENCHMARKS=OFF -DKPX_PYTHON=OFF)
+[ -f "$build/CMakeCache.txt" ] || options=(-DKPX_TESTS=OFF -DKPX_PYTHON=OFF)
 if ! { cmake --preset release "${options[@]}" && cmake --build "$build" --target kpximage KPXDDS kpxexamples; } \
     >"$log" 2>&1; then
     tail -n 30 "$log" >&2

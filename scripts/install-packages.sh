@@ -1,11 +1,14 @@
 #!/bin/sh
-# Installs the Debian packages that are missing for a set of work: build, test (build and more), packages (build and
-# more), ci (test, packages and more), or aarch64 (to build for that processor and to run it here).
+# Installs the Debian packages that are missing for a set of work: build, test (build and more), bench (build and more),
+# compare (bench and the programs that bench/compare.sh compares with), packages (build and more), ci (test, bench,
+# packages and more), or aarch64 (to build for that processor and to run it here).
 # Needs neither network nor rights when all are there.
 set -eu
 
 build='g++ cmake ninja-build libpng-dev libisal-dev pkg-config libcli11-dev nlohmann-json3-dev libopenexr-dev python3-dev pybind11-dev help2man libglib2.0-dev'
-test='libgtest-dev libgmock-dev libbenchmark-dev libssl-dev python3-jsonschema python3-distributed python3-numpy python3-pytest'
+test='libgtest-dev libgmock-dev libssl-dev python3-jsonschema python3-distributed python3-numpy python3-pytest'
+bench='libbenchmark-dev'
+compare='hyperfine python3-pil openimageio-tools imagemagick'
 packages='dpkg-dev fakeroot file gzip lintian man-db python3-numpy'
 ci='clang clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev gcovr qemu-user chromium chromium-driver python3-selenium fish zsh locales mypy'
 aarch64='cmake ninja-build libc-dev-bin g++-aarch64-linux-gnu qemu-user clang-tidy-14 nlohmann-json3-dev libstdc++6:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libssl-dev:arm64'
@@ -13,11 +16,13 @@ aarch64='cmake ninja-build libc-dev-bin g++-aarch64-linux-gnu qemu-user clang-ti
 case "${1:-build}" in
 build) wanted=$build ;;
 test) wanted="$build $test" ;;
+bench) wanted="$build $bench" ;;
+compare) wanted="$build $bench $compare" ;;
 packages) wanted="$build $packages" ;;
-ci) wanted="$build $test $packages $ci" ;;
+ci) wanted="$build $test $bench $packages $ci" ;;
 aarch64) wanted=$aarch64 ;;
 *)
-    echo "usage: install-packages.sh [build|test|packages|ci|aarch64]" >&2
+    echo "usage: install-packages.sh [build|test|bench|compare|packages|ci|aarch64]" >&2
     exit 2
     ;;
 esac

@@ -29,7 +29,7 @@ take_over() {
 
 make_packages() {
     take_over &&
-        cmake --preset release -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DKPX_TESTS=OFF -DKPX_BENCHMARKS=OFF &&
+        cmake --preset release -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DKPX_TESTS=OFF &&
         cmake --build "$build" -j2 --target kpximage KPXDDS kpx_catalogues kpx_documents kpx_python kpxexamples &&
         rm -f "$packages"/*.deb &&
         cpack --config "$build/CPackConfig.cmake" -B "$packages"
