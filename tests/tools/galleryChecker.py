@@ -6,7 +6,6 @@ anything is.
 """
 
 import json
-import os
 import pathlib
 import sys
 import time
