@@ -50,10 +50,11 @@ protected:
 TEST_F(Documents, AreAcceptedByThoseWhoReadThem) {
     const struct {
         const char *program, *reading;
-    } cases[] = {{"groff", "for i in " KPX_DOCUMENTS "/*.gz; do zcat $i | groff -man -ww -Tutf8 >/dev/null; done"},
-                 {"bash", "bash -n " KPX_COMPLETIONS "/kpximage"},
-                 {"zsh", "zsh -n " KPX_COMPLETIONS "/_kpximage"},
-                 {"fish", "fish -n " KPX_COMPLETIONS "/kpximage.fish"}};
+    } cases[] = {
+        {"groff", "for i in '" KPX_DOCUMENTS "'/*.gz; do zcat \"$i\" | groff -man -ww -Tutf8 >/dev/null; done"},
+        {"bash", "bash -n '" KPX_COMPLETIONS "/kpximage'"},
+        {"zsh", "zsh -n '" KPX_COMPLETIONS "/_kpximage'"},
+        {"fish", "fish -n '" KPX_COMPLETIONS "/kpximage.fish'"}};
     std::string missing;
     for (const auto& c : cases) {
         if (!isInstalled(c.program)) {
