@@ -113,7 +113,7 @@ constexpr const char* bump = "a signed bump map";
 constexpr const char* otherOrder = "DXT5 with its channels in another order";
 constexpr const char* bc6h = "not a published code; BC6H is read under a DX10 header";
 constexpr const char* bc7 = "not a published code; BC7 is read under a DX10 header";
-constexpr const char* mobile = "blocks of mobile graphics, which are to be exported anew from where they were made";
+constexpr const char* mobile = "blocks of mobile graphics; export the texture again for desktop graphics";
 
 // Makers of rows.
 constexpr std::uint16_t traitsOf(unsigned traits) {

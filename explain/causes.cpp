@@ -98,27 +98,29 @@ std::string rowTooLarge(const FileFacts& facts, const Verdict& verdict) {
                   " bytes, more than the ", largestBlock, " that are allowed.");
 }
 
-std::string missing(const Verdict& verdict) {
+// parts: what the required bytes are made of, in parentheses; may be empty.
+std::string missing(const Verdict& verdict, const std::string& parts = "") {
     const std::uint64_t bytes = verdict.bytesExpected - verdict.bytesPresent;
-    return textOf(bytesText(bytes), " short: ", verdict.bytesPresent, " follow the header and ", verdict.bytesExpected,
-                  " are asked for");
+    return textOf(bytesText(bytes), " short: the header requires ", verdict.bytesExpected, parts, ", the file has ",
+                  verdict.bytesPresent, ".");
 }
 
 std::string dataShort(const FileFacts& /*facts*/, const Verdict& verdict) {
-    return textOf(dataOf(verdict), missing(verdict), ".");
+    return textOf(dataOf(verdict), missing(verdict));
 }
 
 std::string linearSizeTooLarge(const FileFacts& facts, const Verdict& verdict) {
     const DDS_HEADER& header = facts.header.header;
     const std::uint64_t own = compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(verdict.format), 0);
-    return textOf(dataOf(verdict), missing(verdict), ", because dwPitchOrLinearSize asks for ",
-                  header.dwPitchOrLinearSize, " where the top level has ", own, ".");
+    return textOf(dataOf(verdict), missing(verdict), " dwPitchOrLinearSize is ", header.dwPitchOrLinearSize,
+                  ", but the top level has ", own, ".");
 }
 
 std::string paletteShort(const FileFacts& /*facts*/, const Verdict& verdict) {
     const std::uint32_t palette = paletteBytes(*verdict.format);
-    return textOf("Palette and indices are ", missing(verdict), ", ", palette, " for the palette and ",
-                  verdict.bytesExpected - palette, " for the indices.");
+    return textOf("Palette and indices are ",
+                  missing(verdict, textOf(" (", palette, " for the palette, ", verdict.bytesExpected - palette,
+                                          " for the indices)")));
 }
 
 constexpr const char* getWhole = "get a whole copy of it";

@@ -99,7 +99,7 @@ std::optional<Finding> conversionObstacle(const FileFacts& facts, const Repair& 
     const DDS_HEADER& header = facts.header.header;
     const std::string size = textOf(header.dwWidth, " x ", header.dwHeight);
     if (header.dwWidth == 0 || header.dwHeight == 0)
-        return obstacle(textOf("A picture of ", size, " has no pixels that could be converted."), "export it anew");
+        return obstacle(textOf("A picture of ", size, " has no pixels that could be converted."), "export it again");
     if (isSideTooLarge(header.dwWidth, header.dwHeight))
         return obstacle(textOf("A picture of ", size, " is too large to be converted."), "export it smaller");
     return obstacle(textOf("It could be converted if its data were whole: a picture of ", size, " takes ",

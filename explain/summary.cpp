@@ -32,13 +32,12 @@ const Finding* worstOf(const std::vector<Finding>& findings) {
 
 std::string decodedText(const Explanation& file) {
     const std::string mend = mendText(file);
-    if (!mend.empty()) return "It is decoded, but looks wrong: " + mend;
+    if (!mend.empty()) return "It decodes, but looks wrong: " + mend;
     const Finding* worst = worstOf(file.findings);
-    if (worst == nullptr) return "It is decoded and comes out right: there is nothing to do.";
-    if (worst->severity == Grade::noted)
-        return "It is decoded and comes out right; the notes say how its values are read.";
-    return textOf("It is decoded, ", worst->severity == Grade::wrong ? "but looks" : "and may look",
-                  " wrong, as the notes say", *worst->advice == '\0' ? "" : ": ", worst->advice, ".");
+    if (worst == nullptr) return "It decodes correctly.";
+    if (worst->severity == Grade::noted) return "It decodes correctly; the notes say how its values are read.";
+    return textOf("It decodes, ", worst->severity == Grade::wrong ? "but looks" : "and may look", " wrong",
+                  *worst->advice == '\0' ? "" : ": ", worst->advice, ".");
 }
 
 // The advice of the last finding that has some: an obstacle to the conversion comes after the causes.
@@ -52,7 +51,7 @@ const char* adviceOn(const Explanation& file) {
 
 std::string blackText(const Explanation& file) {
     const std::string mend = mendText(file);
-    return textOf("It comes out as a 64 x 64 black picture: ",
+    return textOf("It cannot be decoded and opens as a black picture of 64 x 64: ",
                   mend.empty() ? textOf("no mend is known; ", adviceOn(file), ".") : mend);
 }
 

@@ -1,4 +1,4 @@
-// A file in one line: what it is, whether it comes out right, and what to do.
+// A file in one line: what it is, whether it decodes correctly, and what to do.
 #pragma once
 
 #include <string>

@@ -185,7 +185,7 @@ protected:
     static std::string nameOf(std::size_t i) { return std::to_string(1000 + i) + ".dds"; }
 };
 
-// Whoever looks at a file of another kind names it, with or without the plug-in.
+// Every command names a file of another kind, with or without the plug-in.
 TEST_F(Explain, NamesWhatIsNoDdsFileAsTheOtherCommandsDo) {
     int named = 0;
     for (const Entry& entry : entries()) {

@@ -1,5 +1,5 @@
-// Every file of tests/manifest.tsv comes out as it was agreed on. With KPX_REWRITE set in the environment the manifest
-// is written anew, where the reader and the model agree on every file.
+// Every file of tests/manifest.tsv decodes to the digest listed there. With KPX_REWRITE set in the environment the
+// manifest is rewritten, where the reader and the model agree on every file.
 //
 // A line has columns parted by tabs: file, result, width, height, colour channels, matte channels, bits, the message
 // printed, the digest of the picture, the causes and the surprises of the verdict, the digest of the file. "-" stands

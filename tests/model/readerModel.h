@@ -1,5 +1,5 @@
-// A slow, obvious model of the whole reader: what a file must come out as. Nothing is allocated by the size that a file
-// declares; pixels are worked out when they are asked for.
+// A slow, obvious model of the whole reader: the picture that a file must decode to. Nothing is allocated by the size
+// that a file declares; pixels are computed on demand.
 #pragma once
 
 #include <array>

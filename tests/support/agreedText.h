@@ -1,6 +1,6 @@
 // Texts of questions and of the answers that were agreed on. An answer is the lines below its question that start with
 // a space; empty lines and comments from "#" on stand between. With KPX_REWRITE set in the environment the answers are
-// written anew, for a reviewer to read as a diff.
+// rewritten, for a reviewer to read as a diff.
 #pragma once
 
 #include <gtest/gtest.h>
