@@ -56,8 +56,8 @@ private:
 struct PixelRow {
     const unsigned char* pixels;
     std::size_t count;
-    // Where the row lies that is likely to be asked for next; kernels may bring it nearer meanwhile. Hosts ask for
-    // scanlines from the bottom up, against the order in memory, which processors do not foresee.
+    // The row that will probably be read next; kernels may prefetch it. Hosts read scanlines from the bottom up,
+    // against the order in memory, which hardware prefetchers do not predict.
     const unsigned char* next;
 };
 

@@ -20,7 +20,7 @@ void installCallbacks(ImageHandle* handle) {
 }
 
 // Fills what the reader knows of the image into the descriptor that the host has set to its defaults; false when a
-// string cannot be had, with the fields before it set.
+// string cannot be allocated, with the fields before it set.
 bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
     const unsigned width = reader.width();
     const unsigned height = reader.height();

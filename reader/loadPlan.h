@@ -87,7 +87,7 @@ struct LoadPlan {
 // where the header asks for them. Assumes that there is as much memory as the limits allow.
 LoadPlan planLoad(const DDS_HEADER& header, const DDS_HEADER_DXT10& dx10Header, std::uint64_t bytesAfterHeader);
 
-// The plan of one loader for data of any length, as far as its buffers: refusals after that are for whoever reads.
+// The plan of one loader for data of any length, up to its buffers: later refusals are the reader's.
 // format is the loader's row, or null where a code is not known; of the header the sides, the linear size and the pixel
 // format count.
 LoadPlan planLoader(Loader loader, const Format* format, const DDS_HEADER& header);

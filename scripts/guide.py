@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the outputs in docs/guide.md anew, or with --check fails where they are not what the program prints.
+"""Rewrites the outputs in docs/guide.md, or with --check fails where they are not what the program prints.
 
 guide.py [--check] [BUILD_DIR]. In a block of the guide that is marked as console, a line "$ COMMAND" is run by a shell in
 a scratch folder; what it prints, and its exit status unless that is 0, stands below it. A block marked as sh in a comment
@@ -52,7 +52,7 @@ def main():
         GUIDE.write_text(new, encoding="utf-8")
     elif new != guide:
         sys.stdout.writelines(difflib.unified_diff(guide.splitlines(True), new.splitlines(True), "docs/guide.md", "printed now"))
-        sys.exit("docs/guide.md is stale: scripts/guide.py writes it anew")
+        sys.exit("docs/guide.md is stale: scripts/guide.py rewrites it")
 
 
 if __name__ == "__main__":

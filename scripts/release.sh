@@ -12,7 +12,7 @@ if [ "${1:-}" = --archive ]; then
     onlyArchive=yes
     shift
 fi
-# A folder of the user's has to be empty; the usual one is made anew.
+# A folder of the user's has to be empty; the usual one is replaced.
 [ $# -gt 0 ] || rm -rf build/release
 folder=$(realpath -m "${1:-build/release}")
 [ -z "$(ls -A "$folder" 2>/dev/null)" ] || fail "$folder is not empty"

@@ -56,7 +56,7 @@ KPX_INLINE Wide zero() {
     return {_mm256_setzero_si256()};
 }
 
-// Brings the 64 bytes at an address nearer; the address may be anything.
+// Prefetches the cache line at an address, which need not be valid.
 KPX_INLINE void fetch(const void* from) {
     _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0);
 }

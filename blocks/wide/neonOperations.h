@@ -13,7 +13,7 @@
 
 namespace {
 
-// A register, as a vector of whichever elements an operation takes or gives.
+// A register that converts to the vector type each operation takes or returns.
 class Lane {
 public:
     Lane() = default;

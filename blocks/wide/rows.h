@@ -19,7 +19,7 @@ inline kpx::PixelRow restOf(const kpx::PixelRow& row, std::size_t x, std::size_t
     return {row.pixels + x * bytesPerPixel, row.count - x, row.next};
 }
 
-// Brings bytes of the next row nearer, as many as are read of this row meanwhile.
+// Prefetches as many bytes of the next row as are read of this row.
 template <std::size_t bytes>
 KPX_INLINE void fetchNext(const kpx::PixelRow& row, std::size_t at) {
     for (std::size_t line = 0; line < bytes; line += 64) fetch(row.next + at + line);

@@ -49,7 +49,7 @@ void encodeColours(Bytes& bytes, const Tile& tile, TexelSet opaque) {
         ends[1] = to565(colours[other]);
     }
     const bool isFourColour = opaque == allTexels;
-    // Equal ends may stay as they are: they make three colours, of which only the first is used.
+    // Equal ends may stay as they are: they make three colours; only the first is used.
     if ((ends[0] < ends[1]) == isFourColour) std::swap(ends[0], ends[1]);
 
     const Colour from = from565(ends[0]);

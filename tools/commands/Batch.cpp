@@ -1,5 +1,5 @@
-// Threads take the next file of the list until there is none; whoever finishes the file whose turn it is writes the
-// reports that wait.
+// Threads take the next file of the list until there is none. The thread that finishes the file whose turn it is writes
+// the waiting reports.
 #include "tools/commands/Batch.h"
 
 #include <unistd.h>

@@ -21,7 +21,7 @@ public:
     MemoryFile(const MemoryFile&) = delete;
     MemoryFile& operator=(const MemoryFile&) = delete;
 
-    // Whoever takes the stream closes it; the bytes are whole then.
+    // The caller closes the stream; the bytes are complete after that.
     [[nodiscard]] FILE* stream() const { return m_stream; }
     [[nodiscard]] std::span<const unsigned char> bytes() const {
         return {reinterpret_cast<const unsigned char*>(m_bytes), m_size};

@@ -17,7 +17,7 @@ std::mutex mutex;                        // of what follows
 int gates = 0;                           // of all threads
 std::atomic<std::FILE*> real = nullptr;  // stdout behind the gate; threads may write there after the last gate
 
-// The text is passed on at once, as whoever flushes the gate cannot flush what is behind it.
+// Passes the text on at once: flushing the gate does not flush the stream behind it.
 ssize_t pass(void* /*cookie*/, const char* text, size_t size) {
     if (closedGates > 0) return static_cast<ssize_t>(size);
     const size_t written = std::fwrite(text, 1, size, real);

@@ -14,7 +14,7 @@ struct PluginChoice {
     std::string place;  // what led to it, for the user
 };
 
-// Whoever looks for a plug-in: a program, or a module that a program has loaded.
+// What looks for a plug-in: a program, or a module that a program has loaded.
 struct Searcher {
     std::filesystem::path folder;     // that it lies in
     const char* beside;               // what the user knows that folder as: "beside the program"
