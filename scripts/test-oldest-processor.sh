@@ -8,7 +8,8 @@ tests='kernelTest modelTest readerTest pluginTest pluginWriteTest hostTest verdi
     allocationTest hostileTest'
 for test in $tests; do
     echo "$test on the oldest x86-64"
-    # The emulator's own memory grows with the code that it translates, which is no growth of the plug-in's.
+    # The emulator's own memory grows with the code that it translates, and it has locks of its own, which hang children
+    # of fork.
     qemu-x86_64 -cpu qemu64,-sse3,-ssse3,-sse4.1,-sse4.2,-popcnt "$build/$test" --gtest_brief=1 \
-        --gtest_filter=-Loading.AThousandTimesTakesNoMoreMemory:AbsurdHeaders.TakeLittleMemory
+        --gtest_filter=-Loading.AThousandTimesTakesNoMoreMemory:AbsurdHeaders.TakeLittleMemory:*ForkedProcessesRead*
 done
