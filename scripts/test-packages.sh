@@ -72,7 +72,7 @@ plugin=$(sed -n 's/^plug-in: //p' formats)
 [[ $plugin == "$root"/usr/lib/*/KPXbase/plugins/KPXDDS.so ]] || fail "another plug-in is loaded: $plugin"
 grep -qx 'found by: the installed place' formats || fail "the plug-in is not found by its installed place"
 
-installed kpximage convert examples/dxt5.dds picture.png
+installed kpximage convert examples/dxt5.dds -o picture.png
 installed file picture.png | grep -q 'PNG image data, 80 x 64' || fail "the picture is no PNG of 80 x 64"
 
 # The thumbnailer's own line.
