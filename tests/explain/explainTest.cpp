@@ -272,7 +272,7 @@ TEST_F(Tool, RepairMendsBlackSamples) {
                                         {"bumpdudv-q8w8v8u8", ""},
                                         {"dx10-xr-bias", "recode "},
                                         {"rxgb", "recode "}}) {
-        const std::string path = (samples / name).string() + ".dds";
+        const std::string path = "'" + (samples / name).string() + ".dds'";
         EXPECT_EQ(run("info " + path).status, 3) << name;
         EXPECT_EQ(run((*command == 0 ? "repair " : command) + path + " -o " + name + ".dds").status, 0) << name;
         EXPECT_EQ(run(std::string("info ") + name + ".dds").status, 0) << name;
