@@ -331,7 +331,7 @@ def test_what_others_print_is_whole(examples):
     run = python("import ctypes, kpximage, sys, threading, warnings\nwarnings.simplefilter('ignore')\nlibc = ctypes.CDLL(None)\n"
                  "def reading():\n  for _ in range(300): kpximage.read(sys.argv[1])\n"
                  "threads = [threading.Thread(target=reading) for _ in range(4)]\nfor t in threads: t.start()\n"
-                 "for _ in range(2000): libc.puts(b'C'); print('Python')\nfor t in threads: t.join()\nlibc.puts(b'end')",
+                 "for _ in range(2000): libc.printf(b'C\\n'); print('Python')\nfor t in threads: t.join()\nlibc.printf(b'end\\n')",
                  examples / f"{printing[0][9:]}.dds")
     assert (run.stdout.count("C\n"), run.stdout.count("Python\n"), run.stdout.count("end\n")) == (2000, 2000, 1)
     assert len(run.stdout) == 2000 * 9 + 4 and run.stderr == ""

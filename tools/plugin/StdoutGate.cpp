@@ -41,6 +41,16 @@ std::FILE* gateStream() {
     return stream;
 }
 
+// Makes `stream` the process's stdout. Waits for writers of both streams, since puts and putchar look stdout up again
+// after they have locked it.
+void exchangeStdout(std::FILE* gate, std::FILE* stream) {
+    flockfile(gate);
+    flockfile(real);
+    stdout = stream;
+    funlockfile(real);
+    funlockfile(gate);
+}
+
 }  // namespace
 
 StdoutGate::StdoutGate() {
@@ -49,13 +59,14 @@ StdoutGate::StdoutGate() {
     const std::lock_guard lock(mutex);
     if (++gates > 1 || gate == nullptr) return;
     real = stdout;
-    stdout = gate;
+    exchangeStdout(gate, gate);
 }
 
 StdoutGate::~StdoutGate() {
     --closedGates;
+    std::FILE* const gate = gateStream();
     const std::lock_guard lock(mutex);
-    if (--gates == 0 && stdout == gateStream()) stdout = real;
+    if (--gates == 0 && gate != nullptr && stdout == gate) exchangeStdout(gate, real);
 }
 
 }  // namespace kpx::tool
