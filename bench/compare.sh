@@ -1,8 +1,8 @@
 #!/bin/bash
-# Whole files from disk to rows, the whole process: the plug-in against the other DDS readers that are installed, in turn
-# in one run; then the plug-in's reading with no page of the file cached, its peak memory, conversions by the tools, and
-# `kpximage info --open` of a tiny file. compare.sh [--install] [BUILD_DIR]; the folder is one of the preset bench. --install
-# gets the other readers and hyperfine from Debian.
+# compare.sh [--install] [BUILD_DIR]: times whole processes that read files, the plug-in and other installed DDS readers,
+# alternately in one run. Then measures the plug-in with files that are not cached, its peak memory, conversions by the
+# tools, and `kpximage info --open` of a tiny file. BUILD_DIR is one of the preset bench. --install installs the other
+# readers and hyperfine from Debian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = --install ]; then

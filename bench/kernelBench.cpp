@@ -1,5 +1,5 @@
-// Every kernel at every level: block decoders, scanline output and float conversion of a 4096 by 4096 image, as ratios
-// to a copy of the output bytes. Names are work/level.
+// Benchmarks of every kernel at every level, for a 4096 by 4096 image: block decoders, scanline output and float
+// conversion, as multiples of a copy of the output bytes. Names are work/level.
 #include <benchmark/benchmark.h>
 
 #include <functional>
@@ -32,14 +32,14 @@ Blocks makeBlocks(std::size_t blockBytes, const BlockMaker& make) {
     return blocks;
 }
 
-// Random bits under the mode bits of a BC7 mode.
+// Returns a block of random bits with the mode bits of a BC7 mode.
 model::PackedBlock bc7OfMode(model::Random& random, int mode) {
     model::PackedBlock block = model::randomBlock(random);
     block[0] = static_cast<unsigned char>((block[0] >> (mode + 1) << (mode + 1)) | 1 << mode);
     return block;
 }
 
-// The mix that encoders make of real pictures: mode 1 a third, mode 5 a ninth, mode 6 the half, few others.
+// Returns a mode with the frequency that encoders use for real pictures: half mode 6, a third mode 1, a ninth mode 5.
 int realisticMode(model::Random& random) {
     const int percent = random.below(100);
     return percent < 33 ? 1 : percent < 44 ? 5 : percent < 98 ? 6 : random.below(8);
@@ -93,7 +93,7 @@ void decodeBlocks(benchmark::State& state, const kpx::KernelSet& set, const Bloc
     });
 }
 
-// Scanline output: all rows of an image in turn into the same channel rows, as the reader gives them.
+// Scanline output: splits all rows of an image into the same channel rows, as the reader does.
 using RowWork = std::function<void(const kpx::KernelSet& set, const kpx::PixelRow& row, unsigned char* const* rows)>;
 
 struct RowCase {

@@ -1,5 +1,5 @@
-// Writes the files that compare.sh reads, into a folder: makeFiles FOLDER. 4096 by 4096, blocks of random bits under
-// the mix of modes that encoders make of real pictures; and a tiny one.
+// makeFiles FOLDER: writes the files that compare.sh reads. They are 4096 by 4096, with blocks of random bits and the
+// mix of modes that encoders use for real pictures; one is tiny.
 #include <filesystem>
 #include <fstream>
 
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
     bgra8.insert(bgra8.end(), pixels.begin(), pixels.end());
     write(folder / "bgra8.dds", bgra8);
 
-    // Half floats below 2, of any sign.
+    // Half floats between -2 and 2.
     Bytes half;
     append(half, headerOf(113, side * 8));
     Bytes halves = randomBytes(random, std::size_t{side} * side * 8);

@@ -1,9 +1,9 @@
-// Whole files in the page cache through the reader and the writer: from open to the last scanline of every format in
-// the table, and from open over all rows to close. Each as a ratio to a copy of the rows ("memcpy") and to the floor,
-// in the same run, of the fastest of some rounds each. The floor is the work that no reader can avoid: the file read,
-// the picture written once to fresh memory of large pages, and each row copied once; or the other way, the rows copied
-// and the picture written to a file in one write. Pictures are 4096 by 4096. Small ones (64 to 1024) are read again and
-// again, and their floor uses the same memory each time.
+// Benchmarks of whole files in the page cache: reading every format of the table from open to the last scanline, and
+// writing from open to close. Results are multiples of a copy of the rows ("memcpy") and of the floor, measured in the
+// same run, fastest of several rounds. The floor is the work that no reader or writer can avoid. For reading: read the
+// file, write the picture once to fresh large pages, copy each row once. For writing: copy the rows and write the file
+// by one call. Pictures are 4096 by 4096. Small ones (64 to 1024) are read repeatedly, and their floor reuses its
+// memory.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -34,7 +34,7 @@ std::string pathOf(const char* name) {
     return "/tmp/kpxOpenBench" + std::to_string(getpid()) + name;
 }
 
-// A picture's file, removed with the object.
+// A temporary file of a picture, removed by the destructor.
 class PictureFile {
 public:
     PictureFile(const Bytes& header, const Bytes& data, std::size_t dataBytes) : m_path(pathOf("read")) {
@@ -56,7 +56,7 @@ private:
     std::string m_path;
 };
 
-// Times three pieces of work in turn, the first of them being the one in question.
+// Times three tasks alternately: the one to be measured, the copy and the floor.
 void compare(benchmark::State& state, const std::function<void()>& work, const std::function<void()>& floor,
              const std::function<void()>& copy) {
     std::vector<double> times[3];
@@ -74,8 +74,8 @@ void compare(benchmark::State& state, const std::function<void()>& work, const s
     state.counters["x_memcpy"] = ours / bench::fastest(times[2]);
 }
 
-// The floor of reading: straight into the picture where it holds the file's bytes as they are, else in groups, each of
-// which fills its part of the picture.
+// The floor of reading: directly into the picture if it stores the bytes of the file, else in groups, each of which
+// fills its part of the picture.
 void readFloor(const char* path, std::size_t fileBytes, std::size_t pictureBytes, std::size_t rowBytes) {
     kpx::LazyBuffer picture;
     picture.allocate(pictureBytes);
@@ -109,7 +109,7 @@ void readFloor(const char* path, std::size_t fileBytes, std::size_t pictureBytes
     }
 }
 
-// A small picture: the file read in groups and the picture written to memory that is used again.
+// Benchmarks a small picture. Its floor reads the file in groups and writes the picture to reused memory.
 void readSmall(benchmark::State& state, const kpx::Format& format, const Bytes& data, std::uint32_t smallSide) {
     const std::size_t fileBytes = kpx::wholeBlockBytes(smallSide, smallSide, format.blockBytes) +
                                   std::size_t{format.bytesPerPixel} * smallSide * smallSide;
@@ -152,7 +152,7 @@ void readSmall(benchmark::State& state, const kpx::Format& format, const Bytes& 
         });
 }
 
-// With bit masks the picture is as the file.
+// Benchmarks a large file. With bit masks the picture in memory equals the file.
 void readFile(benchmark::State& state, const Bytes& header, const Bytes& data, std::size_t fileBytes, bool isMasked) {
     const PictureFile file(header, data, fileBytes + 1200);
     kpx::TddsReader first;
@@ -219,7 +219,7 @@ void writeFile(benchmark::State& state, std::size_t channels) {
     std::remove(path.c_str());
 }
 
-// The rows of a writer that is open, without what opening and closing take.
+// Benchmarks the rows of an open writer, without opening and closing it.
 void writeRows(benchmark::State& state, std::size_t channels) {
     const Bytes source(side * 4, 0x5A);
     unsigned char* rows[4];
@@ -232,7 +232,7 @@ void writeRows(benchmark::State& state, std::size_t channels) {
     });
 }
 
-// Blocks of random bits, under the mix of modes that encoders make of real pictures where there are modes.
+// Returns blocks of random bits; in formats with modes, with the mix of modes that encoders use for real pictures.
 Bytes blocksOf(const kpx::Format& format, std::size_t bytes) {
     model::Random random(7);
     Bytes blocks = testing_support::randomBytes(random, bytes);
@@ -249,7 +249,7 @@ std::size_t fileBytesOf(const kpx::Format& format) {
     if (format.blockBytes != 0) return pixels / 16 * format.blockBytes;
     if (format.namedBy == kpx::NamedBy::palette) return format.has(kpx::nibbleIndices) ? pixels / 2 : pixels;
     if (format.bytesPerPixel != 0) return pixels * format.bytesPerPixel;
-    return pixels * (format.channels == 1 ? 1 : 3);  // as the header of a row without a size is read
+    return pixels * (format.channels == 1 ? 1 : 3);  // as the reader does without a bit count in the header
 }
 
 std::string nameOf(const kpx::Format& format) {
@@ -259,7 +259,7 @@ std::string nameOf(const kpx::Format& format) {
     return format.name;
 }
 
-// Masks that have no name, of every pixel size.
+// Masks without a name, one set for every pixel size.
 struct OtherMasks {
     const char* name;
     std::uint8_t bytesPerPixel;
@@ -296,7 +296,7 @@ int main(int argc, char** argv) {
             ->Iterations(rounds);
     };
     for (const kpx::Format& format : formats) {
-        if (format.id == kpx::CODE_RGB_FLOAT32) continue;  // a DX10 header alone leads there
+        if (format.id == kpx::CODE_RGB_FLOAT32) continue;  // only a DX10 header selects it
         const bool isMasked = format.loader == kpx::Loader::uncompressed;
         add("read/" + nameOf(format), [format, isMasked](benchmark::State& state) {
             readFile(state, testing_support::headerFor(format, side, side), blocksOf(format, dataBytes),

@@ -1,5 +1,5 @@
-// The measure of all benchmarks: the time of a piece of work against the time of copying its output, taken in turn in
-// one run, so that a noisy machine slows both.
+// The measure of all benchmarks: the time of a task as a multiple of the time for copying its output. Both are measured
+// alternately in one run, so that a noisy machine slows both.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -11,8 +11,7 @@
 
 namespace bench {
 
-// Processor time of this thread in seconds, the system's work for it included: on a machine that others use, time that
-// passes says more of them.
+// Returns the CPU time (user + system) of this thread in seconds. On a shared machine, elapsed time depends on others.
 inline double now() {
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
@@ -25,12 +24,12 @@ inline double median(std::vector<double>& values) {
     return *middle;
 }
 
-// Of work that takes memory from the system, whose time others' work lengthens more.
+// Returns the least of the times, for work that allocates fresh memory, whose time varies more on a shared machine.
 inline double fastest(const std::vector<double>& values) {
     return *std::min_element(values.begin(), values.end());
 }
 
-// Runs work over and over, a copy of outputBytes after each run. Reports the median ratio as the counter "ratio".
+// Runs work repeatedly, with a copy of outputBytes after each run. Reports the median ratio as the counter "ratio".
 template <typename Work>
 void againstCopy(benchmark::State& state, std::size_t outputBytes, Work work) {
     std::vector<unsigned char> from(outputBytes, 1);

@@ -1,5 +1,4 @@
-// Reads every scanline of files through the plug-in, does nothing with them, and prints the memory that this took:
-// readAll PLUGIN FILE...
+// readAll PLUGIN FILE...: reads every scanline of the files through the plug-in and prints the peak memory.
 #include <sys/resource.h>
 
 #include <exception>
@@ -10,7 +9,7 @@
 
 namespace {
 
-// The most resident memory that the process has had, in KiB.
+// Returns the peak resident memory of the process, in KiB.
 long peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);

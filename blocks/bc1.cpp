@@ -1,5 +1,5 @@
-// BC1 blocks. Endpoints are widened by a truncating x 255 / maximum and interpolated with truncating
-// divisions, on purpose: neither bit replication nor rounding.
+// BC1 blocks. Endpoints are widened by x 255 / maximum and interpolated by divisions, all truncating. This is on
+// purpose: neither bit replication nor rounding.
 #include "blocks/bc1.h"
 
 #include "blocks/littleEndian.h"
@@ -13,7 +13,7 @@ A8R8G8B8Colour widen565(unsigned colour) {
             static_cast<std::uint8_t>((colour & 31) * 255 / 31)};
 }
 
-// The opaque colour (w0 x c0 + w1 x c1) / (w0 + w1), truncated in each channel.
+// Returns the opaque colour (w0 x c0 + w1 x c1) / (w0 + w1), truncated in each channel.
 template <unsigned w0, unsigned w1>
 A8R8G8B8Colour blend(A8R8G8B8Colour c0, A8R8G8B8Colour c1) {
     const auto channel = [](unsigned v0, unsigned v1) {

@@ -1,4 +1,4 @@
-// BC2 blocks: the colour half through the BC1 routine, then the alpha of each texel.
+// BC2 blocks: the BC1 routine decodes the colour half, then each texel gets its alpha.
 #include "blocks/bc2.h"
 
 #include "blocks/bc1.h"

@@ -1,5 +1,5 @@
-// BC2 (DXT2, DXT3): 8 bytes of explicit alpha of 4 bits and a BC1 colour block that is always in four-colour mode. DXT2
-// holds colours premultiplied by alpha; they are divided by it.
+// BC2 (DXT2, DXT3): 8 bytes of explicit 4-bit alpha and a BC1 colour block that is always in four-colour mode. The
+// colours of DXT2 are premultiplied by alpha; decoding divides them by it.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// BC3 (DXT4, DXT5): 8 bytes of interpolated alpha and a BC1 colour block that is always in four-colour mode. DXT4 holds
-// colours premultiplied by alpha; they are divided by it.
+// BC3 (DXT4, DXT5): 8 bytes of interpolated alpha and a BC1 colour block that is always in four-colour mode. The
+// colours of DXT4 are premultiplied by alpha; decoding divides them by it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// BC4, unsigned and signed: one interpolated channel, which becomes grey. Alpha is 255.
+// BC4, unsigned and signed: one interpolated channel, decoded as grey. Alpha is 255.
 #pragma once
 
 #include <cstddef>

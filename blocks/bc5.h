@@ -1,4 +1,4 @@
-// BC5, unsigned and signed: two interpolated channels, which become red and green; blue is 0. Alpha is 255.
+// BC5, unsigned and signed: two interpolated channels, decoded as red and green. Blue is 0, alpha 255.
 #pragma once
 
 #include <cstddef>

@@ -15,7 +15,7 @@ namespace {
 struct BlockBits {
     std::uint64_t lo, hi;
 
-    // Bits first to first + count - 1; count is 1 to 10.
+    // Returns bits first to first + count - 1; count is 1 to 10.
     int field(unsigned first, unsigned count) const {
         const std::uint64_t from = first >= 64  ? hi >> (first - 64)
                                    : first == 0 ? lo
@@ -24,7 +24,7 @@ struct BlockBits {
     }
 };
 
-// Two bits name the modes 1 and 2, five bits all others; null for the four reserved values.
+// Returns the mode of a block, which two bits name for modes 1 and 2 and five bits for all others; null if reserved.
 const Bc6Mode* modeOf(const BlockBits& bits) {
     const int low = bits.field(0, 2);
     const int high = bits.field(2, 3);
@@ -90,8 +90,7 @@ struct Pixel {
     float rgba[4];
 };
 
-// The colours of one region, one an index. Compilers make vectors of the four channels, the fourth of which is not
-// used.
+// The colours of one region, one per index. The fourth channel is unused; it lets compilers vectorise.
 template <int indexBits, bool isSigned>
 void makePalette(const Bc6Block& fields, int region, Pixel* palette) {
     int a[4] = {};

@@ -1,5 +1,5 @@
 // BC6H: high-dynamic-range colour of one or two regions in 16 bytes, unsigned or signed. A block is parsed into its
-// fields and texels are then reconstructed from those.
+// fields, from which the texels are computed.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 namespace kpx {
 
-// The fields of one block. mode is null for a reserved block. Endpoints are as stored: neither sign-extended nor
-// transformed; region s has endpoints 2s and 2s + 1.
+// The fields of one block. mode is null for a reserved block. Endpoints are as stored, neither sign-extended nor
+// transformed. Region s has endpoints 2s and 2s + 1.
 struct Bc6Block {
     const Bc6Mode* mode;
     int partition;
     int endpoints[4][3];    // channels R, G, B
-    std::uint64_t indices;  // of texel 4 x row + column, from its bit 3 or 4 x texel upwards
+    std::uint64_t indices;  // that of texel t (4 x row + column) starts at bit 3t or 4t
 };
 
 Bc6Block parseBC6HBlock(const unsigned char* block);
@@ -24,20 +24,20 @@ Bc6Block parseBC6HBlock(const unsigned char* block);
 // is 1.0. A reserved block is opaque black.
 void decompressBC6HBlock(const unsigned char* block, float* out, std::size_t stride, bool isSigned);
 
-// Turns stored endpoints into whole ones: sign extension, and the inverse of the transform.
+// Sign-extends stored endpoints and reverses the transform.
 void bc6FinishEndpoints(Bc6Block& fields, bool isSigned);
 
-// Sign-extend the three channels of an endpoint, at one width or at one a channel (in bits).
+// Sign-extend the three channels of an endpoint, from one width or from one per channel (in bits).
 void bc6SignExtend(int* rgb, int bits);
 void bc6SignExtend(int* rgb, const int* bits);
 
-// An endpoint channel of the given precision widened to 16 bits (unsigned) or 15 bits and a sign.
+// Returns an endpoint channel of the given precision widened to 16 bits (unsigned) or 15 bits and a sign.
 int bc6Unquantize(int value, int bits, bool isSigned);
 
-// One channel between two unquantised endpoints, with the weight of a 3-bit index or else a 4-bit one.
+// Returns one channel between two unquantised endpoints, with the weight of a 3-bit or 4-bit index.
 int bc6Interpolate(int a, int b, int index, int indexBits);
 
-// The half-float bit pattern of an interpolated value: at most 0x7BFF in magnitude.
+// Returns the half-float bit pattern of an interpolated value, at most 0x7BFF in magnitude.
 int bc6FinishUnquantize(int value, bool isSigned);
 
 }  // namespace kpx

@@ -1,4 +1,4 @@
-// Where the endpoint bits of every BC6H mode lie, as published: runs of bits, each going to one field.
+// The published positions of the endpoint bits of every BC6H mode, as runs of bits that belong to one field.
 #pragma once
 
 #include <cstdint>
@@ -90,7 +90,7 @@ inline constexpr Bc6Mode bc6Modes[14] = {
 };
 // clang-format on
 
-// Every mode spends all its endpoint bits, in order and once: 77 in two regions, 65 in one.
+// Returns whether every mode uses all its endpoint bits, in order and once: 77 for two regions, 65 for one.
 consteval bool bc6RunsAreWhole() {
     for (const Bc6Mode& mode : bc6Modes) {
         int bit = mode.number <= 2 ? 2 : 5;

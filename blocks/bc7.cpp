@@ -13,7 +13,7 @@ namespace kpx {
 
 namespace {
 
-// The next count bits (0 to 63), lowest first.
+// Returns the next count bits (0 to 63), lowest first.
 std::uint64_t readBits(Tuint128& bits, int count) {
     if (count == 0) return 0;
     const std::uint64_t value = bits.lo & ((std::uint64_t{1} << count) - 1);
@@ -32,7 +32,7 @@ void readPBits(unsigned char (*endpoints)[4], Tuint128& bits, const Bc7Mode& mod
     }
 }
 
-// The exchange of alpha with a colour channel in modes 4 and 5.
+// Swaps alpha with a colour channel, in modes 4 and 5.
 void rotate(A8R8G8B8Colour& texel, unsigned rotation) {
     if (rotation == 1) std::swap(texel.a, texel.r);
     if (rotation == 2) std::swap(texel.a, texel.g);
@@ -86,7 +86,7 @@ void bc7Interpolate(A8R8G8B8Colour& out, const unsigned char* e0, const unsigned
 
 namespace {
 
-// The endpoints of a mode, widened to 8 bits, with channels R, G, B, A.
+// Reads the endpoints of a mode, widened to 8 bits, with channels R, G, B, A.
 template <int number>
 void readEndpoints(unsigned char (*endpoints)[4], Tuint128& bits) {
     constexpr const Bc7Mode& mode = bc7Modes[number];
@@ -94,13 +94,13 @@ void readEndpoints(unsigned char (*endpoints)[4], Tuint128& bits) {
     constexpr int pBit = mode.pBits == PBits::none ? 0 : 1;
     getBC7Endpoints(endpoints, bits, count, mode.colourBits, mode.alphaBits);
     readPBits(endpoints, bits, mode);
-    // Channels of 8 bits are wide already.
+    // Channels of 8 bits need no widening.
     if constexpr (mode.colourBits + pBit < 8) {
         endpointsTo8bit(endpoints, count, mode.colourBits + pBit, mode.alphaBits == 0 ? 0 : mode.alphaBits + pBit);
     }
 }
 
-// Entry i of a palette is what index i gives in colour and in alpha.
+// Computes a palette: entry i has the colour and alpha of index i.
 template <int colourBits, int alphaBits>
 void makePalette(A8R8G8B8Colour* palette, const unsigned char* e0, const unsigned char* e1) {
     constexpr int colourMask = (1 << colourBits) - 1;
@@ -110,7 +110,7 @@ void makePalette(A8R8G8B8Colour* palette, const unsigned char* e0, const unsigne
     }
 }
 
-// Modes 0 to 3, 6 and 7: one index a texel for all its channels.
+// Decodes modes 0 to 3, 6 and 7, which have one index per texel for all channels.
 template <int number>
 void decodeWithOneIndex(Tuint128 bits, A8R8G8B8Colour* out, std::size_t stride) {
     constexpr const Bc7Mode& mode = bc7Modes[number];
@@ -146,7 +146,8 @@ void pickTexels(const unsigned char (*endpoints)[4], std::uint64_t colourIndices
     }
 }
 
-// Modes 4 and 5: alpha has indices of its own, of another width in mode 4, where the two sets may change places.
+// Decodes modes 4 and 5, in which alpha has its own indices. In mode 4 these have another width, and the two sets may
+// be swapped.
 template <int number>
 void decodeWithTwoIndices(Tuint128 bits, A8R8G8B8Colour* out, std::size_t stride) {
     constexpr const Bc7Mode& mode = bc7Modes[number];
@@ -169,8 +170,8 @@ void decodeReserved(Tuint128, A8R8G8B8Colour* out, std::size_t stride) {
     for (std::size_t row = 0; row < 4; ++row) std::fill_n(out + row * stride, 4, A8R8G8B8Colour{255, 0, 0, 0});
 }
 
-// Each decodes the bits that follow those of its mode; one routine a mode, so that all its widths are constants: that
-// makes mode 6 five times faster here.
+// Each decodes the bits after the mode bits. One routine per mode makes all widths constants, which makes mode 6 five
+// times faster here.
 constexpr void (*modeDecoders[])(Tuint128, A8R8G8B8Colour*, std::size_t) = {
     decodeWithOneIndex<0>, decodeWithOneIndex<1>,   decodeWithOneIndex<2>,
     decodeWithOneIndex<3>, decodeWithTwoIndices<4>, decodeWithTwoIndices<5>,

@@ -1,5 +1,5 @@
-// BC7: eight modes of one to three subsets, with or without alpha, in 16 bytes. The fields of a block give each subset
-// a palette, from which the indices pick the texels.
+// BC7: eight modes of one to three subsets, with or without alpha, in 16 bytes. Each subset has a palette, computed
+// from the fields of the block; indices pick the texels from it.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace kpx {
 
-// A block as one 128-bit number whose bits are consumed from the low end.
+// A block as a 128-bit number, read from its lowest bit.
 struct Tuint128 {
     std::uint64_t lo;  // block bytes 0 to 7
     std::uint64_t hi;  // block bytes 8 to 15
@@ -20,17 +20,17 @@ struct Tuint128 {
 // byte 0) is opaque black.
 void decompressBC7Block(const unsigned char* block, A8R8G8B8Colour* out, std::size_t stride);
 
-// Reads the channels of numEndpoints endpoints: all R, all G, all B, then all A, which is 255 where alphaBits is 0.
+// Reads the channels of numEndpoints endpoints: all R, all G, all B, then all A. Alpha is 255 if alphaBits is 0.
 void getBC7Endpoints(unsigned char (*endpoints)[4], Tuint128& bits, int numEndpoints, int colourBits, int alphaBits);
 
 // Appends pbit as the lowest bit of all four channels.
 void applyPbit(unsigned char* endpoint, int pbit);
 
-// Widens channels of the given precisions (p-bit included) to 8 bits by bit replication; alpha becomes 255 where
-// alphaBits is 0.
+// Widens channels of the given precisions (p-bit included) to 8 bits by bit replication. Alpha becomes 255 if alphaBits
+// is 0.
 void endpointsTo8bit(unsigned char (*endpoints)[4], int numEndpoints, int colourBits, int alphaBits);
 
-// One texel between two endpoints: R, G, B with the colour index, A with the alpha index, or 255 where
+// Interpolates a texel between two endpoints: R, G, B by the colour index, A by the alpha index. Alpha is 255 if
 // alphaIndexBits is 0.
 void bc7Interpolate(A8R8G8B8Colour& out, const unsigned char* e0, const unsigned char* e1, int colourIndex,
                     int colourIndexBits, int alphaIndex, int alphaIndexBits);

@@ -7,7 +7,7 @@ namespace kpx {
 
 enum class PBits : std::uint8_t { none, perEndpoint, perSubset };
 
-// A row of the published mode table. Widths are in bits; 0 where a mode has no such field.
+// A row of the published mode table. Widths are in bits; 0: the mode has no such field.
 struct Bc7Mode {
     std::uint8_t subsets, partitionBits, rotationBits, selectionBits;
     std::uint8_t colourBits, alphaBits;  // of an endpoint channel as stored, without its p-bit
@@ -15,7 +15,7 @@ struct Bc7Mode {
     std::uint8_t primaryBits, secondaryBits;  // of an index
 };
 
-// The modes 0 to 7. A reserved block has no mode.
+// Modes 0 to 7. A reserved block has no mode.
 inline constexpr Bc7Mode bc7Modes[8] = {
     {3, 4, 0, 0, 4, 0, PBits::perEndpoint, 3, 0},  //
     {2, 6, 0, 0, 6, 0, PBits::perSubset, 3, 0},    //
@@ -27,7 +27,7 @@ inline constexpr Bc7Mode bc7Modes[8] = {
     {2, 6, 0, 0, 5, 5, PBits::perEndpoint, 2, 0},  //
 };
 
-// Bits that a block of a mode spends, its mode bits included: each mode spends all 128.
+// Returns the bits that a mode uses, including its mode bits. Every mode uses all 128.
 constexpr int spentBits(const Bc7Mode& m, int mode) {
     const int endpoints = 2 * m.subsets;
     const int pBits = m.pBits == PBits::perEndpoint ? endpoints : m.pBits == PBits::perSubset ? m.subsets : 0;

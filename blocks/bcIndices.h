@@ -1,5 +1,5 @@
-// The indices of a BC6H or BC7 block in one number, texel t at bit t x width. An anchor's index is stored without its
-// top bit, which is 0: the blocks' decoders make room for it again.
+// The indices of a BC6H or BC7 block in one number, texel t at bit t x width. The index of an anchor is stored without
+// its top bit, which is 0; the functions here insert it.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@
 
 namespace kpx {
 
-// All bits from the spared one of each anchor upwards, in the order of the anchors: of texel 0, which is always one,
-// then of up to two others, by partition.
+// The masks of all bits from the missing bit of each anchor upwards. Texel 0 is always an anchor; the partition
+// determines up to two others.
 constexpr std::uint64_t sparedBitUpwards(int texel, int width) {
     return ~std::uint64_t{0} << (texel * width + width - 1);
 }
@@ -30,8 +30,8 @@ constexpr AnchorBits makeAnchorBits(int subsets, int width) {
 template <int subsets, int width>
 inline constexpr AnchorBits anchorBits = makeAnchorBits(subsets, width);
 
-// The indices of all texels, from the stored bits in the low end of a number. Adding the bits from a spared one upwards
-// to the whole doubles them, which moves them up by one. Bits that no index needs fall off the top.
+// Returns the indices of all texels, from the stored bits at the low end of a number. Adding to the number all its bits
+// from a missing bit upwards doubles those bits, that is shifts them left by one. Unused bits are shifted out.
 template <int subsets, int width>
 constexpr std::uint64_t wholeIndices(std::uint64_t stored, std::size_t partition) {
     stored += stored & sparedBitUpwards(0, width);

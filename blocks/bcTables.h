@@ -1,12 +1,12 @@
-// The tables that the BC6H and BC7 decoders share, equal to the published ones of Direct3D 11, and the small helpers
-// that read them.
+// The tables that the BC6H and BC7 decoders share, equal to those published for Direct3D 11, and functions that read
+// them.
 #pragma once
 
 #include <cstdint>
 
 namespace kpx {
 
-// The low bits (1 to 32) of value as a two's-complement number.
+// Returns the low bits (1 to 32) of value as a two's-complement number.
 constexpr int signExtend(int value, int bits) {
     const int shift = 32 - bits;
     return static_cast<int>(static_cast<std::uint32_t>(value) << shift) >> shift;
@@ -108,12 +108,12 @@ inline constexpr std::uint8_t bcAnchors[2][64][3] = {
     },
 };
 
-// Interpolation weights of 2, 3 and 4 index bits, in 64ths.
+// Interpolation weights for indices of 2, 3 and 4 bits, in 64ths.
 inline constexpr std::uint16_t bcWeights2[4] = {0, 21, 43, 64};
 inline constexpr std::uint16_t bcWeights3[8] = {0, 9, 18, 27, 37, 46, 55, 64};
 inline constexpr std::uint16_t bcWeights4[16] = {0, 4, 9, 13, 17, 21, 26, 30, 34, 38, 43, 47, 51, 55, 60, 64};
 
-// Whether a texel (0 to 15) is the anchor of one of a block's subsets (1 to 3), whose index has one bit less.
+// Returns whether a texel (0 to 15) is the anchor of one of the subsets (1 to 3), whose index has one bit less.
 constexpr bool isFixup(int numSubsets, int partition, int texel) {
     if (numSubsets == 1) return texel == 0;
     if (numSubsets <= 0) return false;
@@ -121,12 +121,12 @@ constexpr bool isFixup(int numSubsets, int partition, int texel) {
     return texel == anchors[0] || texel == anchors[1] || (numSubsets > 2 && texel == anchors[2]);
 }
 
-// The weights of indices of 2, 3 or (any other number) 4 bits.
+// Returns the weights for indices of 2, 3 or (any other number) 4 bits.
 constexpr const std::uint16_t* bcWeights(int indexBits) {
     return indexBits == 2 ? bcWeights2 : indexBits == 3 ? bcWeights3 : bcWeights4;
 }
 
-// One channel of a BC7 texel: the published formula with the weight of index, of indexBits 2, 3 or 4 bits.
+// Returns one channel of a BC7 texel by the published formula. index has 2, 3 or 4 bits.
 constexpr int bc7Interpolate(unsigned char e0, unsigned char e1, int index, int indexBits) {
     const int w = bcWeights(indexBits)[index];
     return ((64 - w) * e0 + w * e1 + 32) >> 6;

@@ -1,5 +1,5 @@
-// Eight bytes that hold one interpolated channel of a tile, and their palettes of eight entries: the alpha of BC3, the
-// channels of BC4 and BC5.
+// One interpolated channel of a tile, stored in eight bytes, and its palette of eight entries. BC3 stores alpha so, BC4
+// and BC5 all their channels.
 #pragma once
 
 #include <array>
@@ -12,8 +12,8 @@ namespace kpx {
 
 using ChannelPalette = std::array<std::uint8_t, 8>;
 
-// Entry i between two endpoints, with divisions that truncate toward zero: six interpolated values, or four
-// and then the two constants 0 and 255. offset is added to the endpoints and to what lies between them.
+// Returns the palette of two endpoints: six interpolated values, or four followed by the constants 0 and 255. Divisions
+// truncate toward zero. offset is added to the endpoints and the interpolated values.
 constexpr ChannelPalette interpolatedPalette(int e0, int e1, bool eightValues, int offset) {
     ChannelPalette palette{};
     const auto byte = [offset](int v) { return static_cast<std::uint8_t>(v + offset); };
@@ -33,7 +33,8 @@ constexpr ChannelPalette unsignedPalette(std::uint8_t e0, std::uint8_t e1, bool 
     return interpolatedPalette(e0, e1, eightValues, 0);
 }
 
-// Signed endpoints in two's complement; -128 is read as -127, and a value v is stored as v + 128.
+// Returns the palette of two signed endpoints in two's complement. -128 is read as -127; a value v is stored as v +
+// 128.
 constexpr ChannelPalette signedPalette(std::uint8_t e0, std::uint8_t e1) {
     const auto read = [](std::uint8_t byte) {
         const int v = static_cast<std::int8_t>(byte);
@@ -44,7 +45,7 @@ constexpr ChannelPalette signedPalette(std::uint8_t e0, std::uint8_t e1) {
     return interpolatedPalette(s0, s1, s0 > s1, 128);
 }
 
-// A block of BC4, or half a block of BC5. The 3-bit index of texel t stands at bit 16 + 3t.
+// A block of BC4, or half a block of BC5. The 3-bit index of texel t starts at bit 16 + 3t.
 class InterpolatedChannel {
 public:
     InterpolatedChannel(const unsigned char* block, bool isSigned)

@@ -38,7 +38,7 @@ const KernelSet& bestKernels() {
 
 namespace {
 
-// Chosen when the program or plug-in is loaded: a child of fork would wait for ever for a thread that was choosing.
+// Chosen when the program or plug-in is loaded: a child of fork would wait forever for a thread that was choosing.
 [[maybe_unused]] const KernelSet& chosenAtLoad = bestKernels();
 
 }  // namespace
@@ -48,16 +48,23 @@ MaskField makeMaskField(std::uint32_t mask) {
     field.mask = mask;
     field.fitsHalf = mask == 0;
     if (mask == 0) return field;
-    // The low 8 bits of a large mask do not count. Moved up by n bits, mask and pixel have the quotient that they had.
+    // The low 8 bits of a large mask are ignored. Shifting mask and pixel by the same number of bits keeps the
+    // quotient.
     const std::uint32_t counted = mask > 0x01000000U ? mask & ~0xFFU : mask;
     field.lift = static_cast<std::uint8_t>(std::countl_zero(counted));
     field.field = counted << field.lift;
 
-    // 255 x p / f for p <= f, where 2^31 <= f < 2^32 and both are multiples of 2^8, so that quotients are multiples of
-    // 2^8 / f. With m the whole number next to 255 x 2^55 / f, p x m / 2^55 is off by p / 2^56 < f / 2^56 at most,
-    // which is less than 2^8 / f. With m rounded up, the product cannot reach the next multiple, and truncates as it
-    // should. With m rounded down, the division's remainder is added, at most f / 2: it is what the product lacks for
-    // p = f, and over 2^55 less than 2^8 / f again. The sum stays below 2^63.
+    // Claim: floor(q) = (p x m + a) >> 55, where q = 255 x p / f, f the field, p a lifted pixel, m the multiplier and a
+    // the addend.
+    // 1. p <= f and 2^31 <= f < 2^32. Both are multiples of 2^8, so q is a multiple of 2^8 / f: unless q is whole, the
+    //    next whole number is at least 2^8 / f > 2^-24 above it.
+    // 2. m is the whole number nearest to 255 x 2^55 / f, at most 1/2 away. So p x m / 2^55 differs from q by at most
+    //    p / 2^56 <= f / 2^56 < 2^-24.
+    // 3. If m was rounded up, a = 0 and q <= p x m / 2^55 < q + 2^-24: the same whole part, by 1.
+    // 4. If m was rounded down, a is the remainder 255 x 2^55 - m x f <= f / 2. Then p x m + a = 2^55 x q + a x (1 - p
+    // / f),
+    //    which is at least 2^55 x q and exceeds it by at most f / 2: again the same whole part.
+    // 5. The sum is below 2^63, since q <= 255.
     const std::uint64_t dividend = std::uint64_t{255} << 55;
     const std::uint64_t below = dividend / field.field;
     const std::uint64_t remainder = dividend % field.field;
@@ -65,10 +72,14 @@ MaskField makeMaskField(std::uint32_t mask) {
     field.multiplier = static_cast<std::uint32_t>(below + (roundedUp ? 1 : 0));
     field.addend = static_cast<std::uint32_t>(roundedUp ? 0 : remainder);
 
-    // In the upper half alone the field is f of 16 bits. With d the field moved down until its last bit is bit 0, and g
-    // the common divisor of 255 and d, 255 x h / f is a multiple of g / d. The multiplier, rounded up, exceeds
-    // 255 x 2^bits / f by e / f; the product then exceeds its due by h x e / f <= e, which is less than 2^bits x g / d
-    // where e x d is less than 2^bits x g. With d below 2^7 it is: e < f < 2^16.
+    // If the field has bits in its upper half only, 16-bit words may do. Let f be that half of the field, h that of the
+    // lifted pixel, d the field shifted down to bit 0, and g the greatest common divisor of 255 and d.
+    // 1. q = 255 x h / f is a multiple of g / d.
+    // 2. The multiplier m = ceil(255 x 2^bits / f) exceeds the quotient by e / f, with e = m x f - 255 x 2^bits < f.
+    // 3. So h x m / 2^bits exceeds q by h x e / f / 2^bits <= e / 2^bits.
+    // 4. That keeps the whole part if e / 2^bits < g / d, that is if e x d < 2^bits x g. It always holds for d < 2^7,
+    // as
+    //    e < 2^16 and bits >= 23.
     if ((field.field & 0xFFFF) != 0) return field;
     const std::uint64_t f = field.field >> 16;
     const std::uint64_t d = counted >> std::countr_zero(counted);

@@ -1,6 +1,6 @@
-// The kernels that turn a file's bytes into pixels and pixels into channel rows, in sets: the plain set is the
-// definition, and further sets do the same faster on processors that have the instructions. All are pure functions
-// of memory; none allocates, fails or knows of files.
+// Sets of kernels, which convert the bytes of a file to pixels and pixels to channel rows. The plain set defines the
+// results; the other sets compute the same faster with SIMD instructions. Kernels are pure functions of memory: none
+// allocates, fails or knows about files.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace kpx {
 
-// Decodes count consecutive blocks into tiles side by side: tile i starts at out + i x 4 texels, and its row r lies
-// r x rowBytes further. Writes the tiles and nothing else.
+// Decodes count consecutive blocks into tiles side by side. Tile i starts at out + i x 4 texels, and its row r at
+// r x rowBytes after that. Writes nothing outside the tiles.
 using StripKernel = void (*)(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes);
 
 enum class BlockKernel : std::uint8_t {
@@ -38,14 +38,14 @@ public:
         BlockKernel kernel;
         StripKernel strip;
     };
-    // Names each format once; a table that lacks one does not compile.
+    // Requires each format once: a table that lacks one does not compile.
     consteval StripTable(std::initializer_list<Entry> entries) {
         for (const Entry& entry : entries) m_strips[static_cast<std::size_t>(entry.kernel)] = entry.strip;
         for (std::size_t i = 1; i < blockKernelCount; ++i) {
             if (m_strips[i] == nullptr) throw "a format has no kernel";
         }
     }
-    // Null for BlockKernel::none.
+    // Returns null for BlockKernel::none.
     constexpr StripKernel operator[](BlockKernel kernel) const { return m_strips[static_cast<std::size_t>(kernel)]; }
 
 private:
@@ -61,27 +61,27 @@ struct PixelRow {
     const unsigned char* next;
 };
 
-// One channel of a bit-mask pixel, made ready by makeMaskField: multiplications in place of the division.
+// One channel of a bit-mask pixel, prepared by makeMaskField: a multiplication replaces the division.
 struct MaskField {
     std::uint32_t mask;
-    std::uint8_t lift;    // brings the first bit of the mask to bit 31
-    std::uint32_t field;  // the bits of the mask that count, lifted; 0: the channel is 0
+    std::uint8_t lift;    // shifts the highest bit of the mask to bit 31
+    std::uint32_t field;  // the significant bits of the mask, shifted by lift; 0: the channel is 0
 
     // value = (((pixel << lift) & field) x multiplier + addend) >> 55, in 64 bits.
     std::uint32_t multiplier;
     std::uint32_t addend;
 
-    // Whether 16-bit words are enough: true for 8,473 of the 65,535 masks of up to 16 bits, among them all that span at
-    // most 7 bits and all without gaps. With h the upper half of (pixel << lift) & field,
-    // value = (h x halfMultiplier >> 16) x halfScale >> 16.
+    // Whether 16-bit words are enough. True for 8,473 of the 65,535 masks of up to 16 bits, including all that span at
+    // most 7 bits and all without gaps. Then value = (h x halfMultiplier >> 16) x halfScale >> 16, where h is the upper
+    // half of (pixel << lift) & field.
     bool fitsHalf;
     std::uint16_t halfMultiplier;
     std::uint16_t halfScale;
 };
 MaskField makeMaskField(std::uint32_t mask);
 
-// A channel scaled to 0 to 255 with truncating division; mask is not 0. Masks above 0x01000000 lose their low 8 bits
-// first, so that no product exceeds 32 bits.
+// Returns a channel scaled to 0 to 255 by truncating division. Requires: mask is not 0. The low 8 bits of masks above
+// 0x01000000 are dropped first, so that no product exceeds 32 bits.
 constexpr std::uint32_t scaleMasked(std::uint32_t pixel, std::uint32_t mask) {
     const std::uint32_t w = pixel & mask;
     return mask <= 0x01000000U ? w * 255 / mask : (w >> 8) * 255 / (mask >> 8);
@@ -92,8 +92,8 @@ struct KernelSet {
     bool (*runsHere)();
     StripTable strips;
 
-    // Splits pixels of N units into N rows, unit k of pixel x to rows[k][x]. The last row may be null, of splitBytes4
-    // only: that unit is skipped.
+    // Split pixels of N units into N rows, unit k of pixel x to rows[k][x]. splitBytes4 skips the last unit if its row
+    // is null.
     void (*splitBytes2)(const PixelRow& pixels, unsigned char* const* rows);
     void (*splitBytes3)(const PixelRow& pixels, unsigned char* const* rows);
     void (*splitBytes4)(const PixelRow& pixels, unsigned char* const* rows);
@@ -101,36 +101,36 @@ struct KernelSet {
     void (*splitFloats3)(const PixelRow& pixels, float* const* rows);
     void (*splitFloats4)(const PixelRow& pixels, float* const* rows);
 
-    // Bit-mask pixels of bytesPerPixel bytes each (the first four count), a row a field.
+    // Splits bit-mask pixels of bytesPerPixel bytes, of which the first four are used, into one row per field.
     void (*extractMasks)(const PixelRow& pixels, std::size_t bytesPerPixel, const MaskField* fields,
                          std::size_t fieldCount, unsigned char* const* rows);
 
-    // The other way of splitBytes: unit k of pixel x comes from rows[k][x].
+    // Join rows into pixels, the reverse of splitBytes: unit k of pixel x comes from rows[k][x].
     void (*joinBytes3)(const unsigned char* const* rows, std::size_t count, unsigned char* pixels);
     void (*joinBytes4)(const unsigned char* const* rows, std::size_t count, unsigned char* pixels);
 
-    // Entries of four bytes by index: of a byte each, or of 4 bits each, the low ones first.
+    // Look up entries of four bytes by index. An index is a byte, or 4 bits, the low ones first.
     void (*pickByteEntries)(const unsigned char* indices, std::size_t count, const unsigned char* entries,
                             unsigned char* pixels);
     void (*pickNibbleEntries)(const unsigned char* indices, std::size_t count, const unsigned char* entries,
                               unsigned char* pixels);
-    // Two pixels R, G, B out of four bytes R, G0, B, G1 or, with greenFirst, G0, R, G1, B. An odd count uses only the
-    // first pixel of its last pair.
+    // Expands each four bytes R, G0, B, G1 or, with greenFirst, G0, R, G1, B to two pixels R, G, B. If count is odd,
+    // the second pixel of the last pair is dropped.
     void (*expandPairs)(const unsigned char* pairs, std::size_t count, bool greenFirst, unsigned char* pixels);
 
     void (*halfsToFloats)(const unsigned char* halfs, std::size_t count, float* out);
     void (*r11g11b10ToFloats)(const unsigned char* words, std::size_t count, float* out);  // three floats a word
     void (*r9g9b9e5ToFloats)(const unsigned char* words, std::size_t count, float* out);
-    // The high byte of each little-endian 16-bit value; out may be the start of values.
+    // Stores the high byte of each little-endian 16-bit value; out may equal values.
     void (*highBytes)(const unsigned char* values, std::size_t count, unsigned char* out);
-    // Signed-normalised bytes to unsigned, in place: floor((s + 127) x 255 / 254), and 0 for -128.
+    // Converts signed-normalised bytes to unsigned in place: floor((s + 127) x 255 / 254), and 0 for -128.
     void (*snormToUnorm)(unsigned char* bytes, std::size_t count);
 };
 
-// All sets that were built, plain first, each faster than the one before. Not all run on every processor.
+// Returns all sets that were built, slowest (plain) first. Not all of them run on every processor.
 std::span<const KernelSet* const> kernelSets();
 
-// The last set that runs on this processor; found once.
+// Returns the last set that runs on this processor, which is determined once.
 const KernelSet& bestKernels();
 
 extern const KernelSet plainKernels;

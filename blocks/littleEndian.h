@@ -1,5 +1,5 @@
-// Little-endian words out of a file's bytes. All files of the format are little-endian, and so are
-// the processors that the plug-in is built for, so that a word is a plain unaligned load.
+// Reads little-endian words from the bytes of a file. The processors that the plug-in is built for are little-endian
+// too, so reading a word is a plain unaligned load.
 #pragma once
 
 #include <bit>

@@ -1,4 +1,4 @@
-// The plain kernels: the definition of what every set computes. They are written to be read.
+// The plain kernels, which define the results of every set. They are written to be read.
 #include <cstring>
 #include <type_traits>
 
@@ -16,7 +16,7 @@
 namespace kpx {
 namespace {
 
-// A strip kernel from a routine for one block of blockBytes bytes. A texel is one colour or four floats.
+// Makes a strip kernel of a routine for one block of blockBytes bytes. A texel is one colour or four floats.
 template <typename Unit, std::size_t blockBytes, auto decodeBlock>
 void strip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
     constexpr std::size_t unitsPerTexel = std::is_same_v<Unit, float> ? 4 : 1;

@@ -1,4 +1,4 @@
-// Colours that are stored multiplied by their alpha, as DXT2 and DXT4 have them, and are divided by it again.
+// Divides colours that are stored premultiplied by alpha, as in DXT2 and DXT4.
 #pragma once
 
 #include <cstdint>
@@ -7,14 +7,14 @@
 
 namespace kpx {
 
-// A premultiplied channel divided by alpha: v x 256 / alpha, truncated, for v < alpha. Where v >= alpha the
-// quotient does not fit and is 255; alpha 0 leaves v as it is, so that additive texels keep their light.
+// Returns a premultiplied channel divided by alpha: v x 256 / alpha, truncated, or 255 if v >= alpha. With alpha 0 it
+// returns v, so that additive texels keep their colour.
 constexpr std::uint8_t dividePremultiplied(std::uint8_t v, std::uint8_t alpha) {
     if (alpha == 0) return v;
     return static_cast<std::uint8_t>(v >= alpha ? 255 : v * 256 / alpha);
 }
 
-// Completes a texel whose colour has been decoded.
+// Sets the alpha of a texel whose colour has been decoded, and divides the colour if it is premultiplied.
 inline void setAlpha(A8R8G8B8Colour& texel, std::uint8_t alpha, short premultiplied) {
     texel.a = alpha;
     if (premultiplied == 0) return;

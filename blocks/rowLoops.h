@@ -1,5 +1,5 @@
-// Loops over pixels that the compiler turns into vector code for whichever instructions the kernel around them may
-// use. Each is inlined into that kernel, and none exists by itself.
+// Loops over pixels that the compiler vectorises. Each is inlined into a kernel, with the instructions that this kernel
+// may use.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +28,7 @@ KPX_LOOP void splitUnits3(const Unit* __restrict pixels, std::size_t count, Unit
     }
 }
 
-// (s + 127) x 255 / 254 = t + t / 254 for t = s + 127 of 0 to 254, and t / 254 is 1 for t = 254 alone.
+// With t = s + 127 (0 to 254), (s + 127) x 255 / 254 = t + t / 254, where t / 254 is 1 only for t = 254.
 KPX_LOOP void unsignBytes(unsigned char* bytes, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         const auto offset = static_cast<unsigned char>(bytes[i] + 127);

@@ -1,5 +1,5 @@
-// Whole tiles of a row go to the kernel in one strip, straight into the image; tiles over an edge are decoded into a
-// scratch tile, of which the visible part is copied.
+// The kernel decodes the complete tiles of a row in one strip, directly into the image. Tiles that cross an edge are
+// decoded into a scratch tile, and their visible part is copied.
 #include "blocks/walker.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The one walk over the blocks of an image, for every block format.
+// Walks over the blocks of an image, for every block format.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace kpx {
 
-// An image of 4-byte texels or of 16-byte pixels of four floats, rows without gaps, top row first.
+// An image of 4-byte texels or 16-byte pixels (four floats), without gaps between rows, top row first.
 struct BlockTarget {
     unsigned char* pixels;
     std::uint32_t width, height;
@@ -16,7 +16,7 @@ struct BlockTarget {
 };
 
 // Decodes ceil(width / 4) x ceil(height / 4) blocks of blockBytes bytes, left to right and top to bottom, into the
-// image. Of tiles that reach over an edge only the texels inside the image are stored.
+// image. Texels outside the image are dropped.
 void walkBlocks(StripKernel kernel, const unsigned char* blocks, std::size_t blockBytes, const BlockTarget& target);
 
 }  // namespace kpx

@@ -1,7 +1,6 @@
-// Blocks of less than one large page come from the C allocator, which gives the same memory to one picture after the
-// other: fresh memory would be faulted in 4 KiB at a time, which takes several times as long as reading the picture.
-// Larger blocks are mapped, aligned to large pages and advised to use them: faults of 2 MiB cost less than zeroing
-// memory that is used again.
+// Blocks smaller than a large page come from the C allocator, which reuses the memory of the previous picture. Fresh
+// memory would cause page faults of 4 KiB, which take several times as long as reading the picture. Larger blocks are
+// mapped, aligned to large pages and advised to use them: a fault of 2 MiB costs less than zeroing reused memory.
 #include "dds/LazyBuffer.h"
 
 #include <sys/mman.h>
@@ -14,8 +13,8 @@
 namespace kpx {
 namespace {
 
-// Of x86-64, and of aarch64 with pages of 4 KiB. A multiple of all pages, which are 64 KiB at most, it is an address
-// that advice is taken for.
+// The large page of x86-64, and of aarch64 with 4 KiB pages. It is a multiple of every page size (at most 64 KiB), as
+// madvise requires of addresses.
 constexpr std::size_t largePage = std::size_t{2} << 20;
 constexpr std::uint64_t smallestMapping = largePage;
 
@@ -32,7 +31,7 @@ bool LazyBuffer::allocate(std::uint64_t bytes, Content content) {
         m_size = bytes;
         return true;
     }
-    // Whole large pages: a shorter last one would be faulted in 4 KiB at a time.
+    // Whole large pages: a shorter last one would cause 4 KiB faults.
     const std::size_t wholePages = (bytes + largePage - 1) / largePage * largePage;
     const std::size_t mappedBytes = wholePages + largePage;
     void* mapping = mmap(nullptr, mappedBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -42,13 +41,13 @@ bool LazyBuffer::allocate(std::uint64_t bytes, Content content) {
     m_size = bytes;
     const auto address = reinterpret_cast<std::uintptr_t>(mapping);
     m_data = static_cast<unsigned char*>(mapping) + (largePage - address % largePage) % largePage;
-    // Advice only: without large pages the block is the same, and slower to touch.
+    // May fail: without large pages the block works the same, only slower.
     (void)madvise(m_data, wholePages, MADV_HUGEPAGE);
     return true;
 }
 
 void LazyBuffer::zeroFrom(std::uint64_t start) {
-    // A mapping is zero until it is written.
+    // A mapping is zero until written.
     if (m_mapping == nullptr && start < m_size) std::memset(m_data + start, 0, m_size - start);
 }
 

@@ -1,5 +1,5 @@
-// An owned block of memory for pixels. A large block costs only what is written to it, so that a small file which
-// declares a huge picture takes no more memory than it fills.
+// An owned block of memory for pixels. A large block uses memory only for the pages that are written, so a small file
+// that declares a huge picture uses no more than it fills.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace kpx {
 
-// What a new block holds: zeros, or anything, for an owner that writes every byte, or calls zeroFrom, before one is
-// read.
+// The content of a new block. An unset block may hold anything: its owner writes every byte, or calls zeroFrom, before
+// reading one.
 enum class Content : std::uint8_t { zero, unset };
 
 class LazyBuffer {
@@ -18,18 +18,18 @@ public:
     LazyBuffer(const LazyBuffer&) = delete;
     LazyBuffer& operator=(const LazyBuffer&) = delete;
 
-    // Allocates bytes (0 is allowed) after releasing what was held. Returns false, and holds nothing, if the allocation
-    // fails or bytes exceeds largestBlock. Reading a large block before it is written may take memory too: where the
-    // kernel has no shared zero page of the size, a read gives a page of its own, which can be a large one.
+    // Releases the current block and allocates a new one; bytes may be 0. Returns false, and holds nothing, if the
+    // allocation fails or bytes exceeds largestBlock. Reading pages that were never written can use memory too, since a
+    // kernel without a shared zero page of that size allocates one, possibly a large page.
     bool allocate(std::uint64_t bytes, Content content = Content::zero);
     void release();
 
-    // Zeroes the bytes from start on, none of which has been written.
+    // Zeroes the bytes from start on. Requires: none of them has been written.
     void zeroFrom(std::uint64_t start);
 
-    // Aligned for every scalar type; null when nothing is held.
+    // Returns the block, aligned for every scalar type; null if there is none.
     unsigned char* data() const { return m_data; }
-    // The bytes that were asked for; 0 when nothing is held.
+    // Returns the size passed to allocate; 0 if there is no block.
     std::uint64_t size() const { return m_size; }
 
 private:

@@ -1,12 +1,12 @@
-// Sizes of images and files, computed in 64 bits without wrapping. A product that does not fit is the largest 64-bit
-// number, which is above every limit that it is then compared with.
+// Sizes of images and files, computed in 64 bits without wrapping. A product that does not fit becomes the largest
+// 64-bit number, which exceeds every limit.
 #pragma once
 
 #include <cstdint>
 
 namespace kpx {
 
-// The largest block that a loader or the writer allocates: 4 GiB. Larger ones fail like allocations.
+// The largest block that a loader or the writer allocates: 4 GiB. Larger requests fail like allocations.
 inline constexpr std::uint64_t largestBlock = 0x100000000;
 
 constexpr std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b) {
@@ -18,7 +18,7 @@ constexpr std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b, std:
     return saturatingProduct(saturatingProduct(a, b), c);
 }
 
-// a / b rounded up; b is small.
+// Returns a / b, rounded up.
 constexpr std::uint64_t ceilQuotient(std::uint32_t a, std::uint32_t b) {
     return (std::uint64_t{a} + b - 1) / b;
 }

@@ -1,5 +1,5 @@
-// How many bytes a picture takes: in the file, after the header, and in memory. The loaders and the verdict on a file
-// use the same functions. Sizes of a row never wrap; those of a picture are limited by largestBlock.
+// The bytes that a picture takes in the file, after the headers, and in memory. The size of a row never wraps; that of
+// a picture is limited by largestBlock.
 #pragma once
 
 #include <algorithm>
@@ -11,22 +11,22 @@
 
 namespace kpx {
 
-// The sides of the black picture that stands for one that cannot be decoded.
+// The sides of the black picture that replaces one that cannot be decoded.
 inline constexpr std::uint32_t fallbackSide = 64;
 
-// Hosts hold sizes in signed 32-bit fields. A picture with a larger side counts as one that is too large for memory.
+// Hosts store sizes in signed 32-bit fields. A picture with a larger side is treated as too large for memory.
 inline constexpr std::uint32_t largestSide = 0x7FFFFFFF;
 
 constexpr bool isSideTooLarge(std::uint32_t width, std::uint32_t height) {
     return width > largestSide || height > largestSide;
 }
 
-// Bit-mask pixels stay in memory as they are in the file.
+// Bit-mask pixels are stored as they are in the file.
 inline std::uint64_t maskedRowBytes(const DDS_PIXELFORMAT& pixelFormat, std::uint32_t width) {
     return std::uint64_t{maskedPixelBytes(pixelFormat)} * width;
 }
 
-// Floats in memory, whatever the file holds.
+// In memory all are 32-bit floats, whatever the type in the file.
 constexpr std::uint64_t floatRowBytes(const Format& format, std::uint32_t width) {
     return std::uint64_t{format.channels} * width * sizeof(float);
 }
@@ -49,41 +49,41 @@ constexpr std::uint64_t indexRowBytes(const Format& format, std::uint32_t width)
 constexpr std::uint64_t palettisedBytes(const Format& format, std::uint32_t width, std::uint32_t height) {
     return paletteBytes(format) + indexRowBytes(format, width) * height;
 }
-// In memory every index becomes its entry.
+// In memory each index is replaced by its palette entry.
 constexpr std::uint64_t palettisedRowBytes(std::uint32_t width) {
     return std::uint64_t{paletteEntryBytes} * width;
 }
 
-// A row of pixel pairs in the file; a row of odd width ends with a whole pair.
+// A row of pixel pairs in the file. A row of odd width ends with a whole pair.
 constexpr std::uint64_t pairRowBytes(std::uint32_t width) {
     return 4 * ceilQuotient(width, 2);
 }
 
-// A row of a Direct3D code as the largest picture is reckoned: as in the file, and pixel pairs with the room of a whole
-// pair for every pixel.
+// The row size used for the limit of a picture with a Direct3D code: the size in the file, but 6 bytes per pixel for
+// pixel pairs.
 constexpr std::uint64_t codeRowBytes(const Format& format, std::uint32_t width) {
     return std::uint64_t{format.has(pixelPairs) ? 6U : format.bytesPerPixel} * width;
 }
 constexpr std::uint64_t codeFileRowBytes(const Format& format, std::uint32_t width) {
     return format.has(pixelPairs) ? pairRowBytes(width) : codeRowBytes(format, width);
 }
-// In memory there is a byte a channel.
+// In memory each channel is a byte.
 constexpr std::uint64_t codeStoredRowBytes(const Format& format, std::uint32_t width) {
     return std::uint64_t{format.channels} * width;
 }
 
-// Block-compressed pictures; a null format is a code that is not known, which counts as blocks of 16 bytes.
+// Block-compressed pictures. A null format stands for an unknown code, which is taken for blocks of 16 bytes.
 constexpr std::uint32_t blockBytesOf(const Format* format) {
     return format == nullptr ? 16 : format->blockBytes;
 }
 
-// Whole blocks of an image.
+// The whole blocks of an image.
 constexpr std::uint64_t wholeBlockBytes(std::uint32_t width, std::uint32_t height, std::uint32_t blockBytes) {
     return saturatingProduct(ceilQuotient(width, 4), ceilQuotient(height, 4), blockBytes);
 }
 
-// What the block-compressed loader reads in one go: height x width x blockBytes / 16, or the linear size or the whole
-// blocks of the image where those are more.
+// The bytes that the block-compressed loader reads: the largest of height x width x blockBytes / 16, the linear size
+// and the whole blocks of the image.
 constexpr std::uint64_t compressedBytes(std::uint32_t width, std::uint32_t height, std::uint32_t blockBytes,
                                         std::uint32_t linearSize) {
     const std::uint64_t pixels = std::uint64_t{width} * height;
@@ -99,7 +99,7 @@ constexpr std::uint64_t compressedRowBytes(const Format* format, std::uint32_t w
     return std::uint64_t{isFloat ? floatPixelBytes : texelBytes} * width;
 }
 
-// All the channel rows of a scanline, of which a picture without rows has none; bits is 8 or 32.
+// The channel rows of a scanline together; 0 for a picture without rows. bits is 8 or 32.
 constexpr std::uint64_t channelRowsBytes(std::uint32_t width, std::uint32_t height, std::uint32_t channels,
                                          std::uint32_t bits) {
     return height == 0 ? 0 : std::uint64_t{width} * channels * (bits / 8);

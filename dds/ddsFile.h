@@ -1,5 +1,5 @@
-// The DDS file as this system reads and writes it: the records of the published format under its own field names, and
-// the flags and format codes that matter. All fields are unsigned 32-bit little-endian integers.
+// The records of a DDS file, with the field names, flags and codes of the published format. All fields are unsigned
+// 32-bit little-endian integers.
 #pragma once
 
 #include <cstddef>
@@ -57,7 +57,7 @@ constexpr std::uint32_t fourCC(const char (&characters)[5]) {
 
 inline constexpr std::uint32_t ddsMagic = fourCC("DDS ");
 
-// DDS_HEADER.dwFlags; what the reader does not look at, too
+// DDS_HEADER.dwFlags, including those that the reader ignores
 inline constexpr std::uint32_t DDSD_CAPS = 0x1;
 inline constexpr std::uint32_t DDSD_HEIGHT = 0x2;
 inline constexpr std::uint32_t DDSD_WIDTH = 0x4;
@@ -72,7 +72,7 @@ inline constexpr std::uint32_t DDSCAPS_COMPLEX = 0x8;
 inline constexpr std::uint32_t DDSCAPS_TEXTURE = 0x1000;
 inline constexpr std::uint32_t DDSCAPS_MIPMAP = 0x400000;
 inline constexpr std::uint32_t DDSCAPS2_CUBEMAP = 0x200;
-inline constexpr std::uint32_t DDSCAPS2_CUBEMAP_POSITIVEX = 0x400;  // the other faces follow, each the next bit
+inline constexpr std::uint32_t DDSCAPS2_CUBEMAP_POSITIVEX = 0x400;  // each further face is the next bit
 inline constexpr std::uint32_t DDSCAPS2_CUBEMAP_ALLFACES = 0xFC00;
 inline constexpr std::uint32_t DDSCAPS2_VOLUME = 0x200000;
 
@@ -93,7 +93,7 @@ inline constexpr std::uint32_t DDPF_BUMPDUDV = 0x80000;
 inline constexpr std::uint32_t DDPF_NORMAL = 0x80000000;
 inline constexpr std::uint32_t anyPaletteFlag = DDPF_PALETTEINDEXED4 | DDPF_PALETTEINDEXEDTO8 | DDPF_PALETTEINDEXED8;
 
-// Codes of this system's own, for formats that have no published code.
+// This system's own codes, for formats without a published one.
 inline constexpr std::uint32_t CODE_SINGLE16 = 134;
 inline constexpr std::uint32_t CODE_DUAL8 = 135;
 inline constexpr std::uint32_t CODE_SINGLE8 = 136;

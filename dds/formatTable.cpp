@@ -1,4 +1,4 @@
-// The rows of the table of formats, and how one is found.
+// The rows of the table of formats, and the searches in it.
 #include "dds/formatTable.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ constexpr const char* asDepthValues = "the 24 bits of depth become 0 to 1; the o
 constexpr const char* asFloatDepth = "the 32-bit floats are kept; the other 32 bits are left out";
 constexpr const char* asExtended = "colours become -0.75 to 1.25, by (n - 384) / 510";
 
-// Channels of the same size, one after the other.
+// Returns consecutive channels of the same size.
 constexpr FieldLayout integers(std::uint8_t count, std::uint8_t bits, Number number) {
     FieldLayout layout{static_cast<std::uint8_t>(count * bits / 8), {}, bits > 16 ? asNumbers : asShortNumbers};
     for (std::uint8_t i = 0; i < count; ++i) layout.fields[i] = {static_cast<std::uint8_t>(i * bits), bits, number};
@@ -97,7 +97,7 @@ constexpr Remedy recoded(const YuvLayout& layout) {
 }
 constexpr Remedy asOwnFlags{.kind = Kind::flags};
 
-// What formats are that are not decoded.
+// Descriptions of formats that are not decoded.
 constexpr const char* integerValues = "integers";
 constexpr const char* depthAndStencil = "depth and stencil";
 constexpr const char* hiddenDepth = "depth and stencil, whose places in the file are not published";
@@ -129,7 +129,7 @@ constexpr Format undecoded(const char (&code)[5], const char* what, const Remedy
     return undecoded(fourCC(code), name == nullptr ? code : name, what, remedy);
 }
 
-// A code that can stand for flags, bits and masks, and the reverse.
+// Returns the row of a code that flags, bits and masks can name as well.
 constexpr Format flagged(Format row, std::uint32_t flags, std::uint8_t bytesPerPixel, const Masks& masks) {
     row.pixelFlags = flags;
     row.bytesPerPixel = bytesPerPixel;
@@ -181,7 +181,7 @@ constexpr Format blockCode(const char (&code)[5], BlockKernel kernel, std::uint8
             .sameDxgi = sameDxgi};
 }
 
-// D3DFMT_Q16W16V16U16 is read as unsigned; its values are right under a DX10 header.
+// D3DFMT_Q16W16V16U16 is read as unsigned. Its values are only right under a DX10 header.
 constexpr Format q16w16v16u16() {
     Format row = d3dCode(110, "D3DFMT_Q16W16V16U16", 8, BytesRGBA, 4, highBytes | setsAlpha);
     row.pixelFlags = DDPF_BUMPDUDV;
@@ -190,8 +190,8 @@ constexpr Format q16w16v16u16() {
     return row;
 }
 
-// Direct3D numbers in their order, then four-character codes. The published BC6H and BC7 have no code; "DXT6" and
-// "DXT7" are this system's own. The numbers of bit-mask formats stand in the rows of masks.
+// Direct3D numbers in order, then four-character codes. Published BC6H and BC7 have no code: "DXT6" and "DXT7" are this
+// system's own. The numbers of bit-mask formats are in the rows of masks.
 constexpr Format codeRows[] = {
     d3dCode(34, "D3DFMT_G16R16", 4, Bytes2, 2, highBytes),
     d3dCode(36, "D3DFMT_A16B16G16R16", 8, BytesRGBA, 4, highBytes | setsAlpha),
@@ -199,7 +199,7 @@ constexpr Format codeRows[] = {
     undecoded(41, "D3DFMT_P8", "palette indices, which are read with DDPF_PALETTEINDEXED8, not by a code"),
     luminance(50, "D3DFMT_L8", luminanceValues, DDPF_LUMINANCE, 1, {0xFF, 0, 0, 0}),
     luminance(51, "D3DFMT_A8L8", luminanceValues, DDPF_LUMINANCE | DDPF_ALPHAPIXELS, 2, {0xFF, 0, 0, 0xFF00}),
-    // Four bits of luminance are colour whose three masks are one.
+    // Luminance of 4 bits is read as colour with three equal masks.
     luminance(52, "D3DFMT_A4L4", "luminance and alpha of 4 bits", DDPF_RGB | DDPF_ALPHAPIXELS, 1,
               {0xF, 0xF, 0xF, 0xF0}),
     bumpMap(60, "D3DFMT_V8U8", DDPF_BUMPDUDV, 2, {0xFF, 0xFF00, 0, 0}, asDxgi(51)),
@@ -228,7 +228,7 @@ constexpr Format codeRows[] = {
     floatCode(114, "D3DFMT_R32F", 4, FloatR, 1),
     floatCode(115, "D3DFMT_G32R32F", 8, FloatRG, 2),
     floatCode(116, "D3DFMT_A32B32G32R32F", 16, FloatRGBA, 4, setsAlpha),
-    // Two signed bytes, of which a third is worked out.
+    // Two signed bytes; the third is computed from them.
     undecoded(117, "D3DFMT_CxV8U8", bump,
               asDxgi(51,
                      "; the third value, which is worked out of the two, is added by "
@@ -253,14 +253,14 @@ constexpr Format codeRows[] = {
     blockCode("DXT7", BlockKernel::bc7, 16, linearSizeOnly),
     d3dCode(fourCC("RGBG"), "RGBG", 2, BytesRGB, 3, pixelPairs),
     d3dCode(fourCC("GRGB"), "GRGB", 2, BytesRGB, 3, pixelPairs),
-    // Other writers' names of blocks that are decoded.
+    // Other writers' codes for blocks that are decoded.
     undecoded("ATI1", "BC4; the same blocks are read as \"BC4U\"", asCode(fourCC("BC4U"))),
     undecoded("A2XY", "BC5; the same blocks are read as \"ATI2\"", asCode(fourCC("ATI2"))),
     undecoded("BC6H", bc6h, asDxgi(95)),
     undecoded("BC6S", bc6h, asDxgi(96)),
     undecoded("BC7L", bc7, asDxgi(98)),
     undecoded("BC7\0", bc7, asDxgi(98), "BC7"),
-    // The letters of a code name what its DXT5 blocks have as red, green, blue and alpha.
+    // The four letters of such a code name the contents of the red, green, blue and alpha of its DXT5 blocks.
     undecoded("RXGB", "DXT5 with red stored as alpha; the same blocks are read, with red in alpha, as \"DXT5\"",
               swizzled("-GBR")),
     undecoded("A2D5", "DXT5 with its channels in an order that is not published"),
@@ -290,7 +290,7 @@ constexpr Format codeRows[] = {
     undecoded("PTC4", mobile, {}, "PVRTC 4 bits"),
 };
 
-// A DXGI format that is read as a format code is.
+// Returns the row of a DXGI format that is read like a code.
 constexpr Format dxgi(std::uint32_t number, const char* name, std::uint32_t code, unsigned traits = 0) {
     for (const Format& row : codeRows) {
         if (row.id != code) continue;
@@ -304,7 +304,7 @@ constexpr Format dxgi(std::uint32_t number, const char* name, std::uint32_t code
         result.remedy = {};
         return result;
     }
-    return {};  // no such code; the assertion below the table refuses it
+    return {};  // no such code: the assertion below the table fails
 }
 
 constexpr Format dxgiMasks(std::uint32_t number, const char* name, const Masks& masks, PixelLayout layout,
@@ -320,7 +320,7 @@ constexpr Format dxgiMasks(std::uint32_t number, const char* name, const Masks& 
             .traits = traitsOf(traits | setsAlpha)};
 }
 
-// A packed float format: three floats out of a word.
+// Returns the row of a packed float format: three floats in a word.
 constexpr Format dxgiPacked(std::uint32_t number, const char* name, Loader loader) {
     return {.namedBy = NamedBy::dxgi,
             .id = number,
@@ -345,8 +345,8 @@ constexpr Masks rgba8{0xFF, 0xFF00, 0xFF0000, 0xFF000000};
 constexpr Masks bgra8{0xFF0000, 0xFF00, 0xFF, 0xFF000000};
 constexpr Masks rgb10a2{0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000};
 
-// The published DXGI formats. _SRGB is read like _UNORM, and so are _TYPELESS, _UINT and _SINT; the X8 formats give
-// their fourth byte as alpha.
+// The published DXGI formats. _SRGB, _TYPELESS, _UINT and _SINT are read like _UNORM. The fourth byte of X8 formats is
+// read as alpha.
 constexpr Format dxgiRows[] = {
     noDxgi(0, "UNKNOWN", "no format at all"),
     noDxgi(1, "R32G32B32A32_TYPELESS", "four 32-bit values of no known type; 2 R32G32B32A32_FLOAT is read"),
@@ -414,7 +414,7 @@ constexpr Format dxgiRows[] = {
     dxgi(62, "R8_UINT", CODE_SINGLE8, isInteger),
     dxgi(63, "R8_SNORM", CODE_SINGLE8, isSnorm),
     dxgi(64, "R8_SINT", CODE_SINGLE8, isInteger),
-    // Alpha only, by the file's own alpha mask, which is taken as 0xFF where it is 0.
+    // Alpha only, selected by the file's own alpha mask, or by 0xFF if that is 0.
     {.namedBy = NamedBy::dxgi,
      .id = 65,
      .name = "A8_UNORM",
@@ -480,7 +480,7 @@ constexpr Format dxgiRows[] = {
     noDxgi(132, "V408", hiddenPlanes),
 };
 
-// BC3 whose DX10 header says that its colours are premultiplied is read as "DXT4" instead.
+// BC3 whose DX10 header marks its colours as premultiplied is read as "DXT4".
 constexpr Format premultipliedRows[] = {
     dxgi(76, "BC3_TYPELESS", fourCC("DXT4"), isTypeless),
     dxgi(77, "BC3_UNORM", fourCC("DXT4")),
@@ -504,9 +504,8 @@ constexpr Format masked(const char* name, const Masks& masks, std::uint8_t bytes
             .remedy = asMasks(name)};
 }
 
-// Bit-mask layouts, with the Direct3D number that some writers put into dwFourCC. Those with a byte layout of their own
-// decide how a picture is read; the others are read through their masks whether they stand here or not, and stand here
-// for their names.
+// Bit-mask layouts, with the Direct3D number that some writers store in dwFourCC. Rows with a byte layout change how a
+// picture is read. The others only add a name: any masks can be read.
 constexpr Format maskRows[] = {
     masked("D3DFMT_R8G8B8", bgra8, 3, 3, BytesBGR, 20),
     masked("D3DFMT_X8R8G8B8", bgra8, 4, 3, BytesBGR, 22, 88),
@@ -542,7 +541,7 @@ constexpr Format palette(std::uint32_t flag, const char* name, unsigned traits) 
             .traits = traitsOf(traits | setsAlpha)};
 }
 
-// In the order in which the flags are looked at.
+// In the order in which the flags are tested.
 constexpr Format paletteRows[] = {
     palette(DDPF_PALETTEINDEXED4, "DDPF_PALETTEINDEXED4", smallPalette | nibbleIndices),
     palette(DDPF_PALETTEINDEXEDTO8, "DDPF_PALETTEINDEXEDTO8", nibbleIndices),
@@ -553,7 +552,7 @@ constexpr Format flag(std::uint32_t value, const char* name, const char* what) {
     return {.namedBy = NamedBy::flags, .id = value, .name = name, .what = what};
 }
 
-// Flags that name a kind of format of which nothing is decoded by them.
+// Flags that name a kind of format, none of which is decoded.
 constexpr Format flagRows[] = {
     flag(DDPF_BUMPDUDV, "DDPF_BUMPDUDV", "signed bump maps"),
     flag(DDPF_BUMPLUMINANCE, "DDPF_BUMPLUMINANCE", "signed bump maps with luminance"),
@@ -599,7 +598,7 @@ const Format* findIn(std::span<const Format> rows, std::uint32_t id) {
     return found == rows.end() ? nullptr : &*found;
 }
 
-// The three-channel byte layouts do not look at the alpha mask, the alpha-only one at no other.
+// Three-channel byte layouts ignore the alpha mask; the alpha-only one ignores all others.
 bool masksMatch(const Format& row, const Masks& masks) {
     if (row.channels == 1) return row.masks.a == masks.a;
     const bool sameColours = row.masks.r == masks.r && row.masks.g == masks.g && row.masks.b == masks.b;
@@ -610,7 +609,7 @@ Masks masksIn(const DDS_PIXELFORMAT& format) {
     return {format.dwRBitMask, format.dwGBitMask, format.dwBBitMask, format.dwABitMask};
 }
 
-// Whether the header has the bits and masks that stand for the row's code.
+// Returns whether the header has the bits and masks of the row.
 bool hasMasksOf(const DDS_PIXELFORMAT& format, const Format& row) {
     return format.dwRGBBitCount == 8U * row.bytesPerPixel && masksIn(format) == row.masks;
 }
@@ -717,7 +716,7 @@ std::uint32_t flagsOfMasks(const Format& row) {
 }
 
 Masks masksOf(const Format& row) {
-    // The rows of X8 formats have a mask for the byte that they leave out, which other readers take for alpha.
+    // The rows of X8 formats have a mask for the unused byte, which other readers would take for alpha.
     Masks masks = row.masks;
     if (row.channels == 3) masks.a = 0;
     return masks;

@@ -1,4 +1,4 @@
-// How a decoded image lies in memory, and which output channel each stored unit becomes.
+// The layouts of a decoded image in memory, and the output channel of each stored unit.
 #pragma once
 
 #include <cstdint>
@@ -6,17 +6,17 @@
 namespace kpx {
 
 enum PixelLayout : std::uint32_t {
-    MaskedBits = 0,       // 1 to 4 significant bytes, taken apart by masks
+    MaskedBits = 0,       // 1 to 4 significant bytes, split by masks
     MaskedAlphaOnly = 1,  // one byte of alpha
     Bytes1 = 2,
     Bytes2 = 3,
-    BytesBGR = 4,  // and a skipped byte where a pixel has 4
+    BytesBGR = 4,  // the fourth byte of a 4-byte pixel is skipped
     BytesRGB = 5,
     BytesABGR = 6,
     BytesBGRA = 7,
     BytesARGB = 8,
     BytesRGBA = 9,
-    HalfR = 10,  // named after what the file held; in memory 10 to 17 are all 32-bit floats
+    HalfR = 10,  // named after the type in the file; in memory 10 to 17 are all 32-bit floats
     HalfRG = 11,
     HalfRGBA = 13,
     FloatR = 14,
@@ -25,12 +25,12 @@ enum PixelLayout : std::uint32_t {
     FloatRGBA = 17,
 };
 
-// A layout whose pixels are units (bytes or floats) that go to one channel each.
+// A layout whose pixels consist of units (bytes or floats), one per channel.
 struct LayoutRow {
     PixelLayout layout;
     const char* name;
     bool isFloat;
-    std::uint8_t units;       // of a pixel; 0: the channels are taken out by masks
+    std::uint8_t units;       // per pixel; 0: masks select the channels
     std::uint8_t channel[4];  // the output channel (0 red to 3 alpha) of each unit
 };
 
@@ -54,7 +54,7 @@ inline constexpr LayoutRow layoutRows[] = {
     {FloatRGBA, "FloatRGBA", true, 4, {0, 1, 2, 3}},
 };
 
-// The row of a layout; a code outside the table is converted as MaskedBits.
+// Returns the row of a layout; that of MaskedBits for a value outside the table.
 constexpr const LayoutRow& layoutRow(std::uint32_t layout) {
     for (const LayoutRow& row : layoutRows) {
         if (row.layout == layout) return row;

@@ -1,4 +1,4 @@
-// Headers of the published layout for each way in which a file names its format.
+// Builds headers of the published layout, for each way of naming a format.
 #include "examples/DdsFile.h"
 
 namespace kpx::example {

@@ -1,4 +1,4 @@
-// A DDS file in its parts, and how its header names its format.
+// The parts of a DDS file, and the ways in which its header names its format.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ struct Naming {
     Masks masks;              // red, green, blue, alpha
     std::uint32_t dxgi;       // with the code "DX10"
     std::uint32_t alphaMode;  // with the code "DX10"
-    std::uint32_t sizeFlag;   // what dwPitchOrLinearSize holds: DDSD_PITCH or DDSD_LINEARSIZE
+    std::uint32_t sizeFlag;   // the meaning of dwPitchOrLinearSize: DDSD_PITCH or DDSD_LINEARSIZE
 };
 
 constexpr Naming masks(std::uint32_t bitCount, const Masks& masks) {
@@ -44,7 +44,7 @@ constexpr Naming code(std::uint32_t code) {
     return {DDPF_FOURCC, code, 0, {}, 0, 0, DDSD_PITCH};
 }
 
-// Block-compressed data, with the linear size that goes with it.
+// Returns the naming of block-compressed data, with its linear size.
 constexpr Naming blocks(const char (&characters)[5]) {
     return {DDPF_FOURCC, fourCC(characters), 0, {}, 0, 0, DDSD_LINEARSIZE};
 }
@@ -59,7 +59,7 @@ constexpr Naming dx10Blocks(std::uint32_t dxgi, std::uint32_t alphaMode = 0) {
     return naming;
 }
 
-// The data of a picture, as the naming says or as the encoder's own name says.
+// Encodes a picture, in the format of the naming or of the encoder's name.
 using Encoder = Bytes (*)(const Picture& picture, const Naming& naming);
 
 struct DdsFile {

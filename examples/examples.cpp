@@ -1,4 +1,4 @@
-// The table of examples, a row a file; faults are functions that spoil a good file.
+// The table of examples, one row per file. Faults are functions that damage a good file.
 #include "examples/examples.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace kpx::example {
 namespace {
 
 constexpr Size usual{80, 64};
-constexpr Size odd{61, 45};  // no multiples of 4, nor of 2
+constexpr Size odd{61, 45};  // not multiples of 2
 
 constexpr Masks bgr{0xFF0000, 0xFF00, 0xFF, 0};
 constexpr Masks bgra{0xFF0000, 0xFF00, 0xFF, 0xFF000000};
@@ -46,7 +46,7 @@ void loseHalfOfData(DdsFile& file) {
     file.data.resize(file.data.size() / 2);
 }
 
-// The two-channel bump map of old games: signed, with a flag that no reader of colours knows.
+// The two-channel bump map of old games: signed, with a flag that readers of colour do not know.
 constexpr Naming bumpMap{DDPF_BUMPDUDV, 0, 16, {0xFF, 0xFF00, 0, 0}, 0, 0, DDSD_PITCH};
 
 constexpr Example rows[] = {
@@ -94,7 +94,7 @@ constexpr Example rows[] = {
     // codes
     {"code-34-g16r16", code(34), channels<unorm16, 0, 1>, normals, usual},
     {"code-36-rgba16", code(36), channels<unorm16, 0, 1, 2, 3>, testCard, usual},
-    // The code of signed values, which are read as unsigned ones.
+    // The code of signed values, which are read as unsigned.
     {"code-110-rgba16", code(110), channels<unorm16, 0, 1, 2, 3>, testCard, usual},
     {"code-111-r16f", code(111), channels<half, 0>, sky, usual},
     {"code-112-rg16f", code(112), channels<half, 0, 1>, sky, usual},
@@ -174,8 +174,8 @@ constexpr Example rows[] = {
     {"bad/huge-declared-size", masks(24, bgr), masked, testCard, usual, Outcome::fallback,
      [](DdsFile& file) { file.header.header.dwWidth = file.header.header.dwHeight = 0xFFFFFFFF; }},
 
-    // faults that are not noticed: the lower rows are zero, rows shear, alpha is zero, the picture is red, and the
-    // DX10 header is taken for the first pixels
+    // faults that the reader does not detect: the lower rows are zero, rows are sheared, alpha is zero, the picture is
+    // red, the DX10 header is read as the first pixels
     {"bad/rows-missing", masks(24, bgr), masked, testCard, usual, Outcome::decoded, loseHalfOfData},
     {"bad/pitch-with-padding", masks(24, bgr), masked, testCard, odd, Outcome::decoded, padRowsToFourBytes},
     {"bad/alpha-mask-zero", masks(32, bgra), masked, testCard, usual, Outcome::decoded,

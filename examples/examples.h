@@ -1,5 +1,5 @@
-// Example files: one per format that can be read, and one per fault that a file may have. Tests and fuzzers take them
-// as their seeds; kpxexamples writes them to a folder.
+// Example files: one per format that can be read, and one per fault that a file may have. Tests and fuzzers use them;
+// kpxexamples writes them to a folder.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace kpx::example {
 
-// What a reader makes of a file.
+// The result of reading a file.
 enum class Outcome : std::uint8_t {
     decoded,
     fallback,  // the 64 by 64 black picture
@@ -17,14 +17,14 @@ enum class Outcome : std::uint8_t {
 };
 
 struct Example {
-    const char* name;  // of the file, without ".dds"; those with a fault stand in the folder "bad"
+    const char* name;  // of the file, without ".dds"; faulty files are in the folder "bad"
     Naming naming;
     Encoder encoder;
     Painter painter;
     Size size;
     Outcome outcome = Outcome::decoded;
-    void (*damage)(DdsFile&) = nullptr;  // makes the fault in a file that is sound; null where the naming is the fault
-    std::size_t keptBytes = SIZE_MAX;    // the file is cut to these
+    void (*damage)(DdsFile&) = nullptr;  // damages a good file; null if the naming is the fault
+    std::size_t keptBytes = SIZE_MAX;    // the file is truncated to this size
 
     Bytes bytes() const;
 };

@@ -9,7 +9,7 @@ machine. Its workers need the tool, the module kpximage and both folders under t
 could not be converted.
 """
 
-# One machine needs no cluster; GNU parallel does the same without Python, as the tool itself does with its own threads:
+# One machine needs no cluster: the tool itself uses all processors, and GNU parallel does the same without Python:
 #
 #   find TEXTURES -name '*.dds' -print0 |
 #       parallel -0 'kpximage explain --json {} && kpximage convert {} -o OUT/{/.}.png' >records.jsonl

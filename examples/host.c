@@ -1,5 +1,5 @@
 /*
- * A whole host in C: it supplies the services that a plug-in needs and reads one image through the protocol.
+ * A complete host in C: it supplies the services that a plug-in needs and reads one image through the protocol.
  *   host PLUGIN FILE    prints the size, the channels and the sum of all bytes
  * To build it: cc -rdynamic host.c -o host $(pkg-config --cflags kpxbase) -ldl
  */

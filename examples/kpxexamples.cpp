@@ -1,4 +1,4 @@
-// kpxexamples FOLDER: writes the example files to a folder, those with faults to its subfolder "bad".
+// kpxexamples FOLDER: writes the example files to a folder, faulty ones to its subfolder "bad".
 #include <cstdio>
 #include <exception>
 #include <filesystem>

@@ -1,4 +1,5 @@
-// One block of 16 arbitrary bytes through every decoder at every level, against the model, between canaries.
+// Decodes a block of 16 arbitrary bytes by every decoder at every level, and compares with the model. Canaries around
+// the output must not change.
 #include <cstring>
 
 #include "fuzz/target.h"

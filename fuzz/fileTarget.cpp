@@ -1,6 +1,6 @@
-// A whole file: header rules, open and scanlines. Claims that reader, verdict and model agree on everything: results,
-// sizes, what is printed, and the pixels, whatever the heap held before and whichever kernels run; that what repair
-// makes of the file is decoded, needs no repair, and is as long as is said.
+// Reads a whole file. Claims that reader, verdict and model agree on results, sizes, printed messages and pixels,
+// whatever the heap contains and whichever kernels run; and that a repaired file is decoded, needs no further repair
+// and has the announced length.
 #include <malloc.h>
 
 #include "explain/mends.h"
@@ -12,7 +12,7 @@ const bool fuzz::inputsAreBlocks = false;
 
 namespace {
 
-// The bytes that the file's pictures become, each converted from memory that holds nothing else.
+// Returns the bytes of all converted surfaces of the file. Each is converted from memory of exactly its size.
 std::uint64_t convertedBytes(std::span<const unsigned char> file, const kpx::SurfaceLayout& layout) {
     std::uint64_t bytes = 0, visited = 0;
     kpx::forEachWholeSurface(layout, [&](const kpx::Surface& surface) {
@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::uint64_t mostPixels = 1 << 9;
     const std::span<const unsigned char> bytes(data, size);
     file.write(bytes);
-    // The plain kernels or another set, which the input's size chooses.
+    // The size of the input selects the kernel set.
     const auto sets = kpx::kernelSets();
     const kpx::KernelSet& kernels = *sets[size % sets.size()];
     if (!kernels.runsHere()) return 0;

@@ -1,4 +1,4 @@
-// libFuzzer's own mutations, and every other time one that knows the header.
+// Alternates libFuzzer's own mutations with one that knows the header.
 #include "fuzz/target.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);

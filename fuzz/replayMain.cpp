@@ -1,7 +1,7 @@
-// Drives a fuzz target without libFuzzer: over the example files, the files named, and generated inputs: mutations of
-// the example files or random blocks.
+// Runs a fuzz target without libFuzzer: on the example files, on the given files, and on generated inputs, which are
+// mutations of the example files or random blocks.
 //   TARGET [--runs N] [--seed S] [--seeds FOLDER] [FILE...]
-// --seeds writes the example files as seeds for libFuzzer instead of running anything.
+// --seeds only writes the example files, as seeds for libFuzzer.
 #include <chrono>
 
 #include "examples/examples.h"
@@ -23,16 +23,16 @@ void writeSeeds(const std::filesystem::path& folder) {
     }
 }
 
-// Mutations of the example files.
+// Runs mutations of the example files.
 void runMutations(std::uint64_t runs, model::Random& random) {
     std::vector<fuzz::Bytes> seeds;
     for (const auto& example : kpx::example::examples()) {
         const auto bytes = example.bytes();
         fuzz::Bytes& seed = seeds.emplace_back(bytes.begin(), bytes.end());
-        // Short data keeps the target fast; what matters is the header and how the data ends.
+        // Short data keeps the target fast; the header and the end of the data matter most.
         seed.resize(std::min<std::size_t>(seed.size(), 700));
         if (seed.size() < 20) continue;
-        // Sides that the data just fills.
+        // Sides for which the data just suffices.
         seed[12] = seed[16] = 12;
         seed[13] = seed[17] = 0;
     }
@@ -45,8 +45,8 @@ void runMutations(std::uint64_t runs, model::Random& random) {
     }
 }
 
-// Random bits. In two of four blocks the first set bit is drawn, so that every mode of BC7 is as likely; in one of four
-// the four bytes that hold endpoints in most formats are nearly equal.
+// Runs blocks of random bits. In two of four, the lowest set bit is chosen so that all BC7 modes are equally likely. In
+// one of four, the four bytes that are endpoints in most formats are nearly equal.
 void runBlocks(std::uint64_t runs, model::Random& random) {
     for (std::uint64_t run = 0; run < runs; ++run) {
         model::PackedBlock block = model::randomBlock(random);

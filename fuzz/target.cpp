@@ -1,4 +1,4 @@
-// Mutations of DDS files: fields of the header get values that may mean something.
+// Mutates DDS files: header fields get plausible values.
 #include "fuzz/target.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ constexpr std::uint32_t interesting[] = {
     33,   63,    64,      65,         255,        256,      0xFFFF, 0x7FFFFFFF, 0x80000000, 0xFF00, 0xF800, 0x7E0,
     0x1F, 0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000, 0xFF0000, 0xFF,   0x1000,     128,        99,     100};
 
-// A value that some field of the header may want.
+// Returns a value that is plausible for the header field at an offset.
 std::uint32_t fieldValue(model::Random& random, std::size_t offset) {
     const auto any = static_cast<std::uint32_t>(random.next());
     const auto formats = kpx::formatTable();

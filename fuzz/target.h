@@ -1,5 +1,4 @@
-// What the fuzz targets share. Each target is one function, LLVMFuzzerTestOneInput, driven either by libFuzzer or by
-// replayMain.cpp.
+// Shared by the fuzz targets. Each target is a function LLVMFuzzerTestOneInput, called by libFuzzer or replayMain.cpp.
 #pragma once
 
 #include <sys/prctl.h>
@@ -17,19 +16,19 @@ namespace fuzz {
 
 using Bytes = std::vector<unsigned char>;
 
-// A large page costs as much as several inputs to clear, and inputs touch little of it.
+// A file in memory, with large pages off: clearing one takes as long as several inputs, which use little of it.
 struct MemoryFile : testing_support::MemoryFile {
     MemoryFile() { (void)prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0); }
 };
 
-// A claim that does not hold ends the program, which is what a fuzzer looks for.
+// Aborts the program, which a fuzzer reports, if the claim does not hold.
 inline void claim(bool holds, const char* what) {
     if (holds) return;
     std::fprintf(stderr, "claim broken: %s\n", what);
     std::abort();
 }
 
-// Bytes of the input as numbers; zero after its end.
+// Reads the input as numbers; 0 after its end.
 class Input {
 public:
     explicit Input(std::span<const unsigned char> bytes) : m_bytes(bytes) {}
@@ -47,11 +46,11 @@ private:
     std::size_t m_at = 0;
 };
 
-// Changes an input of a DDS file in place, one field of its header or one byte, and gives the new size, of at most
-// most bytes. The same seed makes the same change.
+// Changes one header field or one byte of a DDS file in place, and returns the new size, which is at most `most`. The
+// same seed makes the same change.
 std::size_t mutateDds(unsigned char* bytes, std::size_t size, std::size_t most, std::uint64_t seed);
 
-// Whether the target of this program takes single blocks and not files.
+// Whether the inputs of this program's target are single blocks instead of files.
 extern const bool inputsAreBlocks;
 
 }  // namespace fuzz

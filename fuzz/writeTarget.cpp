@@ -1,5 +1,5 @@
-// An image, its options and its rows into imageWriteOpen, and the written file read back: it is read as it was given.
-// The target is a host of its own.
+// Writes an image with options through imageWriteOpen and reads the file back, which must return the same pixels. The
+// target is its own host.
 #include <algorithm>
 #include <cstring>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Larger images are left to tests; here they would only cost time.
+// Larger images are tested elsewhere; here they would only cost time.
 constexpr int largestSide = 40;
 
 struct Image {
@@ -19,7 +19,7 @@ struct Image {
     fuzz::Bytes channels[4];  // bottom row first
 };
 
-// Rows from the input, given to the plug-in in an order that the input chooses; some scanline numbers are wrong.
+// Writes rows from the input, in an order from the input; some scanline numbers are invalid.
 void writeRows(const testing_support::TestHandle& handle, fuzz::Input& input, Image& image) {
     for (fuzz::Bytes& channel : image.channels) channel.assign(image.width * image.height, 0);
     for (std::size_t n = 0; n < image.height; ++n) {
@@ -78,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Image image{side(window.xMin, window.xMax), side(window.yMin, window.yMax), false, {}};
     handle.described.matteCount = input.next() % 2;
 
-    // Settings of known options choose; the first of an unknown one ends them with a message.
+    // Settings are used up to the first with an unknown option, which is reported.
     OptionSetting settings[3]{};
     OptionSetting* options[4] = {&settings[0], &settings[1], &settings[2], nullptr};
     bool output = true;

@@ -1,4 +1,4 @@
-// catopen finds the catalogue by the user's language; KPX_CATALOG names another.
+// Opens the message catalogue: the one that catopen finds for the user's language, or the one named by KPX_CATALOG.
 #include "host/Catalogue.h"
 
 #include <cerrno>
@@ -19,7 +19,7 @@ constexpr const char* usualName = "kpxbase.cat";
 // Opens a catalogue. Returns null, with errno set, if there is none.
 nl_catd catalogueNamed(const char* name) {
     nl_catd catalogue = catopen(name, NL_CAT_LOCALE);
-    // POSIX: a failure is the value -1 in the type of a catalogue, which is a pointer.
+    // POSIX: a failed catopen returns -1, converted to the catalogue type, which is a pointer here.
     return reinterpret_cast<intptr_t>(catalogue) == -1 ? nullptr : catalogue;
 }
 

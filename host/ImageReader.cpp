@@ -1,4 +1,4 @@
-// A handle that is filled for reading, opened through the plug-in, and closed by it.
+// Fills a handle for reading, and opens and closes it through the plug-in.
 #include "host/ImageReader.h"
 
 #include <cerrno>
@@ -12,7 +12,7 @@ namespace kpx::host {
 ImageReader::ImageReader(const Plugin& plugin, std::string path)
     : m_path(std::move(path)), m_handle(newHandle(m_path, plugin.name())) {
     ReportCollector reports;
-    errno = 0;  // the plug-in's message quotes it
+    errno = 0;  // quoted in the plug-in's message
     if (plugin.readOpen(m_handle)) return;
     const int cause = errno;
     kpx__free_obj(m_handle);

@@ -25,11 +25,11 @@ public:
     // Values are bytes, or 32-bit floats.
     [[nodiscard]] bool isFloat() const;
 
-    // The rows of scanline y, one a channel, colours before the matte; y = 0 is the bottom row of the
-    // picture. They last until the next call. Throws HostError when the plug-in fails.
+    // Returns the rows of scanline y (0 is the bottom of the picture), one per channel, colours before the matte. They
+    // are valid until the next call. Throws HostError if the plug-in fails.
     std::span<const unsigned char* const> scanline(int y);
 
-    // Ends the reading; also done by the destructor.
+    // Closes the image, as the destructor does.
     void close();
 
 private:

@@ -1,4 +1,4 @@
-// A handle that is filled for writing, opened through the plug-in, and closed by it; the file's size is checked.
+// Fills a handle for writing, opens and closes it through the plug-in, and checks the size of the file.
 #include "host/ImageWriter.h"
 
 #include <array>
@@ -33,7 +33,7 @@ uint64_t word(const std::array<char, headerSize>& header, size_t offset) {
     return value;
 }
 
-// The width that the header declares. Throws HostError where the file is not whole.
+// Returns the width in the header. Throws HostError if the file is incomplete.
 uint32_t widthOfWholeFile(const std::string& path) {
     std::array<char, headerSize> header{};
     std::ifstream file(path, std::ios::binary);
@@ -77,7 +77,7 @@ ImageWriter::~ImageWriter() {
 void ImageWriter::openHandle(const Plugin& plugin, const ImageShape& shape) {
     describe(shape);
     ReportCollector reports;
-    errno = 0;  // the plug-in's message quotes it
+    errno = 0;  // quoted in the plug-in's message
     if (!plugin.writeOpen(m_handle)) {
         const int cause = errno;
         throw HostError(reports.take("the plug-in cannot write the image and gives no reason"), cause);
@@ -112,7 +112,8 @@ void ImageWriter::scanline(int y, unsigned char** rows) {
 uint32_t ImageWriter::close() {
     ImageHandle* handle = m_handle;
     m_handle = nullptr;
-    // The result is the error code of the whole process, which another thread may have set; the file tells.
+    // The result is the error code of the whole process, which another thread may have set. The file is checked
+    // instead.
     handle->closeFunction(handle);
     return widthOfWholeFile(m_path);
 }

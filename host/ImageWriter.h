@@ -23,22 +23,22 @@ struct OptionChoice {
 
 class ImageWriter {
 public:
-    // Creates the file. Throws HostError when the plug-in refuses it or does not write at all. The plug-in
-    // must outlive the writer.
+    // Creates the file. Throws HostError if the plug-in refuses it or cannot write. The plug-in must outlive the
+    // writer.
     ImageWriter(const Plugin& plugin, std::string path, const ImageShape& shape,
                 const std::vector<OptionChoice>& choices);
-    // Ends an unfinished writing: the plug-in still writes a file of full size, which is not looked at.
+    // Closes the image. If close was not called, the plug-in writes a file of full size, which is not checked.
     ~ImageWriter();
     ImageWriter(const ImageWriter&) = delete;
     ImageWriter& operator=(const ImageWriter&) = delete;
 
-    // Stores scanline y from the rows of red, green, blue and the matte, if there is one; y = 0 is the
-    // bottom row of the picture. Throws HostError when the plug-in fails.
+    // Stores scanline y (0 is the bottom of the picture) from the rows of red, green, blue and the matte, if there is
+    // one. Throws HostError if the plug-in fails.
     void scanline(int y, unsigned char** rows);
 
-    // Has the plug-in write the file, and returns the width that the file declares: plug-ins may round it up.
-    // To be called once, after the last scanline. Throws HostError when the file does not have the size that its header
-    // declares, as on a full disk, of which plug-ins do not tell.
+    // Lets the plug-in write the file, and returns the width in the file, which plug-ins may round up. Call it once,
+    // after the last scanline. Throws HostError if the size of the file does not match its header: plug-ins do not
+    // report a full disk.
     uint32_t close();
 
 private:

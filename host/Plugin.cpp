@@ -1,4 +1,4 @@
-// Loading by dlopen: exports are checked before anything of the plug-in runs.
+// Loads plug-ins by dlopen. All exports are checked before the plug-in is called.
 #include "host/Plugin.h"
 
 #include <dlfcn.h>
@@ -15,7 +15,7 @@
 namespace kpx::host {
 namespace {
 
-// What every plug-in exports beside its entry points. A text may be null until imageInit has run.
+// The variables that every plug-in exports. A text may be null until imageInit has run.
 constexpr std::array texts = {"imageKey",          "imageName", "imageExtension", "imageNameSyntax",
                               "imageFormatString", "type",      "version",        "program"};
 constexpr std::array numbers = {"imageAccess",
@@ -36,20 +36,20 @@ constexpr std::array functions = {"imageInit", "imageCapability", "imageIsFile",
 constexpr const char* protocolVersion = "3.2";
 constexpr uint16_t lastValue = 0xFFFF;
 
-// dlsym hands functions out as object pointers; POSIX makes the conversion good.
+// dlsym returns functions as object pointers; POSIX guarantees the conversion.
 template <typename Function>
 Function asFunction(void* symbol) {
     return reinterpret_cast<Function>(symbol);
 }
 
-// A plug-in looks for the services among the symbols that the whole process sees. Those of a program's libraries are;
-// those of a library that was itself loaded, as by a module of an interpreter, have to be made so.
+// Makes the services of this library global, as plug-ins look for them there. They already are if the program is linked
+// with the library, but not if the library was loaded by an interpreter's module.
 void exportServices() {
     Dl_info self{};
     if (dladdr(&protocolVersion, &self) != 0) dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
 }
 
-// Returns what dlerror says, in English as the sentence around it.
+// Returns the message of dlerror, in English like the sentence around it.
 std::string englishLoadError() {
     const locale_t english = newlocale(LC_ALL_MASK, "C", nullptr);
     const locale_t before = english == nullptr ? nullptr : uselocale(english);

@@ -1,4 +1,4 @@
-// A format plug-in: the loaded file, what it says of itself, and its entry points.
+// A loaded format plug-in: its description and its entry points.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +10,11 @@
 
 namespace kpx::host {
 
-// A code with its display name: an option's value.
+// A value of an option: its code and its display name.
 struct OptionValue {
     uint16_t code;
-    std::string name;         // from the catalogue, if that has it
-    std::string defaultName;  // as the plug-in states it
+    std::string name;         // from the catalogue, else the default
+    std::string defaultName;  // as in the plug-in
 };
 
 struct Option {
@@ -27,8 +27,8 @@ struct Option {
 
 class Plugin {
 public:
-    // Loads and initialises the plug-in at a path, after opening the catalogue of the environment.
-    // Throws HostError when that fails, an export is missing or the version is not "3.2".
+    // Loads and initialises the plug-in at a path, after opening the catalogue of the environment. Throws HostError if
+    // that fails, an export is missing or the version is not "3.2".
     explicit Plugin(const std::string& path);
     ~Plugin();
     Plugin(const Plugin&) = delete;
@@ -38,23 +38,23 @@ public:
     [[nodiscard]] const char* name() const { return text("imageName"); }
     [[nodiscard]] const char* extension() const { return text("imageExtension"); }
 
-    // The descriptor variables in the order of the protocol, with their values.
+    // Returns the descriptor variables in the order of the protocol, with their values.
     [[nodiscard]] std::vector<std::pair<std::string, std::string>> descriptor() const;
     [[nodiscard]] const std::vector<Option>& options() const { return m_options; }
 
-    // Whether the plug-in takes the file for one of its own. Throws HostError when it cannot be opened.
+    // Returns whether the plug-in recognises the file. Throws HostError if the file cannot be opened.
     [[nodiscard]] bool isFile(const std::string& path) const;
 
     [[nodiscard]] bool canWrite() const { return m_writeOpen != nullptr; }
 
-    // The entry points, for ImageReader and ImageWriter; true when the plug-in accepts the image.
+    // Call the entry points, for ImageReader and ImageWriter. Return whether the plug-in accepts the image.
     bool readOpen(ImageHandle* handle) const { return m_readOpen(handle) == 1; }
     bool writeOpen(ImageHandle* handle) const { return m_writeOpen(handle) == 1; }
 
 private:
     void checkExports() const;
     void readOptions();
-    void* symbol(const char* name) const;  // throws HostError when there is none
+    void* symbol(const char* name) const;  // throws HostError if there is none
     [[nodiscard]] const char* text(const char* variable) const;
     [[nodiscard]] int number(const char* variable) const;
 

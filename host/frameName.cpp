@@ -1,9 +1,8 @@
 // kpx__build_handle: the path of one frame of a numbered series.
 //
-// The name is a pattern such as "shots/sky#.dds": the last '#' of its file name stands for the frame
-// number, and the name context is that number itself. The path is made by the format "%s%d.%s" from what
-// stands before the '#', the number, and the extension. The host keeps it until the same thread builds
-// its next path or ends.
+// The name is a pattern such as "shots/sky#.dds". The last '#' of its file name stands for the frame number, which is
+// the name context itself. The format "%s%d.%s" makes the path of the part before the '#', the number and the
+// extension. The path is valid until the same thread builds the next one or ends.
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -12,7 +11,7 @@
 
 namespace {
 
-// Empty when the pattern has no "#." in its file name.
+// Returns the path of a frame; empty if the file name of the pattern has no "#.".
 std::string framePath(const std::string& pattern, int32_t frame) {
     const size_t mark = pattern.rfind("#.");
     const size_t slash = pattern.rfind('/');
@@ -26,7 +25,7 @@ char* kpx__build_handle(int /*zero*/, const char* name, void* nameContext) try {
     thread_local std::string path;
     if (name == nullptr) return nullptr;
     path = framePath(name, static_cast<int32_t>(reinterpret_cast<intptr_t>(nameContext)));
-    // The string lasts until the thread calls again, which is the call that the analyzer warns of.
+    // The string is valid until the thread calls again; the analyzer warns about that call.
     return path.empty() ? nullptr : path.data();  // NOLINT(clang-analyzer-cplusplus.InnerPointer)
 } catch (const std::exception&) {
     return nullptr;

@@ -1,4 +1,4 @@
-// Handles and descriptors: how they are made, what they hold by default, how they are released.
+// Creates and releases handles and descriptors, and sets their defaults.
 #include "host/handle.h"
 
 #include <cstdlib>
@@ -38,8 +38,8 @@ int kpx__init_ifd(ImageHandle* handle) {
     return 0;
 }
 
-// Frees what hangs on the handle: the descriptor, which a plug-in allocates when it reads, with its strings,
-// and the private block that a refused open leaves attached. Name and options belong to the caller.
+// Also frees the descriptor and its strings, and the private block, which a refused open leaves attached. The caller
+// owns name and options.
 int kpx__free_obj(ImageHandle* handle) {
     if (handle == nullptr) return 0;
     if (ImageFileDescriptor* descriptor = handle->descriptor; descriptor != nullptr) {

@@ -1,4 +1,4 @@
-// The life of an ImageHandle. Ends in kpx__free_obj, which a plug-in's close function calls.
+// Creates image handles. kpx__free_obj, which a plug-in's close function calls, releases them.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace kpx::host {
 
-// A new handle for the image at `path`, all other fields zero. The handle borrows the path and the format
-// name; both must outlive it. Throws std::bad_alloc.
+// Returns a new handle for the image at `path`, all other fields zero. The handle borrows the path and the format name,
+// which must outlive it. Throws std::bad_alloc.
 ImageHandle* newHandle(std::string& path, const char* formatName);
 
 }  // namespace kpx::host

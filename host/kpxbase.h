@@ -1,18 +1,17 @@
 /*
- * The interface between the host image library libKPXbase and its format plug-ins: the records that
- * both sides read and write at fixed offsets, the option table's rows, the services that the host
- * supplies, and the entry points that a plug-in exports. Requires C99 or C++98, and POSIX for
- * <nl_types.h>; C11 and C++11 check the offsets. docs/protocol.md describes the calls in their order.
+ * The interface between the host image library libKPXbase and its format plug-ins: the records that both share, with
+ * fixed offsets, the rows of the option table, the services of the host, and the entry points that a plug-in exports.
+ * Requires C99 or C++98, and POSIX for <nl_types.h>. C11 and C++11 check the offsets. docs/protocol.md describes the
+ * calls in their order.
  *
- * The offsets are the binary interface (64-bit pointers, little-endian). Bytes named m_hostN are the
- * host's own: a plug-in leaves them as they are.
+ * The offsets are the binary interface (64-bit pointers, little-endian). Bytes named m_hostN belong to the host: a
+ * plug-in must not change them.
  *
- * The plug-in is linked with no host library. It finds the services among the symbols that the whole
- * process sees: link a program that defines them with -rdynamic, or use those of libKPXbase
- * (pkg-config --libs kpxbase).
+ * The plug-in is not linked to a host library. It finds the services among the global symbols of the process: link a
+ * program that defines them with -rdynamic, or use those of libKPXbase (pkg-config --libs kpxbase).
  *
- * Threads: after imageInit, several threads may use the plug-in at once, each with handles of its own.
- * The services are then called from all of them. A single handle belongs to one thread at a time.
+ * Threads: after imageInit, several threads may use the plug-in at the same time, each with its own handles. The
+ * services are then called from all of them. Only one thread at a time may use a handle.
  */
 #ifndef KPXBASE_H
 #define KPXBASE_H
@@ -29,15 +28,15 @@ extern "C" {
 struct ImageHandle;
 struct ImageFileDescriptor;
 
-/* Reading: stores an array of row pointers, one a channel, in *rows; 0, or -2 on failure. */
+/* Reading: stores an array of row pointers, one per channel, in *rows. Returns 0, or -2 on failure. */
 typedef int (*ScanlineReadFunction)(void* object, int y, unsigned char*** rows);
-/* Writing: takes one row pointer a channel; 0, or -2 on failure. */
+/* Writing: takes one row pointer per channel. Returns 0, or -2 on failure. */
 typedef int (*ScanlineWriteFunction)(void* object, int y, unsigned char** rows);
-/* What the slot of ImageHandle holds before it is known whether the image is read or written. */
+/* The type of the slot in ImageHandle, for either of the two. */
 typedef void (*ScanlineFunction)(void);
 typedef int (*CloseFunction)(struct ImageHandle* handle);
 
-/* One option chosen for an image. Of the value only the first byte is read. */
+/* An option set for an image. Only the first byte of the value is read. */
 typedef struct OptionSetting {
     uint16_t code; /* an option code of the plug-in's table */
     uint16_t m_host0;
@@ -45,10 +44,10 @@ typedef struct OptionSetting {
 } OptionSetting;
 
 /*
- * The host's record of one image being read or written. The host allocates it, all bytes zero, and fills it.
- * closeFunction passes it to kpx__free_obj, after which the handle does not exist. If an open fails, the
- * callbacks must not be called, and the host itself passes the handle to kpx__free_obj. The texts and options
- * that the host has put into the handle are not released there.
+ * The host's record of one image being read or written. The host allocates it, zeroes all bytes and fills it.
+ * closeFunction passes it to kpx__free_obj, which releases it. If an open fails, the callbacks must not be called, and
+ * the host itself passes the handle to kpx__free_obj. Texts and options that the host stored in the handle are not
+ * released.
  */
 typedef struct ImageHandle {
     void** pluginData;      /* the plug-in's private block: one pointer to its reader or writer */
@@ -78,8 +77,8 @@ typedef struct PixelWindow {
 } PixelWindow;
 
 /*
- * The host's description of an image. On reading the plug-in allocates it with the C allocator and
- * the host releases it; on writing the host supplies it, and the size is that of `window`.
+ * The host's description of an image. For reading, the plug-in allocates it with malloc and the host releases it. For
+ * writing, the host supplies it, and `window` is the size of the image.
  */
 typedef struct ImageFileDescriptor {
     uint8_t m_host0[8];
@@ -216,35 +215,35 @@ extern int kpx__err;                                 /* code of an error, set by
 extern const char* KPX_LITERAL_HARD_FORMAT_TYPE_RGB; /* name of the 8-bit RGB channel format */
 
 /*
- * kpx__err says more about some failures. Successful calls may leave an older code in it, some failures set
- * none, and threads share it: only the result of a call says whether the call failed.
+ * The reason for some failures. Only the result of a call tells whether it failed: successful calls leave an older
+ * code here, some failures set none, and all threads share it.
  */
 
 /* Fills handle->descriptor with the host's defaults. */
 int kpx__init_ifd(ImageHandle* handle);
-/* Builds a path from a name pattern; the host keeps the string. Null when it cannot be built. */
+/* Builds a path from a name pattern. The host owns the string. Returns null if it cannot be built. */
 char* kpx__build_handle(int zero, const char* name, void* nameContext);
 /*
- * Releases the handle, its private block, its descriptor and the descriptor's three format strings, which
- * are of STR_save. Name, formatName and options belong to the caller.
+ * Releases the handle, its private block, its descriptor and the descriptor's three format strings (from STR_save).
+ * The caller owns name, formatName and options.
  */
 int kpx__free_obj(ImageHandle* handle);
-/* Reports an error: the catalogue's message when it has one, else the format; printf-style. */
+/* Reports an error by the catalogue's message, or by the format if there is none. Arguments as for printf. */
 void ERR_report_cat(nl_catd catalogue, int set, int number, int severity, const char* format, ...);
-/* Prints an error, printf-style. */
+/* Prints an error. Arguments as for printf. */
 void ERR_printf(int level, const char* format, ...);
 /*
- * Copies of a string that the host holds; null when there is no memory. A copy of STR_save lasts until
- * kpx__free_obj releases it with its handle, one of STR_define until the process ends.
+ * Copy a string; the host owns the copy. Return null if it cannot be allocated. kpx__free_obj releases a copy made by
+ * STR_save with its handle; one made by STR_define lasts until the process ends.
  */
 char* STR_save(const char* text);
 char* STR_define(const char* text);
-/* The gamma that the host assumes for images that state none. */
+/* Returns the gamma that the host assumes for images that do not state one. */
 float FMT_def_input_gamma(void);
 
 /*
- * What a plug-in exports. A host that loads it finds each by its name: dlsym gives an ImageInitFunction* for imageInit,
- * a const char** for imageName, an int* for imageAccess.
+ * The exports of a plug-in. A host finds each by its name: dlsym returns an ImageInitFunction* for imageInit, a
+ * const char** for imageName, an int* for imageAccess.
  */
 
 typedef int ImageInitFunction(void);
@@ -257,26 +256,26 @@ typedef int ImageOpenFunction(ImageHandle* handle);
  * before other threads use the plug-in. Returns 1, or 0 if a text cannot be allocated.
  */
 ImageInitFunction imageInit;
-/* The option table's first row, how many rows have flag value 1 and flag value 2, and how many there are. */
+/* Returns the first row of the option table, the numbers of rows with flag 1 and with flag 2, and that of all rows. */
 ImageCapabilityFunction imageCapability;
 ImageCapabilityFunction KPX_dds_capability; /* the same under the name of the format, here DDS */
-/* 1 when the stream, or where that is null the file at path, is one of the format; else 0. A stream stays open. */
+/* Returns 1 if the stream, or if that is null the file at path, has this format; else 0. Does not close the stream. */
 ImageIsFileFunction imageIsFile;
 /*
- * Returns 1 if the image is open and its callbacks are in the handle; 0 after a message. imageWriteOpen may be missing.
- * Scanline 0 is the bottom row, in reading and in writing. DDS files are stored with a width that is a multiple of 4.
- * No call reports a failed write: closeFunction returns 0 on a full disk too. Compare the size of the file, as
+ * Return 1 if the image is open and its callbacks are in the handle; 0 after a message. A plug-in may lack
+ * imageWriteOpen. Scanline 0 is the bottom row, for reading and writing. The width in a DDS file is a multiple of 4. No
+ * call reports a failed write: closeFunction returns 0 on a full disk too. Check the size of the file, as
  * docs/protocol.md describes.
  */
 ImageOpenFunction imageReadOpen;
 ImageOpenFunction imageWriteOpen;
 
 /*
- * The descriptor variables. A host looks them up by name. Only a plug-in declares them, which defines
- * KPX_PLUGIN_VARIABLES before it includes this header.
+ * The descriptor variables. A host looks them up by name; only a plug-in declares them, by defining
+ * KPX_PLUGIN_VARIABLES before including this header.
  */
 #ifdef KPX_PLUGIN_VARIABLES
-/* Texts; the first three are null until imageInit has run. */
+/* Texts. The first three are null until imageInit has run. */
 extern const char* imageName;
 extern const char* imageExtension;
 extern const char* imageNameSyntax;
@@ -285,7 +284,7 @@ extern const char* imageFormatString;
 extern const char* type;
 extern const char* version; /* of this interface: "3.2" */
 extern const char* program;
-/* Numbers: the host's codes and sets of bits. */
+/* Numbers: codes and bit sets of the host. */
 extern int imageAccess;
 extern int imageSupportsActiveWindow;
 extern int imageNumberOfChannels;

@@ -12,7 +12,7 @@ namespace {
 
 thread_local ReportCollector* innermost = nullptr;
 
-// One write a line, so that lines of several threads do not mix.
+// Prints a line by one write, so that lines of several threads do not mix.
 void printLine(const std::string& line) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
@@ -25,7 +25,7 @@ void deliver(Report report) {
     }
 }
 
-// The conversions of a printf format in order, as "%s%d": what decides which arguments it takes.
+// Returns the conversion specifiers of a printf format in order, as "%s%d". They determine its arguments.
 std::string conversions(const std::string& format) {
     std::string found;
     for (size_t i = format.find('%'); i != std::string::npos && i + 1 < format.size(); i = format.find('%', i)) {
@@ -39,7 +39,7 @@ std::string conversions(const std::string& format) {
     return found;
 }
 
-// The catalogue's text, unless it would take other arguments than the caller passes.
+// Returns the catalogue's text, or the format if the text requires other arguments than the caller passes.
 const char* translated(nl_catd catalogue, int set, int number, const char* format) {
     if (catalogue == nullptr) return format;
     const char* text = catgets(catalogue, set, number, format);
@@ -58,7 +58,7 @@ std::string formatted(const char* format, va_list arguments) {
     return text;
 }
 
-// File names may hold line ends and escape sequences; a report stays one line of text.
+// Escapes the text to one line: file names may contain newlines and escape sequences.
 std::string oneLine(std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
     for (char& c : text) {

@@ -1,5 +1,5 @@
-// Reports of the host and its plug-ins: printed as lines on standard error, or gathered by the caller
-// of a plug-in that wants to pass the causes on.
+// Reports of the host and its plug-ins. They are printed on standard error, or collected by a caller that passes them
+// on.
 #pragma once
 
 #include <string>
@@ -9,11 +9,11 @@ namespace kpx::host {
 
 struct Report {
     std::string text;  // the message alone
-    std::string line;  // the message as it is printed, with its number and severity, ended by a newline
+    std::string line;  // the message as printed, with number, severity and newline
 };
 
-// While it lives, the reports made on its thread are gathered instead of printed. Those that nobody has
-// taken when it ends are printed after all. Collectors nest: the innermost gathers.
+// Collects the reports of its thread instead of printing them. Its destructor prints those that were not taken.
+// Collectors nest: the innermost one collects.
 class ReportCollector {
 public:
     ReportCollector();
@@ -21,7 +21,7 @@ public:
     ReportCollector(const ReportCollector&) = delete;
     ReportCollector& operator=(const ReportCollector&) = delete;
 
-    // Hands the gathered texts over, joined by "; ", or `otherwise` when there are none.
+    // Returns the collected texts, joined by "; ", or `otherwise` if there are none, and removes them.
     std::string take(const std::string& otherwise);
 
     void add(Report report) { m_reports.push_back(std::move(report)); }

@@ -1,5 +1,5 @@
-// Saved strings are released with their handle; defined ones are held once, until the process ends. The lock is the
-// library's only one.
+// Stores strings for plug-ins: saved ones until their handle is released, defined ones once, until the process ends.
+// Its lock is the only one of the library.
 #include "host/strings.h"
 
 #include <pthread.h>
@@ -32,7 +32,7 @@ public:
 
     char* define(const char* text) {
         const std::scoped_lock lock(m_mutex);
-        // The interface hands out a plain pointer; nobody writes through it.
+        // The interface requires a plain pointer; nobody writes through it.
         return const_cast<char*>(m_defined.emplace(text).first->c_str());
     }
 
@@ -50,10 +50,10 @@ private:
     std::set<std::string> m_defined;
 };
 
-// Constructed when the library is loaded, and never destroyed: threads may still read when the process ends.
+// Constructed when the library is loaded, and never destroyed: threads may still use it when the process ends.
 HeldStrings& heldStrings = *new HeldStrings;
 
-// fork takes the lock first, so that the child does not find it held by a thread that it does not have.
+// fork acquires the lock first, so that it is not locked in the child by a thread that does not exist there.
 [[maybe_unused]] const int forkIsGuarded =
     pthread_atfork([] { heldStrings.lock(); }, [] { heldStrings.unlock(); }, [] { heldStrings.unlock(); });
 

@@ -1,5 +1,5 @@
-// What the plug-in says of itself: the exported variables, and the three translatable strings among them. The plug-in
-// never reads them; the integers are the host's codes.
+// The exported variables, which describe the plug-in to the host. Three of the strings are translatable; the integers
+// are codes of the host. The plug-in itself never reads them.
 #define KPX_PLUGIN_VARIABLES
 #include "plugin/protocol.h"
 
@@ -11,7 +11,7 @@ const char* imageExtension = nullptr;
 const char* imageNameSyntax = nullptr;
 const char* imageFormatString = "%s%d.%s";
 const char* type = "image";
-const char* version = "3.2";  // of the protocol, which hosts compare; the project has a version of its own
+const char* version = "3.2";  // of the protocol, which hosts compare; not the version of the project
 const char* program = "Orvanel";
 int imageAccess = 76;
 int imageSupportsActiveWindow = 1;

@@ -1,4 +1,4 @@
-// What reading and writing share of the host glue: texts, messages, paths and the private block.
+// The part of the host protocol that reading and writing share: texts, messages, paths and the private block.
 #include <cstdlib>
 #include <cstring>
 

@@ -1,4 +1,4 @@
-// Recognition by the first bytes of a file. Whether its header is usable is found out when it is read.
+// Recognises a file by its first bytes. Its header is only checked when the file is read.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,8 +10,7 @@ extern "C" int imageIsFile(const char* path, std::FILE* stream) {
     if (file != nullptr) {
         std::rewind(file);
     } else {
-        // Where the file opens, errno stays what the system last said: a read that follows may have nothing else to
-        // tell.
+        // If the file opens, errno is left alone: the message of a later read may have no better reason.
         if (path == nullptr) errno = ENOENT;
         file = path == nullptr ? nullptr : std::fopen(path, "r");
         if (file == nullptr) {
@@ -20,7 +19,7 @@ extern "C" int imageIsFile(const char* path, std::FILE* stream) {
             return 0;
         }
     }
-    // The fourth byte, a space in the whole magic, must be there and is not compared.
+    // The fourth byte, a space in the full magic, must exist and is not compared.
     unsigned char start[4];
     const bool isDds = std::fread(start, 1, sizeof start, file) == sizeof start && std::memcmp(start, "DDS", 3) == 0;
     if (stream == nullptr) std::fclose(file);

@@ -1,5 +1,5 @@
-// The option table that the host shows to its users, and its two equal exports. The table lies in writable storage
-// because the protocol hands out pointers that a host may write through.
+// The option table that the host shows to its users, and the two equal functions that export it. The table is writable
+// because the host may write through the pointers that it gets.
 #include "plugin/options.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The options of writing.
+// The options for writing.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ inline constexpr std::uint16_t compressionOption = 1;
 inline constexpr std::uint8_t outputAlpha = 1;
 inline constexpr std::uint8_t compressionOff = 0;
 
-// The rows of the option table as the host may have changed them, up to the first without a catalogue set.
+// Returns the rows of the option table, which the host may have changed, up to the first without a catalogue set.
 std::span<CapabilityEntry> optionRows();
 
 }  // namespace kpx

@@ -1,5 +1,5 @@
-// The callbacks of the plug-in, as the host calls them beside the entry points of kpxbase.h, and what all of them
-// share: plain C names, nothing thrown.
+// The callbacks of the plug-in, which the host calls in addition to the entry points of kpxbase.h, and the functions
+// that they share. All have plain C names and throw nothing.
 #pragma once
 
 #include "host/kpxbase.h"
@@ -15,7 +15,7 @@ int WriterCloseCallback(ImageHandle* handle);
 
 namespace kpx {
 
-// Message catalogue sets and the results that the host's error code carries.
+// Message catalogue sets, and values of the host's error code.
 inline constexpr int textSet = 901;
 inline constexpr int errorSet = 902;
 inline constexpr int errorSeverity = 3;
@@ -27,20 +27,20 @@ inline constexpr int scanlineFailure = -2;
 // Scanline 0 is the bottom row.
 inline constexpr int bottomUpOrientation = 2;
 
-// A translated text of set 901, or the text itself when no catalogue is open.
+// Returns the translation of a text of set 901, or the text itself if no catalogue is open.
 const char* translated(int number, const char* text);
 
-// Message 94 of set 902.
+// Reports message 94 of set 902.
 void reportNoMemory();
-// Message 52 of set 902: the path (null is shown empty) and the system's reason, an errno value.
+// Reports message 52 of set 902 with the path (null is shown as empty) and the reason, an errno value.
 void reportCannotOpen(const char* path, int reason);
 
-// The path of a handle's file: its name, or what the host builds from it. May be null.
+// Returns the path of a handle's file: its name, or the path that the host builds from it. May be null.
 const char* pathOf(ImageHandle* handle);
 
-// Allocates the private block, its slot null, and hangs it on the handle; false when there is no memory.
+// Allocates the private block, with a null slot, and attaches it to the handle. Returns false if that fails.
 bool attachPrivateBlock(ImageHandle* handle);
-// Releases the private block, if there is one, and takes it off the handle.
+// Detaches the private block from the handle and releases it, if there is one.
 void detachPrivateBlock(ImageHandle* handle);
 
 }  // namespace kpx

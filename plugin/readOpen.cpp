@@ -1,4 +1,4 @@
-// Reading: from the host's handle to a loaded reader, a filled descriptor and installed callbacks.
+// Opens an image for reading: loads it, fills the descriptor and installs the callbacks.
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -19,21 +19,21 @@ void installCallbacks(ImageHandle* handle) {
     handle->closeFunction = ReaderCloseCallback;
 }
 
-// Fills what the reader knows of the image into the descriptor that the host has set to its defaults; false when a
-// string cannot be allocated, with the fields before it set.
+// Describes the image in the descriptor, which the host has set to its defaults. Returns false if a string cannot be
+// allocated; the fields before it are set then.
 bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
     const unsigned width = reader.width();
     const unsigned height = reader.height();
     image.height = static_cast<std::int32_t>(height);
     image.width = static_cast<std::int32_t>(width);
-    // The host's ratio is a whole number. A picture without rows has none; 0 says so.
+    // The host's ratio is a whole number, and 0 for a picture without rows.
     const unsigned wholeRatio = height == 0 ? 0 : width / height;
     image.aspectRatio = static_cast<float>(wholeRatio);
     image.channelFormat = STR_save(KPX_LITERAL_HARD_FORMAT_TYPE_RGB);
     if (image.channelFormat == nullptr) return false;
     image.channelCount = reader.numColourChannels();
     image.channelBits = reader.bitsPerChannel();
-    // The protocol knows 1 and 2; floats of 32 bits are stated as 2.
+    // The protocol only has 1 and 2; 32-bit floats are declared as 2.
     image.channelBytes = image.channelBits >= bitsOfTwoBytes ? 2 : 1;
     image.window = {0, static_cast<std::int32_t>(width - 1), 0, static_cast<std::int32_t>(height - 1)};
     image.secondWindow = image.window;
@@ -46,7 +46,7 @@ bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
         if (image.matteFormat == nullptr) return false;
         image.matteCount = 1;
         image.matteBits = reader.bitsPerChannel();
-        image.matteBytes = 1;  // by the protocol, also for floats
+        image.matteBytes = 1;  // as the protocol requires, also for floats
     } else {
         image.matteFormat = nullptr;
         image.matteCount = 0;
@@ -58,7 +58,7 @@ bool describe(ImageFileDescriptor& image, const TddsReader& reader) {
     return true;
 }
 
-// Attaches a descriptor with the host's defaults; false when there is no memory.
+// Attaches a descriptor with the host's defaults. Returns false if it cannot be allocated.
 bool attachDescriptor(ImageHandle* handle) {
     handle->descriptor = static_cast<ImageFileDescriptor*>(std::calloc(1, sizeof(ImageFileDescriptor)));
     if (handle->descriptor == nullptr) return false;
@@ -86,7 +86,7 @@ int imageReadOpen(ImageHandle* handle) {
     if (opened < 0) {
         kpx::reportCannotOpen(path, path == nullptr ? ENOENT : errno);
         kpx__err = kpx::cannotReadCode;
-        // The private block stays on the handle; the host releases it with the handle.
+        // The private block stays attached; the host releases it with the handle.
         return 0;
     }
     *handle->pluginData = reader.get();
@@ -97,13 +97,13 @@ int imageReadOpen(ImageHandle* handle) {
         isDescribed = describe(*handle->descriptor, *reader);
     }
     if (!isDescribed) {
-        // The host that is told still finds the reader in its slot.
+        // While the host handles the report, the reader is still in its slot.
         kpx::reportNoMemory();
         reader.reset();
         kpx::detachPrivateBlock(handle);
         return 0;
     }
-    (void)reader.release();  // the private block's from here on
+    (void)reader.release();  // from here on owned by the private block
     return 1;
 }
 

@@ -1,4 +1,4 @@
-// Writing: the checks of the host's image, the options, and the writer behind the callbacks.
+// Opens an image for writing: checks the host's image, reads the options and installs the callbacks.
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -13,19 +13,19 @@ namespace {
 using kpx::TddsWriter;
 
 enum class Kind {
-    collected,       // reported; the next check follows
-    stopping,        // reported; the image is refused at once
-    stopsAfterNext,  // the one check that follows is still made
+    collected,       // report, and go on with the next check
+    stopping,        // report, and refuse the image at once
+    stopsAfterNext,  // report, and refuse the image after one more check
 };
 
-// Reasons to refuse an image, in the order in which they are looked for.
+// Reasons to refuse an image, in the order in which they are checked.
 struct Check {
     bool (*refuses)(const ImageHandle& handle);
     int message;
     int severity;
     const char* text;
     Kind kind;
-    bool namesChannelFormat;  // the text's second argument
+    bool namesChannelFormat;  // the second argument of the text
 };
 
 const ImageFileDescriptor& imageOf(const ImageHandle& handle) {
@@ -76,7 +76,7 @@ void report(const Check& check, const ImageHandle& handle) {
     }
 }
 
-// Whether the image is one that can be stored; each reason against it is reported.
+// Returns whether the image can be stored, and reports each reason against it.
 bool acceptsOrReports(const ImageHandle& handle) {
     bool accepted = true;
     bool lastCheck = false;
@@ -106,7 +106,7 @@ bool isOption(std::uint16_t code) {
     return false;
 }
 
-// The settings in order, up to the first with a code that is no option's; that one is reported.
+// Reads the settings in order, up to the first with a code that is not an option, which is reported.
 Choices readOptions(OptionSetting* const* settings) {
     Choices choices;
     if (settings == nullptr) return choices;
@@ -125,16 +125,15 @@ Choices readOptions(OptionSetting* const* settings) {
     return choices;
 }
 
-// Returns the number of pixels from first to last, both included; 0 if last lies before first. The one span that is too
-// long for 32 bits becomes one that the writer finds too large.
+// Returns the number of pixels from first to last, inclusive; 0 if last is before first. The only span that does not
+// fit 32 bits becomes one that the writer refuses as too large.
 unsigned pixelsFromTo(std::int32_t first, std::int32_t last) {
     if (last < first) return 0;
     const std::int64_t pixels = std::int64_t{last} - first + 1;
     return pixels > UINT32_MAX ? UINT32_MAX : static_cast<unsigned>(pixels);
 }
 
-// Opens the writer, or refuses a file name that does not exist and a window without pixels. Returns 0, or -1 with errno
-// set.
+// Opens the writer, or refuses a null file name and a window without pixels. Returns 0, or -1 with errno set.
 int openWriter(TddsWriter& writer, const char* path, const ImageFileDescriptor& image, const Choices& choices) {
     if (path == nullptr) {
         errno = ENOENT;
@@ -161,7 +160,7 @@ int imageWriteOpen(ImageHandle* handle) {
         return 0;
     }
     kpx__err = 0;
-    // After a refusal the private block stays on the handle; the host releases it with the handle.
+    // After a refusal the private block stays attached; the host releases it with the handle.
     if (!acceptsOrReports(*handle)) return 0;
 
     std::unique_ptr<TddsWriter> writer(new (std::nothrow) TddsWriter);
@@ -181,7 +180,7 @@ int imageWriteOpen(ImageHandle* handle) {
         kpx::detachPrivateBlock(handle);
         return 0;
     }
-    (void)writer.release();  // the private block's from here on
+    (void)writer.release();  // from here on owned by the private block
     kpx__err = 0;
     return 1;
 }

@@ -1,4 +1,4 @@
-// Opening and closing: the header, the choice of loader, the fallback picture, the channel rows.
+// Opening and closing a file: the header, the choice of loader, the fallback picture, the channel rows.
 #include "reader/TddsReader.h"
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-// The spine of reading: one object reads one DDS file whole into memory and hands it out a scanline at a time.
+// Reads a whole DDS file into memory and returns it scanline by scanline.
 #pragma once
 
 #include <cstdint>
@@ -21,34 +21,34 @@ public:
     TddsReader(const TddsReader&) = delete;
     TddsReader& operator=(const TddsReader&) = delete;
 
-    // Loads the top-level image; a file whose header can be read but whose data cannot be decoded gives a 64 by 64
-    // opaque black picture. 0, or -1 (and an empty object) when the file cannot be opened, holds fewer than 128
-    // bytes, or there is no memory even for the black picture; errno then tells why.
+    // Loads the top-level image, or a 64 by 64 opaque black picture if the header is readable but the data cannot be
+    // decoded. Returns 0; or -1, with errno set and the object empty, if the file cannot be opened, is shorter than 128
+    // bytes, or the black picture cannot be allocated.
     int open(const char* path);
     // Releases everything; safe to call repeatedly.
     void close();
 
     unsigned height() const { return m_height; }
     unsigned width() const { return m_width; }
-    // 0 or 1. The alpha channel is the last of the rows.
+    // Returns 1 if there is an alpha channel, which is the last row, else 0.
     int hasAlphaChannel() const { return static_cast<int>(m_header.header.ddspf.dwFlags & DDPF_ALPHAPIXELS); }
     int numColourChannels() const { return static_cast<int>(m_numChannels) - hasAlphaChannel(); }
-    // 8, or 32 for rows of floats.
+    // Returns 8, or 32 for rows of floats.
     int bitsPerChannel() const { return m_bitsPerChannel; }
 
-    // The rows of scanline y (0 is the bottom of the picture), one a channel, of width() bytes or floats each. They
-    // are overwritten by the next call. Null when y is outside the picture.
+    // Returns the rows of scanline y (0 is the bottom), one per channel, each of width() bytes or floats. The next call
+    // overwrites them. Null if y is outside the picture.
     unsigned char** getScanlineChannelsAsBytes(int y);
 
-    // From here on to the loaders' end, and in decoderMembers.cpp: steps of open that callers of the class may take by
-    // themselves. The plug-in calls open alone.
+    // The members from here to the last loader, and those in decoderMembers.cpp, are steps of open for callers of the
+    // class. The plug-in only calls open.
 
-    // Turns the first width() x height() x channels bytes of the picture, taken for signed-normalised ones, into
-    // unsigned ones; does nothing to floats.
+    // Converts the first width() x height() x channels bytes of the picture from signed-normalised to unsigned. Does
+    // nothing to floats.
     void convertSnorm();
 
-    // The loaders read the image from the stream's position, 0 on success and -1 on failure. A failed loader leaves
-    // its buffer and fields as they are; open cleans up. What a short file does not supply is zero in the picture.
+    // The loaders read the image from the stream's position and return 0, or -1 on failure. A loader that fails leaves
+    // its buffer and fields to open. Pixels missing from a short file are zero.
     int loadUncompressedImage(std::FILE* stream);
     int loadFloatingPointImage(std::FILE* stream);
     int loadR11G11B10FloatingPointImage(std::FILE* stream);
@@ -58,8 +58,8 @@ public:
     int loadDX10Image(std::FILE* stream);
     int loadCompressedImage(std::FILE* stream);
 
-    // Decode one block into the tile whose top-left texel is out, in an image of width() texels a row. They return
-    // the bytes consumed.
+    // Decode one block into the tile whose top-left texel is out, in an image of width() texels per row. Return the
+    // bytes consumed.
     int decompressColourBlock(unsigned char* block, A8R8G8B8Colour* out, short isDXT1);
     int decompressNonInterpAlphaBlock(unsigned char* block, A8R8G8B8Colour* out, short premultiplied);
     int decompressInterpAlphaBlock(unsigned char* block, A8R8G8B8Colour* out, short premultiplied);
@@ -83,15 +83,16 @@ private:
     int prepareChannelRows();
     int finishOpen(std::FILE* stream, Loader loader);
 
-    // The row by which a loader reads: that of the choice while open runs, else what the header names; null if none.
+    // Returns the row that a loader reads by: the chosen one while open runs, else the one that the header names; null
+    // if there is none.
     const Format* rowFor(Loader loader) const;
     LoadPlan planFor(Loader loader, const Format* format) const;
-    // Sets the fields as planned and allocates the picture, which the loader then fills or zeroes; false if the plan
-    // refuses it or the allocation fails.
+    // Sets the fields from the plan and allocates the picture, which the loader fills or zeroes. Returns false if the
+    // plan is a refusal or the allocation fails.
     bool begin(const LoadPlan& plan);
-    // Reads into the pixel buffer and notes what arrived.
+    // Reads into the pixel buffer and counts the bytes.
     void readPixels(std::FILE* stream, std::uint64_t bytes);
-    // Counts bytes of the pixel buffer that now hold what the file supplied; signed ones become unsigned.
+    // Counts bytes of the pixel buffer that the file supplied, after making signed ones unsigned.
     void noteArrived(std::uint64_t bytes);
     int loadPixelPairs(std::FILE* stream, bool greenFirst);
     int loadHighBytes(std::FILE* stream);
@@ -105,25 +106,25 @@ private:
     void outputFloats(const PixelRow& row, const LayoutRow& layout);
     bool isBC6HSigned() const { return m_dx10Header.dxgiFormat == dxgiBC6HSigned; }
 
-    // The fields up to m_isSnorm keep the order and names under which callers of the class know them.
+    // The fields up to m_isSnorm have the order and names that callers of the class know.
     std::uint32_t m_width;
     std::uint32_t m_height;
-    std::uint32_t m_rowBytes;  // bytes of a stored row, but floats for the float layouts, whose bytes are 4 times that
+    std::uint32_t m_rowBytes;  // bytes of a stored row; for float layouts the number of floats
     std::uint32_t m_numChannels;
     std::uint32_t m_pixelLayout;  // a PixelLayout
     std::uint32_t m_redMask, m_greenMask, m_blueMask, m_alphaMask;
     std::int32_t m_bitsPerChannel;
-    std::int32_t m_bytesPerPixel;   // of a stored pixel, for the mask and byte layouts alone
+    std::int32_t m_bytesPerPixel;   // of a stored pixel; mask and byte layouts only
     LazyBuffer m_pixels;            // m_height rows of m_rowBytes, top row first
     unsigned char** m_channelRows;  // entry 0 is the start of m_rowBlock
     unsigned char** m_scanlineOut;
-    DdsFileHeader m_header;  // as read; the loaders rewrite its pixel format
+    DdsFileHeader m_header;  // as read, but the loaders rewrite its pixel format
     DDS_HEADER_DXT10 m_dx10Header;
     bool m_isSnorm;
 
-    const Format* m_format;        // the row of the choice, while open runs; else null
+    const Format* m_format;        // the chosen row while open runs, else null
     LazyBuffer m_rowBlock;         // all the channel rows
-    std::uint64_t m_arrivedBytes;  // of m_pixels, from its start, that the file supplied
+    std::uint64_t m_arrivedBytes;  // from the start of m_pixels, supplied by the file
     const KernelSet& m_kernels;
 };
 

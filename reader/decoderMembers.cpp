@@ -1,6 +1,5 @@
-// Members that only callers of the class use. The class offers every decoder, and the conversion of signed bytes, for
-// blocks and pictures that its caller has read; open() needs none of them. Each adds the object's size and stride to a
-// pure function of blocks/.
+// Members that only callers of the class use, for blocks and pictures that they have read; open() needs none of them.
+// Each adds the object's size and stride to a pure function of blocks/.
 #include <algorithm>
 
 #include "blocks/bc1.h"
@@ -15,7 +14,7 @@ namespace kpx {
 
 void TddsReader::convertSnorm() {
     if (m_bitsPerChannel != 8) return;
-    // Layouts that are taken apart by masks may hold fewer bytes than their pixels have channels.
+    // Layouts that masks split may have fewer bytes than channels per pixel.
     const std::uint64_t bytes = saturatingProduct(m_width, m_height, m_numChannels);
     m_kernels.snormToUnorm(m_pixels.data(), std::min(bytes, m_pixels.size()));
 }

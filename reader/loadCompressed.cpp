@@ -13,12 +13,12 @@ int TddsReader::loadCompressedImage(std::FILE* stream) {
     const LoadPlan plan = planFor(Loader::compressed, format);
     if (!begin(plan)) return failWithoutMemory();
     if (!readBlocks(stream, format, plan.bytesExpected)) return -1;
-    // A code that is not known is noticed only after its data has been read.
+    // An unknown code fails only after its data has been read.
     return format == nullptr ? -1 : 0;
 }
 
-// A group of rows of blocks stays in the processor's cache until it is decoded. What follows the last row of blocks is
-// read too, since all that the header declares has to be there.
+// A group of rows of blocks stays in the cache until it is decoded. Data after the last row of blocks is read too,
+// since all bytes that the header declares must exist.
 bool TddsReader::readBlocks(std::FILE* stream, const Format* format, std::uint64_t left) {
     const std::uint32_t blockBytes = blockBytesOf(format);
     const std::uint64_t rowBytes = ceilQuotient(m_width, 4) * blockBytes;

@@ -1,4 +1,4 @@
-// Formats named by a Direct3D code, and the DX10 header, which is translated for the other loaders.
+// Loads formats with a Direct3D code, and translates the DX10 header for the other loaders.
 #include "dds/dataSize.h"
 #include "reader/TddsReader.h"
 #include "reader/loading.h"
@@ -16,7 +16,7 @@ int TddsReader::loadD3DFormatImage(std::FILE* stream) {
     return 0;
 }
 
-// A row that is not whole is zero, and so are all after it.
+// An incomplete row is zero, and so are all after it.
 int TddsReader::loadPixelPairs(std::FILE* stream, bool greenFirst) {
     const std::uint64_t fileRowBytes = pairRowBytes(m_width);
     unsigned char* pixels = m_pixels.data();

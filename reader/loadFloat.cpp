@@ -1,4 +1,4 @@
-// Floating-point images: halfs, singles and the two packed words, all held as 32-bit floats exactly as decoded.
+// Loads floating-point images. Halves, singles and both packed formats become 32-bit floats, exactly.
 #include <cstring>
 
 #include "reader/TddsReader.h"
@@ -9,10 +9,10 @@ namespace {
 
 using WidenKernel = void (*)(const unsigned char* values, std::size_t count, float* out);
 
-// How a row of the file becomes a row of floats.
+// The conversion of a row of the file to a row of floats.
 struct RowConversion {
-    WidenKernel widen;           // null: the file holds the floats themselves
-    std::uint64_t valuesPerRow;  // that widen is asked for
+    WidenKernel widen;           // null: the file already holds 32-bit floats
+    std::uint64_t valuesPerRow;  // passed to widen
 };
 
 RowConversion conversionOf(const Format& format, const KernelSet& kernels, std::uint32_t width) {
@@ -36,7 +36,7 @@ int TddsReader::loadR9G9B9E5FloatingPointImage(std::FILE* stream) {
     return loadFloats(stream, Loader::r9g9b9e5);
 }
 
-// Prints no message for a failed allocation, unlike the loaders of bytes.
+// Unlike the loaders of bytes, prints no message if an allocation fails.
 int TddsReader::loadFloats(std::FILE* stream, Loader loader) {
     const Format* format = rowFor(loader);
     if (format == nullptr) return -1;
@@ -46,7 +46,7 @@ int TddsReader::loadFloats(std::FILE* stream, Loader loader) {
     const RowConversion conversion = conversionOf(*format, m_kernels, m_width);
     const std::uint64_t rowFloats = plan.storedRowBytes / sizeof(float);
 
-    // A row that is not whole, and all after it, stay zero.
+    // An incomplete row, and all after it, stay zero.
     auto* out = reinterpret_cast<float*>(m_pixels.data());
     const std::uint64_t wholeRows =
         rows.read(stream, [&out, &conversion, rowFloats](const unsigned char* values, std::uint64_t count) {

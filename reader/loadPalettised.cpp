@@ -1,4 +1,4 @@
-// Palette-indexed images, expanded to R, G, B, A bytes.
+// Loads palette-indexed images, expanded to R, G, B, A bytes.
 #include "dds/dataSize.h"
 #include "reader/TddsReader.h"
 #include "reader/loading.h"
@@ -21,7 +21,7 @@ int TddsReader::loadPalletisedImage(std::FILE* stream) {
             pick(row, m_width, palette, pixels);
         }
     });
-    // A picture without columns has rows without bytes.
+    // A picture without columns has empty rows.
     return indexBytes == 0 || wholeRows == m_height ? 0 : failWithoutData();
 }
 

@@ -1,4 +1,4 @@
-// The choice of loader, and each loader's sizes in the order in which it asks for them.
+// The choice of loader, and the sizes of each loader in the order in which it checks them.
 #include "reader/loadPlan.h"
 
 #include <algorithm>
@@ -8,8 +8,8 @@
 namespace kpx {
 namespace {
 
-// The Direct3D float codes, which are read as floats whatever the flags say. CODE_RGB_FLOAT32 is not among them: it is
-// this system's own, for a DX10 header.
+// The Direct3D float codes, which are read as floats whatever the flags say. CODE_RGB_FLOAT32 is not one of them: this
+// system uses it for a DX10 header.
 constexpr std::uint32_t firstFloatCode = 111;
 constexpr std::uint32_t lastFloatCode = 116;
 
@@ -25,7 +25,7 @@ Choice chooseCompressed(std::uint32_t code) {
     return refused(Loader::compressed, isPixelCode ? Refusal::notABlockCode : Refusal::unknownCode, code);
 }
 
-// The Direct3D-format loader hands the block codes on, but for those that need DDSD_LINEARSIZE.
+// The Direct3D-format loader passes block codes on, except those that need DDSD_LINEARSIZE.
 Choice chooseD3DFormat(std::uint32_t code) {
     const Format* row = findCode(code);
     if (row == nullptr || (row->loader != Loader::d3dFormat && row->loader != Loader::compressed)) {
@@ -71,13 +71,13 @@ void applyFormat(LoadPlan& plan, const Format& format) {
     if (format.has(setsAlpha)) plan.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
 }
 
-// Rows that are read for as long as there are any.
+// Expects rows; a file may have fewer.
 void expectRows(LoadPlan& plan, std::uint64_t fileRowBytes) {
     plan.fileRowBytes = fileRowBytes;
     plan.bytesExpected = saturatingProduct(fileRowBytes, plan.height);
 }
 
-// The picture in memory. reckonedRowBytes is what a row counts as for the limit.
+// Adds the picture in memory, or refuses it. reckonedRowBytes is the row size that the limit applies to.
 void takePicture(LoadPlan& plan, std::uint64_t storedRowBytes, std::uint64_t reckonedRowBytes, const char* printed) {
     plan.storedRowBytes = storedRowBytes;
     plan.pictureBytes = saturatingProduct(reckonedRowBytes, plan.height);
@@ -86,7 +86,7 @@ void takePicture(LoadPlan& plan, std::uint64_t storedRowBytes, std::uint64_t rec
 }
 
 void planUncompressed(LoadPlan& plan, const Format& format) {
-    // Alpha alone is taken out by the file's own mask, also under a DX10 header.
+    // Alpha-only data is selected by the file's own mask, also under a DX10 header.
     const Format& row = format.channels == 1 ? findMasks(plan.pixelFormat) : format;
     plan.channels = maskedChannels(plan.pixelFormat);
     plan.layout = row.layout;
@@ -94,7 +94,7 @@ void planUncompressed(LoadPlan& plan, const Format& format) {
     const std::uint64_t rowBytes = maskedRowBytes(plan.pixelFormat, plan.width);
     expectRows(plan, rowBytes);
     takePicture(plan, rowBytes, rowBytes, noMemoryMessage);
-    // Without a picture the flags stay as they are.
+    // Without a picture the flags do not change.
     if (plan.refusal == Refusal::none && row.has(setsAlpha)) plan.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
 }
 
@@ -102,7 +102,7 @@ void planFloats(LoadPlan& plan, const Format& format) {
     applyFormat(plan, format);
     expectRows(plan, floatFileRowBytes(format, plan.width));
     plan.rowBytes = plan.fileRowBytes;
-    // A row of the file is never longer than one of the picture. These loaders print nothing.
+    // A row of the file is never longer than a row of the picture. These loaders print nothing.
     const std::uint64_t rowBytes = floatRowBytes(format, plan.width);
     takePicture(plan, rowBytes, rowBytes, nullptr);
 }
@@ -124,19 +124,19 @@ void planD3DFormat(LoadPlan& plan, const Format& format) {
 }
 
 void planCompressed(LoadPlan& plan, const Format* format, std::uint32_t linearSize) {
-    // The fields are set for a code that is not known, too; it is noticed only after its data has been read.
+    // The fields are set for an unknown code too, which fails only after its data has been read.
     plan.pixelFormat.dwRGBBitCount = 32;
     plan.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
     plan.channels = 4;
     plan.layout = BytesARGB;
     if (format != nullptr) applyFormat(plan, *format);
-    // At most 4 GiB where the picture is: a block of 16 bytes has a column of four texels of 4 bytes at least.
+    // At most 4 GiB if the picture is: a block of 16 bytes has at least one column of four 4-byte texels.
     plan.bytesExpected = compressedBytes(plan.width, plan.height, blockBytesOf(format), linearSize);
     const std::uint64_t rowBytes = compressedRowBytes(format, plan.width);
     takePicture(plan, rowBytes, rowBytes, noMemoryMessage);
 }
 
-// The choice for the header, and for the DX10 header where the first leads there.
+// The choice by the header, then by the DX10 header if there is one.
 struct FullChoice {
     Choice first;
     Choice last;
@@ -160,7 +160,7 @@ Loader decoderOf(const Choice& choice) {
     return choice.format == nullptr ? choice.loader : choice.format->loader;
 }
 
-// Whether the data is there: in part, for loaders of rows, or whole.
+// Refuses data that is too short. Loaders of rows accept partial data.
 void countData(LoadPlan& plan) {
     const bool isWholeOrNothing = plan.decoder == Loader::palettised || plan.decoder == Loader::compressed;
     if (!isWholeOrNothing) {

@@ -1,4 +1,4 @@
-// Bit-mask pixel data: stored as it stands in the file, to be taken apart scanline by scanline.
+// Loads bit-mask pixels, which are stored as in the file and split scanline by scanline.
 #include "reader/TddsReader.h"
 #include "reader/loading.h"
 

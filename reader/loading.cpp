@@ -1,4 +1,4 @@
-// The loaders' messages, and the steps of TddsReader that every loader takes: fields, buffer, reading.
+// The loaders' messages, and the steps that every loader of TddsReader takes: fields, buffer, reading.
 #include "reader/loading.h"
 
 #include <algorithm>
@@ -48,7 +48,7 @@ bool TddsReader::begin(const LoadPlan& plan) {
 }
 
 void TddsReader::readPixels(std::FILE* stream, std::uint64_t bytes) {
-    // What is to be converted is read in groups that are still in the cache then.
+    // Data to be converted is read in groups that fit in the cache.
     const std::uint64_t most = m_isSnorm ? readGroupBytes : bytes;
     while (m_arrivedBytes < bytes) {
         const std::uint64_t asked = std::min(most, bytes - m_arrivedBytes);

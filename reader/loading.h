@@ -1,4 +1,4 @@
-// What the loaders share: how they fail, and how much they read at a time.
+// Shared by the loaders: failing with a message, and reading in groups of records.
 #pragma once
 
 #include <algorithm>
@@ -10,8 +10,7 @@
 
 namespace kpx {
 
-// Data that is converted on its way is read in groups of rows of about this many bytes, which stay in the processor's
-// cache.
+// Data that is converted while it is read is read in groups of rows of about this many bytes, which fit in the cache.
 inline constexpr std::uint64_t readGroupBytes = std::uint64_t{256} << 10;
 
 // Reads up to count records of recordBytes bytes each, in groups.
@@ -20,15 +19,15 @@ public:
     RecordReader(std::uint64_t recordBytes, std::uint64_t count)
         : m_recordBytes(recordBytes), m_count(recordBytes == 0 ? 0 : count) {}
 
-    // Allocates the buffer for a group; false if that fails. To be called before read.
+    // Allocates the buffer for a group. Returns false if that fails. Call it before read.
     bool allocate() {
         if (m_count == 0) return true;
         m_groupRecords = std::clamp<std::uint64_t>(readGroupBytes / m_recordBytes, 1, m_count);
         return m_group.allocate(m_recordBytes * m_groupRecords, Content::unset);
     }
 
-    // Calls take(records, how many) for each group. Stops at the first record that is not whole. Returns the number of
-    // whole records.
+    // Calls take(records, count) for each group. Stops at the first incomplete record. Returns the number of complete
+    // records.
     template <typename Take>
     std::uint64_t read(std::FILE* stream, Take take) const {
         std::uint64_t taken = 0;
@@ -49,7 +48,7 @@ private:
     LazyBuffer m_group;
 };
 
-// Print a message on the process's standard output, followed by a newline and a flush, and return -1.
+// Print a message and a newline on standard output, flush it, and return -1.
 int failWithoutMemory();
 int failWithoutData();
 

@@ -1,4 +1,4 @@
-// One stored row becomes separate channel rows, in the order red, green, blue, alpha.
+// Splits a stored row into channel rows, in the order red, green, blue, alpha.
 #include "reader/TddsReader.h"
 
 #include <algorithm>
@@ -7,8 +7,8 @@
 namespace kpx {
 namespace {
 
-// The row of each byte of a pixel whose masks are whole bytes: three or all four of its first bytes, a channel each.
-// False for other masks.
+// Finds the channel row of each byte of a pixel whose masks are whole bytes: three or four of its first bytes, one per
+// channel. Returns false for other masks.
 bool rowsOfWholeBytes(const std::uint32_t (&masks)[4], std::uint32_t channels, std::uint32_t bytesPerPixel,
                       unsigned char* const* channelRows, unsigned char* (&rows)[4]) {
     if (channels < 3 || channels > bytesPerPixel || bytesPerPixel > 4) return false;
@@ -67,7 +67,7 @@ void TddsReader::outputBytes(const PixelRow& row, const LayoutRow& layout) {
     } else if (layout.units == 2) {
         m_kernels.splitBytes2(row, rows);
     } else if (layout.units == 4 || m_bytesPerPixel == 4) {
-        // Three channels in four bytes leave the last row null.
+        // With three channels in four bytes the last row is null.
         m_kernels.splitBytes4(row, rows);
     } else {
         m_kernels.splitBytes3(row, rows);

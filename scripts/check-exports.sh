@@ -1,7 +1,7 @@
 #!/bin/bash
-# Checks the symbols of the built plug-in: it exports exactly the names of plugin/exports.map, and needs only the host
-# services of host/kpxbase.h and the C and C++ libraries. The build folder is the argument, else build. Ends with 77
-# where a sanitizer is built in, which brings symbols of its own.
+# check-exports.sh [BUILD_DIR]: checks the symbols of the built plug-in. It must export exactly the names of
+# plugin/exports.map, and import only the services of host/kpxbase.h and the C and C++ libraries. The default folder is
+# build. Exits with 77 if a sanitizer, which adds symbols, is built in.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 plugin=${1:-build}/KPXDDS.so
@@ -15,7 +15,7 @@ if grep -qE '__(asan|ubsan|tsan)_' <<<"$undefined"; then
 fi
 
 failed=0
-# none TITLE LIST: fails where the list is not empty.
+# none TITLE LIST: fails if the list is not empty.
 none() {
   if [ -n "$2" ]; then
     printf '%s:\n%s\n' "$1" "$2" >&2
@@ -29,7 +29,7 @@ exported=$(nm -D --defined-only "$plugin" | awk '{ print $NF }' | sed 's/@.*//' 
 none "in plugin/exports.map but not exported" "$(comm -23 <(echo "$stated") <(echo "$exported"))"
 none "exported but not in plugin/exports.map" "$(comm -13 <(echo "$stated") <(echo "$exported"))"
 
-# What the header declares after the records: the last word before "(" or, of a variable, before ";".
+# The names that the header declares after the records: the last word before "(", or before ";" for a variable.
 services=$(sed -n '/Services of the host/,$p' host/kpxbase.h | grep -E '^(extern|[a-z].*\()' | grep -v '^extern "C"' |
   sed -E 's/\(.*|;.*//; s/.*[ *]//' | sort -u)
 needed=$(awk '$1 == "U" { print $2 }' <<<"$undefined" | sort)

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Checks that shipped binaries are hardened, by what their ELF files hold: check-hardening.sh FILE...
+# check-hardening.sh FILE...: checks by their ELF headers and symbols that binaries are hardened.
 set -euo pipefail
 export LC_ALL=C
 [ $# -gt 0 ] || { echo "usage: check-hardening.sh FILE..." >&2; exit 2; }
@@ -21,10 +21,10 @@ for file; do
     grep -q 'BIND_NOW' <<<"$dynamic" || lacks "$file" "immediate binding"
     grep -qE 'GNU_STACK.* RW ' <<<"$segments" || lacks "$file" "stack that cannot be executed"
     grep -q '__stack_chk_fail' <<<"$symbols" || lacks "$file" "stack protector"
-    # The plug-in has no call whose check is left to the time when it runs.
+    # The plug-in has no call that needs a check at run time.
     [ "$(basename "$file")" = KPXDDS.so ] || grep -qE ' __[a-z]+_chk(@| |$)' <<<"$symbols" || lacks "$file" "fortified call"
-    # Functions begin with a mark. Debian's start files bring a few such functions, but are not complete enough for the
-    # linker to mark the whole file.
+    # Functions begin with a landing pad (endbr64, bti). The linker does not mark the whole file, because Debian's start
+    # files lack some.
     case "$header" in
     *X86-64*) code=$(objdump -d "$file") mark=endbr64 ;;
     *AArch64*) code=$(aarch64-linux-gnu-objdump -d "$file") mark='paciasp|bti' ;;

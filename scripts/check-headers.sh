@@ -1,17 +1,17 @@
 #!/bin/bash
-# Compiles every header by itself, so that each includes what it needs; host/kpxbase.h also in every C and C++ standard
-# that it claims, where a host may use the names of a plug-in's variables. The compilers are those of CXX and CC, else c++
-# and cc.
+# Compiles every header on its own, so that each includes what it needs. Compiles host/kpxbase.h also for every C and C++
+# standard that it supports, in a source that uses the names of a plug-in's variables for its own. The compilers are CXX
+# and CC, or c++ and cc.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 export CXX=${CXX:-c++} CC=${CC:-cc}
 
-# compileInput COMPILER OPTION...: standard input, with the project's warnings.
+# compileInput COMPILER OPTION...: compiles standard input with the project's warnings.
 compileInput() {
   "$@" -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -Wno-unused-function -fsyntax-only -I. -
 }
 
-# The wide kernels need the operations of a processor before them; every set has the same, so one is enough.
+# The wide kernels require the operations of a processor before them. Every set has the same, so one is enough.
 checkHeader() {
   local before=
   case $1 in

@@ -1,11 +1,11 @@
 #!/bin/bash
-# Holds the #include lines against the table in docs/architecture.md of what each folder may include besides itself and
-# the folders below it. Tests may include everything.
+# Checks that every #include is allowed by the table in docs/architecture.md. A folder may include itself, its subfolders
+# and those of its row. Tests may include everything.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 git rev-parse --git-dir >/dev/null
 
-# Of each row the folder, then folders or single files.
+# One line per row: the folder, then the folders or files that it may include.
 layers=$(sed -n '/^| folder | what it is for |/,/^$/s/^| `\([^`]*\)` |.*| `*\([^`|]*[^`| ]\)`* |$/\1 \2/p' docs/architecture.md |
     sed 's/ nothing$//')
 [ -n "$layers" ] || { echo "docs/architecture.md: no table of folders" >&2; exit 1; }
@@ -21,7 +21,7 @@ while read -r folder allowed; do
     done < <(git grep -noE '^#include "[^"]*/[^"]*"' -- "$folder/*.h" "$folder/*.cpp" "$folder/*.c" | sed 's/#include "\(.*\)"/\1/')
 done <<<"$layers"
 
-# No folder of sources is left out, and no row is left over.
+# Every folder of sources has a row, and every row a folder.
 folders=$(git ls-files '*.cpp' '*.h' '*.c' | sed 's|/[^/]*$||' | sort -u)
 rows=$(cut -d' ' -f1 <<<"$layers")
 for folder in $folders; do

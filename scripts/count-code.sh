@@ -1,10 +1,10 @@
 #!/bin/bash
-# Counts the lines of code, those that are neither blank nor comment: what tests are of all code, and of the product's.
-# The rules of docs/testing.md: tests and fuzz targets at most 30 % of all, tests at most 45 % of the product.
+# Counts lines of code (neither blank nor comment) and the share of tests. Fails if tests and fuzz targets exceed 30 % of
+# all code, or tests 45 % of the product, the limits of docs/testing.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# count FOLDER...: of tracked sources; block comments stand on lines of their own.
+# count FOLDER...: counts the code lines of tracked sources. Block comments must be on lines of their own.
 count() {
     git ls-files -z -- "$@" | grep -zE '\.(cpp|h|c|py|sh|js|css|html)$' | xargs -0 -r awk '
         FNR == 1 { inBlock = 0 }

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Builds the plug-in, host and tool in build, writes example files, converts them all and shows them in a gallery.
+# Builds the plug-in, the host and the tool in build, writes example files, converts them and makes a gallery of them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,7 +10,7 @@ log=$build/demo.log
 scripts/install-packages.sh build
 mkdir -p "$build"
 echo "Building (log: $log)"
-# A build folder of the tests stays one; a new one leaves out what only tests need.
+# Keeps the settings of an existing build folder. A new one leaves out what only tests need.
 options=()
 [ -f "$build/CMakeCache.txt" ] || options=(-DKPX_TESTS=OFF -DKPX_PYTHON=OFF)
 if ! { cmake --preset release "${options[@]}" && cmake --build "$build" --target kpximage KPXDDS kpxexamples; } \
@@ -23,7 +23,7 @@ rm -rf "$out"
 mkdir -p "$out"
 "$build/kpxexamples" "$out"
 "$build/kpximage" convert -q "$out"/*.dds -o "$out/pictures/" || [ $? -eq 3 ]
-# Of files with faults some cannot be read, which is what they are for.
+# Some faulty files cannot be read, as intended.
 "$build/kpximage" gallery -q -r "$out" -o "$out/gallery" 2>"$out/messages.txt" || [ $? -eq 1 ]
 
 count() { find "$1" -name "*.$2" | wc -l; }

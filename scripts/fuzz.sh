@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs the fuzz targets side by side under libFuzzer with ASan and UBSan, for so many seconds (60): fuzz.sh [SECONDS].
-# The corpus is kept in build/corpus; an input that breaks a claim is left in build/fuzz-findings.
+# fuzz.sh [SECONDS]: runs the fuzz targets in parallel under libFuzzer with ASan and UBSan, by default for 60 seconds.
+# The corpus is in build/corpus, inputs that break a claim in build/fuzz-findings.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -12,7 +12,7 @@ mkdir -p build/fuzz-findings
 $build/fileTarget --seeds build/corpus/fileTarget
 export ASAN_OPTIONS=allocator_may_return_null=1
 
-# fuzz TARGET: what it did in that time, as one piece of text.
+# fuzz TARGET: runs a target and prints its result at once.
 fuzz() {
     local target=$1 limit=4096 log=build/fuzz-$1.log status=0
     mkdir -p "build/corpus/$target"

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Writes what tests agree on: tests/manifest.tsv, tests/explain/explained.txt and sentences.txt, tests/tools/shell.txt and
-# docs/formats.md. A test that fails for another reason does not stop the others. The build folder is the argument, else
-# build.
+# golden.sh [BUILD_DIR]: rewrites the expected results of tests: tests/manifest.tsv, tests/explain/explained.txt and
+# sentences.txt, tests/tools/shell.txt and docs/formats.md. A test that fails for another reason does not stop the others.
+# The default folder is build.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}

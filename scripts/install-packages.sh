@@ -1,8 +1,8 @@
 #!/bin/sh
-# Installs the Debian packages that are missing for a set of work: build, test (build and more), bench (build and more),
-# compare (bench and the programs that bench/compare.sh compares with), packages (build and more), ci (test, bench,
-# packages and more), or aarch64 (to build for that processor and to run it here).
-# Needs neither network nor rights when all are there.
+# install-packages.sh SET: installs the missing Debian packages of a set. The sets are build, test (includes build), bench
+# (includes build), compare (bench, and the programs that bench/compare.sh compares with), packages (includes build), ci
+# (test, bench, packages and more) and aarch64 (to build for that processor and run its programs here).
+# If all are installed, it needs neither a network nor root.
 set -eu
 
 build='g++ cmake ninja-build libpng-dev libisal-dev pkg-config libcli11-dev nlohmann-json3-dev libopenexr-dev python3-dev pybind11-dev help2man libglib2.0-dev'
@@ -27,7 +27,7 @@ aarch64) wanted=$aarch64 ;;
     ;;
 esac
 
-# is_installed PACKAGE[:ARCHITECTURE]: without an architecture, for this machine's own, or for all.
+# is_installed PACKAGE[:ARCHITECTURE]: the default is this machine's architecture, or all.
 native=$(dpkg --print-architecture)
 is_installed() {
     architecture="($native|all)"
@@ -51,7 +51,7 @@ if [ "$(id -u)" -ne 0 ]; then
     asRoot=sudo
 fi
 case "$missing" in *:arm64*) $asRoot dpkg --add-architecture arm64 ;; esac
-# Waits up to ten minutes for another apt, such as the daily upgrade. apt-get itself waits for dpkg's locks only, not
+# Waits up to ten minutes for another apt, such as the daily upgrade. apt-get itself only waits for the locks of dpkg, not
 # for those of its lists and archives.
 apt_get() {
     tries=60

@@ -1,8 +1,7 @@
 #!/bin/bash
-# Makes a release of the commit that is checked out: the source archive and the Debian packages, in build/release or the
-# folder that is named; release.sh [--archive] [FOLDER]. Both are checked from an empty folder: what the archive holds is
-# built and tested there, and the packages are made of it. With --archive the archive alone is made, and what it holds is
-# configured, not built. The version is the one of CMakeLists.txt.
+# release.sh [--archive] [FOLDER]: makes a release of the current commit, the source archive and the Debian packages, in
+# FOLDER (default: build/release). The archive is unpacked, built and tested in an empty folder, and the packages are made
+# there. With --archive, only the archive is made, unpacked and configured. The version is that of CMakeLists.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 fail() { echo "$*" >&2; exit 1; }
@@ -12,7 +11,7 @@ if [ "${1:-}" = --archive ]; then
     onlyArchive=yes
     shift
 fi
-# A folder of the user's has to be empty; the usual one is replaced.
+# The default folder is replaced; any other must be empty.
 [ $# -gt 0 ] || rm -rf build/release
 folder=$(realpath -m "${1:-build/release}")
 [ -z "$(ls -A "$folder" 2>/dev/null)" ] || fail "$folder is not empty"
@@ -23,7 +22,7 @@ grep -qE "^## $version, [0-9]{4}-[0-9]{2}-[0-9]{2}$" CHANGELOG.md || fail "CHANG
 [ "$(grep -m 1 '^## ' CHANGELOG.md | tr -d '#,' | awk '{ print $1 }')" = "$version" ] || fail "CHANGELOG.md starts with another version"
 [ -z "$(git status --porcelain)" ] || fail "There are changes that are not committed"
 
-# The same bytes for the same commit: git takes times from it, gzip writes none.
+# A commit always makes the same bytes: git uses its time, gzip stores none.
 archive() { git archive --format=tar --prefix="$name/" HEAD | gzip -9n; }
 
 scripts/install-packages.sh packages

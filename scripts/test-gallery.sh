@@ -1,6 +1,6 @@
 #!/bin/bash
-# Makes a gallery of all example files, of hidden colours and of a hostile name, and looks at it in a headless browser:
-# test-gallery.sh [BUILD_DIR]. Needs a finished build.
+# test-gallery.sh [BUILD_DIR]: makes a gallery of all example files, of hidden colours and of a hostile name, and checks it
+# in a headless browser. Requires a complete build.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/install-packages.sh" ci
@@ -12,7 +12,7 @@ cd "$work"
 "$build/kpxexamples" .
 cp bad/*.dds .
 rm -r bad
-# header FLAGS MIPMAPS: of 32-bit BGRA of two by two texels.
+# header FLAGS MIPMAPS: writes the header of a 2 by 2 picture of 32-bit BGRA.
 header() {
     printf 'DDS \174\0\0\0\7\20'"\\$1"'\0\2\0\0\0\2\0\0\0\0\0\0\0\0\0\0\0'"\\$2"'\0\0\0'
     head -c 44 /dev/zero
@@ -27,7 +27,7 @@ header() {
     header 2 2
     printf '\3\2\1\377\3\2\1\377\3\2\1\377\3\2\1\377\374\373\372\377'
 } >mips.dds
-# DXGI format 85, 5-6-5 colour, which is mended.
+# DXGI format 85, 5-6-5 colour, which `repair` fixes.
 {
     printf 'DDS \174\0\0\0\7\20\0\0\2\0\0\0\2\0\0\0'
     head -c 56 /dev/zero
@@ -41,7 +41,7 @@ cp header-cut.dds "<script>alert(3)<!--.dds"
 echo text >text.dds
 
 files=(*.dds)
-# Some of the files fail, which is not what is tested.
+# Some files cannot be decoded, as intended.
 "$build/kpximage" explain --json "${files[@]}" >explain.json 2>messages.txt || true
 "$build/kpximage" gallery "${files[@]}" -o gallery 2>>messages.txt || [ $? -eq 1 ]
 python3 "$root/tests/tools/galleryChecker.py" explain.json gallery

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Makes the Debian packages, lets lintian judge them, unpacks them into a scratch root and works with what is there
-# alone. The packages go to the folder `packages` of the argument, else of build; what is built for them, to install
-# below /usr, to `packages-build` there.
+# test-packages.sh [BUILD_DIR]: builds the Debian packages, checks them with lintian, unpacks them into a scratch root and
+# tests what is installed there. The packages are in `packages`, and their build in `packages-build`, in the build folder
+# (default: build).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 base=$(realpath -m "${1:-build}")
@@ -10,7 +10,7 @@ build=$base/packages-build
 log=$base/packages.log
 export LC_ALL=C.UTF-8
 umask 022
-# The packages have the same bytes whenever they are made: their times are those of the release.
+# The packages always have the same bytes: their times are those of the release.
 version=$(sed -n 's/^project(KPXDDS VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(date -u -d "$(sed -n "s/^## $version, //p" CHANGELOG.md)" +%s)}
 
@@ -18,8 +18,8 @@ scripts/install-packages.sh packages
 mkdir -p "$base"
 echo "Building packages (log: $log)"
 
-# Takes over what is built in the base folder already: ninja compiles again only where the command differs, in the files
-# that know where things are. From nothing it is 300 s of processor time.
+# Starts with a copy of the objects in the build folder, which saves 300 s of CPU time: ninja only recompiles files whose
+# commands differ, those that depend on installed paths.
 take_over() {
     rm -rf "$build"
     mkdir -p "$build"
@@ -46,7 +46,7 @@ for package in "$packages"/*.deb; do dpkg-deb -x "$package" "$root"; done
 scripts/check-hardening.sh "$root"/usr/bin/kpximage "$root"/usr/lib/*/libKPXbase.so.0 "$root"/usr/lib/*/KPXbase/plugins/KPXDDS.so \
     "$root"/usr/lib/python3/dist-packages/kpximage/_kpximage.*.so
 
-# What only packages of Debian have is in each of them, and in no installation by cmake.
+# Files that only Debian packages have are in each of them, and in no installation by cmake.
 for file in copyright changelog.Debian.gz changelog.gz; do
     [ "$(ls "$root"/usr/share/doc/*/$file | wc -l)" -eq "$(ls "$packages"/*.deb | wc -l)" ] || fail "a package has no $file"
 done
@@ -57,11 +57,11 @@ found=$(find "$root/plain" -name 'changelog*' -o -name copyright -o -name lintia
 [ -z "$found" ] || fail "cmake --install installs Debian's own files: $found"
 rm -r "$root/plain"
 
-# Nothing that is installed knows of the build folder.
+# No installed file contains the path of the build folder.
 found=$(grep -rlF "$base" "$root/usr" || true)
 [ -z "$found" ] || fail "the build folder is named in $found"
 
-# Runs a command that sees the installed tree and the system.
+# Runs a command with the installed tree and the system in its paths.
 installed() { env -i PATH="$root/usr/bin:/usr/bin:/bin" LC_ALL=C.UTF-8 "$@"; }
 cd "$root"
 
@@ -75,13 +75,13 @@ grep -qx 'found by: the installed place' formats || fail "the plug-in is not fou
 installed kpximage convert examples/dxt5.dds -o picture.png
 installed file picture.png | grep -q 'PNG image data, 80 x 64' || fail "the picture is no PNG of 80 x 64"
 
-# The thumbnailer's own line.
+# The command line of the thumbnailer.
 line=$(sed -n 's/^Exec=//p' usr/share/thumbnailers/kpximage.thumbnailer)
 line=${line/\%s/32} line=${line/\%i/examples/dxt5.dds} line=${line/\%o/thumbnail.png}
 installed sh -c "$line"
 installed file thumbnail.png | grep -q 'PNG image data, 32 x 26' || fail "the thumbnail is no PNG of 32 x 26"
 
-# The module, in the scratch root's folder of Debian's packages.
+# The Python module, in the dist-packages folder of the scratch root.
 installed PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -Bc 'import kpximage
 picture = kpximage.read("examples/dxt5.dds")
 kpximage.write("copy.dds", picture)
@@ -108,7 +108,7 @@ installed MANWIDTH=80 man --warnings -l usr/share/man/man1/kpximage.1.gz >manual
 [ ! -s warnings ] || fail "the manual page: $(cat warnings)"
 grep -q 'Exit status' manual || fail "the manual page is not shown"
 
-# A program finds the library and the folder of plug-ins.
+# A program finds the library and the plug-in folder by pkg-config.
 pc() { PKG_CONFIG_LIBDIR=$(dirname "$root"/usr/lib/*/pkgconfig/kpxbase.pc) pkg-config "$@" kpxbase; }
 [ "$(realpath "$(pc --variable=plugindir)")/KPXDDS.so" = "$plugin" ] ||
     fail "kpxbase.pc names another folder of plug-ins"
@@ -116,12 +116,12 @@ echo 'int main(void) { return kpx__err; }' |
     c++ -x c++ -include kpxbase.h - -o program $(pc --cflags --libs)
 library=$(echo "$root"/usr/lib/*-linux-gnu)
 LD_LIBRARY_PATH=$library ./program || fail "a program with the library does not run"
-# Also one that calls no service itself, but loads a plug-in.
+# So does a program that only loads a plug-in and calls no service.
 echo '#include <dlfcn.h>
 int main(int n, char** words) { return n == 2 && dlopen(words[1], RTLD_NOW) ? 0 : 1; }' |
     cc -x c - -o host $(pc --cflags --libs)
 LD_LIBRARY_PATH=$library ./host "$plugin" || fail "a program that calls no service does not load the plug-in"
-# The example is built as its comment says, against the installed header.
+# The example in C is built as its comment says, with the installed header.
 cc -rdynamic usr/share/doc/libkpxbase-dev/examples/host.c -o host $(pc --cflags)
 ./host "$plugin" examples/dxt5.dds | grep -q '^80 x 64, 4 channels of 8 bits$' || fail "the example of a host does not read"
 grep -q '^libKPXbase 0 libkpxbase0 (>= ' <(dpkg-deb -I "$packages"/libkpxbase0_*.deb shlibs) ||

@@ -1,4 +1,4 @@
-// The writer: rows gathered in file order, and the header and pixels written in two pieces when it is closed.
+// Collects rows in file order, and writes header and pixels when the writer is closed.
 #include "writer/TddsWriter.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned
     const std::uint64_t paddedWidth = 4 * ceilQuotient(width, 4);
     const std::uint64_t totalChannels = std::uint64_t{channels} + (alpha != 0 ? 1 : 0);
     const std::uint64_t imageBytes = saturatingProduct(totalChannels, paddedWidth, height);
-    // The header's fields have 32 bits, those of an image without pixels too.
+    // The fields of the header have 32 bits, also for an image without pixels.
     if (imageBytes > largestBlock || paddedWidth > UINT32_MAX || totalChannels > UINT32_MAX) {
         errno = EFBIG;
         return -1;
@@ -62,7 +62,7 @@ int TddsWriter::open(const char* path, unsigned width, unsigned height, unsigned
 }
 
 void TddsWriter::arrangeChannels(unsigned char* const* rows) {
-    // Blue, green, red and then the fourth channel, the matte; any other number of channels from the last to the first.
+    // Blue, green, red, then the fourth channel, the matte. Any other number of channels: the last to the first.
     const std::uint32_t reversed = m_totalChannels == 4 ? 3 : m_totalChannels;
     std::reverse_copy(rows, rows + reversed, m_channelCursors);
     std::copy(rows + reversed, rows + m_totalChannels, m_channelCursors + reversed);
@@ -85,7 +85,7 @@ int TddsWriter::setScanlineChannelsAsBytes(int y, unsigned char** rows) {
         }
     }
     out += std::size_t{m_width} * m_totalChannels;
-    // The pixels that complete a row repeat its last one, so that filtering at the edge sees no foreign colour.
+    // The padding repeats the last pixel of a row, so that filtering at the edge does not mix in another colour.
     for (std::uint32_t x = m_width; x < m_paddedWidth; ++x, out += m_totalChannels) {
         std::memcpy(out, out - m_totalChannels, m_totalChannels);
     }

@@ -1,16 +1,16 @@
-// The kernel set for AVX2: the wide kernels over its operations. Everything is local to this file.
+// The kernel set for AVX2. Everything is local to this file.
 #include <cpuid.h>
 
 #include "blocks/wide/avx2Operations.h"
-// After the operations, which define the target that each kernel is compiled for.
+// Must follow the operations, which define the target of the kernels.
 #include "blocks/wide/kernelSet.h"
 
 namespace kpx {
 
 namespace {
 
-// Half float conversion came before AVX2 in every processor, but has a flag of its own, which not every compiler's
-// builtin knows. Virtual machines take long over the question: it is asked once.
+// Every processor with AVX2 converts half floats, but the flag is separate, and not every compiler's builtin knows it.
+// Asked only once, because cpuid is slow in virtual machines.
 bool convertsHalfs() {
     static const bool answer = [] {
         unsigned eax = 0;

@@ -1,5 +1,5 @@
-// BC1 to BC5 two blocks at a time, one a lane. Palettes are made with exact multiplications in place of divisions, and
-// texels are picked from them by shuffles.
+// Decodes BC1 to BC5 two blocks at a time, one per lane. Palettes are computed by exact multiplications instead of
+// divisions; shuffles pick the texels from them.
 #pragma once
 
 #include <cstddef>
@@ -10,12 +10,12 @@
 
 namespace {
 
-// Both tiles' row r, side by side.
+// Stores row r of both tiles, side by side.
 KPX_INLINE void storeRows(unsigned char* out, std::size_t rowBytes, const Wide (&rows)[4]) {
     for (std::size_t r = 0; r < 4; ++r) store(out + r * rowBytes, rows[r]);
 }
 
-// Four planes of a tile, 16 bytes of each channel a lane, as rows of texels a, r, g, b.
+// Stores four planes, 16 bytes of a channel per lane, as rows of texels a, r, g, b.
 KPX_INLINE void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wide r, Wide g, Wide b) {
     const Wide ar0 = unpackLow8(a, r);
     const Wide ar1 = unpackHigh8(a, r);
@@ -25,12 +25,15 @@ KPX_INLINE void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wi
               {unpackLow16(ar0, gb0), unpackHigh16(ar0, gb0), unpackLow16(ar1, gb1), unpackHigh16(ar1, gb1)});
 }
 
-// The four texels of a BC1 colour block, bytes 0 to 7 of each lane.
+// Returns the four texels of a BC1 colour block, which is bytes 0 to 7 of each lane.
 //
-// A channel c of n bits is widened to floor(c x 255 / (2^n - 1)): it is brought to c << 4 (n = 5) or c << 3 (n = 6) by
-// one multiplication, and a second by the quotient scaled by 2^16 and rounded up leaves an error below 0.007, less
-// than the distance 1 / (2^n - 1) of a quotient from the next whole number. The blends divide sums of at most 765 by 3
-// in the same way: 21846 / 65536 exceeds 1 / 3 by 0.00001, which is 0.008 at most.
+// Widening a channel c of n bits to floor(c x 255 / (2^n - 1)) takes two multiplications:
+// 1. The first aligns the channel to c << 4 (n = 5) or c << 3 (n = 6).
+// 2. The second multiplies by s = ceil(255 / (2^n - 1) x 2^16 / 16) = 33693, or with 8 in place of 16 s = 33159, and
+//    shifts right by 16. Since s is rounded up by less than 1, the result is too large by less than 504 / 2^16 = 0.008.
+// 3. Unless the quotient is whole, the next whole number is at least 1 / 63 = 0.015 above it: the same whole part.
+// The blends divide sums of at most 765 by 3 in the same way: 21846 / 2^16 exceeds 1 / 3 by 0.0000102, so the result is
+// too large by at most 0.008, less than 1 / 3.
 template <bool opaque, bool isDXT1>
 KPX_INLINE Wide colourPalette(Wide block) {
     constexpr LaneBytes fieldBytes{
@@ -65,7 +68,7 @@ KPX_INLINE void bc1Pair(const unsigned char* blocks, unsigned char* out, std::si
                pickTexels<3>(palette, indices)});
 }
 
-// Stores tiles from colour blocks (bytes 0 to 7 of a lane, four-colour mode) and planes of alpha.
+// Stores tiles from colour blocks in four-colour mode (bytes 0 to 7 of a lane) and planes of alpha.
 KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha) {
     const Wide palette = colourPalette<false, false>(colourBlock);
     const TexelIndices indices = texelIndices(colourBlock);
@@ -78,21 +81,20 @@ KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wi
                pickTexels<3>(palette, indices) | unpackHigh16(high, zero())});
 }
 
-// Premultiplied colours: a channel v becomes 256 x v / a, truncated, and 255 where that is more; alpha 0 leaves v as it
-// is.
+// Premultiplied colour: a channel v becomes floor(256 x v / a), at most 255; alpha 0 keeps v.
 //
-// No texel is divided: v is multiplied by R = ceil(2^24 / a) and shifted right by 16.
-//   R = 2^24 / a + e with 0 <= e < 1, so that v x R / 2^16 = 256 x v / a + v x e / 2^16.
-//   256 x v / a is a multiple of 1 / a, so that the next whole number is at least 1 / a away, unless it is whole
-//   itself. v x e / 2^16 < v / 2^16 < 1 / a, as v x a <= 255 x 255 < 2^16: the sum has the same whole part.
-// R = 2^16 stands for alpha 0, and R = 2^24 - 1 for alpha 1, which gives 0 for v = 0 and at least 255 for all others.
+// Instead of dividing, v is multiplied by R = ceil(2^24 / a) and shifted right by 16:
+// 1. R = 2^24 / a + e with 0 <= e < 1, so v x R / 2^16 = 256 x v / a + v x e / 2^16.
+// 2. 256 x v / a is a multiple of 1 / a: unless it is whole, the next whole number is at least 1 / a above it.
+// 3. v x e / 2^16 < v / 2^16 < 1 / a, since v x a <= 255 x 255 < 2^16: the sum has the same whole part.
+// Alpha 0 has R = 2^16. Alpha 1 has R = 2^24 - 1, which results in 0 for v = 0 and at least 255 for all others.
 //
-// Of sixteen alphas a lane, those of texels 0 to 7 and those of 8 to 15: R >> 16 and R mod 2^16.
+// R >> 16 and R mod 2^16 of sixteen alphas per lane: those of texels 0 to 7, then those of 8 to 15.
 struct Reciprocals {
     Wide whole[2], rest[2];
 };
 
-// A plane of a channel, divided by its alphas.
+// Returns a plane of a channel, divided by its alphas.
 KPX_INLINE Wide dividePlane(Wide plane, const Reciprocals& by) {
     const Wide v[2] = {unpackLow8(plane, zero()), unpackHigh8(plane, zero())};
     Wide quotients[2];
@@ -102,20 +104,20 @@ KPX_INLINE Wide dividePlane(Wide plane, const Reciprocals& by) {
     return packBytes(quotients[0], quotients[1]);
 }
 
-// Sixteen 2-bit indices, bytes 4 to 7 of each lane, as 4 x index, a byte each.
+// Returns the sixteen 2-bit indices in bytes 4 to 7 of each lane as bytes of 4 x index.
 KPX_INLINE Wide fourfoldIndices(Wide block) {
     constexpr LaneBytes rows01{
         {4, zeroByte, 4, zeroByte, 4, zeroByte, 4, zeroByte, 5, zeroByte, 5, zeroByte, 5, zeroByte, 5, zeroByte}};
     constexpr LaneBytes rows23{
         {6, zeroByte, 6, zeroByte, 6, zeroByte, 6, zeroByte, 7, zeroByte, 7, zeroByte, 7, zeroByte, 7, zeroByte}};
-    // Column c moves its two bits to the top of a word.
+    // Multiplying shifts the two bits of column c to the top of a word.
     constexpr LaneWords lift{{1 << 14, 1 << 12, 1 << 10, 1 << 8, 1 << 14, 1 << 12, 1 << 10, 1 << 8}};
     const Wide low = mulLow16(shuffle8(block, loadTwice(&rows01)), loadTwice(&lift));
     const Wide high = mulLow16(shuffle8(block, loadTwice(&rows23)), loadTwice(&lift));
     return shiftLeft16<2>(packBytes(shiftRight16<14>(low), shiftRight16<14>(high)));
 }
 
-// As storeColourAndAlpha, with the colours divided by alpha.
+// Like storeColourAndAlpha, but divides the colours by alpha.
 KPX_INLINE void storeDividedColour(unsigned char* out, std::size_t rowBytes, Wide colourBlock, Wide alpha,
                                    const Reciprocals& by) {
     const Wide palette = colourPalette<false, false>(colourBlock);
@@ -126,7 +128,7 @@ KPX_INLINE void storeDividedColour(unsigned char* out, std::size_t rowBytes, Wid
     storePlanes(out, rowBytes, alpha, r, g, b);
 }
 
-// The alphas of BC2 are 17 x n: R for each n, as tables of its three bytes.
+// R of the sixteen alphas of BC2, 17 x n, as a lookup table for each of its three bytes.
 struct NibbleReciprocals {
     LaneBytes byte[3];
 };
@@ -159,35 +161,35 @@ KPX_INLINE void bc2Pair(const unsigned char* blocks, unsigned char* out, std::si
     }
 }
 
-// The sums of interpolated channels, and their divisions: sum / 7 = sum x 9363 >> 16 for sums up to 1785, and
-// sum / 5 = sum x 13108 >> 16 up to 1275; the multipliers exceed 2^16 / 7 and 2^16 / 5 by less than 1, so that the
-// error stays below 0.028, less than 1 / 7.
+// The weights of interpolated channels. Their sums are divided by multiplication: sum / 7 = sum x 9363 >> 16 for sums
+// up to 1785, and sum / 5 = sum x 13108 >> 16 up to 1275. The multipliers exceed 2^16 / 7 and 2^16 / 5 by less than 1,
+// so the result is too large by less than 1785 / 2^16 = 0.028, less than 1 / 7.
 constexpr LaneBytes weights7{{7, 0, 0, 7, 6, 1, 5, 2, 4, 3, 3, 4, 2, 5, 1, 6}};
 constexpr LaneBytes weights5{{5, 0, 0, 5, 4, 1, 3, 2, 2, 3, 1, 4, 0, 0, 0, 0}};
 constexpr int seventh = 9363;
 constexpr int fifth = 13108;
 constexpr LaneWords lastEntry{{0, 0, 0, 0, 0, 0, 0, 255}};
 constexpr LaneBytes endpointPairs{{0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1}};
-// An endpoint in the high byte of every word.
+// Byte orders that copy an endpoint to the high byte of every word.
 constexpr LaneBytes firstEndpoint{
     {zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0}};
 constexpr LaneBytes secondEndpoint{
     {zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1, zeroByte, 1}};
 
-// Eight bytes, in both halves of each lane.
+// Returns the eight entries of a palette, in both halves of each lane.
 template <bool equalIsSeven>
 KPX_INLINE Wide unsignedPalette(Wide block) {
     const Wide pairs = shuffle8(block, loadTwice(&endpointPairs));
     const Wide eight = mulHigh16(mulAddUnsigned8(pairs, loadTwice(&weights7)), spread16(seventh));
     const Wide six = mulHigh16(mulAddUnsigned8(pairs, loadTwice(&weights5)), spread16(fifth)) | loadTwice(&lastEntry);
-    // Halved, endpoints are positive words.
+    // Shifted right by 1, the endpoints are positive signed words.
     const Wide e0 = shiftRight16<1>(shuffle8(block, loadTwice(&firstEndpoint)));
     const Wide e1 = shiftRight16<1>(shuffle8(block, loadTwice(&secondEndpoint)));
     const Wide entries = equalIsSeven ? choose(eight, six, greater16(e1, e0)) : choose(six, eight, greater16(e0, e1));
     return packBytes(entries, entries);
 }
 
-// Magnitudes are divided and get their sign back, which truncates toward zero; a value v becomes the byte v + 128.
+// Divides magnitudes and restores their sign, which truncates toward zero. A value v becomes the byte v + 128.
 KPX_INLINE Wide signedPalette(Wide block) {
     constexpr LaneWords interpolated{{0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 0}};
     const Wide endpoints = maxSigned8(block, spread8(-127));
@@ -204,7 +206,7 @@ KPX_INLINE Wide signedPalette(Wide block) {
     return packBytes(entries, entries);
 }
 
-// Sixteen 3-bit indices from bit 16 of each lane, a byte each.
+// Returns the sixteen 3-bit indices from bit 16 of each lane on as bytes.
 KPX_INLINE Wide threeBitIndices(Wide block) {
     constexpr LaneBytes low{{2, 3, 2, 3, 2, 3, 3, 4, 3, 4, 3, 4, 4, 5, 4, 5}};
     constexpr LaneBytes high{{5, 6, 5, 6, 5, 6, 6, 7, 6, 7, 6, 7, 7, zeroByte, 7, zeroByte}};
@@ -214,9 +216,9 @@ KPX_INLINE Wide threeBitIndices(Wide block) {
     return packBytes(shiftRight16<13>(first), shiftRight16<13>(second));
 }
 
-// R of four alphas a lane, words of 32 bits each. ceil(2^24 / a) is floor((2^24 - 1) / a) + 1, and the float quotient
-// has that whole part: the quotient lies at least 1 / a below the next whole number, unless it is whole itself, and
-// half a unit in its last place is less, as a quotient below 2^24 / a has units of less than 2 / a.
+// Returns R of four alphas per lane, as 32-bit words: ceil(2^24 / a) = floor((2^24 - 1) / a) + 1. The float quotient
+// (2^24 - 1) / a has the right whole part: unless it is whole, it is at least 1 / a below the next whole number, and
+// rounding adds less, since a quotient below 2^24 / a has units in the last place of less than 2 / a.
 KPX_INLINE Wide reciprocalsOfWords(Wide alphas) {
     const Wide one = spread32(1);
     const Wide divisors = alphas | (equal32(alphas, zero()) & spread32(256));
@@ -224,7 +226,7 @@ KPX_INLINE Wide reciprocalsOfWords(Wide alphas) {
     return add32(floors, add32(one, equal32(alphas, one)));
 }
 
-// Of the eight alphas of a palette, in the order of 3-bit indices, a byte each.
+// Returns the reciprocals of each texel's alpha, from the eight alphas of a palette and the indices as bytes.
 KPX_INLINE Reciprocals reciprocalsOfPalette(Wide palette, Wide indices) {
     const Wide words = unpackLow8(palette, zero());
     const Wide first = reciprocalsOfWords(unpackLow16(words, zero()));
@@ -232,7 +234,7 @@ KPX_INLINE Reciprocals reciprocalsOfPalette(Wide palette, Wide indices) {
     const Wide low = spread32(0xFFFF);
     const Wide whole = packWords(shiftRight32<16>(first), shiftRight32<16>(second));
     const Wide rest = packWords(first & low, second & low);
-    // The two bytes of a word.
+    // Orders for the two bytes of a word.
     const Wide twofold = shiftLeft16<1>(indices);
     const Wide next = twofold | spread8(1);
     const Wide order[2] = {unpackLow8(twofold, next), unpackHigh8(twofold, next)};
@@ -271,7 +273,7 @@ KPX_INLINE void bc5Pair(const unsigned char* blocks, unsigned char* out, std::si
                 zero());
 }
 
-// A strip of blocks, two at a time. A last single block goes through scratch memory.
+// Decodes a strip of blocks, two at a time. An odd last block goes through scratch memory.
 template <std::size_t blockBytes, auto decodePair>
 KPX_TARGET void pairStrip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
     for (; count >= 2; count -= 2, blocks += 2 * blockBytes, out += 2 * tileRowBytes) decodePair(blocks, out, rowBytes);

@@ -1,5 +1,6 @@
-// BC6H: all endpoint fields of one block in words, a palette of sixteen half floats a channel, and texels picked from
-// it byte by byte. Each mode is an instance of the same routine over its row of the mode table.
+// Decodes BC6H. All endpoint fields of a block are gathered in words, each channel gets a palette of sixteen half
+// floats, and texels are picked from it byte by byte. Each mode is an instance of one routine for its row of the mode
+// table.
 #pragma once
 
 #include <cstddef>
@@ -18,12 +19,12 @@ namespace {
 constexpr std::size_t pixelBytes = 16;
 constexpr std::size_t floatTileBytes = 4 * pixelBytes;
 
-// Numbers without bits above the top bit, read as two's complement; a top bit of 0 changes nothing.
+// Sign-extends numbers that have no bits above the top bit. A top of 0 changes nothing.
 KPX_INLINE Wide signExtend(Wide value, Wide top) {
     return sub16(value ^ top, top);
 }
 
-// The endpoints as stored.
+// Returns the endpoints as stored.
 template <int mode>
 KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
     constexpr const kpx::Bc6Wide& layout = kpx::bc6Wide<mode>;
@@ -37,7 +38,7 @@ KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
     return ends;
 }
 
-// The endpoints, sign-extended and with the transform undone.
+// Returns the endpoints, sign-extended and with the transform reversed.
 template <int mode, bool isSigned>
 KPX_INLINE Wide bc6Endpoints(const unsigned char* block) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
@@ -53,7 +54,7 @@ KPX_INLINE Wide bc6Endpoints(const unsigned char* block) {
     return ends;
 }
 
-// Endpoint channels widened to 16 bits: of the published ((value << 16) + 0x8000) >> precision, every bit below 1 is 0.
+// Widens endpoint channels to 16 bits by the published ((value << 16) + 0x8000) >> precision.
 template <int precision, bool isSigned>
 KPX_INLINE Wide unquantize(Wide value) {
     if constexpr (precision >= (isSigned ? 16 : 15)) {
@@ -71,8 +72,8 @@ KPX_INLINE Wide unquantize(Wide value) {
     }
 }
 
-// Interpolation weights 64 - w and w: of entries 0 to 3 and 8 to 11 of a palette, and of 4 to 7 and 12 to 15, so that
-// packing puts all in order. Palettes of eight entries are repeated, for the second region.
+// Interpolation weights 64 - w and w, first for entries 0 to 3 and 8 to 11 of a palette, then for 4 to 7 and 12 to 15,
+// so that packing puts all in order. Palettes of eight entries are repeated, for the second region.
 struct PaletteWeights {
     kpx::WideWords pairs[2];
 };
@@ -90,7 +91,8 @@ constexpr PaletteWeights paletteWeights(const std::uint16_t (&weights)[entries])
 constexpr PaletteWeights paletteWeights3 = paletteWeights(kpx::bcWeights3);
 constexpr PaletteWeights paletteWeights4 = paletteWeights(kpx::bcWeights4);
 
-// The sixteen colours of a channel as half floats. Scaling by 31 / 64 or 31 / 32 is a high multiplication, exactly.
+// Returns the sixteen values of a channel as half floats. Scaling by 31 / 64 or 31 / 32 is a high multiplication, and
+// exact.
 template <bool isSigned>
 KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
     if constexpr (isSigned) {
@@ -100,7 +102,7 @@ KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
         const Wide halfs = mulHigh16(abs16(values), spread16(31 << 11));
         return halfs | (sign16(halfs, values) & spread16(0x8000));
     } else {
-        // The multiplication is signed, so that 0x8000 was taken from the endpoints: 64 x 0x8000 from each sum.
+        // The multiplication is signed, so 0x8000 was subtracted from the endpoints, that is 64 x 0x8000 from each sum.
         const Wide base = spread32((64 << 15) + 32);
         const Wide first = add32(mulAddSigned16(pairs, load(&weights.pairs[0])), base);
         const Wide second = add32(mulAddSigned16(pairs, load(&weights.pairs[1])), base);
@@ -108,7 +110,7 @@ KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
     }
 }
 
-// One channel of all texels: those of rows 0 and 1 in lane 0, of rows 2 and 3 in lane 1.
+// Returns one channel of all texels: rows 0 and 1 in lane 0, rows 2 and 3 in lane 1.
 template <bool isSigned, int channel>
 KPX_INLINE Wide pickChannel(Wide ends, const PaletteWeights& weights, Wide indices) {
     constexpr std::uint8_t c = 2 * channel;
@@ -117,12 +119,12 @@ KPX_INLINE Wide pickChannel(Wide ends, const PaletteWeights& weights, Wide indic
     constexpr LaneBytes apart{{0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15}};
     constexpr LaneBytes together{{0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15}};
     const Wide palette = makePalette<isSigned>(shuffle8(ends, loadTwice(&pair)), weights);
-    // Low bytes in lane 0 and high bytes in lane 1, so that one index serves both.
+    // Low bytes in lane 0 and high bytes in lane 1, so that both use the same index.
     const Wide bytes = crossHalves(shuffle8(palette, loadTwice(&apart)));
     return shuffle8(crossHalves(shuffle8(bytes, indices)), loadTwice(&together));
 }
 
-// The palette entry of each texel, in both lanes.
+// Returns the palette entry of each texel, in both lanes.
 template <int regions>
 KPX_INLINE Wide bc6Indices(std::uint64_t high) {
     if constexpr (regions == 1) {
@@ -148,7 +150,7 @@ KPX_INLINE void bc6hTile(const unsigned char* block, unsigned char* out, std::si
     const Wide g = pickChannel<isSigned, 1>(ends, weights, indices);
     const Wide b = pickChannel<isSigned, 2>(ends, weights, indices);
 
-    // Only whole 16-bit endpoints reach -65536.0, which has the exponent that other half floats keep for infinity.
+    // Only endpoints of 16 bits reach -65536.0, whose exponent means infinity in IEEE 754.
     constexpr bool finite = !(isSigned && row.precision == 16);
     const Wide one = spread16(0x3C00);
     for (std::size_t i = 0; i < 2; ++i) {
@@ -177,7 +179,7 @@ constexpr auto makeBc6hRuns(std::index_sequence<modes...>) {
 template <bool isSigned>
 constexpr auto bc6hRuns = makeBc6hRuns<isSigned>(std::make_index_sequence<14>());
 
-// Rows of bc6Modes by the low five bits of a block, of which the first two modes take two; 14 for reserved blocks.
+// Rows of bc6Modes by the low five bits of a block, of which the first two modes use only two; 14 for reserved blocks.
 struct Bc6ModeRows {
     std::uint8_t row[32];
 };

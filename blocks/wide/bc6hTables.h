@@ -1,5 +1,5 @@
-// What the wide kernels look up for BC6H: where the endpoint fields of a block lie, worked out at compile time from the
-// same runs of bits that the plain decoder reads.
+// Lookup tables of the wide kernels for BC6H: the positions of the endpoint fields, computed at compile time from the
+// runs of bits that the plain decoder uses.
 #pragma once
 
 #include <algorithm>
@@ -10,15 +10,15 @@
 
 namespace kpx {
 
-// One run of each field at most. The two bytes around it are picked, it is lowered to bit 0 by a high multiplication,
-// cut off from what lies above, and lifted to its place by a multiplication.
+// At most one run of each field. A shuffle picks the two bytes around it, a high multiplication shifts it down to bit
+// 0, a mask cuts off the bits above, and a multiplication shifts it to its place.
 struct Bc6Pass {
     WideBytes bytes;
     WideWords lower, stored, place;
 };
 
-// Words hold R, G, B and nothing of endpoints 0 and 1 in lane 0, of 2 and 3 in lane 1. In one region lane 1 is as lane
-// 0.
+// The words of lane 0 are R, G, B and nothing of endpoints 0 and 1; those of lane 1 are the same of endpoints 2 and 3.
+// With one region, lane 1 equals lane 0.
 struct Bc6Wide {
     int passes;
     Bc6Pass pass[8];
@@ -26,12 +26,12 @@ struct Bc6Wide {
     WideWords isDelta, isBase;  // all ones for the channels of endpoints 1 to 3, of endpoint 0
 };
 
-// Where a run starts in its two bytes, 1 to 8: no high multiplication would leave it at bit 0.
+// Returns where a run starts in its two bytes: 1 to 8, since a high multiplication cannot shift by 0.
 constexpr int startInWindow(const Bc6Run& run) {
     return run.firstBit % 8 == 0 ? 8 : run.firstBit % 8;
 }
 
-// The part of a run that lies in its two bytes, and the rest, whose count is 0 if there is none.
+// The part of a run inside its two bytes, and the rest, whose count is 0 if there is none.
 struct Bc6RunParts {
     Bc6Run first, rest;
 };

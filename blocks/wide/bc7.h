@@ -1,5 +1,5 @@
-// BC7: the sixteen texels of one block in words, from endpoint fields gathered by shuffles and multiplications. Each
-// mode is an instance of the same routine over its row of the mode table.
+// Decodes BC7. Shuffles and multiplications gather the endpoint fields of a block; the sixteen texels are computed in
+// words. Each mode is an instance of one routine for its row of the mode table.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// For each texel the weights 64 - w and w of the two endpoints, in the low and the high byte of its word.
+// Returns the weights 64 - w and w of each texel's endpoints, in the low and the high byte of its word.
 template <int width>
 KPX_INLINE Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fields, const kpx::WideBytes& weights) {
     const Wide indices = shiftRight16<16 - width>(gather(spread64(indexBits), fields));
@@ -20,14 +20,14 @@ KPX_INLINE Wide weightPairs(std::uint64_t indexBits, const kpx::FieldGather& fie
     return add16(sub16(shiftLeft16<8>(w), w), spread16(64));
 }
 
-// One channel of all sixteen texels: (e0 x (64 - w) + e1 x w + 32) >> 6, the shift by a rounding multiplication with
-// 2^15 / 64.
+// Returns one channel of all sixteen texels: (e0 x (64 - w) + e1 x w + 32) >> 6. The shift is a rounding multiplication
+// by 2^15 / 64.
 KPX_INLINE Wide interpolate(Wide pairs, Wide weights) {
     return mulRound16(mulAddUnsigned8(pairs, weights), spread16(512));
 }
 
-// Half of a block's endpoints, widened to 8 bits in the high bytes of their words: fields at the top, p-bits below
-// them, and then the replication of the top bits.
+// Returns half of a block's endpoints, widened to 8 bits in the high bytes of their words: the field at the top, the
+// p-bit below it, then copies of the top bits.
 template <int mode>
 KPX_INLINE Wide bc7Endpoints(Wide lanes, int half) {
     constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
@@ -39,7 +39,8 @@ KPX_INLINE Wide bc7Endpoints(Wide lanes, int half) {
     return ends;
 }
 
-// The endpoint pair of each texel, in one channel. One subset has its endpoints in words, more have them in bytes.
+// Returns the endpoint pair of each texel, in one channel. The endpoints of one subset are in words, those of more
+// subsets in bytes.
 template <int mode, int channel>
 KPX_INLINE Wide pairsOfTexels(Wide endpoints, Wide subsets) {
     constexpr int slot = kpx::bc7Wide[mode].slot;
@@ -48,7 +49,7 @@ KPX_INLINE Wide pairsOfTexels(Wide endpoints, Wide subsets) {
         const Wide order = channel % 2 == 0 ? subsets : add16(subsets, spread8(4));
         return shuffle8(spreadHalf<channel / 2 * 2>(endpoints), order);
     }
-    // Packed, the lanes hold R, B and G, A.
+    // After packing, the lanes hold R, B and G, A.
     return shuffle8(spreadHalf<channel / 2 + channel % 2 * 2>(endpoints), subsets);
 }
 

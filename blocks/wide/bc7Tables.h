@@ -1,5 +1,5 @@
-// What the wide kernels look up for BC7: where the fields of a block lie, worked out at compile time from the same rows
-// of numbers that the plain decoder reads.
+// Lookup tables of the wide kernels for BC7: the positions of the fields, computed at compile time from the mode table
+// that the plain decoder uses.
 #pragma once
 
 #include <cstdint>
@@ -10,18 +10,18 @@
 
 namespace kpx {
 
-// How a BC7 block of one mode is taken apart. Endpoint fields go to words: of each channel, R to A, a slot of 2, 4 or 8
-// words for one, two or three subsets; 16 words a vector, with slots of 2 in both lanes alike.
+// How a BC7 block of one mode is parsed. Endpoint fields become words: each channel, R to A, has a slot of 2, 4 or 8
+// words for one, two or three subsets. A vector has 16 words; slots of 2 are the same in both lanes.
 struct Bc7Wide {
     int slot;
-    FieldGather endpoints[2];        // the second only for slots of 8: B and A
-    WideWords stored[2];             // the bits of a lifted field that are stored in the block
-    WideWords replicate[2];          // multiplied by this, the high 16 bits are the field shifted right by its width
-    FieldGather pBits[2];            // lifted to just below the stored bits, the same for every channel
-    WideWords pBit[2];               // the bit that a p-bit comes to
-    FieldGather primary, secondary;  // indices, from two equal halves of a lane
-    WideBytes primaryWeights, secondaryWeights;     // of an index, for each lane
-    const WideBytes* subsets;                       // by partition: bytes 2s and 2s + 1 for each texel
+    FieldGather endpoints[2];        // the second (B and A) only for slots of 8
+    WideWords stored[2];             // the bits of a shifted field that are stored in the block
+    WideWords replicate[2];          // multiplying by this shifts the field right by its width, in the high 16 bits
+    FieldGather pBits[2];            // shifted to just below the stored bits, the same for every channel
+    WideWords pBit[2];               // the bit of a p-bit after shifting
+    FieldGather primary, secondary;  // indices, from a lane with two equal halves
+    WideBytes primaryWeights, secondaryWeights;     // by index, for each lane
+    const WideBytes* subsets;                       // by partition: bytes 2s and 2s + 1 for each texel of subset s
     int primaryByte, primaryShift, secondaryShift;  // where in the block the indices start
 };
 
@@ -106,7 +106,7 @@ constexpr Bc7Wide makeBc7Wide(int number) {
 inline constexpr Bc7Wide bc7Wide[8] = {makeBc7Wide(0), makeBc7Wide(1), makeBc7Wide(2), makeBc7Wide(3),
                                        makeBc7Wide(4), makeBc7Wide(5), makeBc7Wide(6), makeBc7Wide(7)};
 
-// The bytes of a texel a, r, g, b with alpha exchanged: for rotation 0 to 3, in each lane.
+// Returns the byte order that swaps alpha with a colour channel of texels a, r, g, b, for rotation 0 to 3.
 constexpr WideBytes makeRotation(int exchanged) {
     WideBytes order{};
     for (int i = 0; i < 32; ++i) {

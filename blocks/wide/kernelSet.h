@@ -1,11 +1,10 @@
-// The kernels for two 128-bit lanes, written once over the operations on a vector Wide, and the making of a kernel set
-// from them. Every kernel writes what its plain twin writes.
+// Makes a kernel set of the wide kernels, which are written once for a vector Wide of two 128-bit lanes. Every kernel
+// writes the same bytes as its plain counterpart.
 //
-// A source includes the operations of its processor first: they define Wide, and KPX_TARGET and KPX_INLINE, which
-// compile a function for that processor. Templates over the vector type would not change that. Both compilers refuse to
-// inline an operation into a function that is not itself compiled for the operation's target ("target specific option
-// mismatch"), and an attribute cannot depend on a template's argument, so that every kernel needs the macro all the
-// same.
+// A source first includes the operations of its processor. They define Wide, and the macros KPX_TARGET and KPX_INLINE,
+// which compile a function for that processor. Templates over the vector type would need the macros as well: both
+// compilers refuse to inline an operation into a function for another target ("target specific option mismatch"), and
+// an attribute cannot depend on a template argument.
 #pragma once
 
 #include "blocks/kernels.h"

@@ -1,5 +1,4 @@
-// What the wide kernels share besides their vector operations: constants of a lane, the sizes of tiles, and the
-// gathering of fields and widening of half floats.
+// Shared by the wide kernels: lane constants, tile sizes, gathering of fields, widening of half floats.
 #pragma once
 
 #include <cstddef>
@@ -23,13 +22,13 @@ struct LaneWords {
 
 constexpr std::size_t tileRowBytes = 16;
 
-// The fields of a lane, each in a word.
+// Returns the fields of each lane, one per word.
 KPX_INLINE Wide gather(Wide lanes, const kpx::FieldGather& fields) {
     return mulLow16(shuffle8(lanes, load(&fields.bytes)), load(&fields.lift));
 }
 
-// Half floats, one a word of 32 bits, as the bits of floats; exponent 31 is an ordinary exponent. Magnitudes below
-// 0x400 are subnormal: whole multiples of 2^-24.
+// Widens half floats, one per 32-bit word; exponent 31 is an ordinary exponent. Magnitudes below 0x400 are subnormal:
+// multiples of 2^-24.
 KPX_INLINE Wide widenHalfs(Wide words) {
     const Wide magnitude = words & spread32(0x7FFF);
     const Wide sign = shiftLeft32<16>(words & spread32(0x8000));
@@ -38,8 +37,8 @@ KPX_INLINE Wide widenHalfs(Wide words) {
     return choose(normal, scaledFloats(magnitude, 0x1p-24F), subnormal) | sign;
 }
 
-// The half floats of lane 0 as floats to one place, those of lane 1 to another. Half floats that are finite, in the
-// usual sense too, may be widened by the processor's own conversion.
+// Stores the half floats of lane 0 as floats to one place, those of lane 1 to another. If all are finite in IEEE 754,
+// the processor's own conversion may widen them.
 template <bool finite>
 KPX_INLINE void storeAsFloats(unsigned char* to0, unsigned char* to1, Wide halfs) {
     if constexpr (finite && hasHalfConversion) {

@@ -1,5 +1,5 @@
-// Rows of a file on their way into the picture: palettes, pairs of pixels, floats, 16-bit values. What remains of a row
-// after whole vectors goes to the plain kernels.
+// Converts rows of a file to rows of the picture: palettes, pixel pairs, floats, 16-bit values. The plain kernels
+// convert the rest of a row after its last whole vector.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,7 @@ KPX_TARGET void pickByteEntries(const unsigned char* indices, std::size_t count,
     kpx::plainKernels.pickByteEntries(indices + x, count - x, entries, pixels + 4 * x);
 }
 
-// Sixteen entries are a vector for each of their bytes.
+// Sixteen entries fill one lane for each of their bytes.
 KPX_TARGET void pickNibbleEntries(const unsigned char* indices, std::size_t count, const unsigned char* entries,
                                   unsigned char* pixels) {
     constexpr LaneBytes byUnit{{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
@@ -43,7 +43,7 @@ KPX_TARGET void pickNibbleEntries(const unsigned char* indices, std::size_t coun
     kpx::plainKernels.pickNibbleEntries(indices + x / 2, count - x, entries, pixels + 4 * x);
 }
 
-// From which bytes of vector `from` of pairs the bytes of vector `to` of pixels come.
+// Returns the bytes of vector `from` of pairs that become vector `to` of pixels.
 constexpr LaneBytes pairOrder(bool greenFirst, int to, int from) {
     constexpr int sources[2][6] = {{0, 1, 2, 0, 3, 2}, {1, 0, 3, 1, 2, 3}};
     LaneBytes order{};
@@ -88,7 +88,7 @@ KPX_TARGET void halfsToFloats(const unsigned char* halfs, std::size_t count, flo
     kpx::plainKernels.halfsToFloats(halfs + 2 * i, count - i, out + i);
 }
 
-// Three channels of eight pixels, words of 32 bits, one after the other for each pixel.
+// Stores three channels of eight pixels, as 32-bit words interleaved by pixel.
 KPX_INLINE void storeThrees(float* out, Wide a, Wide b, Wide c) {
     constexpr LaneBytes firstToLast{{zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte, zeroByte,
                                      zeroByte, zeroByte, zeroByte, zeroByte, 0, 1, 2, 3}};
@@ -108,7 +108,7 @@ KPX_INLINE void storeThrees(float* out, Wide a, Wide b, Wide c) {
                shuffle8(pixels[2], loadTwice(&lastToFront)) | shuffle8(pixels[3], loadTwice(&threeToBack)));
 }
 
-// Exponent and mantissa lie side by side, as they do in a float.
+// Exponent and mantissa are adjacent, as in a float.
 KPX_TARGET void r11g11b10ToFloats(const unsigned char* words, std::size_t count, float* out) {
     const Wide bias = spread32(112 << 23);
     const Wide elevenBits = spread32(0x7FF << 17);
@@ -134,7 +134,7 @@ KPX_TARGET void r9g9b9e5ToFloats(const unsigned char* words, std::size_t count, 
     kpx::plainKernels.r9g9b9e5ToFloats(words + 4 * i, count - i, out + 3 * i);
 }
 
-// Reads run ahead of writes, so that out may be the start of values.
+// Reads are always ahead of writes, so out may equal values.
 KPX_TARGET void highBytes(const unsigned char* values, std::size_t count, unsigned char* out) {
     std::size_t i = 0;
     for (; i + 32 <= count; i += 32) {

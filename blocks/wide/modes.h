@@ -1,4 +1,4 @@
-// The order in which blocks of formats with modes are decoded.
+// Decodes blocks of formats with modes in an order that the processor predicts well.
 #pragma once
 
 #include <algorithm>
@@ -9,12 +9,12 @@
 
 namespace {
 
-// Blocks of formats with modes are decoded in stretches, in each the blocks of one mode after the other: a choice of
-// the mode from block to block would be mispredicted half the time.
+// Blocks are decoded in stretches, and in each stretch mode by mode. A branch on the mode of every block would be
+// mispredicted half the time.
 constexpr std::size_t stretch = 64;
 constexpr std::size_t cacheLine = 64;
 
-// Decodes the blocks that the order names, all of one mode.
+// Decodes the blocks listed in order, all of one mode.
 using ModeRun = void (*)(const unsigned char* blocks, const std::uint8_t* order, std::size_t count, unsigned char* out,
                          std::size_t rowBytes);
 
@@ -24,7 +24,7 @@ KPX_TARGET void runOf(const unsigned char* blocks, const std::uint8_t* order, st
     for (std::size_t i = 0; i < count; ++i) {
         unsigned char* const to = out + tileBytes * order[i];
         // Hardware prefetchers do not predict the order of the tiles. Prefetching the same place in the next stretch
-        // makes mixed modes of BC6H a quarter faster; shorter tiles gain nothing.
+        // makes BC6H with mixed modes a quarter faster; smaller tiles gain nothing.
         if constexpr (tileBytes == cacheLine) {
             for (std::size_t r = 0; r < 4; ++r) fetch(to + r * rowBytes + stretch * tileBytes);
         }

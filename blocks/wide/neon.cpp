@@ -1,6 +1,6 @@
-// The kernel set for NEON: the wide kernels over its operations. Everything is local to this file.
+// The kernel set for NEON. Everything is local to this file.
 #include "blocks/wide/neonOperations.h"
-// After the operations, which define the target that each kernel is compiled for.
+// Must follow the operations, which define the target of the kernels.
 #include "blocks/wide/kernelSet.h"
 
 namespace kpx {

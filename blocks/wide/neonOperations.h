@@ -1,5 +1,5 @@
-// The operations of the wide kernels on a pair of 128-bit registers, for aarch64, where every processor has NEON: those
-// of avx2Operations.h under the same names and with the same rules.
+// The operations of avx2Operations.h, with the same names and rules, on a pair of 128-bit NEON registers. Every aarch64
+// processor has NEON.
 #pragma once
 
 #include <arm_neon.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// A register that converts to the vector type each operation takes or returns.
+// A register that converts to and from the vector types of the operations.
 class Lane {
 public:
     Lane() = default;
@@ -123,7 +123,7 @@ KPX_INLINE Lane mulHigh16(Lane a, Lane b) {
 KPX_INLINE Wide mulHigh16(Wide a, Wide b) {
     return {{mulHigh16(a.lane[0], b.lane[0]), mulHigh16(a.lane[1], b.lane[1])}};
 }
-// The instruction doubles the product and takes its high half. It would saturate where both are -32768.
+// The instruction doubles the product and returns its high half. It would saturate if both are -32768.
 KPX_INLINE Wide mulRound16(Wide a, Wide b) {
     return {{vqrdmulhq_s16(a.lane[0], b.lane[0]), vqrdmulhq_s16(a.lane[1], b.lane[1])}};
 }
@@ -148,7 +148,7 @@ KPX_INLINE Wide mulAddSigned16(Wide a, Wide b) {
 KPX_INLINE Wide abs16(Wide a) {
     return {{vabsq_s16(a.lane[0]), vabsq_s16(a.lane[1])}};
 }
-// Multiplied by the sign: -1, 0 or 1.
+// Multiplies by the sign: -1, 0 or 1.
 KPX_INLINE Lane sign16(Lane a, Lane b) {
     return vmulq_s16(a, vmaxq_s16(vminq_s16(b, vdupq_n_s16(1)), vdupq_n_s16(-1)));
 }
@@ -178,7 +178,7 @@ template <int bits>
 KPX_INLINE Wide shiftLeft16(Wide a) {
     return {{vshlq_n_u16(a.lane[0], bits), vshlq_n_u16(a.lane[1], bits)}};
 }
-// The instruction gives 0 for every order from 16 on.
+// The instruction returns 0 for every order of 16 or more.
 KPX_INLINE Wide shuffle8(Wide a, Wide order) {
     return {{vqtbl1q_u8(a.lane[0], order.lane[0]), vqtbl1q_u8(a.lane[1], order.lane[1])}};
 }
@@ -302,7 +302,7 @@ KPX_INLINE TexelIndices texelIndices(Wide block) {
 }
 template <int r>
 KPX_INLINE Wide pickTexels(Wide palette, TexelIndices indices) {
-    // Of the row's byte, column c moves its two bits to bits 2 and 3.
+    // Shifts the two bits of column c in the row's byte to bits 2 and 3.
     constexpr std::int8_t shifts[16] = {2, 2, 2, 2, 0, 0, 0, 0, -2, -2, -2, -2, -4, -4, -4, -4};
     const int8x16_t toFourfold = vld1q_s8(shifts);
     const auto rowByte = [](uint8x16_t block) { return vdupq_laneq_u8(block, 4 + r); };

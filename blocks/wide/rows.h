@@ -1,4 +1,4 @@
-// Rows of pixels: the split into channels, by units and by masks, and the joining of channels.
+// Splits rows of pixels into channels, by units and by masks, and joins channels into pixels.
 #pragma once
 
 #include <algorithm>
@@ -12,14 +12,14 @@
 
 namespace {
 
-// Rows. What remains of a row after whole vectors goes to the plain kernels.
+// The plain kernels convert the rest of a row after its last whole vector.
 
-// What is left of a row from pixel x on.
+// Returns the rest of a row, from pixel x on.
 inline kpx::PixelRow restOf(const kpx::PixelRow& row, std::size_t x, std::size_t bytesPerPixel) {
     return {row.pixels + x * bytesPerPixel, row.count - x, row.next};
 }
 
-// Prefetches as many bytes of the next row as are read of this row.
+// Prefetches as many bytes of the next row as are read from this row.
 template <std::size_t bytes>
 KPX_INLINE void fetchNext(const kpx::PixelRow& row, std::size_t at) {
     for (std::size_t line = 0; line < bytes; line += 64) fetch(row.next + at + line);
@@ -35,7 +35,7 @@ KPX_TARGET void splitFloats3(const kpx::PixelRow& row, float* const* rows) {
 
 constexpr std::size_t laneBytes = 16;
 
-// Lane 0 takes the bytes from pixels, lane 1 those that lie apart bytes further, 16 at a time for each of the vectors.
+// Loads vectors of 16 bytes per lane: lane 0 from pixels, lane 1 from `apart` bytes further.
 template <int vectors>
 KPX_INLINE void loadApart(const void* pixels, std::size_t apart, Wide (&to)[vectors]) {
     const auto* from = static_cast<const unsigned char*>(pixels);
@@ -77,7 +77,7 @@ KPX_TARGET void splitBytes4(const kpx::PixelRow& row, unsigned char* const* rows
     }
 }
 
-// From which bytes of vector v the sixteen bytes of a channel come, of pixels of three bytes.
+// Returns the bytes of vector v that belong to a channel, for pixels of three bytes.
 constexpr LaneBytes threeByteOrder(int vector, int channel) {
     LaneBytes order{};
     for (int i = 0; i < 16; ++i) {
@@ -120,7 +120,8 @@ KPX_TARGET void splitFloats4(const kpx::PixelRow& row, float* const* rows) {
     kpx::plainKernels.splitFloats4(restOf(row, x, 16), rest);
 }
 
-// 32 pixels of 1 or 2 bytes in words of 16 bits: vector v holds pixels 8v to 8v + 7, and 16 further on.
+// Loads 32 pixels of 1 or 2 bytes as 16-bit words. Vector v has pixels 8v to 8v + 7 in lane 0, and those 16 further on
+// in lane 1.
 template <std::size_t bytesPerPixel>
 KPX_INLINE void loadShortPixels(const unsigned char* pixels, Wide (&words)[2]) {
     if constexpr (bytesPerPixel == 1) {
@@ -132,8 +133,8 @@ KPX_INLINE void loadShortPixels(const unsigned char* pixels, Wide (&words)[2]) {
     }
 }
 
-// 32 pixels of 1 to 4 bytes in words of 32 bits: vector v holds pixels 4v to 4v + 3, and 16 further on. Of three bytes
-// it reads four more.
+// Loads 32 pixels of 1 to 4 bytes as 32-bit words. Vector v has pixels 4v to 4v + 3 in lane 0, and those 16 further on
+// in lane 1. With three bytes per pixel it reads four bytes past the last pixel.
 template <std::size_t bytesPerPixel>
 KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
     if constexpr (bytesPerPixel == 4) {
@@ -155,8 +156,8 @@ KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
 template <std::size_t bytesPerPixel>
 constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 
-// kpx::MaskField in vectors, of which a local copy cannot be what a row overwrites: loaded from the field itself, its
-// numbers would be read and spread again with every store.
+// kpx::MaskField as vectors. This local copy cannot alias a row: the compiler would reload the members of the field
+// itself after every store.
 struct WideField {
     int lift;
     bool fitsHalf;
@@ -175,7 +176,7 @@ KPX_INLINE WideField wideField(const kpx::MaskField& field) {
             spread16(field.halfScale)};
 }
 
-// The formulas of kpx::MaskField.
+// Computes the formulas of kpx::MaskField.
 KPX_INLINE Wide scaleField(Wide pixel, const WideField& field) {
     const Wide w = shiftLeft32(pixel, field.lift) & field.field;
     return shiftRight32<23>(mulAddHigh32(w, field.multiplier, field.addend));
@@ -189,7 +190,7 @@ KPX_INLINE Wide scaleHalfField(Wide pixel0, Wide pixel1, const WideField& field)
     return scaleHalfField(lifted, field);
 }
 
-// What is left of a row after whole vectors.
+// Extracts the rest of a row after its last whole vector.
 inline void extractRest(const kpx::PixelRow& row, std::size_t x, std::size_t bytesPerPixel,
                         const kpx::MaskField* fields, std::size_t fieldCount, unsigned char* const* rows) {
     unsigned char* rest[4] = {};
@@ -241,7 +242,7 @@ KPX_TARGET void extractHalfFields(const kpx::PixelRow& row, const kpx::MaskField
     extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
 }
 
-// Of wider pixels the first four bytes count: they are gathered first, some at a time.
+// Extracts the fields of pixels wider than four bytes. Only the first four count, and are gathered first.
 KPX_TARGET void extractFarFields(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
                                  std::size_t fieldCount, unsigned char* const* rows) {
     constexpr std::size_t some = 256;
@@ -274,7 +275,7 @@ void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx
     }
 }
 
-// Which of sixteen bytes of a row go into vector v of pixels of three bytes.
+// Returns which of sixteen bytes of a row go into vector v, for pixels of three bytes.
 constexpr LaneBytes joinedOrder(int vector, int unit) {
     LaneBytes order{};
     for (int i = 0; i < 16; ++i) {
@@ -304,7 +305,7 @@ KPX_TARGET void joinBytes3(const unsigned char* const* rows, std::size_t count, 
     kpx::plainKernels.joinBytes3(rest, count - x, pixels + 3 * x);
 }
 
-// Four planes of sixteen bytes a lane become sixteen pixels a lane.
+// Stores four planes of sixteen bytes per lane as sixteen pixels per lane.
 KPX_INLINE void storePixels(unsigned char* to0, unsigned char* to1, Wide a, Wide b, Wide c, Wide d) {
     const Wide ab0 = unpackLow8(a, b);
     const Wide ab1 = unpackHigh8(a, b);

@@ -1,6 +1,6 @@
-// The kernel set for SSE4.1: the wide kernels over its operations. Everything is local to this file.
+// The kernel set for SSE4.1. Everything is local to this file.
 #include "blocks/wide/sse41Operations.h"
-// After the operations, which define the target that each kernel is compiled for.
+// Must follow the operations, which define the target of the kernels.
 #include "blocks/wide/kernelSet.h"
 
 namespace kpx {

@@ -1,5 +1,5 @@
-// The operations of the wide kernels on a pair of 128-bit registers, for processors with SSE4.1: those of
-// avx2Operations.h under the same names and with the same rules.
+// The operations of avx2Operations.h, with the same names and rules, on a pair of 128-bit registers, for processors
+// with SSE4.1.
 #pragma once
 
 #include <smmintrin.h>
@@ -241,14 +241,14 @@ KPX_INLINE Wide truncatedFloats(Wide a) {
 constexpr bool hasHalfConversion = false;
 [[maybe_unused]] KPX_INLINE void storeFiniteHalfs(unsigned char*, unsigned char*, Wide) {}
 
-// SSE has no permutation of words by a register: texels are picked byte by byte.
+// SSE4.1 cannot permute words by a register, so texels are picked byte by byte.
 struct TexelIndices {
-    Wide fourfold;  // 4 x index of each texel, a byte each
+    Wide fourfold;  // 4 x index of each texel, as bytes
 };
 KPX_INLINE TexelIndices texelIndices(Wide block) {
     const Wide rows01 = twice(_mm_setr_epi8(4, -1, 4, -1, 4, -1, 4, -1, 5, -1, 5, -1, 5, -1, 5, -1));
     const Wide rows23 = twice(_mm_setr_epi8(6, -1, 6, -1, 6, -1, 6, -1, 7, -1, 7, -1, 7, -1, 7, -1));
-    // Column c moves its two bits to the top of a word.
+    // Multiplying shifts the two bits of column c to the top of a word.
     const Wide lift = twice(_mm_setr_epi16(1 << 14, 1 << 12, 1 << 10, 1 << 8, 1 << 14, 1 << 12, 1 << 10, 1 << 8));
     const Wide low = shiftRight16<14>(mulLow16(shuffle8(block, rows01), lift));
     const Wide high = shiftRight16<14>(mulLow16(shuffle8(block, rows23), lift));

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <new>
@@ -36,6 +37,10 @@ unsigned asked;
 unsigned failed;
 void* blocks[64];
 unsigned held;
+
+// Without a buffer of its own, stdout would allocate one during the first message of the product.
+char stdoutBuffer[BUFSIZ];
+[[maybe_unused]] const int stdoutHasBuffer = std::setvbuf(stdout, stdoutBuffer, _IOLBF, sizeof stdoutBuffer);
 
 bool mayAllocate() {
     if (!counting) return true;
