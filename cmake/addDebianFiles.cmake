@@ -1,5 +1,5 @@
-# Adds to the staged files of each package what only packages of Debian have: copyright, changelogs and lintian's
-# overrides. Takes from the binaries a section that strip leaves. cpack runs it after the components are staged.
+# Adds the files that only Debian packages have to each package: copyright, changelogs and lintian overrides. Removes a
+# section from the binaries that strip leaves. cpack runs this script after staging the components.
 foreach(component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER ${component} upper)
   set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
@@ -12,7 +12,7 @@ foreach(component ${CPACK_COMPONENTS_ALL})
   endforeach()
   file(GLOB_RECURSE binaries ${share}/../bin/* ${share}/../lib/*.so*)
   foreach(binary ${binaries})
-    # Links to others are theirs, or lead to another package.
+    # A link's target is handled by itself, or belongs to another package.
     if(IS_SYMLINK ${binary})
       continue()
     endif()

@@ -1,6 +1,5 @@
-# What makes faults in memory harder to exploit, for everything that is built: canaries on the stack, checked calls of
-# the C library, no gap that a large stack frame could jump over, checked targets of indirect calls, and read-only
-# tables of addresses. scripts/check-hardening.sh checks the result.
+# Makes memory errors harder to exploit, in everything that is built: stack canaries, checked calls of the C library,
+# stack clash protection, control-flow protection, read-only relocations. scripts/check-hardening.sh checks the result.
 include(CheckCXXCompilerFlag)
 add_compile_options(-fstack-protector-strong)
 foreach(option -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
@@ -10,15 +9,15 @@ foreach(option -fstack-clash-protection -fcf-protection -mbranch-protection=stan
     add_compile_options(${option})
   endif()
 endforeach()
-# It needs optimised code, and sanitizers check the same calls themselves. A level of the user's own stays.
+# Requires optimised code. Sanitizers check the same calls themselves. A level chosen by the user is kept.
 if(NOT KPX_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE)
   set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   add_compile_options($<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>)
 endif()
 add_link_options(-Wl,-z,relro,-z,now)
 
-# kpx_is_of_kernels(TARGET): canaries take up to 8 % of a kernel's time, and checked calls up to 40 %. Loops are aligned, so
-# that their speed does not depend on the code before them.
+# kpx_is_of_kernels(TARGET): switches off canaries, which take up to 8 % of a kernel's time, and checked calls, which take
+# up to 40 %. Aligns loops, so that their speed does not depend on the code before them.
 function(kpx_is_of_kernels target)
   target_compile_options(${target} PRIVATE -fno-stack-protector "SHELL:-U _FORTIFY_SOURCE"
     -falign-functions=64 -falign-loops=64)

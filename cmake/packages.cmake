@@ -7,13 +7,14 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# Not a revision of Debian's own: those begin with 1.
+# Not one of Debian's own revisions, which start at 1.
 set(CPACK_DEBIAN_PACKAGE_RELEASE 0kpx1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-# Programs in C work with later versions too. The project's own, which use the C++ interface, depend on their version.
+# Programs in C work with later versions too. The project's own programs, which use the C++ interface, require their
+# version.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENTS_ALL plugin host host-dev)
@@ -25,7 +26,7 @@ if(KPX_PYTHON)
 endif()
 
 find_program(GZIP gzip REQUIRED)
-# Debian's changelog says the version and the day of CHANGELOG.md.
+# Debian's changelog has the version and date of CHANGELOG.md.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## ${PROJECT_VERSION}, [0-9-]+$" LIMIT_COUNT 1)
 if(NOT heading)
@@ -37,7 +38,7 @@ execute_process(COMMAND date -u -R -d ${changeDay} OUTPUT_VARIABLE changeDate OU
 set(plainChangelog ${CMAKE_BINARY_DIR}/packages/changelog)
 configure_file(${PROJECT_SOURCE_DIR}/packaging/changelog.in ${plainChangelog} @ONLY)
 
-# Debian's own files are added to the packages by a script of cpack's, so that no `cmake --install` installs them.
+# A script that cpack runs adds Debian's own files, so that `cmake --install` does not install them.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/addDebianFiles.cmake)
 set(CPACK_KPX_SOURCE ${PROJECT_SOURCE_DIR})
 set(CPACK_KPX_GZIP ${GZIP})
@@ -76,7 +77,7 @@ repairs them, from several threads at once where they are many.")
     ${PROJECT_SOURCE_DIR}/packaging/python/postinst ${PROJECT_SOURCE_DIR}/packaging/python/prerm)
 endif()
 set(CPACK_DEBIAN_PLUGIN_PACKAGE_ENHANCES libkpxbase0)
-# Heeded by CMake 3.31 and later.
+# Used by CMake 3.31 and later.
 foreach(component PLUGIN HOST HOST-DEV)
   set(CPACK_DEBIAN_${component}_PACKAGE_MULTIARCH same)
 endforeach()

@@ -1,5 +1,5 @@
-// Every kernel at every level, held against the model: random and extreme blocks, small spaces whole, odd counts and
-// strides, and nothing written beside the tiles.
+// Compares every kernel at every level with the model: random and extreme blocks, small input spaces exhaustively, odd
+// counts and strides. Nothing may be written outside the tiles.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -65,7 +65,7 @@ std::vector<const KernelSet*> allSets() {
     return {kernelSets().begin(), kernelSets().end()};
 }
 
-// A single-channel block with the indices 0 to 7, twice.
+// Returns a single-channel block with the indices 0 to 7, twice.
 model::PackedBlock channelBlock(int e0, int e1) {
     model::PackedBlock block{static_cast<unsigned char>(e0), static_cast<unsigned char>(e1)};
     std::uint64_t bits = 0;
@@ -114,7 +114,7 @@ TEST_P(EveryLevel, DecodesEveryPairOfEndpointsAsTheModelDoes) {
             ASSERT_TRUE(decodesLikeModel(set(), decoder, decoder.blockBytes == 8 ? singles : doubles, 0));
         }
     }
-    // Each channel of BC1 apart, both modes: 32 x 32, 64 x 64 and 32 x 32 pairs.
+    // Each channel of BC1 separately, in both modes: 32 x 32, 64 x 64 and 32 x 32 pairs.
     for (const auto& [shift, values] : {std::pair{11, 32}, std::pair{5, 64}, std::pair{0, 32}}) {
         Tile blocks;
         for (int pair = 0; pair < values * values; ++pair) {
@@ -130,7 +130,7 @@ TEST_P(EveryLevel, DecodesEveryPairOfEndpointsAsTheModelDoes) {
 }
 
 TEST_P(EveryLevel, DividesEveryPremultipliedPair) {
-    // A BC3 block of alpha a, its colour halves all values of the three channels.
+    // BC3 blocks of one alpha, whose colour halves take all values of the three channels.
     for (int alpha = 0; alpha < 256; ++alpha) {
         Tile blocks;
         for (int colour = 0; colour < 65536; colour += 37) {
@@ -207,7 +207,7 @@ testing::AssertionResult extractsLikeDivision(const KernelSet& set, const std::v
                                               std::span<const std::uint32_t> masks) {
     for (std::size_t bytesPerPixel = 1; bytesPerPixel <= 5; ++bytesPerPixel) {
         const std::size_t valueBytes = std::min<std::size_t>(bytesPerPixel, 4);
-        // Exactly as long as the pixels, so that a sanitizer sees reads beyond them.
+        // Exactly as long as the pixels, so that a sanitizer detects reads beyond them.
         Tile source(pixels.size() * bytesPerPixel, canary);
         for (std::size_t i = 0; i < pixels.size(); ++i)
             std::memcpy(source.data() + i * bytesPerPixel, &pixels[i], valueBytes);
@@ -242,7 +242,7 @@ TEST_P(EveryLevel, ScalesFieldsOfEveryWidthAndPlaceAsTheDivisionDoes) {
     for (int bits = 0; bits <= 32; ++bits) {
         for (int shift = 0; shift + bits <= 32 && shift < 32; ++shift) {
             const auto largest = static_cast<std::uint32_t>((std::uint64_t{1} << bits) - 1);
-            // Small fields whole, of others the values about which the result changes.
+            // All values of small fields; of larger ones, the values around which the result changes.
             std::vector<std::uint32_t> pixels;
             const bool whole = bits <= 8 || (bits <= 16 && shift % 8 == 0);
             for (std::uint32_t q = 0; whole && q <= largest; ++q) pixels.push_back(q << shift);
@@ -276,7 +276,7 @@ TEST_P(EveryLevel, ScalesFieldsOfEveryShapeAsTheDivisionDoes) {
     }
 }
 
-// Kernels that are compared with the plain ones alone: from bytes of so many a pixel to bytes of so many.
+// A kernel that is only compared with the plain one, with the bytes per pixel of its input and output.
 struct RowKernel {
     const char* name;
     double bytesRead;

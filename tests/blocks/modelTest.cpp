@@ -1,4 +1,4 @@
-// Worked blocks and words of the published formats, through the slow model and through every kernel level.
+// Decodes blocks and words of the published formats with known results, by the slow model and at every kernel level.
 #include <gtest/gtest.h>
 
 #include <charconv>
@@ -13,7 +13,7 @@ using namespace testing_support;
 
 namespace {
 
-constexpr std::size_t copies = 19;  // of a block, which the kernels decode several at a time
+constexpr std::size_t copies = 19;  // of a block, since kernels decode several at a time
 
 Bytes times(std::size_t count, const Bytes& bytes) {
     Bytes all;
@@ -29,7 +29,7 @@ Bytes bytesOfDigits(const std::string& digits) {
     return bytes;
 }
 
-// "1,0.5,0", with an alpha of 1 where the texels have one.
+// Parses "1,0.5,0" and appends an alpha of 1 if the texels have alpha.
 Bytes bytesOfFloats(const std::string& text, bool hasAlpha) {
     std::vector<float> floats;
     std::istringstream values(text);
@@ -52,7 +52,7 @@ const WordDecoder wordDecoders[] = {
     {"r9g9b9e5", &kpx::KernelSet::r9g9b9e5ToFloats, [](std::uint32_t w) { return bytesOf(model::unpackR9G9B9E5(w)); }},
 };
 
-// Holds what decode(set, out) writes against what is expected, for every set of kernels that runs here.
+// Compares the output of decode(set, out) with the expected one, for every kernel set that runs here.
 template <typename Decode>
 void expectOfEverySet(const Bytes& expected, Decode decode) {
     for (const kpx::KernelSet* set : kpx::kernelSets()) {

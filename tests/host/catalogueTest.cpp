@@ -1,4 +1,4 @@
-// The message catalogues against the plug-in's own texts, and a German one at work.
+// Compares the message catalogues with the texts in the plug-in, and uses the German one.
 #include <gtest/gtest.h>
 #include <nl_types.h>
 
@@ -22,14 +22,14 @@ using Texts = std::map<std::pair<int, int>, std::string>;
 constexpr int textSet = 901;
 constexpr int errorSet = 902;
 
-// The matches of a pattern, each with its parts.
+// Returns the matches of a pattern, with their groups.
 std::vector<std::smatch> matchesOf(const std::string& pattern, const std::string& text) {
     const std::regex regex(pattern);
     return {std::sregex_iterator(text.begin(), text.end(), regex), {}};
 }
 
-// Every number in the plug-in's sources that a text follows: in quotes or by the name of a constant, and with a
-// severity between them where it is an error's.
+// Returns every number in the plug-in's sources that is followed by a text, quoted or a constant, with a severity
+// between them for errors.
 Texts textsOfPlugin() {
     Texts texts;
     for (const auto& entry : fs::directory_iterator(KPX_SOURCE_DIR "/plugin")) {
@@ -50,7 +50,7 @@ Texts textsOfPlugin() {
     return texts;
 }
 
-// Every message of a catalogue, through catopen as a host does.
+// Returns every message of a catalogue, read by catopen like a host.
 Texts textsOfCatalogue(const std::string& language) {
     Texts texts;
     nl_catd catalogue = catopen((std::string(KPX_CATALOGUES "/") + language + "/kpxbase.cat").c_str(), 0);
@@ -109,7 +109,7 @@ TEST_F(Tool, SpeaksTheLanguageOfTheCatalogue) {
     }
 }
 
-// In a German locale the system's reasons are in English, as are the sentences around them.
+// In a German locale, the system's reasons stay English like the sentences around them.
 TEST_F(Tool, SpeaksOneLanguageInASentence) {
     const std::string german = "LOCPATH='" + at("") + "' LC_ALL=de_DE.UTF-8";
     (void)shell("localedef -i de_DE -f UTF-8 ./de_DE.UTF-8");

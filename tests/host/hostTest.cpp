@@ -1,4 +1,4 @@
-// The stand-in host: its services as a plug-in calls them, and the built plug-in driven through its C++ interface.
+// Tests the stand-in host: its services, called like a plug-in does, and the built plug-in through the C++ interface.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,7 +85,7 @@ TEST(Handle, GetsADescriptorWithoutAnyOldByteAndIsFreedWithWhateverHangsOnIt) {
     EXPECT_EQ(image->channelBytes, 1);
     EXPECT_EQ(image->matteBits, 8);
 
-    // What leaks or is freed twice here is found by the sanitizers.
+    // The sanitizers find leaks and double frees.
     handle->pluginData = static_cast<void**>(std::calloc(1, sizeof(void*)));
     image->channelFormat = STR_save(KPX_LITERAL_HARD_FORMAT_TYPE_RGB);
     image->matteFormat = const_cast<char*>(KPX_LITERAL_HARD_FORMAT_TYPE_RGB);  // not a saved copy
@@ -178,7 +178,7 @@ std::string hostError(const Work& work) {
 }
 
 TEST_F(InFolder, AFileThatIsNoPluginIsRefusedWithASentence) {
-    // The plug-in's own file, with another text in place of the version in its data.
+    // A copy of the plug-in with another text in place of its version.
     std::string bytes = testing_support::textOfFile(KPX_PLUGIN_PATH);
     const std::string version("\0003.2\0", 5);
     const size_t place = bytes.find(version);
@@ -200,7 +200,7 @@ TEST_F(InFolder, AFileThatIsNoPluginIsRefusedWithASentence) {
 constexpr int width = 5;
 constexpr int height = 3;
 
-// Another value for every channel of every pixel.
+// Returns a different value for every channel of every pixel.
 unsigned char sample(size_t channel, int x, int y) {
     return static_cast<unsigned char>(channel * 64) + static_cast<unsigned char>(y * 16 + x);
 }
@@ -252,7 +252,7 @@ TEST_F(InFolder, RefusedOpensPassOnThePluginsMessage) {
     EXPECT_NE(hostError([&] { (void)plugin.isFile(path); }).find("No such file"), std::string::npos);
 }
 
-// A lock that another thread holds at the fork would hang the child for ever.
+// A lock that another thread holds at the fork would block the child forever.
 TEST_F(InFolder, ForkedProcessesReadWhileThreadsOfTheirParentRead) {
     if (testing_support::underAddressSanitizer || testing_support::underThreadSanitizer)
         GTEST_SKIP() << "the sanitizer has locks of its own";

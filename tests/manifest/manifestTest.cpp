@@ -1,10 +1,10 @@
-// Every file of tests/manifest.tsv decodes to the digest listed there. With KPX_REWRITE set in the environment the
-// manifest is rewritten, where the reader and the model agree on every file.
+// Checks that every file of tests/manifest.tsv decodes to the digest listed there. If KPX_REWRITE is set in the
+// environment, rewrites the manifest, provided that reader and model agree on every file.
 //
-// A line has columns parted by tabs: file, result, width, height, colour channels, matte channels, bits, the message
-// printed, the digest of the picture, the causes and the surprises of the verdict, the digest of the file. "-" stands
-// for nothing. The digest of a picture is SHA-256 over its scanlines from the bottom, each channel row in turn.
-// Pictures over 64 MiB and the black one have none.
+// Columns, separated by tabs: file, result, width, height, colour channels, matte channels, bits, printed message,
+// digest of the picture, causes and surprises of the verdict, digest of the file. "-" means none. The digest of a
+// picture is SHA-256 over its scanlines from the bottom up, channel row by channel row. Pictures over 64 MiB and the
+// black one have none.
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
@@ -33,7 +33,7 @@ constexpr const char* heading =
     "model differ.\n"
     "# file\tresult\twidth\theight\tcolour\tmatte\tbits\tprinted\tpicture's sha256\tcauses\tsurprises\tfile's sha256\n";
 
-// Lines without the file's name, by that name: "examples/..." or "samples/...".
+// The rest of each line by its file name, "examples/..." or "samples/...".
 using Manifest = std::map<std::string, std::string>;
 
 Manifest agreedManifest() {
@@ -46,7 +46,7 @@ Manifest agreedManifest() {
     return manifest;
 }
 
-// The files that the project makes itself, and the real ones; none of these where their folder is missing.
+// Returns the example files, and the samples if their folder exists.
 std::map<std::string, Bytes> allFiles() {
     std::map<std::string, Bytes> files;
     for (const auto& example : kpx::example::examples())
@@ -59,7 +59,7 @@ std::map<std::string, Bytes> allFiles() {
     return files;
 }
 
-// In hexadecimal.
+// Returns the digest in hexadecimal.
 std::string sha256(std::span<const unsigned char> bytes) {
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned size = 0;
@@ -87,7 +87,7 @@ std::string idsOf(const std::vector<kpx::Finding>& remarks) {
     return ids.empty() ? "-" : ids;
 }
 
-// As the reader does it.
+// Returns the line for a file, computed by the reader.
 std::string manifestLine(std::span<const unsigned char> file) {
     const kpx::FileFacts facts = kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size());
     const kpx::Verdict verdict = kpx::judge(facts);
@@ -97,7 +97,7 @@ std::string manifestLine(std::span<const unsigned char> file) {
     const int opened = reader.open(temporary.path());
     std::string printed = testing::internal::GetCapturedStdout();
     if (!printed.empty()) printed.pop_back();
-    // The black picture is told by its verdict.
+    // Only the verdict tells the black picture from others.
     const kpx::Result result = opened < 0 ? kpx::Result::refused : verdict.result;
     std::ostringstream line;
     line << kpx::resultName(result) << '\t';
@@ -143,7 +143,7 @@ TEST(Manifest, SaysWhatComesOfEachFile) {
     for (const auto& [name, line] : found) file << name << '\t' << line << '\n';
 }
 
-// The generator's own word on each file, which is no part of the manifest.
+// The generator of the examples states the outcome of each file.
 TEST(Manifest, SaysOfExampleFilesWhatTheirMakerSays) {
     const Manifest agreed = agreedManifest();
     for (const kpx::example::Example& example : kpx::example::examples()) {
@@ -153,7 +153,7 @@ TEST(Manifest, SaysOfExampleFilesWhatTheirMakerSays) {
     }
 }
 
-// The list beside the files was worked out apart from this project, and names the same columns as far as it goes.
+// The list beside the samples was made independently of this project. Its columns are those of the manifest, but fewer.
 TEST(Manifest, SaysOfSampleFilesWhatTheirOwnListSays) {
     std::ifstream list(KPX_SAMPLES_DIR "/expected.tsv");
     if (!list) GTEST_SKIP() << "there are no sample files in " KPX_SAMPLES_DIR;
@@ -163,14 +163,14 @@ TEST(Manifest, SaysOfSampleFilesWhatTheirOwnListSays) {
         if (line.empty() || line[0] == '#' || line.starts_with("file\t")) continue;
         const std::string name = line.substr(0, line.find('\t'));
         std::string expected = line.substr(name.size() + 1);
-        if (expected.ends_with("\t-")) expected.pop_back();  // a picture that is not compared
+        if (expected.ends_with("\t-")) expected.pop_back();  // pictures without a digest
         EXPECT_TRUE(agreed.at("samples/" + name).starts_with(expected)) << name;
         ++compared;
     }
     EXPECT_GT(compared, 0);
 }
 
-// kpximage info by the headers alone, and through the plug-in.
+// Compares `kpximage info` by headers alone with `info --open`, through the plug-in.
 TEST_F(Tool, InfoOfEveryFileIsAsThePluginOpensIt) {
     const std::map<std::string, Bytes> files = allFiles();
     for (const auto& [path, bytes] : files) {

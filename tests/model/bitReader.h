@@ -1,4 +1,5 @@
-// The bits of a block one at a time: bit i is bit i mod 8 of byte i / 8, the first bit of a field its lowest.
+// Reads and writes bit fields of a block one bit at a time. Bit i is bit i mod 8 of byte i / 8; the first bit of a
+// field is its lowest.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +26,7 @@ private:
     int m_position;
 };
 
-// The field of count bits that starts at bit first.
+// Returns the field of count bits that starts at bit first.
 inline int bitsOf(std::span<const unsigned char> block, int first, int count) {
     return BitReader(block, first).take(count);
 }

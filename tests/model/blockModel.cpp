@@ -51,19 +51,19 @@ std::size_t at(int index) {
     return static_cast<std::size_t>(index);
 }
 
-// The RGB565 colour that starts at bit first, widened with truncation.
+// Returns the RGB565 colour that starts at bit first, widened with truncation.
 Texel colourAt(Block block, int first) {
     return {255, toByte(bitsOf(block, first + 11, 5) * 255 / 31), toByte(bitsOf(block, first + 5, 6) * 255 / 63),
             toByte(bitsOf(block, first, 5) * 255 / 31)};
 }
 
-// (p * c0 + q * c1) / (p + q) per colour channel, opaque.
+// Returns (p * c0 + q * c1) / (p + q) per colour channel, opaque.
 Texel blend(Texel c0, Texel c1, int p, int q) {
     return {255, toByte((p * c0.r + q * c1.r) / (p + q)), toByte((p * c0.g + q * c1.g) / (p + q)),
             toByte((p * c0.b + q * c1.b) / (p + q))};
 }
 
-// isDXT1: the block may choose the mode of three colours.
+// isDXT1: the block may have the three-colour mode.
 Texels decodeBC1(Block block, bool isDXT1) {
     const Texel c0 = colourAt(block, 0);
     const Texel c1 = colourAt(block, 16);
@@ -77,7 +77,7 @@ Texels decodeBC1(Block block, bool isDXT1) {
     return texels;
 }
 
-// The colours of the block's second half with the alpha that alphaOf(texel) gives.
+// Returns the colours of the block's second half, with the alpha alphaOf(texel).
 template <typename AlphaOf>
 Texels coloursWithAlpha(Block block, bool premultiplied, AlphaOf alphaOf) {
     Texels texels = decodeBC1(block.subspan(8), false);
@@ -90,8 +90,8 @@ Texels coloursWithAlpha(Block block, bool premultiplied, AlphaOf alphaOf) {
     return texels;
 }
 
-// The value of an index between two endpoints: with six values between them, or with four and the least and greatest
-// byte. What is stored is greater by the offset.
+// Returns the value of an index between two endpoints: of six values between them, or of four and the least and
+// greatest byte. The offset is added to the result.
 std::uint8_t between(std::int64_t v0, std::int64_t v1, int index, bool six, int offset) {
     if (index == 0) return toByte(v0 + offset);
     if (index == 1) return toByte(v1 + offset);
@@ -141,7 +141,7 @@ Texels decodeBC5(Block block, bool isSigned) {
 
 using Endpoints6 = std::array<std::array<std::int64_t, 3>, 4>;
 
-// Sign extension and the addition of endpoint 0 to the deltas of the other three.
+// Sign-extends the endpoints and adds endpoint 0 to the deltas of the other three.
 void finishEndpoints(Endpoints6& endpoints, const Bc6hMode& mode, bool isSigned) {
     const std::int64_t mask = (std::int64_t{1} << mode.precision) - 1;
     for (std::size_t c = 0; c < 3; ++c) {
@@ -170,7 +170,7 @@ std::int64_t unquantizeSigned(std::int64_t value, int bits) {
     return value < 0 ? -wide : wide;
 }
 
-// The half-float bits of an interpolated value.
+// Returns the half-float bits of an interpolated value.
 std::uint16_t finish(std::int64_t value, bool isSigned) {
     if (!isSigned) return static_cast<std::uint16_t>(value * 31 >> 6);
     const std::int64_t magnitude = std::abs(value) * 31 >> 5;
@@ -215,7 +215,7 @@ FloatTexels decodeBC6H(Block block, bool isSigned) {
 
 using Endpoints7 = std::array<std::array<int, 4>, 6>;  // red, green, blue, alpha
 
-// Repeats the high bits of a value of the given width below it, up to 8 bits.
+// Widens a value to 8 bits by repeating its high bits below it.
 int replicateTo8(int value, int bits) {
     const int shifted = value << (8 - bits);
     return shifted | shifted >> bits;
@@ -255,7 +255,7 @@ Texels decodeBC7(Block block) {
     const int selection = bits.take(mode.selectionBits);
     const Endpoints7 endpoints = takeBC7Endpoints(bits, mode);
 
-    // Colours go by the first indices and alphas by the second, where there are two, or the other way round.
+    // If there are two sets of indices, colour uses the first and alpha the second, or the reverse.
     struct Indices {
         std::array<int, 16> values;
         int bits;

@@ -1,4 +1,5 @@
-// Slow, obvious decoders of one 4 by 4 block, written apart from the product for tests and fuzzers to compare with.
+// Slow, obvious decoders of one 4 by 4 block, written independently of the product, for comparison in tests and
+// fuzzers.
 #pragma once
 
 #include <cstdint>
@@ -18,17 +19,17 @@ struct BlockFormat {
 };
 
 // bc1, bc2, bc2Premultiplied, bc3, bc3Premultiplied, bc4Unsigned, bc4Signed, bc5Unsigned, bc5Signed, bc6hUnsigned,
-// bc6hSigned and bc7. A reserved mode of BC6H and a first byte of 0 in BC7 give opaque black.
+// bc6hSigned and bc7. A reserved mode of BC6H and a first byte of 0 in BC7 decode to opaque black.
 std::span<const BlockFormat> blockFormats();
 
-// A colour value divided by the texel's alpha; 255 where it would exceed a byte, unchanged where alpha is 0.
+// Returns a colour value divided by alpha: 255 if it would exceed a byte, unchanged if alpha is 0.
 std::uint8_t divideByAlpha(std::uint8_t value, std::uint8_t alpha);
 
-// True when the texel is the anchor of one of the block's subsets (1 to 3), so that its index has one bit less.
+// Returns whether the texel is the anchor of one of the block's subsets (1 to 3), so that its index has one bit less.
 bool isAnchor(int subsets, int partition, int texel);
-// (1 - w) * e0 + w * e1 with the weight w of the index, rounded to nearest.
+// Returns (1 - w) * e0 + w * e1 with the weight w of the index, rounded to nearest.
 std::int64_t interpolate(std::int64_t e0, std::int64_t e1, int index, int indexBits);
-// The low bits of value as a two's-complement number.
+// Returns the low bits of value as a two's-complement number.
 std::int64_t signExtend(std::int64_t value, int bits);
 
 }  // namespace model

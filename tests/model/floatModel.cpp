@@ -10,7 +10,7 @@ std::uint32_t field(std::uint32_t word, int first, int count) {
     return (word >> first) & ((1U << count) - 1U);
 }
 
-// An unsigned float of mantissaBits bits below five exponent bits, starting at bit first.
+// Returns the unsigned float with mantissaBits bits below five exponent bits that starts at bit first.
 float smallFloat(std::uint32_t word, int first, int mantissaBits) {
     const double mantissa = field(word, first, mantissaBits);
     const double exponent = field(word, first + mantissaBits, 5);

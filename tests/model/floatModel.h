@@ -8,9 +8,9 @@ namespace model {
 
 // Exponent 31 is an ordinary exponent: no infinity, no NaN.
 float halfToFloat(std::uint16_t half);
-// Red, green and blue of a packed word. Exponent 0 is an ordinary exponent, so a zero field is 2^-15.
+// Returns red, green and blue of a packed word. Exponent 0 is an ordinary exponent, so a zero field is 2^-15.
 std::array<float, 3> unpackR11G11B10(std::uint32_t word);
-// Red, green and blue of a word of three mantissas with one exponent.
+// Returns red, green and blue of a word with three mantissas and one exponent.
 std::array<float, 3> unpackR9G9B9E5(std::uint32_t word);
 
 }  // namespace model

@@ -1,4 +1,4 @@
-// Deterministic generators of extreme and random blocks, for tests and fuzzers. The same seed gives the same blocks
+// Deterministic generators of extreme and random blocks, for tests and fuzzers. The same seed makes the same blocks
 // everywhere.
 #pragma once
 
@@ -21,7 +21,7 @@ public:
         return z ^ z >> 31;
     }
 
-    // 0 to bound - 1.
+    // Returns 0 to bound - 1.
     int below(int bound) { return static_cast<int>(next() % static_cast<std::uint64_t>(bound)); }
 
 private:
@@ -36,19 +36,21 @@ inline PackedBlock randomBlock(Random& random) {
     return block;
 }
 
-// All bits clear, all set, each single bit set, each single bit clear. Formats of 8 bytes use the first 8.
+// Returns blocks with all bits clear, all set, each single bit set, each single bit clear. Formats of 8 bytes use the
+// first 8.
 std::vector<PackedBlock> extremeBlocks();
 
-// Random blocks whose two halves start with equal endpoints: both the 8-bit pairs of BC3 to BC5 and the 16-bit pairs of
-// BC1 to BC3 are equal.
+// Returns random blocks whose two halves start with equal endpoints: both the 8-bit pairs of BC3 to BC5 and the 16-bit
+// pairs of BC1 to BC3.
 std::vector<PackedBlock> equalEndpointBlocks(Random& random, int count);
 
-// For every BC7 mode, partition, rotation and index selection a block of random content and one whose endpoints are all
-// at their largest value. Then blocks of no mode.
+// Returns, for every BC7 mode, partition, rotation and index selection, a random block and one with the largest
+// endpoints. Then blocks without a mode.
 std::vector<PackedBlock> everyBC7Shape(Random& random);
 
-// For every BC6H mode and partition: random fields, endpoints all zero, all ones, and alternating between the least and
-// the greatest signed value, so that the sums of endpoint and delta wrap. Then blocks of the four reserved modes.
+// Returns, for every BC6H mode and partition, blocks with random fields, with endpoints all zero, all ones, and
+// alternating between the least and the greatest signed value, so that endpoint plus delta wraps. Then the four
+// reserved modes.
 std::vector<PackedBlock> everyBC6HShape(Random& random);
 
 }  // namespace model

@@ -37,7 +37,7 @@ constexpr std::uint32_t fourCC(const char* text) {
     return code;
 }
 
-// The product, or the largest 64-bit number where it does not fit.
+// Returns the product, or the largest 64-bit number if it does not fit.
 std::uint64_t product(std::initializer_list<std::uint64_t> factors) {
     std::uint64_t result = 1;
     for (const std::uint64_t factor : factors) {
@@ -53,7 +53,7 @@ bool canAllocate(std::uint64_t bytes) {
     return bytes <= std::uint64_t{1} << 32;
 }
 
-// The bytes after the headers. What the file does not supply is zero.
+// The bytes after the headers. Bytes after the end of the file are zero.
 struct Data : std::vector<unsigned char> {
     explicit Data(std::span<const unsigned char> bytes = {}) : std::vector<unsigned char>(bytes.begin(), bytes.end()) {}
 
@@ -63,7 +63,7 @@ struct Data : std::vector<unsigned char> {
     std::uint32_t word32(std::uint64_t index) const { return word16(index) | word16(index + 2) << 16; }
 };
 
-// The picture as far as it is known, and the reader's fields as the loaders find and leave them.
+// The picture so far, and the reader's fields that the loaders use and change.
 struct State : Picture {
     std::uint32_t headerFlags = 0;
     std::uint32_t linearSize = 0;
@@ -77,7 +77,7 @@ struct State : Picture {
     Data data;
     std::function<Pixel(const State& s, std::uint64_t x, std::uint64_t y)> show;  // becomes pixelAt
 
-    // A stored byte of a picture of bytes, as it is put out.
+    // Returns the output value of a stored byte.
     std::uint32_t shownByte(std::uint64_t index) const {
         const std::int64_t value = signExtend(data.byte(index), 8);
         if (!isSnorm || !data.has(index)) return data.byte(index);
@@ -85,7 +85,7 @@ struct State : Picture {
     }
 };
 
-// A picture whose pixels take so many bytes; sides are at most what a signed number of 32 bits holds.
+// Returns whether a picture with this many bytes per pixel can be allocated. Sides are at most 2^31 - 1.
 bool canHold(const State& s, std::uint64_t pixelBytes) {
     return s.width <= INT32_MAX && s.height <= INT32_MAX && canAllocate(product({s.width, s.height, pixelBytes}));
 }
@@ -147,7 +147,8 @@ const Code& formatOf(std::uint32_t code) {
     return found == codes.end() ? none : *found;
 }
 
-// Rows of pixelBytes file bytes per pixel that unpack turns into floats. Rows from the first incomplete one are zero.
+// Loads rows with pixelBytes bytes per pixel, which unpack converts to floats. The first incomplete row and all after
+// it are zero.
 template <typename Unpack>
 bool showFloatRows(State& s, std::uint64_t pixelBytes, Unpack unpack) {
     s.bits = 32;
@@ -233,7 +234,7 @@ bool loadCompressed(State& s) {
     if (!canAllocate(bytes)) return failWith(s, noMemory);
     if (s.data.size() < bytes) return failWith(s, shortData);
     if (!isKnown) return false;
-    // The last decoded block is kept, as neighbours in a row share it.
+    // The last decoded block is cached, as neighbours in a row share it.
     s.show = [format, tilesAcross, last = UINT64_MAX, tile = Tile{}](const State& p, std::uint64_t x,
                                                                      std::uint64_t y) mutable {
         const std::uint64_t block = y / 4 * tilesAcross + x / 4;
@@ -244,7 +245,7 @@ bool loadCompressed(State& s) {
     return true;
 }
 
-// Two pixels in four bytes that share red and blue. Rows from the first incomplete one are zero.
+// Loads pixel pairs of four bytes that share red and blue. The first incomplete row and all after it are zero.
 bool loadPixelPairs(State& s, const std::string& order) {
     s.channels = 3;
     if (!canHold(s, 6)) return failWith(s, noMemory);
@@ -271,7 +272,7 @@ bool loadD3DFormat(State& s) {
     if (format.channels == 4) s.flags |= ddpfAlphaPixels;
     const std::uint64_t pixelBytes = format.channels * format.valueBytes;
     if (!canHold(s, pixelBytes)) return failWith(s, noMemory);
-    // Of values of two bytes the high one is taken.
+    // Of two-byte values, the high byte is used.
     s.show = [format, pixelBytes](const State& p, std::uint64_t x, std::uint64_t y) {
         Pixel pixel{};
         for (std::size_t c = 0; c < format.channels; ++c) {
@@ -299,7 +300,7 @@ bool loadAlpha(State& s) {
     return loadUncompressed(s);
 }
 
-// A row of the table of DXGI formats: what reads the formats from the first to the last, and how.
+// A row of the table of DXGI formats: how the formats from the first to the last are read.
 struct DxgiRow {
     std::uint32_t first, last;
     std::string loader, detail;
@@ -380,7 +381,7 @@ Picture read(std::span<const unsigned char> file) {
     if (file.size() < 128) return {};
     State s = parseHeader(Data(file));
     bool loaded = load(s);
-    // A picture without rows needs no room for one.
+    // A picture without rows needs no channel rows.
     if (loaded && s.height != 0 && !canAllocate(product({s.width, s.channels, static_cast<std::uint64_t>(s.bits / 8)})))
         loaded = false;
     s.result = loaded ? Result::decoded : Result::fallback;

@@ -1,5 +1,5 @@
-// A slow, obvious model of the whole reader: the picture that a file must decode to. Nothing is allocated by the size
-// that a file declares; pixels are computed on demand.
+// A slow, obvious model of the whole reader: the picture that a file must decode to. Pixels are computed on demand, so
+// memory does not depend on the size that a file declares.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@
 namespace model {
 
 enum class Result {
-    refused,   // fewer than 128 bytes: nothing to show
+    refused,   // fewer than 128 bytes: no picture
     decoded,   // the file's own picture
     fallback,  // the 64 by 64 opaque black picture
 };
@@ -30,11 +30,11 @@ struct Picture {
     int bits = 0;         // of a channel value: 8, or 32 for floats
     std::string printed;  // the message on standard output without its newline, or empty
 
-    // The pixel of column x in stored row y (row 0 at the top), both inside the picture. Not for use by two threads.
+    // Returns the pixel in column x of stored row y (0 is the top). Requires: both inside the picture. Not thread-safe.
     std::function<Pixel(std::uint64_t x, std::uint64_t y)> pixelAt;
 };
 
-// The picture that opening a file of these bytes gives. The bytes are copied.
+// Returns the picture of a file with these bytes, which are copied.
 Picture read(std::span<const unsigned char> file);
 
 }  // namespace model

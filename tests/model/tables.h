@@ -1,4 +1,4 @@
-// The published tables of BC6H and BC7, and the model's own, from the plain data beside this file.
+// The tables of the model, including the published ones of BC6H and BC7, read from the data files beside this one.
 #pragma once
 
 #include <array>
@@ -8,15 +8,15 @@
 
 namespace model {
 
-// The rows of a table, whose columns are parted by tabs; lines that start with # are comments. The path starts at the
-// project's root.
+// Returns the rows of a table. Columns are separated by tabs; lines that start with # are comments. The path is
+// relative to the root of the project.
 std::vector<std::istringstream> rowsOf(const std::string& path);
 
 struct Partition {
     std::array<int, 16> subsets;    // of each texel
     std::array<bool, 16> isAnchor;  // of such a texel the index has one bit less
 };
-// Of 1 subset there is one partition, which is given for every number.
+// Returns a partition. With 1 subset, all numbers name the same one.
 const Partition& partitionOf(int subsets, int number);
 
 // The next high - low + 1 bits of a BC6H block are bits low to high of one endpoint channel, lowest first.

@@ -1,5 +1,5 @@
-// Every allocation that the product makes fails, by itself and with all after it: the message and the result are the
-// stated ones, nothing leaks and no file stays open.
+// Makes every allocation of the product fail, alone and together with all later ones. Message and result must be as
+// specified, nothing may leak, and no file may stay open.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -17,12 +17,12 @@ using namespace testing_support;
 using kpx::Format;
 using kpx::Loader;
 
-// How often something came of an attempt at which one allocation failed.
+// The outcomes of attempts in which one allocation failed, with their frequency.
 using Outcomes = std::map<std::string, int>;
 
-// Makes attempts, with one allocation after another that fails, until there is none left. An attempt calls what it is
-// given where allocations begin to count and stopFailing() where they end, and tells what came of it. Where more than
-// one failed, that must be "refused...", else the same as where only that one failed.
+// Repeats an attempt, with each of its allocations failing in turn. An attempt calls its argument before the first
+// allocation to be counted and stopFailing() after the last, and returns its outcome. If more than one allocation
+// failed, that must be "refused...", else the same as if only that one fails.
 template <typename Attempt>
 Outcomes ofEveryAllocation(Attempt attempt) {
     std::vector<std::string> ofOne;
@@ -50,7 +50,7 @@ class FailingAllocation : public PluginFixture {
 protected:
     const std::string m_path = m_folder.at("a.dds");
 
-    // A refused image as one of the two stated ways, else with all that was seen.
+    // Returns how an image was refused: one of the two specified ways, else everything that happened.
     [[nodiscard]] std::string refusal(const TestHandle& handle, int errorOfOpening, bool blockStays) const {
         const std::string calls = hostCalls();
         const std::string report = calls.substr(std::min(calls.find("902."), calls.size()));
@@ -66,7 +66,7 @@ protected:
     }
 };
 
-// The rows of an open image, which are handed to visit(row, bytes, channel).
+// Calls visit(row, bytes, channel) for the rows of an open image.
 template <typename Visit>
 void forEveryRow(const TestHandle& handle, Visit visit) {
     const ImageFileDescriptor& image = *handle.descriptor;
@@ -78,7 +78,7 @@ void forEveryRow(const TestHandle& handle, Visit visit) {
     }
 }
 
-// "whole" for the picture of these samples, "black" for the one that stands in for it. Takes no memory.
+// Returns "whole" for a picture with these samples, "black" for the fallback picture. Allocates nothing.
 const char* pictureOf(const TestHandle& handle, const Bytes& whole) {
     bool isBlack = handle.descriptor->width == 64 && handle.descriptor->height == 64;
     bool isWhole = true;
@@ -92,13 +92,13 @@ const char* pictureOf(const TestHandle& handle, const Bytes& whole) {
     return isBlack && at == std::size_t{4} * 64 * 64 ? "black" : "wrong";
 }
 
-// Failures by the pictures' buffers, with a message but for floats, and by the three parts of the channel rows, without
-// one; that of the stream's buffer goes unseen. Those of the stream itself, of the private block, the reader, the
-// descriptor and its one or two strings are refusals.
+// The expected outcomes. Without a buffer for the picture it is black, with a message except for floats; without one of
+// the three parts of the channel rows it is black without a message. The buffer of the stream does not matter. Without
+// the stream itself, the private block, the reader, the descriptor or its one or two strings, the image is refused.
 Outcomes expectedOfReading(const Format& format, bool hasMatte) {
     Outcomes expected = {{"whole", 1}, {"refused with 52", 1}, {"refused with 94", hasMatte ? 5 : 4}};
     const bool isOfBytes = format.loader == Loader::uncompressed || format.loader == Loader::d3dFormat;
-    // What is converted on its way has a buffer more.
+    // Data that is converted while it is read has one more buffer.
     const bool isConverted = format.loader == Loader::palettised || format.loader == Loader::compressed ||
                              format.has(kpx::highBytes) || format.has(kpx::pixelPairs);
     expected["black"] = isConverted || isOfBytes ? 3 : 5;
@@ -110,8 +110,8 @@ TEST_F(FailingAllocation, OfReadingEndsAsStated) {
     model::Random random(1);
     std::set<Loader> seen;
     for (const Format& format : kpx::formatTable()) {
-        if (format.id == kpx::CODE_RGB_FLOAT32) continue;  // a DX10 header alone leads there
-        // Once a loader with buffers that are mapped.
+        if (format.id == kpx::CODE_RGB_FLOAT32) continue;  // only a DX10 header selects it
+        // Once for each loader with mapped buffers.
         const bool isLarge = seen.insert(format.loader).second;
         for (const std::uint32_t width : {9U, 1100U}) {
             if (width > 9 && !isLarge) continue;
@@ -149,8 +149,8 @@ TEST_F(FailingAllocation, OfReadingEndsAsStated) {
     }
 }
 
-// Both buffers are allocated before anything is read, so that a file without its palette is reported as short only if
-// they can be.
+// Both buffers are allocated before anything is read, so a file without its palette is only reported as short if that
+// succeeds.
 TEST_F(FailingAllocation, OfPalettisedReadingComesBeforeShortData) {
     model::Random random(1);
     m_folder.file("a.dds", randomFile(random, kpx::findPalette(kpx::DDPF_PALETTEINDEXED8), 9, 7, 10));
@@ -192,7 +192,7 @@ TEST_F(FailingAllocation, OfWritingEndsAsStated) {
                                                                         static_cast<std::ptrdiff_t>(samples);
             return result == 0 && kpx__err == 0 && hostCalls() == "kpx__free_obj\n" && isWhole ? "whole" : "wrong";
         };
-        // The stream's buffer, which is taken when the file is closed, is not needed.
+        // The buffer of the stream, allocated when the file is closed, is not necessary.
         EXPECT_EQ(ofEveryAllocation(attempt), (Outcomes{{"whole", 1}, {"refused with 94", 4}, {"refused with 52", 1}}));
     }
 }
@@ -210,7 +210,7 @@ TEST_F(FailingAllocation, OfRecognitionEndsAsStated) {
     EXPECT_EQ(ofEveryAllocation(attempt), (Outcomes{{"refused", 1}, {"recognised", 1}}));
 }
 
-// The texts are those up to the one that cannot be held.
+// The texts before the one that cannot be allocated are set.
 TEST_F(FailingAllocation, OfInitialisationIsToldByItsResult) {
     const auto attempt = [&](auto start) -> std::string {
         for (const char* name : {"imageName", "imageExtension", "imageNameSyntax"}) {

@@ -1,4 +1,4 @@
-// Files that declare absurd pictures, and inputs that are no proper files.
+// Reads files that declare absurd pictures, and inputs that are not regular files.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -25,9 +25,9 @@ using namespace testing_support;
 using kpx::Format;
 using kpx::NamedBy;
 
-// Absurd headers. Each row of the table of formats is read in a process of its own, whose memory is measured.
+// Absurd headers. A separate process, whose memory is measured, reads the files of each row of the table of formats.
 
-// Files of absurd sizes, with absurd linear sizes or bit counts where the format heeds them.
+// Returns files with absurd sizes, and with absurd linear sizes or bit counts if the format uses them.
 std::vector<Bytes> absurdFiles(const Format& format) {
     struct Size {
         std::uint32_t width, height;
@@ -37,7 +37,7 @@ std::vector<Bytes> absurdFiles(const Format& format) {
     for (const std::uint32_t width : sides) {
         for (const std::uint32_t height : sides) sizes.push_back({width, height});
     }
-    std::size_t field = 24;  // the depth, which nobody heeds
+    std::size_t field = 24;  // the depth, which is ignored
     std::vector<std::uint32_t> values = {0xFFFFFFFF};
     if (format.blockBytes != 0) {
         field = 20;
@@ -59,7 +59,7 @@ std::vector<Bytes> absurdFiles(const Format& format) {
 
 constexpr std::int64_t mostMemory = 16 << 20;
 
-// Returns how much more memory the process had at most while work ran than before it.
+// Returns the increase in peak memory while work runs.
 template <typename Work>
 std::int64_t memoryTakenBy(Work work) {
     const std::int64_t before = statusBytes("VmRSS");
@@ -68,9 +68,9 @@ std::int64_t memoryTakenBy(Work work) {
     return statusBytes("VmHWM") - before;
 }
 
-// Ends with 1 and says why at the first file that is read wrongly or takes too much memory.
+// Exits with 1 and a message at the first file that is read wrongly or takes too much memory.
 [[noreturn]] void readAbsurdFiles(const Format& format) {
-    // Reading untouched memory must cost no large pages, whatever the machine's setting for them is.
+    // Reading untouched memory must not allocate large pages, whatever the machine's setting.
     (void)prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
     const MemoryFile file;
     for (const Bytes& bytes : absurdFiles(format)) {
@@ -96,12 +96,12 @@ TEST(AbsurdHeaders, TakeLittleMemory) {
     }
 }
 
-// Streams that misbehave: fopen of the whole program opens the source in place of a file of this name.
+// Streams that misbehave. fopen, replaced for the whole program, opens the source instead of a file with this name.
 constexpr const char* sourcePath = "a misbehaving stream";
 
 struct Source {
-    off_t failingFrom = LLONG_MAX;  // reading further gives EIO
-    off_t truncation = -1;          // to which the file is cut after the first read
+    off_t failingFrom = LLONG_MAX;  // reading from here on fails with EIO
+    off_t truncation = -1;          // size of the file after the first read
     int file = -1;
     off_t position = 0;
 };
@@ -131,7 +131,7 @@ extern "C" FILE* fopen(const char* path, const char* mode) {
 
 namespace {
 
-// Calls open() while the bytes are read through a source that is made as given.
+// Calls open() with a source of the given bytes and faults.
 template <typename Open>
 auto misreading(const Bytes& bytes, Source made, Open open) {
     const TemporaryFile file(bytes);
@@ -143,7 +143,7 @@ auto misreading(const Bytes& bytes, Source made, Open open) {
     return result;
 }
 
-// Files for every loader and every thing that names a format, 100 by 60, with more than all their data.
+// Returns files for every loader and every way to name a format, 100 by 60, with more data than they need.
 std::vector<Bytes> wholeFiles() {
     std::vector<Bytes> files;
     std::set<std::pair<kpx::Loader, NamedBy>> seen;
@@ -205,7 +205,7 @@ TEST_F(Hostile, FifosAreReadUntilTheirWriterStops) {
 
 TEST_F(Hostile, OpensAreReportedWhereNoMoreFilesCanBeOpened) {
     const std::string path = m_folder.file("a.dds", fileOf(headerOf(1, 1)));
-    // As many outcomes as there are entry points that open a file.
+    // One outcome for each entry point that opens a file.
     const auto openEverything = [&] {
         TestHandle read(path.c_str());
         TestHandle write("/dev/null");

@@ -1,5 +1,4 @@
-// The built plug-in under a host that somebody else built, which is this program: what it says of itself, what it
-// recognises and reads, and its loading.
+// Tests the built plug-in in a foreign host, which is this program: its variables, recognition, reading and loading.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <nl_types.h>
@@ -13,7 +12,7 @@
 #include "tests/support/pluginFixture.h"
 #include "tests/support/processState.h"
 
-// Variables of the host's own, or of another plug-in, under names that the plug-in exports too.
+// Variables of the host, or of another plug-in, with names that the plug-in exports as well.
 extern "C" {
 const char* imageName = "of the host";
 const char* imageExtension = "of the host";
@@ -28,7 +27,7 @@ using namespace testing_support;
 
 class Plugin : public PluginFixture {};
 
-// What the plug-in says of itself.
+// The plug-in's description of itself.
 
 TEST_F(Plugin, ExportsItsDescription) {
     const std::pair<const char*, const char*> texts[] = {
@@ -163,7 +162,7 @@ struct Described {
     bool hasMatte;
 };
 
-// A descriptor with the host's defaults and what is read from the file; its strings are those of actual.
+// Returns a descriptor with the host's defaults and the values of the file. Its strings are those of actual.
 ImageFileDescriptor descriptorOf(const Described& image, const ImageFileDescriptor& actual) {
     ImageFileDescriptor expected;
     std::memset(static_cast<void*>(&expected), descriptorFill, sizeof expected);
@@ -258,7 +257,7 @@ TEST_F(Plugin, ReportsWhatItCannotRead) {
     const struct {
         const char* path;
         bool isBuilt;
-        int reason;  // what the system said last stands for a file that is too short, also after a recognition
+        int reason;  // for a file that is too short: the previous error, also after a recognition
     } cases[] = {
         {missing.c_str(), false, ENOENT}, {"/", false, EISDIR},    {tooShort.c_str(), false, EXDEV},
         {"/built", true, ENOENT},         {nullptr, true, ENOENT}, {nullptr, false, ENOENT},
@@ -341,7 +340,7 @@ TEST_F(Plugin, ClosesWhateverHangsOnAHandle) {
 
 // Many handles, many loads.
 
-// Whether a picture of 4 by 2 is read whose bytes count from the first.
+// Returns whether a 4 by 2 picture is read whose bytes count up from the first.
 bool readsAs(const LoadedPlugin& plugin, const std::string& path, unsigned char first) {
     TestHandle handle(path);
     if (plugin.imageReadOpen(&handle) != 1) return false;

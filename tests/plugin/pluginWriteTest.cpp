@@ -1,4 +1,4 @@
-// The built plug-in under a host that somebody else built: what it refuses to write, and every byte of what it writes.
+// Tests writing with the built plug-in in a foreign host: what it refuses, and every byte that it writes.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -21,7 +21,7 @@ unsigned char sampleOf(int channel, int x, int y) {
     return static_cast<unsigned char>(1 + 64 * channel + 16 * (y % 4) + x);
 }
 
-// The bytes of a file of which the given rows arrived.
+// Returns the bytes of a file of which only the given rows were written.
 Bytes expectedFile(int width, int height, bool alpha, const std::vector<int>& rows) {
     const auto paddedWidth = static_cast<std::uint32_t>((width + 3) / 4 * 4);
     kpx::DdsFileHeader file = headerOf(paddedWidth, static_cast<std::uint32_t>(height));
@@ -49,7 +49,7 @@ std::vector<int> allRows(int height) {
     return rows;
 }
 
-// Hands over scanline y in rows of exactly the image's width; of the matte only where the image has one.
+// Writes scanline y from rows of exactly the image's width; with a matte only if the image has one.
 int deliver(const TestHandle& handle, int width, int y) {
     std::array<Bytes, 4> samples;
     std::array<unsigned char*, 4> rows{};
@@ -62,7 +62,7 @@ int deliver(const TestHandle& handle, int width, int y) {
 
 class PluginWriting : public PluginFixture {
 protected:
-    // A whole file, written from the handle's description.
+    // Writes a whole file, as the handle describes it.
     void writeWhole(TestHandle& handle, int width, int height) const {
         ASSERT_EQ(m_plugin.imageWriteOpen(&handle), 1);
         EXPECT_EQ(kpx__err, 0);
@@ -83,7 +83,7 @@ const std::string otherFormat = "grey";
 constexpr const char* wrongFormat = "75, severity 3: Texture cannot handle image channel format, ";
 constexpr const char* oneImage = "61, severity 3: Texture cannot store multiple images";
 
-// In the order in which they are looked for; the first of each two must not be told apart from the image's own.
+// In the order in which they are checked. An image with two of them must be refused like one with the first alone.
 const Flaw flaws[] = {
     {oneImage, [](TestHandle& h) { h.imageCount = 2; }},
     {oneImage, [](TestHandle& h) { h.descriptor = nullptr; }},
@@ -130,7 +130,7 @@ TEST_F(PluginWriting, ReportsEverySetOfReasonsToRefuseAnImageInOrder) {
     EXPECT_FALSE(fs::exists(m_path));
 }
 
-// Other values than those of the table above, which lie beside a limit.
+// Values next to a limit, beyond those of the table above.
 TEST_F(PluginWriting, RefusesByTheStatedLimits) {
     static char sameText[] = "colours of this host";
     const struct {
@@ -246,7 +246,7 @@ TEST_F(PluginWriting, LooksForOptionsInTheTableAsTheHostHasChangedIt) {
     int count[3];
     m_plugin.imageCapability(&rows, &count[0], &count[1], &count[2]);
     rows[2].code = 7;
-    // The catalogue sets of two rows, of which the first 0 ends the table, and the first setting that is in none.
+    // The catalogue sets of two rows, of which the first 0 ends the table, and the first setting without a row.
     for (const auto& [set1, set2, unknown] : {std::array{0, 0, 1}, {901, 0, 7}, {901, 901, 9}}) {
         rows[1].catalogSet = set1;
         rows[2].catalogSet = set2;
@@ -262,7 +262,7 @@ TEST_F(PluginWriting, LooksForOptionsInTheTableAsTheHostHasChangedIt) {
     }
 }
 
-// Windows and paths of which no file can be made.
+// Windows and paths for which no file can be created.
 TEST_F(PluginWriting, ReportsWhatItCannotWrite) {
     const std::string existing = m_folder.file("existing.dds", std::string("kept"));
     const std::string shutFolder = m_folder.at("shut");
@@ -284,7 +284,7 @@ TEST_F(PluginWriting, ReportsWhatItCannotWrite) {
         {"/", good, EISDIR},
         {m_folder.at("no/a.dds"), good, ENOENT},
         {shutFolder + "/a.dds", good, EACCES},
-        {"", good, ENOENT},  // no path at all
+        {"", good, ENOENT},  // no path
     };
     OptionSetting unknown{7, 0, {}};
     OptionSetting* options[] = {&unknown, nullptr};
@@ -297,7 +297,7 @@ TEST_F(PluginWriting, ReportsWhatItCannotWrite) {
             handle.described.window = each.window;
             if (hasUnknown) handle.options = options;
             const uid_t user = geteuid();
-            // Permissions do not apply to the superuser.
+            // Permissions do not apply to root.
             ASSERT_EQ(seteuid(each.reason == EACCES && user == 0 ? 65534 : user), 0);
             const int result = m_plugin.imageWriteOpen(&handle);
             ASSERT_EQ(seteuid(user), 0);

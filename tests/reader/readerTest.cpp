@@ -1,5 +1,5 @@
-// Whole files through the reader, held against the model: every family of formats, every order of the choice of
-// loader, sizes from nothing upwards, and files that end too early.
+// Reads whole files and compares with the model: every family of formats, every case of the choice of loader, sizes
+// from 0 up, and truncated files.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -46,7 +46,7 @@ TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
             EXPECT_TRUE(readsLikeModel(randomFile(random, format, width, height, dataBytes), *GetParam()))
                 << format.name << ", " << width << " by " << height;
         }
-        // Sides of no pixels make empty pictures, and those above signed numbers none.
+        // Sides of 0 make empty pictures; sides above 2^31 - 1 make none.
         constexpr std::uint32_t most = 0x7FFFFFFF;
         for (const auto& [width, height] : {Sides{0, most}, {most, 0}, {0, most + 1}, {most + 1, 0}, {1, 0xFFFFFFFF}}) {
             EXPECT_TRUE(readsLikeModel(randomFile(random, format, width, height, 1100), *GetParam()))
@@ -55,7 +55,7 @@ TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
     }
 }
 
-// A picture of exactly 4 GiB is read, one of a row or a column more is not.
+// A picture of exactly 4 GiB is read; one with another row or column is not.
 TEST_P(EveryFormat, EndsAtFourGibibytes) {
     for (const std::uint32_t width : {1U << 14, (1U << 14) + 1}) {
         const Bytes floats = dx10File(2, width, 1 << 14);
@@ -84,7 +84,7 @@ TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
 INSTANTIATE_TEST_SUITE_P(Kernels, EveryFormat, testing::ValuesIn(kernelSets().begin(), kernelSets().end()),
                          [](const auto& instance) { return std::string(instance.param->name); });
 
-// Every set of format flags with codes of every loader and of none, with DDSD_LINEARSIZE and without.
+// All combinations of format flags, codes of every loader and of none, and DDSD_LINEARSIZE.
 TEST(ChoiceOfLoader, FollowsFlagsThenCodes) {
     std::vector<std::uint32_t> codes = {0, 25, 34, 36, 50, 110, 111, 113, 116, 117, 134, 135, 136, 1116};
     for (const char* name : {"DXT1", "DXT5", "DXT6", "DXT7", "BC5U", "BC5S", "BC4U", "ATI1", "ATI2", "RGBG", "DX10"}) {
@@ -176,7 +176,7 @@ TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
     EXPECT_EQ(reader.getScanlineChannelsAsBytes(0), nullptr);
 }
 
-// Whatever loader has filled the picture, and whatever was read before.
+// convertSnorm does not depend on the loader, or on files read before.
 TEST(Reader, ConvertsSignedBytesOfAnyPicture) {
     TddsReader reader;
     DdsFileHeader palette = headerOf(9, 2);
@@ -200,7 +200,7 @@ TEST(Reader, ConvertsSignedBytesOfAnyPicture) {
 
 namespace {
 
-// A member that decodes a whole picture, and the code of a file of which its loader does.
+// A member that decodes a whole picture, and the code for which its loader does the same.
 struct WholeDecoder {
     const char (&code)[5];
     void (*decode)(TddsReader& reader, unsigned char* blocks);
@@ -218,7 +218,7 @@ const WholeDecoder wholeDecoders[] = {
     {"DXT7", [](TddsReader& reader, unsigned char* blocks) { reader.decompressBC7(blocks); }},
 };
 
-// A member that decodes one block and gives the bytes consumed, and the model's decoder that does the same.
+// A member that decodes one block and returns the bytes consumed, and the same decoder of the model.
 struct BlockMember {
     std::string model;
     int (*decode)(TddsReader& reader, unsigned char* block, A8R8G8B8Colour* out);

@@ -1,4 +1,4 @@
-// A folder of a test's own, and what lies in it.
+// A temporary folder of a test, with its files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ inline std::string textOf(std::span<const unsigned char> bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-// Removed with whatever is in it.
+// Removed by the destructor, with its content.
 class Folder {
 public:
     Folder() {
@@ -35,7 +35,7 @@ public:
 
     [[nodiscard]] std::string at(const std::string& name) const { return (m_folder / name).string(); }
 
-    // Writes a file and gives its path.
+    // Writes a file and returns its path.
     std::string file(const std::string& name, std::string_view bytes) const {
         std::ofstream(at(name), std::ios::binary) << bytes;
         return at(name);
@@ -44,7 +44,7 @@ public:
         return file(name, textOf(bytes));
     }
 
-    // The path of a message catalogue compiled from messages such as "$set 901\n423 Name\n".
+    // Returns the path of a message catalogue, compiled from messages such as "$set 901\n423 Name\n".
     [[nodiscard]] std::string catalogue(const std::string& messages) const {
         const std::string command = "gencat '" + at("messages.cat") + "' '" + file("messages.msg", messages) + "'";
         EXPECT_EQ(std::system(command.c_str()), 0);

@@ -1,4 +1,4 @@
-// kpximage run as a user runs it, in a folder of its own.
+// Runs kpximage like a user, in a temporary folder.
 #pragma once
 
 #include <sys/wait.h>
@@ -22,12 +22,12 @@ protected:
         if (sizeof KPX_TOOL_PATH == 1) GTEST_SKIP() << "built without the tool";
     }
 
-    // Runs the program in the folder, with arguments as a shell takes them, and `before` in front of it.
+    // Runs the program in the folder. The arguments are parsed by a shell; `before` precedes the program's name.
     [[nodiscard]] RunResult run(const std::string& arguments, const std::string& before = "") const {
         return shell(before + " KPX_PLUGIN='" KPX_PLUGIN_PATH "' '" KPX_TOOL_PATH "' " + arguments);
     }
 
-    // Runs any command of a shell in the folder.
+    // Runs a shell command in the folder.
     [[nodiscard]] RunResult shell(const std::string& line) const {
         const std::string prefix = std::filesystem::path(at("")).parent_path();
         const std::string command =
@@ -40,7 +40,7 @@ protected:
         return result;
     }
 
-    // The names in the folder, in order.
+    // Returns the sorted names in the folder.
     [[nodiscard]] std::string names() const {
         std::vector<std::string> found;
         for (const auto& entry : std::filesystem::directory_iterator(at(""))) found.push_back(entry.path().filename());

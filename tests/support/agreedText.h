@@ -1,6 +1,6 @@
-// Texts of questions and of the answers that were agreed on. An answer is the lines below its question that start with
-// a space; empty lines and comments from "#" on stand between. With KPX_REWRITE set in the environment the answers are
-// rewritten, for a reviewer to read as a diff.
+// Files of questions and their expected answers. An answer consists of the lines below its question that start with a
+// space. Empty lines and comments (#) separate the entries. If KPX_REWRITE is set in the environment, the answers are
+// rewritten, to be reviewed as a diff.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ inline std::vector<AgreedEntry> readAgreed(const std::string& path) {
     return entries;
 }
 
-// Compares the entries with those of the file from number `first` on, or writes them there.
+// Compares the entries with those of the file from number `first` on, or rewrites those.
 inline void expectAgreed(const std::string& path, const std::vector<AgreedEntry>& entries, std::size_t first = 0) {
     std::vector<AgreedEntry> agreed = readAgreed(path);
     ASSERT_LE(first + entries.size(), agreed.size());

@@ -1,4 +1,4 @@
-// DDS files made in memory, and the reader's answer to a file, for tests to compare.
+// Makes DDS files in memory, and reads files for tests to compare.
 #pragma once
 
 #include <algorithm>
@@ -18,7 +18,7 @@ namespace testing_support {
 
 using Bytes = std::vector<unsigned char>;
 
-// A header with the given size; everything else is set by the test.
+// Returns a header with the given size; the test sets the rest.
 inline kpx::DdsFileHeader headerOf(std::uint32_t width, std::uint32_t height) {
     kpx::DdsFileHeader file{};
     file.magic = kpx::ddsMagic;
@@ -43,7 +43,7 @@ Bytes bytesOf(const Record& record) {
     return bytes;
 }
 
-// A header named by a format code, with DDPF_FOURCC and further header flags.
+// Returns a header with a format code, DDPF_FOURCC and further header flags.
 inline kpx::DdsFileHeader codeHeader(std::uint32_t code, std::uint32_t width, std::uint32_t height,
                                      std::uint32_t headerFlags = 0) {
     kpx::DdsFileHeader file = headerOf(width, height);
@@ -60,7 +60,7 @@ inline Bytes fileOf(const kpx::DdsFileHeader& header, std::span<const unsigned c
     return bytes;
 }
 
-// A square named by flags, bits and masks.
+// Returns the header of a square with flags, bits and masks.
 inline kpx::DdsFileHeader maskHeader(std::uint32_t flags, std::uint32_t bitCount, const kpx::Masks& masks,
                                      std::uint32_t side) {
     kpx::DdsFileHeader file = headerOf(side, side);
@@ -68,7 +68,7 @@ inline kpx::DdsFileHeader maskHeader(std::uint32_t flags, std::uint32_t bitCount
     return file;
 }
 
-// Pixels of one byte that become three.
+// Returns the header of 8-bit pixels that are decoded to three channels.
 inline kpx::DdsFileHeader rowOfBytes(std::uint32_t width, std::uint32_t height) {
     kpx::DdsFileHeader file = headerOf(width, height);
     file.header.ddspf = {32, kpx::DDPF_RGB, 0, 8, 0xE0, 0x1C, 0x03, 0};
@@ -93,7 +93,7 @@ inline Bytes dx10File(std::uint32_t dxgiFormat, std::uint32_t width, std::uint32
     return bytes;
 }
 
-// A file of its own, gone with the object.
+// A file with the lifetime of the object.
 struct TemporaryFile : MemoryFile {
     explicit TemporaryFile(std::span<const unsigned char> content) { write(content); }
 };

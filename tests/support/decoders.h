@@ -1,4 +1,4 @@
-// The decoders of blocks by name, each with the kernel and the model that must do the same.
+// The block decoders by name, each with the kernel and the model that must agree.
 #pragma once
 
 #include <span>
@@ -18,7 +18,7 @@ struct Decoder {
     Tile (*model)(std::span<const unsigned char> block);
 };
 
-// In the order of the kernels, of which the first is none.
+// In the order of BlockKernel, without its first value, none.
 inline const std::vector<Decoder> decoders = [] {
     std::vector<Decoder> all;
     for (const model::BlockFormat& format : model::blockFormats()) {

@@ -1,4 +1,4 @@
-// DDS files by a description in words, for tables of cases that are text.
+// Makes DDS files from a description, for tables of cases in text files.
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@
 
 namespace testing_support {
 
-// A number, decimal or from 0x on, or a code of four letters.
+// Parses a number, decimal or hexadecimal (0x), or a code of four letters.
 inline std::uint32_t describedNumber(const std::string& text) {
     const bool isNumber = !text.empty() && text[0] >= '0' && text[0] <= '9';
     if (isNumber) return static_cast<std::uint32_t>(std::stoul(text, nullptr, 0));
@@ -25,9 +25,9 @@ inline Bytes describedBytes(const std::string& hexadecimal) {
     return bytes;
 }
 
-// "size=4x2 code=DXT1 flags=0x80000 zeros=8": words in their order, each of which changes a file that starts as a bare
-// header. "code" and "dxgi" set the flags of the pixel format ("pf") too. "masks" are hexadecimal, "data" appends
-// hexadecimal bytes and "zeros" so many zeros, "bytes" cuts or prolongs the file.
+// Makes a file from words such as "size=4x2 code=DXT1 flags=0x80000 zeros=8". Each word changes, in order, a file that
+// starts as an empty header. "code" and "dxgi" also set the flags of the pixel format ("pf"). "masks" are hexadecimal,
+// "data" appends hexadecimal bytes, "zeros" a number of zeros, and "bytes" sets the size of the file.
 inline Bytes describedFile(const std::string& description) {
     static const std::map<std::string, std::size_t> places = {
         {"magic", 0},   {"flags", 8},       {"height", 12},     {"width", 16},  {"linear", 20}, {"depth", 24},

@@ -12,7 +12,7 @@
 #include <iterator>
 #include <new>
 
-// The allocator behind: the sanitizer's, whose own names this file takes away, or the C library's.
+// The underlying allocator: the sanitizer's, whose names this file replaces, or the C library's.
 #if defined(KPX_SANITIZER_ALLOCATOR)
 #define KPX_ALLOCATOR(name) __interceptor_##name
 #else
@@ -64,7 +64,7 @@ void* noted(void* block) {
 void released(void* block) {
     if (held == 0 || block == nullptr) return;
     void** place = std::find(std::begin(blocks), std::end(blocks), block);
-    if (place == std::end(blocks)) return;  // older than the count
+    if (place == std::end(blocks)) return;  // allocated before counting started
     *place = nullptr;
     --held;
 }
@@ -113,7 +113,7 @@ int munmap(void* address, size_t bytes) noexcept {
 
 }  // extern "C"
 
-// The forms for arrays call these.
+// The array forms call these.
 void* operator new(size_t bytes) {
     void* block = allocate(bytes == 0 ? 1 : bytes);
     if (block == nullptr) throw std::bad_alloc();

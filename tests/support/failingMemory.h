@@ -1,18 +1,18 @@
-// The C allocator, operator new and mmap of the test program and of every library in it, which fail when they are told
-// to, and a count of what is held. Allocations of the C library for its own use, such as a stream's, are among them.
+// Replaces the C allocator, operator new and mmap of the test program and its libraries. Allocations can be made to
+// fail, and are counted, including those of the C library, such as a stream's.
 #pragma once
 
 namespace testing_support {
 
 enum class Failing { one, allAfter };
 
-// From here on allocations are counted; the nth (1 is the next) fails, and all after it where that is asked for.
-// nth 0: none fails. For one thread only.
+// Starts to count allocations. The nth (1 is the next) fails, and all after it with Failing::allAfter. nth 0: none
+// fails. For one thread only.
 void startFailing(unsigned nth, Failing failing);
 void stopFailing();
-// How many allocations failed between the two.
+// Returns the number of allocations that failed between the two.
 unsigned failedAllocations();
-// How many of the blocks and mappings that were taken between the two are not released yet.
+// Returns the number of blocks and mappings allocated between the two that have not been released.
 unsigned heldBlocks();
 
 }  // namespace testing_support

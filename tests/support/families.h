@@ -1,4 +1,4 @@
-// Files of every row of the table of formats.
+// Makes files for every row of the table of formats.
 #pragma once
 
 #include "dds/formatTable.h"
@@ -13,7 +13,7 @@ inline Bytes randomBytes(model::Random& random, std::size_t count) {
     return bytes;
 }
 
-// A header that the table's row describes.
+// Returns a header for a row of the table.
 inline Bytes headerFor(const kpx::Format& format, std::uint32_t width, std::uint32_t height) {
     using namespace kpx;
     if (format.namedBy == NamedBy::dxgi) return dx10File(format.id, width, height);
@@ -36,7 +36,7 @@ inline Bytes headerFor(const kpx::Format& format, std::uint32_t width, std::uint
     return fileOf(file);
 }
 
-// A file of a format with so many random bytes after its headers.
+// Returns a file of a format with the given number of random bytes after its headers.
 inline Bytes randomFile(model::Random& random, const kpx::Format& format, std::uint32_t width, std::uint32_t height,
                         std::size_t dataBytes) {
     Bytes file = headerFor(format, width, height);

@@ -13,7 +13,7 @@ std::string lineOf(const std::string& text) {
     return text.empty() ? "" : text + "\n";
 }
 
-// An answer to a file in one line.
+// Returns the result of reading a file as one line.
 std::string inWords(kpx::Result result, const std::string& printed, std::uint64_t width, std::uint64_t height,
                     unsigned channels, bool hasAlpha, unsigned bits) {
     std::ostringstream words;
@@ -23,7 +23,7 @@ std::string inWords(kpx::Result result, const std::string& printed, std::uint64_
     return words.str() + (hasAlpha ? ", the last is alpha" : "");
 }
 
-// The scanline's every stepth pixel.
+// Compares every stepth pixel of a scanline.
 void compareScanline(std::ostringstream& differences, kpx::TddsReader& reader, const model::Picture& picture,
                      std::uint64_t y, std::uint64_t step) {
     unsigned char** rows = reader.getScanlineChannelsAsBytes(static_cast<int>(y));
@@ -81,7 +81,7 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
                 static_cast<unsigned>(reader.numColourChannels() + reader.hasAlphaChannel()),
                 reader.hasAlphaChannel() != 0, static_cast<unsigned>(reader.bitsPerChannel()));
 
-    // The verdict knows the file without opening it.
+    // The verdict is computed without opening the file.
     const kpx::Verdict verdict =
         kpx::judge(kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size()));
     const std::string foretold = inWords(

@@ -1,5 +1,5 @@
-// Runs the tests of a program in an environment of their own, so that the caller's language, umask and KPX_* variables
-// change no result.
+// Runs the tests of a program in a fixed environment, so that the caller's language, umask and KPX_* variables do not
+// matter.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// KPX_REWRITE, which scripts/golden.sh sets, is meant for the tests themselves.
+// KPX_REWRITE, which scripts/golden.sh sets, is for the tests themselves.
 bool isOfCaller(std::string_view variable) {
     if (variable.starts_with("KPX_")) return !variable.starts_with("KPX_REWRITE=");
     return variable.starts_with("LC_") || variable.starts_with("LANG") || variable.starts_with("NLSPATH=");

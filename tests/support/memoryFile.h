@@ -1,4 +1,4 @@
-// A file and standard output in memory, which are faster than those in a folder.
+// A file and a standard output in memory, which are faster than on disk.
 #pragma once
 
 #include <sys/mman.h>
@@ -11,7 +11,7 @@
 
 namespace testing_support {
 
-// Can be opened by path, over and over with new content.
+// Can be opened by path, and reused with new content.
 class MemoryFile {
 public:
     MemoryFile() : m_descriptor(memfd_create("file", 0)), m_path("/proc/self/fd/" + std::to_string(m_descriptor)) {
@@ -26,7 +26,7 @@ public:
     void write(std::span<const unsigned char> content) const {
         const auto size = static_cast<ssize_t>(content.size());
         require(pwrite(m_descriptor, content.data(), content.size(), 0) == size);
-        // Emptying it first would give its pages back and have them cleared again.
+        // Truncating it to 0 first would release its pages, which would have to be cleared again.
         require(ftruncate(m_descriptor, size) == 0);
     }
 
@@ -39,13 +39,13 @@ private:
     std::string m_path;
 };
 
-// Takes over standard output until its text is taken.
+// Captures standard output until its text is taken.
 class PrintedText {
 public:
     PrintedText() {
         std::fflush(stdout);
         std::rewind(stream());
-        // The C library lets the variable be assigned; nothing then leaves the process.
+        // The C library allows assignment to this variable.
         stdout = stream();
     }
     ~PrintedText() { stdout = m_before; }

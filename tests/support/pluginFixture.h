@@ -1,4 +1,4 @@
-// The built plug-in, loaded by the test program, with a fresh host and a folder of its own.
+// A fixture with the built plug-in, a fresh host and a temporary folder.
 #pragma once
 
 #include <cstring>
@@ -14,7 +14,7 @@ namespace testing_support {
 // kpx__err before every test.
 inline constexpr int oldError = 77;
 
-// What the plug-in reports of files that it cannot open, by the system's reason.
+// Returns the plug-in's report of a file that it cannot open for a reason (errno).
 inline std::string cannotOpen(const std::string& path, int reason) {
     return "902.52, severity 3: Cannot open file " + path + "; " + std::strerror(reason) + "\n";
 }
@@ -22,7 +22,7 @@ inline std::string cannotRecognise(const std::string& path, int reason) {
     return "level 3: imageIsFile, can't open `" + path + "'. " + std::strerror(reason) + "\n";
 }
 
-// Four threads at a time, numbered from 0.
+// Runs work on four threads, numbered from 0.
 template <typename Work>
 void inThreads(Work work) {
     std::vector<std::thread> threads;

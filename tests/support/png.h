@@ -1,4 +1,4 @@
-// PNG files read through libpng, whose default error handler ends the test program.
+// Reads PNG files by libpng, whose default error handler ends the test program.
 #pragma once
 
 #include <png.h>
@@ -13,12 +13,12 @@ struct Png {
     int width, height, type, depth;
     std::string rows;  // as in the file, without filters
     bool isInterlaced = false;
-    std::map<std::string, std::string> texts = {};  // those before the pixels
+    std::map<std::string, std::string> texts = {};  // those stored before the pixels
 
     bool operator==(const Png&) const = default;
 };
 
-// Of a file that is not interlaced; all zero where there is none.
+// Reads a file that is not interlaced; all zero if it does not exist.
 inline Png readPng(const std::string& path) {
     FILE* file = std::fopen(path.c_str(), "rb");
     if (file == nullptr) return {};

@@ -1,4 +1,4 @@
-// What a test asks of its own process and narrows in it: open files, memory in use, limits.
+// Queries and limits of the test's own process: open files, memory, resource limits.
 #pragma once
 
 #include <sys/resource.h>
@@ -11,7 +11,7 @@
 #include <iterator>
 #include <string>
 
-// There where the program is built with the sanitizer.
+// Defined if the program is built with the sanitizer.
 extern "C" {
 [[gnu::weak]] void __asan_init();
 [[gnu::weak]] void __tsan_init();
@@ -22,12 +22,12 @@ namespace testing_support {
 inline const bool underAddressSanitizer = &__asan_init != nullptr;
 inline const bool underThreadSanitizer = &__tsan_init != nullptr;
 
-// The files that the process has open, the one with which they are counted included.
+// Returns the number of open files, including the one used for counting.
 inline std::ptrdiff_t openDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-// A size from /proc/self/status in bytes: "VmRSS" for the memory in use, "VmHWM" for the most that ever was.
+// Returns a size from /proc/self/status in bytes: "VmRSS" is the memory in use, "VmHWM" its peak.
 inline std::int64_t statusBytes(const std::string& name) {
     std::ifstream status("/proc/self/status");
     for (std::string word; status >> word;) {
@@ -37,7 +37,7 @@ inline std::int64_t statusBytes(const std::string& name) {
     return -1;
 }
 
-// A limit of the process, lowered as long as the object lives.
+// Lowers a limit of the process for the lifetime of the object.
 class LoweredLimit {
 public:
     using Resource = decltype(RLIMIT_NOFILE);

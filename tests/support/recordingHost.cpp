@@ -13,7 +13,7 @@
 
 namespace {
 
-// Of fixed size, so that writing down a call cannot fail.
+// Has a fixed size, so that recording a call cannot fail.
 struct Record {
     char calls[4096];
     size_t length;
@@ -43,7 +43,7 @@ char* hold(const char* service, const char* text) {
     if (record.stringsToFailure != 0 && --record.stringsToFailure == 0) return nullptr;
     if (record.heldCount == std::size(record.held)) return nullptr;
     const size_t bytes = std::strlen(text) + 1;
-    void* copy = std::malloc(bytes);  // not strdup, which a sanitizer serves by itself
+    void* copy = std::malloc(bytes);  // not strdup, which a sanitizer replaces
     if (copy == nullptr) return nullptr;
     std::memcpy(copy, text, bytes);
     record.held[record.heldCount] = static_cast<char*>(copy);

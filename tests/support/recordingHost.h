@@ -1,6 +1,6 @@
-// A host other than libKPXbase: the test program itself defines every service of kpxbase.h, which the plug-in that it
-// loads finds there. The services write down how they are called, for each thread by itself, and take no memory except
-// for the strings that they hold.
+// A host other than libKPXbase: the test program itself defines every service of kpxbase.h for the plug-in that it
+// loads. The services record their calls, separately for each thread, and allocate nothing but the strings that they
+// store.
 #pragma once
 
 #include <string>
@@ -9,23 +9,24 @@
 
 namespace testing_support {
 
-// What kpx__init_ifd fills a descriptor with, and what a new handle is filled with.
+// The bytes that kpx__init_ifd stores in a descriptor, and those of a new handle.
 inline constexpr unsigned char descriptorFill = 0xA5;
 inline constexpr unsigned char handleFill = 0x5A;
 
-// Forgets the calls and releases the held strings; nothing fails any more.
+// Forgets the calls, releases the stored strings and ends all failures.
 void resetHost();
-// The calls since the last call of this function or of resetHost, a line each: the name with its arguments, messages
-// as "902.52, severity 3: text".
+// Returns the calls since the last call of this function or of resetHost, one per line: the name and the arguments, or
+// for messages "902.52, severity 3: text".
 std::string hostCalls();
-// The nth STR_save or STR_define from now on (1 is the next) gives null.
+// Makes the nth STR_save or STR_define from now on (1 is the next) return null.
 void failHeldString(int nth);
-// From now on a report reads scanline 0 of the handle, which must be open, and tells; null: no more.
+// From now on, every report reads scanline 0 of the handle, which must be open, and records the result. null: no
+// longer.
 void readInReports(const ImageHandle* handle);
-// What kpx__build_handle answers.
+// Sets the result of kpx__build_handle.
 void setBuiltPath(const char* path);
 
-// The plug-in loaded by itself. Its functions and variables are null where it has none of that name.
+// The loaded plug-in. A function or variable that it does not export is null.
 class LoadedPlugin {
 public:
     LoadedPlugin();
@@ -33,7 +34,7 @@ public:
     LoadedPlugin(const LoadedPlugin&) = delete;
     LoadedPlugin& operator=(const LoadedPlugin&) = delete;
 
-    // What a variable holds, "null" where it is null; and of the three that imageInit sets.
+    // Return the text of a variable, or "null"; and those of the three that imageInit sets.
     std::string text(const char* name) const;
     std::string translatedTexts() const;
     template <typename Type>
@@ -55,8 +56,8 @@ public:
     ImageOpenFunction* imageWriteOpen;
 };
 
-// A handle for the image at path, all other bytes a pattern except those that an opening reads, which are zero. It
-// releases what the plug-in leaves on it.
+// A handle for the image at path. Bytes that an open function reads are zero, all others a pattern. Its destructor
+// releases what the plug-in left attached.
 class TestHandle : public ImageHandle {
 public:
     explicit TestHandle(std::string path);
@@ -64,7 +65,7 @@ public:
     TestHandle(const TestHandle&) = delete;
     TestHandle& operator=(const TestHandle&) = delete;
 
-    // Hangs on the descriptor of an RGB image of 8 bits with a matte, as an image to be written.
+    // Attaches the descriptor of an 8-bit RGB image with a matte, for writing.
     void describe(int width, int height);
 
     void* object() const { return pluginData == nullptr ? nullptr : *pluginData; }

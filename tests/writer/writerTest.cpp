@@ -1,4 +1,4 @@
-// The writer by itself, for the numbers of channels that the plug-in never asks for.
+// Tests the writer alone, with numbers of channels that the plug-in never uses.
 #include "writer/TddsWriter.h"
 
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ TEST(Writer, StoresChannelsInTheOrderOfTheirNumber) {
     }
 }
 
-// What the plug-in refuses before it asks the writer: no pixels, and sizes that a header cannot hold.
+// Images that the plug-in refuses before it calls the writer: without pixels, and with sizes that a header cannot hold.
 TEST(Writer, MakesAHeaderAloneOfAnImageWithoutPixels) {
     for (const auto& [width, height] : {std::pair{0U, 5U}, {5U, 0U}, {0U, 0U}, {0U, 0xFFFFFFFFU}}) {
         const testing_support::TemporaryFile file({});
