@@ -24,58 +24,6 @@ constexpr const char* loaderNames[] = {
 };
 static_assert(std::size(loaderNames) == static_cast<std::size_t>(Loader::compressed) + 1);
 
-// Layouts of values that a recoder reads.
-using enum Number;
-
-constexpr const char* asNumbers =
-    "each integer becomes the float of the same value; what takes more than 24 bits is rounded";
-constexpr const char* asShortNumbers = "each integer becomes the float of the same value";
-constexpr const char* asSigned = "signed values become -1 to 1";
-constexpr const char* asSignedLuminance = "signed values become -1 to 1, and the luminance is blue, 0 to 1";
-constexpr const char* asDepthValues = "the 24 bits of depth become 0 to 1; the other 8 are left out";
-constexpr const char* asFloatDepth = "the 32-bit floats are kept; the other 32 bits are left out";
-constexpr const char* asExtended = "colours become -0.75 to 1.25, by (n - 384) / 510";
-
-// Returns consecutive channels of the same size.
-constexpr FieldLayout integers(std::uint8_t count, std::uint8_t bits, Number number) {
-    FieldLayout layout{static_cast<std::uint8_t>(count * bits / 8), {}, bits > 16 ? asNumbers : asShortNumbers};
-    for (std::uint8_t i = 0; i < count; ++i) layout.fields[i] = {static_cast<std::uint8_t>(i * bits), bits, number};
-    return layout;
-}
-
-constexpr FieldLayout fourUint32 = integers(4, 32, unsignedInteger);
-constexpr FieldLayout fourSint32 = integers(4, 32, signedInteger);
-constexpr FieldLayout threeUint32 = integers(3, 32, unsignedInteger);
-constexpr FieldLayout threeSint32 = integers(3, 32, signedInteger);
-constexpr FieldLayout twoUint32 = integers(2, 32, unsignedInteger);
-constexpr FieldLayout twoSint32 = integers(2, 32, signedInteger);
-constexpr FieldLayout oneUint32 = integers(1, 32, unsignedInteger);
-constexpr FieldLayout oneSint32 = integers(1, 32, signedInteger);
-constexpr FieldLayout fourUint16 = integers(4, 16, unsignedInteger);
-constexpr FieldLayout fourSint16 = integers(4, 16, signedInteger);
-constexpr FieldLayout floatDepth{8, {{{0, 32, float32}}}, asFloatDepth};
-constexpr FieldLayout depth24{4, {{{0, 24, unorm}}}, asDepthValues};
-constexpr FieldLayout depth32{4, {{{0, 32, unorm}}}, "depth becomes 0 to 1"};
-constexpr FieldLayout l6v5u5{2, {{{0, 5, snorm}, {5, 5, snorm}, {10, 6, unorm}}}, asSignedLuminance};
-constexpr FieldLayout x8l8v8u8{4, {{{0, 8, snorm}, {8, 8, snorm}, {16, 8, unorm}}}, asSignedLuminance};
-constexpr FieldLayout a2w10v10u10{4, {{{0, 10, snorm}, {10, 10, snorm}, {20, 10, snorm}, {30, 2, unorm}}}, asSigned};
-constexpr FieldLayout xrBias{
-    4, {{{0, 10, extendedRange}, {10, 10, extendedRange}, {20, 10, extendedRange}, {30, 2, unorm}}}, asExtended};
-
-constexpr YuvLayout ayuv{0, 0, {0, 32, 16}, {0, 32, 8}, {0, 32, 0}, 24, 8, 8};
-constexpr YuvLayout y410{0, 0, {0, 32, 12}, {0, 32, 2}, {0, 32, 22}, 30, 2, 10};
-constexpr YuvLayout y416{0, 0, {0, 64, 24}, {0, 64, 8}, {0, 64, 40}, 56, 8, 16};
-constexpr YuvLayout nv12{1, 1, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8};
-constexpr YuvLayout p010{1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 10};
-constexpr YuvLayout p016{1, 1, {0, 16, 8}, {1, 32, 8}, {1, 32, 24}, 0, 0, 16};
-constexpr YuvLayout yuy2{1, 0, {0, 16, 0}, {0, 32, 8}, {0, 32, 24}, 0, 0, 8};
-constexpr YuvLayout y210{1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 10};
-constexpr YuvLayout y216{1, 0, {0, 32, 8}, {0, 64, 24}, {0, 64, 56}, 0, 0, 16};
-constexpr YuvLayout p208{1, 0, {0, 8, 0}, {1, 16, 0}, {1, 16, 8}, 0, 0, 8};
-constexpr YuvLayout uyvy{1, 0, {0, 16, 8}, {0, 32, 0}, {0, 32, 16}, 0, 0, 8};
-constexpr YuvLayout yv12{1, 1, {0, 8, 0}, {2, 8, 0}, {1, 8, 0}, 0, 0, 8};
-constexpr YuvLayout iyuv{1, 1, {0, 8, 0}, {1, 8, 0}, {2, 8, 0}, 0, 0, 8};
-
 // Remedies.
 constexpr Remedy asCode(std::uint32_t code) {
     return {.kind = Kind::code, .id = code};
@@ -86,23 +34,20 @@ constexpr Remedy asMasks(const char* row) {
 constexpr Remedy asDxgi(std::uint32_t number, const char* lost = "") {
     return {.kind = Kind::dxgi, .id = number, .text = lost};
 }
-constexpr Remedy swizzled(const char* holds) {
-    return {.kind = Kind::swizzle, .text = holds};
-}
-constexpr Remedy recoded(const FieldLayout& layout) {
-    return {.kind = Kind::fields, .fields = &layout};
-}
-constexpr Remedy recoded(const YuvLayout& layout) {
-    return {.kind = Kind::yuv, .yuv = &layout};
+constexpr Remedy recoded(Recoding recoding, const char* holds = "") {
+    return {.kind = Kind::recoding, .recoding = recoding, .text = holds};
 }
 constexpr Remedy asOwnFlags{.kind = Kind::flags};
 
 // Descriptions of formats that are not decoded.
-constexpr const char* integerValues = "integers";
-constexpr const char* depthAndStencil = "depth and stencil";
+constexpr const char* integerValues = "integer data, which is not recoded";
+constexpr const char* integerDepth = "depth as 32-bit integers, which is not recoded";
+constexpr const char* depth = "depth";
+constexpr const char* packedDepth = "depth with stencil in the same pixel, which is not recoded";
 constexpr const char* hiddenDepth = "depth and stencil, whose places in the file are not published";
 constexpr const char* stencil = "stencil numbers, which are no picture";
-constexpr const char* video = "YUV video";
+constexpr const char* packedVideo = "YUV video";
+constexpr const char* video = "YUV video, of which only UYVY and YUY2 are recoded";
 constexpr const char* hiddenPlanes = "YUV video in planes whose order is not published";
 constexpr const char* oneBit = "one bit a pixel, in an order that is not published";
 constexpr const char* noPalette = "palette indices without a palette";
@@ -203,23 +148,24 @@ constexpr Format codeRows[] = {
     luminance(52, "D3DFMT_A4L4", "luminance and alpha of 4 bits", DDPF_RGB | DDPF_ALPHAPIXELS, 1,
               {0xF, 0xF, 0xF, 0xF0}),
     bumpMap(60, "D3DFMT_V8U8", DDPF_BUMPDUDV, 2, {0xFF, 0xFF00, 0, 0}, asDxgi(51)),
-    bumpMap(61, "D3DFMT_L6V5U5", DDPF_BUMPLUMINANCE, 2, {0x1F, 0x3E0, 0xFC00, 0}, recoded(l6v5u5)),
-    bumpMap(62, "D3DFMT_X8L8V8U8", DDPF_BUMPLUMINANCE, 4, {0xFF, 0xFF00, 0xFF0000, 0}, recoded(x8l8v8u8)),
+    bumpMap(61, "D3DFMT_L6V5U5", DDPF_BUMPLUMINANCE, 2, {0x1F, 0x3E0, 0xFC00, 0}, recoded(Recoding::l6v5u5)),
+    bumpMap(62, "D3DFMT_X8L8V8U8", DDPF_BUMPLUMINANCE, 4, {0xFF, 0xFF00, 0xFF0000, 0}, recoded(Recoding::x8l8v8u8)),
     bumpMap(63, "D3DFMT_Q8W8V8U8", DDPF_BUMPDUDV, 4, {0xFF, 0xFF00, 0xFF0000, 0xFF000000}, asDxgi(31)),
     bumpMap(64, "D3DFMT_V16U16", DDPF_BUMPDUDV, 4, {0xFFFF, 0xFFFF0000, 0, 0}, asDxgi(37)),
-    bumpMap(67, "D3DFMT_A2W10V10U10", DDPF_BUMPDUDV, 4, {0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000}, recoded(a2w10v10u10)),
+    bumpMap(67, "D3DFMT_A2W10V10U10", DDPF_BUMPDUDV, 4, {0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000},
+            recoded(Recoding::a2w10v10u10)),
     // Depth of 16 bits is read as luminance.
-    luminance(70, "D3DFMT_D16_LOCKABLE", depthAndStencil, DDPF_LUMINANCE, 2, {0xFFFF, 0, 0, 0}),
-    undecoded(71, "D3DFMT_D32", "depth", recoded(depth32)),
+    luminance(70, "D3DFMT_D16_LOCKABLE", depth, DDPF_LUMINANCE, 2, {0xFFFF, 0, 0, 0}),
+    undecoded(71, "D3DFMT_D32", integerDepth),
     undecoded(73, "D3DFMT_D15S1", hiddenDepth),
     undecoded(75, "D3DFMT_D24S8", hiddenDepth),
     undecoded(77, "D3DFMT_D24X8", "depth, whose place in the file is not published"),
     undecoded(79, "D3DFMT_D24X4S4", hiddenDepth),
-    luminance(80, "D3DFMT_D16", depthAndStencil, DDPF_LUMINANCE, 2, {0xFFFF, 0, 0, 0}),
+    luminance(80, "D3DFMT_D16", depth, DDPF_LUMINANCE, 2, {0xFFFF, 0, 0, 0}),
     luminance(81, "D3DFMT_L16", luminanceValues, DDPF_LUMINANCE, 2, {0xFFFF, 0, 0, 0}),
-    undecoded(82, "D3DFMT_D32F_LOCKABLE", depthAndStencil, asDxgi(41)),
+    undecoded(82, "D3DFMT_D32F_LOCKABLE", depth, asDxgi(41)),
     undecoded(83, "D3DFMT_D24FS8", hiddenDepth),
-    undecoded(84, "D3DFMT_D32_LOCKABLE", "depth", recoded(depth32)),
+    undecoded(84, "D3DFMT_D32_LOCKABLE", integerDepth),
     undecoded(85, "D3DFMT_S8_LOCKABLE", stencil),
     q16w16v16u16(),
     floatCode(111, "D3DFMT_R16F", 2, HalfR, 1, isHalf),
@@ -234,7 +180,7 @@ constexpr Format codeRows[] = {
                      "; the third value, which is worked out of the two, is added by "
                      "\"kpximage convert --swizzle rgz\"")),
     undecoded(118, "D3DFMT_A1", oneBit),
-    undecoded(119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range", recoded(xrBias)),
+    undecoded(119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range", recoded(Recoding::xrBias)),
     d3dCode(CODE_SINGLE16, "CODE_SINGLE16", 2, Bytes1, 1, highBytes),
     d3dCode(CODE_DUAL8, "CODE_DUAL8", 2, Bytes2, 2),
     d3dCode(CODE_SINGLE8, "CODE_SINGLE8", 1, Bytes1, 1),
@@ -262,27 +208,27 @@ constexpr Format codeRows[] = {
     undecoded("BC7\0", bc7, asDxgi(98), "BC7"),
     // The four letters of such a code name the contents of the red, green, blue and alpha of its DXT5 blocks.
     undecoded("RXGB", "DXT5 with red stored as alpha; the same blocks are read, with red in alpha, as \"DXT5\"",
-              swizzled("-GBR")),
+              recoded(Recoding::swizzledBlocks, "-GBR")),
     undecoded("A2D5", "DXT5 with its channels in an order that is not published"),
-    undecoded("xGBR", otherOrder, swizzled("-GBR")),
-    undecoded("RxBG", otherOrder, swizzled("R-BG")),
-    undecoded("RBxG", otherOrder, swizzled("RB-G")),
-    undecoded("xRBG", otherOrder, swizzled("-RBG")),
-    undecoded("RGxB", otherOrder, swizzled("RG-B")),
-    undecoded("xGxR", otherOrder, swizzled("-G-R")),
-    undecoded("UYVY", video, recoded(uyvy)),
-    undecoded("YUY2", video, recoded(yuy2)),
-    undecoded("AYUV", video, recoded(ayuv)),
-    undecoded("NV12", video, recoded(nv12)),
-    undecoded("YV12", video, recoded(yv12)),
-    undecoded("P010", video, recoded(p010)),
-    undecoded("P016", video, recoded(p016)),
-    undecoded("Y210", video, recoded(y210)),
-    undecoded("Y216", video, recoded(y216)),
-    undecoded("Y410", video, recoded(y410)),
-    undecoded("Y416", video, recoded(y416)),
-    undecoded("IYUV", video, recoded(iyuv)),
-    undecoded("I420", video, recoded(iyuv)),
+    undecoded("xGBR", otherOrder, recoded(Recoding::swizzledBlocks, "-GBR")),
+    undecoded("RxBG", otherOrder, recoded(Recoding::swizzledBlocks, "R-BG")),
+    undecoded("RBxG", otherOrder, recoded(Recoding::swizzledBlocks, "RB-G")),
+    undecoded("xRBG", otherOrder, recoded(Recoding::swizzledBlocks, "-RBG")),
+    undecoded("RGxB", otherOrder, recoded(Recoding::swizzledBlocks, "RG-B")),
+    undecoded("xGxR", otherOrder, recoded(Recoding::swizzledBlocks, "-G-R")),
+    undecoded("UYVY", packedVideo, recoded(Recoding::uyvy)),
+    undecoded("YUY2", packedVideo, recoded(Recoding::yuy2)),
+    undecoded("AYUV", video),
+    undecoded("NV12", video),
+    undecoded("YV12", video),
+    undecoded("P010", video),
+    undecoded("P016", video),
+    undecoded("Y210", video),
+    undecoded("Y216", video),
+    undecoded("Y410", video),
+    undecoded("Y416", video),
+    undecoded("IYUV", video),
+    undecoded("I420", video),
     undecoded("MET1", "several pictures in one, whose order is not published", {}, "MULTI2_ARGB8"),
     undecoded("ETC1", mobile),
     undecoded("ETC2", mobile),
@@ -351,26 +297,26 @@ constexpr Format dxgiRows[] = {
     noDxgi(0, "UNKNOWN", "no format at all"),
     noDxgi(1, "R32G32B32A32_TYPELESS", "four 32-bit values of no known type; 2 R32G32B32A32_FLOAT is read"),
     dxgi(2, "R32G32B32A32_FLOAT", 116),
-    noDxgi(3, "R32G32B32A32_UINT", integerValues, recoded(fourUint32)),
-    noDxgi(4, "R32G32B32A32_SINT", integerValues, recoded(fourSint32)),
+    noDxgi(3, "R32G32B32A32_UINT", integerValues),
+    noDxgi(4, "R32G32B32A32_SINT", integerValues),
     noDxgi(5, "R32G32B32_TYPELESS", "three 32-bit values of no known type; 6 R32G32B32_FLOAT is read"),
     dxgi(6, "R32G32B32_FLOAT", CODE_RGB_FLOAT32),
-    noDxgi(7, "R32G32B32_UINT", integerValues, recoded(threeUint32)),
-    noDxgi(8, "R32G32B32_SINT", integerValues, recoded(threeSint32)),
+    noDxgi(7, "R32G32B32_UINT", integerValues),
+    noDxgi(8, "R32G32B32_SINT", integerValues),
     noDxgi(9, "R16G16B16A16_TYPELESS",
            "four 16-bit values of no known type; 10 _FLOAT, 11 _UNORM and 13 _SNORM are read"),
     dxgi(10, "R16G16B16A16_FLOAT", 113),
     dxgi(11, "R16G16B16A16_UNORM", 36),
-    noDxgi(12, "R16G16B16A16_UINT", integerValues, recoded(fourUint16)),
+    noDxgi(12, "R16G16B16A16_UINT", integerValues),
     dxgi(13, "R16G16B16A16_SNORM", 36, isSnorm),
-    noDxgi(14, "R16G16B16A16_SINT", integerValues, recoded(fourSint16)),
+    noDxgi(14, "R16G16B16A16_SINT", integerValues),
     noDxgi(15, "R32G32_TYPELESS", "two 32-bit values of no known type; 16 R32G32_FLOAT is read"),
     dxgi(16, "R32G32_FLOAT", 115),
-    noDxgi(17, "R32G32_UINT", integerValues, recoded(twoUint32)),
-    noDxgi(18, "R32G32_SINT", integerValues, recoded(twoSint32)),
-    noDxgi(19, "R32G8X24_TYPELESS", depthAndStencil, recoded(floatDepth)),
-    noDxgi(20, "D32_FLOAT_S8X24_UINT", depthAndStencil, recoded(floatDepth)),
-    noDxgi(21, "R32_FLOAT_X8X24_TYPELESS", depthAndStencil, recoded(floatDepth)),
+    noDxgi(17, "R32G32_UINT", integerValues),
+    noDxgi(18, "R32G32_SINT", integerValues),
+    noDxgi(19, "R32G8X24_TYPELESS", packedDepth),
+    noDxgi(20, "D32_FLOAT_S8X24_UINT", packedDepth),
+    noDxgi(21, "R32_FLOAT_X8X24_TYPELESS", packedDepth),
     noDxgi(22, "X32_TYPELESS_G8X24_UINT", stencil),
     dxgiMasks(23, "R10G10B10A2_TYPELESS", rgb10a2, MaskedBits, isTypeless),
     dxgiMasks(24, "R10G10B10A2_UNORM", rgb10a2, MaskedBits),
@@ -389,13 +335,13 @@ constexpr Format dxgiRows[] = {
     dxgi(37, "R16G16_SNORM", 34, isSnorm),
     dxgi(38, "R16G16_SINT", 34, isInteger),
     noDxgi(39, "R32_TYPELESS", "32-bit values of no known type; 41 R32_FLOAT is read"),
-    noDxgi(40, "D32_FLOAT", depthAndStencil, asDxgi(41)),
+    noDxgi(40, "D32_FLOAT", depth, asDxgi(41)),
     dxgi(41, "R32_FLOAT", 114),
-    noDxgi(42, "R32_UINT", integerValues, recoded(oneUint32)),
-    noDxgi(43, "R32_SINT", integerValues, recoded(oneSint32)),
-    noDxgi(44, "R24G8_TYPELESS", depthAndStencil, recoded(depth24)),
-    noDxgi(45, "D24_UNORM_S8_UINT", depthAndStencil, recoded(depth24)),
-    noDxgi(46, "R24_UNORM_X8_TYPELESS", depthAndStencil, recoded(depth24)),
+    noDxgi(42, "R32_UINT", integerValues),
+    noDxgi(43, "R32_SINT", integerValues),
+    noDxgi(44, "R24G8_TYPELESS", packedDepth),
+    noDxgi(45, "D24_UNORM_S8_UINT", packedDepth),
+    noDxgi(46, "R24_UNORM_X8_TYPELESS", packedDepth),
     noDxgi(47, "X24_TYPELESS_G8_UINT", stencil),
     dxgi(48, "R8G8_TYPELESS", CODE_DUAL8, isTypeless),
     dxgi(49, "R8G8_UNORM", CODE_DUAL8),
@@ -404,7 +350,7 @@ constexpr Format dxgiRows[] = {
     dxgi(52, "R8G8_SINT", CODE_DUAL8, isInteger),
     noDxgi(53, "R16_TYPELESS", "16-bit values of no known type; 54 R16_FLOAT and 56 R16_UNORM are read"),
     dxgi(54, "R16_FLOAT", 111),
-    noDxgi(55, "D16_UNORM", depthAndStencil, asDxgi(56)),
+    noDxgi(55, "D16_UNORM", depth, asDxgi(56)),
     dxgi(56, "R16_UNORM", CODE_SINGLE16),
     dxgi(57, "R16_UINT", CODE_SINGLE16, isInteger),
     dxgi(58, "R16_SNORM", CODE_SINGLE16, isSnorm),
@@ -448,7 +394,7 @@ constexpr Format dxgiRows[] = {
     dxgiMasks(87, "B8G8R8A8_UNORM", bgra8, BytesBGRA),
     dxgiMasks(88, "B8G8R8X8_UNORM", bgra8, BytesBGRA, ignoresAlpha),
     noDxgi(89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range; 24 R10G10B10A2_UNORM is read",
-           recoded(xrBias)),
+           recoded(Recoding::xrBias)),
     dxgiMasks(90, "B8G8R8A8_TYPELESS", bgra8, BytesBGRA, isTypeless),
     dxgiMasks(91, "B8G8R8A8_UNORM_SRGB", bgra8, BytesBGRA, isSrgb),
     dxgiMasks(92, "B8G8R8X8_TYPELESS", bgra8, BytesBGRA, ignoresAlpha | isTypeless),
@@ -459,23 +405,23 @@ constexpr Format dxgiRows[] = {
     dxgi(97, "BC7_TYPELESS", fourCC("DXT7"), isTypeless),
     dxgi(98, "BC7_UNORM", fourCC("DXT7")),
     dxgi(99, "BC7_UNORM_SRGB", fourCC("DXT7"), isSrgb),
-    noDxgi(100, "AYUV", video, recoded(ayuv)),
-    noDxgi(101, "Y410", video, recoded(y410)),
-    noDxgi(102, "Y416", video, recoded(y416)),
-    noDxgi(103, "NV12", video, recoded(nv12)),
-    noDxgi(104, "P010", video, recoded(p010)),
-    noDxgi(105, "P016", video, recoded(p016)),
+    noDxgi(100, "AYUV", video),
+    noDxgi(101, "Y410", video),
+    noDxgi(102, "Y416", video),
+    noDxgi(103, "NV12", video),
+    noDxgi(104, "P010", video),
+    noDxgi(105, "P016", video),
     noDxgi(106, "420_OPAQUE", "YUV video in an order that is the graphics processor's own"),
-    noDxgi(107, "YUY2", video, recoded(yuy2)),
-    noDxgi(108, "Y210", video, recoded(y210)),
-    noDxgi(109, "Y216", video, recoded(y216)),
+    noDxgi(107, "YUY2", packedVideo, recoded(Recoding::yuy2)),
+    noDxgi(108, "Y210", video),
+    noDxgi(109, "Y216", video),
     noDxgi(110, "NV11", "YUV video in planes whose lengths of rows in files are not published"),
     noDxgi(111, "AI44", noPalette),
     noDxgi(112, "IA44", noPalette),
     noDxgi(113, "P8", noPalette),
     noDxgi(114, "A8P8", noPalette),
     noDxgi(115, "B4G4R4A4_UNORM", "4-4-4-4 colour", asMasks("D3DFMT_A4R4G4B4")),
-    noDxgi(130, "P208", video, recoded(p208)),
+    noDxgi(130, "P208", video),
     noDxgi(131, "V208", hiddenPlanes),
     noDxgi(132, "V408", hiddenPlanes),
 };

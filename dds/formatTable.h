@@ -8,7 +8,6 @@
 #include "blocks/kernels.h"
 #include "dds/ddsFile.h"
 #include "dds/pixelLayout.h"
-#include "dds/valueLayout.h"
 
 namespace kpx {
 
@@ -52,25 +51,25 @@ struct Masks {
     bool operator==(const Masks&) const = default;
 };
 
+// The ways of recoding the pixels of formats that are not decoded.
+enum class Recoding : std::uint8_t { swizzledBlocks, xrBias, l6v5u5, x8l8v8u8, a2w10v10u10, uyvy, yuy2 };
+
 // How to decode data whose format, as the file names it, is not decoded or decodes wrongly.
 struct Remedy {
     enum class Kind : std::uint8_t {
-        none,     // impossible; Format::what says why
-        code,     // the same data under another code
-        masks,    // the same data under DDPF_RGB or DDPF_ALPHA and masks
-        flags,    // the same data under the flags, bits and masks of the row itself
-        dxgi,     // the same data under a DX10 header
-        swizzle,  // blocks of "DXT5" with their channels in another order
-        fields,   // recode the values, which are bit fields of a pixel
-        yuv,      // recode the values, which are YUV planes
+        none,      // impossible; Format::what says why
+        code,      // the same data under another code
+        masks,     // the same data under DDPF_RGB or DDPF_ALPHA and masks
+        flags,     // the same data under the flags, bits and masks of the row itself
+        dxgi,      // the same data under a DX10 header
+        recoding,  // recoded pixels
     };
     Kind kind = Kind::none;
     std::uint32_t id = 0;  // the code or DXGI number
-    // masks: the name of the row of masks. dxgi: the loss, as a clause after a semicolon, or empty. swizzle: the
+    Recoding recoding{};
+    // masks: the name of the row of masks. dxgi: the loss, as a clause after a semicolon, or empty. swizzledBlocks: the
     // channel that each of the decoded red, green, blue and alpha holds, or '-'.
     const char* text = "";
-    const FieldLayout* fields = nullptr;
-    const YuvLayout* yuv = nullptr;
 };
 
 struct Format {

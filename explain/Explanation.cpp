@@ -1,73 +1,64 @@
-// Gathers what the other files of this folder say of one file.
+// Gathers what the other files of this folder say of one file, and sums it up.
 #include "explain/Explanation.h"
 
-#include "explain/causes.h"
-#include "explain/conversionMends.h"
-#include "explain/formatNames.h"
-#include "explain/mends.h"
-#include "explain/surprises.h"
+#include <iterator>
+#include <utility>
+
 #include "explain/text.h"
 
 namespace kpx {
-namespace {
-
-// Luminance is read by a code that does not stand in the file.
-bool isLuminance(const Explanation& file) {
-    const Format* format = file.verdict.format;
-    return format != nullptr && format->namedBy == NamedBy::code &&
-           format->id != file.facts.header.header.ddspf.dwFourCC;
-}
-
-std::string undecodedName(const Explanation& file) {
-    if (file.verdict.loader == Loader::dx10 && file.verdict.refusal != Refusal::dx10HeaderCut) {
-        return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
-    }
-    const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
-    return code == 0 ? "none" : "code " + namedCode(code);
-}
-
-}  // namespace
 
 Explanation explain(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
     Repair repair = repairOf(facts);
-    const bool isMended = repair.helps();
-    Repair conversion = isMended ? Repair() : repairOf(facts, true);
-    std::vector<Finding> findings = causesOf(facts, verdict);
-    if (const auto obstacle = isMended ? std::nullopt : conversionObstacle(facts, conversion))
-        findings.push_back(*obstacle);
-    for (const Finding& surprise : surprisesOf(facts, verdict)) findings.push_back(surprise);
+    Explanation file{facts, verdict, contentsOf(facts, verdict), causesOf(facts, verdict), Grade::right, {}, {}};
+    if (repair.helps()) {
+        file.repairs = std::move(repair.mends);
+    } else {
+        Repair recoding = repairOf(facts, true);
+        if (const auto obstacle = recodingObstacle(facts, recoding)) file.findings.push_back(*obstacle);
+        if (recoding.helps()) file.recodings = std::move(recoding.mends);
+    }
+    for (const Finding& surprise : surprisesOf(facts, verdict)) file.findings.push_back(surprise);
     // What repair changes in a file that is decoded makes another picture of it.
-    if (isMended && gradeOf(findings) < Grade::wrong)
-        findings.push_back({"named-wrongly", "The header names another format than that of the data.", Grade::wrong});
-    const Grade grade = gradeOf(findings);
-    return {facts,
-            verdict,
-            contentsOf(facts, verdict),
-            std::move(findings),
-            grade,
-            isMended ? std::move(repair.mends) : std::vector<Remark>(),
-            !isMended && conversion.helps() ? std::move(conversion.mends) : std::vector<Remark>()};
+    if (!file.repairs.empty() && gradeOf(file.findings) < Grade::wrong)
+        file.findings.push_back(
+            {"named-wrongly", "The header names another format than that of the data.", Grade::wrong});
+    file.grade = gradeOf(file.findings);
+    return file;
 }
 
-std::string formatName(const Explanation& file) {
-    const Format* format = file.verdict.format;
-    if (format == nullptr) return undecodedName(file);
-    if (!isLuminance(file)) return formatText(*format);
-    return textOf("luminance of ", file.facts.header.header.ddspf.dwRGBBitCount, " bits, read as ", format->name);
+const char* verdictText(Grade grade) {
+    constexpr const char* texts[] = {"decodes correctly", "decodes correctly", "may decode wrongly",
+                                     "decodes wrongly",   "cannot be decoded", "cannot be opened"};
+    static_assert(std::size(texts) == static_cast<std::size_t>(Grade::unreadable) + 1);
+    return texts[static_cast<std::size_t>(grade)];
 }
 
-std::string namedFormat(const Explanation& file) {
-    const Format* format = file.verdict.format;
-    if (format == nullptr || format->namedBy != NamedBy::masks) return formatName(file);
-    const DDS_PIXELFORMAT& header = file.facts.header.header.ddspf;
-    return textOf(formatName(file), " (", hex(header.dwRBitMask), " ", hex(header.dwGBitMask), " ",
-                  hex(header.dwBBitMask), " ", hex(header.dwABitMask), ", ", header.dwRGBBitCount, " bits)");
+std::string remedyText(const Explanation& file) {
+    if (!file.repairs.empty()) return "`kpximage repair` fixes it";
+    if (!file.recodings.empty()) return "`kpximage recode` converts it";
+    // Of an obstacle to recoding, which comes after the causes, if there is one.
+    const char* advice = "";
+    for (const Finding& finding : file.findings)
+        if (finding.severity == file.grade && *finding.advice != '\0') advice = finding.advice;
+    return advice;
 }
 
-std::string sameAs(const Explanation& file) {
-    const bool hasOther = file.verdict.format != nullptr && !isLuminance(file);
-    return hasOther ? otherName(*file.verdict.format) : "";
+std::string summaryOf(const Explanation& file) {
+    const std::string notDds = notDdsText(file.facts);
+    if (!notDds.empty()) return textOf("It ", notDds, ".");
+    std::string text;
+    if (file.verdict.result != Result::refused) {
+        const DDS_HEADER& header = file.facts.header.header;
+        const std::string more = contentsText(file.contents), format = formatLabel(file);
+        text = textOf(header.dwWidth, " x ", header.dwHeight, ", ", format == "none" ? "no format named" : format,
+                      more.empty() ? "" : ", ", more, ". ");
+    }
+    text += textOf("It ", verdictText(file.grade));
+    const std::string remedy = remedyText(file);
+    if (file.grade == Grade::noted) return text + "; the notes say how its values are read.";
+    return text + (remedy.empty() ? "" : ": " + remedy) + ".";
 }
 
 }  // namespace kpx

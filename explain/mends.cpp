@@ -1,18 +1,13 @@
-// A mend a fault, tried in turn until none finds its fault any more.
+// A mend for each fault, tried in turn until none finds its fault any more.
 #include "explain/mends.h"
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
+#include <iterator>
 
 #include "dds/dataSize.h"
-#include "explain/contents.h"
-#include "explain/conversionMends.h"
 #include "explain/draft.h"
-#include "explain/dx10Header.h"
-#include "explain/flagNames.h"
-#include "explain/formatNames.h"
-#include "explain/otherFile.h"
+#include "explain/names.h"
 #include "explain/text.h"
 
 namespace kpx {
@@ -20,10 +15,102 @@ namespace {
 
 using namespace mending;
 
-// Each mend makes its change and says what it is, or does and says nothing where its fault is not there.
+DDS_HEADER_DXT10 dx10HeaderOf(const DDS_HEADER& header, std::uint32_t dxgi) {
+    constexpr std::uint32_t wholeCube = DDSCAPS2_CUBEMAP | DDSCAPS2_CUBEMAP_ALLFACES;
+    const bool isVolume = (header.dwCaps2 & DDSCAPS2_VOLUME) != 0;
+    const bool isCube = (header.dwCaps2 & wholeCube) == wholeCube;
+    return {dxgi, isVolume ? D3D10_RESOURCE_DIMENSION_TEXTURE3D : D3D10_RESOURCE_DIMENSION_TEXTURE2D,
+            isCube ? D3D10_RESOURCE_MISC_TEXTURECUBE : 0, 1, 0};
+}
 
-// A code of blocks is believed where the file is too small for what the flags say.
-bool isCodeTrue(const Draft& draft, const DDS_PIXELFORMAT& format) {
+bool hasCause(const Draft& draft, Refusal refusal) {
+    return draft.verdict.refusal == refusal || draft.verdict.secondRefusal == refusal;
+}
+
+// Sets the size of a file whose data, which began at dataStart, comes after a header of another length.
+void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
+    draft.facts.fileBytes = draft.facts.fileBytes - dataStart + newHeaderBytes;
+}
+
+// Replaces a linear size by the length of a row, as headers of pixel rows have it.
+void stateRows(DDS_HEADER& header, std::uint64_t rowBytes) {
+    if ((header.dwFlags & DDSD_LINEARSIZE) == 0) return;
+    header.dwFlags = (header.dwFlags & ~DDSD_LINEARSIZE) | DDSD_PITCH;
+    stateLinearSize(header, rowBytes);
+}
+
+// Name the pixel format by a code alone, or by flags and masks.
+void nameByCode(DDS_PIXELFORMAT& format, std::uint32_t code) {
+    constexpr std::uint32_t otherNames =
+        DDPF_RGB | DDPF_ALPHA | DDPF_ALPHAPIXELS | DDPF_LUMINANCE | DDPF_BUMPDUDV | DDPF_BUMPLUMINANCE | anyPaletteFlag;
+    format = {format.dwSize, (format.dwFlags & ~otherNames) | DDPF_FOURCC, code, 0, 0, 0, 0, 0};
+}
+
+void nameByMasks(DDS_PIXELFORMAT& format, std::uint32_t flags, std::uint32_t bits, const Masks& masks) {
+    format = {format.dwSize, flags, 0, bits, masks.r, masks.g, masks.b, masks.a};
+}
+
+}  // namespace
+
+namespace mending {
+
+Draft draftOf(const FileFacts& facts) {
+    return {facts, hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader), judge(facts), {}, {}};
+}
+
+DDS_HEADER& headerOf(Draft& draft) {
+    return draft.facts.header.header;
+}
+
+const Format* rowToCure(const Draft& draft) {
+    const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
+    const Format* bumpMap = findBumpMap(format);
+    // What is signed is never read as such by masks, whatever flags are set beside.
+    if (bumpMap != nullptr && bumpMap->remedy.kind == Remedy::Kind::dxgi) return bumpMap;
+    switch (draft.verdict.refusal) {
+        case Refusal::dxgiRejected:
+        case Refusal::dxgiTooLarge:
+            return findUndecodedDxgi(draft.facts.dx10Header.dxgiFormat);
+        case Refusal::unknownCode:
+            return findUndecodedCode(format.dwFourCC);
+        case Refusal::nothingNamed:
+            return bumpMap;
+        case Refusal::notABlockCode:
+            return findCode(format.dwFourCC);
+        default:
+            return draft.verdict.format;
+    }
+}
+
+void stateLinearSize(DDS_HEADER& header, std::uint64_t bytes) {
+    header.dwPitchOrLinearSize = bytes > UINT32_MAX ? 0 : static_cast<std::uint32_t>(bytes);
+}
+
+std::string useMasks(DDS_HEADER& header, const Format& row) {
+    const std::uint32_t bytes = std::max<std::uint32_t>(row.bytesPerPixel, 1);
+    const Masks masks = masksOf(row);
+    nameByMasks(header.ddspf, flagsOfMasks(row), bytes * 8, masks);
+    stateRows(header, std::uint64_t{bytes} * header.dwWidth);
+    return textOf("the masks of ", row.name, " (", hex(masks.r), " ", hex(masks.g), " ", hex(masks.b), " ",
+                  hex(masks.a), ", ", bytes * 8, " bits)");
+}
+
+void nameByDxgi(Draft& draft, std::uint32_t dxgi) {
+    DDS_HEADER& header = headerOf(draft);
+    nameByCode(header.ddspf, dx10Code);
+    draft.facts.dx10Header = dx10HeaderOf(header, dxgi);
+    moveData(draft, sizeof(DdsFileHeader), factBytes);
+}
+
+}  // namespace mending
+
+namespace {
+
+// Each mend makes its change and returns a sentence for it, or returns an empty one if the file has not its fault.
+
+// Returns whether the code is to be trusted rather than the flags: a block code if the file is too small for what the
+// flags say.
+bool isCodeRight(const Draft& draft, const DDS_PIXELFORMAT& format) {
     if (format.dwFourCC == dx10Code) return canHaveDx10Header(draft.facts);
     const bool isTooSmall = draft.verdict.bytesPresent < draft.verdict.bytesExpected;
     return findBlockCode(format.dwFourCC) != nullptr && (isTooSmall || format.dwRGBBitCount == 0);
@@ -34,15 +121,14 @@ std::string flagsBesideCode(Draft& draft) {
     const std::uint32_t flags = format.dwFlags;
     const bool isMasked = (flags & (DDPF_RGB | DDPF_ALPHA)) != 0;
     const bool isLuminance = (flags & (DDPF_LUMINANCE | DDPF_FOURCC)) == DDPF_LUMINANCE;
-    if ((!isMasked && !isLuminance) || !isCodeTrue(draft, format)) return {};
+    if ((!isMasked && !isLuminance) || !isCodeRight(draft, format)) return {};
     nameByCode(format, format.dwFourCC);
     if (format.dwFourCC == dx10Code) draft.dataStart = factBytes;
-    return textOf("The pixel format is named by the code ", codeText(format.dwFourCC), " alone: its flags become ",
-                  flagText(pixelFormatFlagNames(), format.dwFlags), " and were ",
-                  flagText(pixelFormatFlagNames(), flags), ".");
+    return textOf("The code ", codeText(format.dwFourCC), " alone names the pixel format: the flags ",
+                  pixelFlagText(flags), " become ", pixelFlagText(format.dwFlags), ".");
 }
 
-// What a legacy header says of cube maps and volumes in its own place.
+// Marks cube maps and volumes as a legacy header does.
 void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
     if ((dx10.miscFlag & D3D10_RESOURCE_MISC_TEXTURECUBE) != 0) {
         header.dwCaps |= DDSCAPS_COMPLEX;
@@ -55,12 +141,12 @@ void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
     }
 }
 
-// The remedies of the table of formats, each with its sentence.
+// The remedies of the table of formats. Each makes its change and returns the sentence for it.
 
 std::string byCode(Draft& draft, const Format& row) {
     nameByCode(headerOf(draft).ddspf, row.remedy.id);
-    return textOf("The code becomes ", codeText(row.remedy.id), ", under which the blocks of ", codeText(row.id),
-                  " are read.");
+    return textOf("The code becomes ", codeText(row.remedy.id), ", which names the same blocks as ", codeText(row.id),
+                  ".");
 }
 
 std::string codeByMasks(Draft& draft, const Format& row) {
@@ -76,10 +162,10 @@ std::string dxgiByMasks(Draft& draft, const Format& row) {
     draft.facts.dx10Header = {};
     moveData(draft, factBytes, sizeof(DdsFileHeader));
     std::string sentence = textOf("The DX10 header, 20 bytes of DXGI ", dxgiText(dx10.dxgiFormat), ", becomes ", masks);
-    if (dx10.arraySize > 1) sentence += textOf("; that it is an array of ", dx10.arraySize, " is no longer said");
+    if (dx10.arraySize > 1) sentence += textOf("; the array size ", dx10.arraySize, " is lost");
     // Masks mean straight alpha, which is the mode before this.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
-        sentence += textOf("; that its alpha is ", alphaMode, " is no longer said");
+        sentence += textOf("; the alpha mode, ", alphaMode, ", is lost");
     return sentence + ".";
 }
 
@@ -88,8 +174,8 @@ std::string byOwnFlags(Draft& draft, const Format& row) {
     const std::uint32_t bits = 8U * row.bytesPerPixel;
     nameByMasks(header.ddspf, row.pixelFlags, bits, row.masks);
     stateRows(header, std::uint64_t{row.bytesPerPixel} * header.dwWidth);
-    return textOf("The pixel format, code ", namedCode(row.id), ", becomes ",
-                  flagText(pixelFormatFlagNames(), row.pixelFlags), " of ", bits, " bits.");
+    return textOf("The pixel format, code ", namedCode(row.id), ", becomes ", pixelFlagText(row.pixelFlags), " of ",
+                  bits, " bits.");
 }
 
 std::string codeByDxgi(Draft& draft, const Format& row) {
@@ -125,7 +211,7 @@ constexpr RemedyRow remedyRows[] = {
     {Remedy::Kind::dxgi, true, false, "dxgi-of-depth", dxgiByDxgi},
 };
 
-// The same data under a name by which it is decoded.
+// Names the data by a format under which it is decoded.
 Remark knownData(Draft& draft) {
     const Format* row = rowToCure(draft);
     if (row == nullptr || (row->namedBy == NamedBy::masks && draft.verdict.format == row)) return {};
@@ -144,8 +230,8 @@ std::string luminanceAsRed(Draft& draft) {
     luminance.dwFlags &= ~DDPF_RGB;
     if (findLuminance(luminance) == nullptr) return {};
     format = luminance;
-    return textOf("The pixel-format flags become ", flagText(pixelFormatFlagNames(), format.dwFlags),
-                  ": DDPF_RGB beside DDPF_LUMINANCE shows the luminance as red.");
+    return textOf("The pixel-format flags become ", pixelFlagText(format.dwFlags),
+                  ": with DDPF_RGB, luminance is shown as red.");
 }
 
 std::string alphaWithoutMask(Draft& draft) {
@@ -154,7 +240,7 @@ std::string alphaWithoutMask(Draft& draft) {
     // Of fewer than 8 bits, the channels decide how large a pixel is.
     if (!isColour || format.dwABitMask != 0 || format.dwRGBBitCount < 8) return {};
     format.dwFlags &= ~DDPF_ALPHAPIXELS;
-    return "DDPF_ALPHAPIXELS is taken away: the alpha mask is 0, so that every pixel would be transparent.";
+    return "DDPF_ALPHAPIXELS is removed: the alpha mask is 0, so that every pixel would be transparent.";
 }
 
 std::string linearSizeMissing(Draft& draft) {
@@ -163,8 +249,8 @@ std::string linearSizeMissing(Draft& draft) {
     header.dwFlags = (header.dwFlags & ~DDSD_PITCH) | DDSD_LINEARSIZE;
     const Format* row = findBlockCode(header.ddspf.dwFourCC);
     stateLinearSize(header, wholeBlockBytes(header.dwWidth, header.dwHeight, blockBytesOf(row)));
-    return textOf("The header gets DDSD_LINEARSIZE, without which ", codeText(header.ddspf.dwFourCC),
-                  " is not read; dwPitchOrLinearSize becomes ", header.dwPitchOrLinearSize, ".");
+    return textOf("DDSD_LINEARSIZE is set, which ", codeText(header.ddspf.dwFourCC),
+                  " requires; dwPitchOrLinearSize becomes ", header.dwPitchOrLinearSize, ".");
 }
 
 std::string codeOfRowsAsBlocks(Draft& draft) {
@@ -173,9 +259,8 @@ std::string codeOfRowsAsBlocks(Draft& draft) {
     const Format* row = findCode(header.ddspf.dwFourCC);
     nameByCode(header.ddspf, header.ddspf.dwFourCC);
     stateRows(header, codeFileRowBytes(*row, header.dwWidth));
-    return textOf("The ", formatText(*row), " is no block format: the flags become ",
-                  flagText(headerFlagNames(), header.dwFlags), " and ",
-                  flagText(pixelFormatFlagNames(), header.ddspf.dwFlags), ".");
+    return textOf("The ", formatText(*row), " is no block format: the flags become ", headerFlagText(header.dwFlags),
+                  " and ", pixelFlagText(header.ddspf.dwFlags), ".");
 }
 
 std::string linearSizeTooLarge(Draft& draft) {
@@ -183,27 +268,28 @@ std::string linearSizeTooLarge(Draft& draft) {
     DDS_HEADER& header = headerOf(draft);
     const std::uint32_t stated = header.dwPitchOrLinearSize;
     stateLinearSize(header, compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(draft.verdict.format), 0));
-    return textOf("dwPitchOrLinearSize becomes ", header.dwPitchOrLinearSize, ", the size of the top level; it was ",
-                  stated, ".");
+    return textOf("dwPitchOrLinearSize, ", stated, ", becomes ", header.dwPitchOrLinearSize,
+                  ", the size of the top level.");
 }
 
-// A row a fault; a null function stands for the remedies of the table of formats. A mend may uncover the next fault.
+// A row for each fault; a null function stands for the remedies of the table of formats. A mend may uncover another
+// fault.
 struct MendRow {
     const char* id;
     std::string (*mend)(Draft&);
-    bool isConversion = false;  // only made where that is asked for
+    bool isRecoding = false;  // made only on request
 };
 constexpr MendRow mendRows[] = {
-    {"flags-beside-code", flagsBesideCode},      {"known-data", nullptr},
-    {"luminance-as-red", luminanceAsRed},        {"alpha-without-mask", alphaWithoutMask},
-    {"linear-size-missing", linearSizeMissing},  {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
-    {"pixels-converted", pixelsConverted, true}, {"linear-size-too-large", linearSizeTooLarge},
+    {"flags-beside-code", flagsBesideCode},     {"known-data", nullptr},
+    {"luminance-as-red", luminanceAsRed},       {"alpha-without-mask", alphaWithoutMask},
+    {"linear-size-missing", linearSizeMissing}, {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
+    {"pixels-converted", pixelsRecoded, true},  {"linear-size-too-large", linearSizeTooLarge},
 };
 
-// Makes the first mend whose fault is there; false when there is none.
-bool mendOnce(Draft& draft, bool mayConvert) {
+// Makes the first mend whose fault the file has. Returns false if it has none.
+bool mendOnce(Draft& draft, bool mayRecode) {
     for (const MendRow& row : mendRows) {
-        if (row.isConversion && !mayConvert) continue;
+        if (row.isRecoding && !mayRecode) continue;
         const Remark change = row.mend == nullptr ? knownData(draft) : Remark{row.id, row.mend(draft)};
         if (change.sentence.empty()) continue;
         draft.mends.push_back(change);
@@ -219,19 +305,13 @@ bool Repair::helps() const {
     return startsAsDds(facts) && !mends.empty() && verdict.result == Result::decoded;
 }
 
-Repair repairOf(const FileFacts& facts, bool mayConvert) {
+Repair repairOf(const FileFacts& facts, bool mayRecode) {
     Draft draft = draftOf(facts);
     if (draft.verdict.result == Result::refused) return draft;
-    // No fault is there a second time, so that there are at most as many mends as rows.
-    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft, mayConvert)) {
+    // No fault is found twice, so that there are at most as many mends as rows.
+    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft, mayRecode)) {
     }
     return draft;
-}
-
-const char* repairHint(const FileFacts& facts) {
-    if (repairOf(facts).helps()) return " `kpximage repair` fixes it.";
-    if (repairOf(facts, true).helps()) return " `kpximage recode` converts it.";
-    return "";
 }
 
 }  // namespace kpx

@@ -1,19 +1,18 @@
-// Headers that lie, or call by another name what the reader knows, and how each fault is mended without touching the
-// pixel data; and what becomes of a file with every mend that helps.
+// How wrong headers are repaired: those that lie, and those that name what the reader knows by another name. A mend
+// changes the header and leaves the pixel data as it is; only a recoding changes the picture.
 #pragma once
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
-#include "explain/finding.h"
+#include "explain/findings.h"
 #include "explain/surfaces.h"
 
 namespace kpx {
 
-// A change of a header: an id that never changes, and a sentence.
+// A change of a file: an id that never changes, and a sentence.
 struct Remark {
     std::string id;
     std::string sentence;
@@ -21,21 +20,22 @@ struct Remark {
 
 // A file with every fault mended that can be.
 struct Repair {
-    FileFacts facts;            // of the mended file
+    FileFacts facts;            // of the repaired file
     std::uint64_t dataStart;    // where the pixel data starts in the file as it is
-    Verdict verdict;            // on the mended file
+    Verdict verdict;            // on the repaired file
     std::vector<Remark> mends;  // in the order in which they were made
-    // The pictures as they lie in the file, to be converted; none: the data stays as it is.
-    std::optional<SurfaceLayout> converted;
+    // The pictures as they lie in the file, to be recoded; none: the data stays as it is.
+    std::optional<SurfaceLayout> recoded;
 
-    // Whether the mended file is recognised and decoded, and the file as it is is not decoded, or wrongly.
+    // Returns whether the repaired file is recognised and decoded, and the file as it is is not decoded, or wrongly.
     [[nodiscard]] bool helps() const;
 };
 
-// With mayConvert also what changes the picture, where nothing else is known.
-Repair repairOf(const FileFacts& facts, bool mayConvert = false);
+// Returns the repaired file. With mayRecode the pixels are recoded too, if nothing else helps.
+Repair repairOf(const FileFacts& facts, bool mayRecode = false);
 
-// A sentence for what is told of a black picture, after a space; empty where repair does not help.
-const char* repairHint(const FileFacts& facts);
+// Returns why a black file is not recoded although it is known how its format is; none if recoding helps. recoding:
+// what repairOf returns with mayRecode.
+std::optional<Finding> recodingObstacle(const FileFacts& facts, const Repair& recoding);
 
 }  // namespace kpx

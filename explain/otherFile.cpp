@@ -1,27 +1,25 @@
-// The first bytes of other formats, a row each.
-#include "explain/otherFile.h"
-
+// What a file is that is no DDS file, by the first bytes of other formats.
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 
-#include "explain/fileFacts.h"
 #include "explain/text.h"
+#include "explain/verdict.h"
 
 namespace kpx {
 namespace {
 
 using namespace std::string_view_literals;
 
-constexpr const char* convertIt = "\"kpximage convert\" makes a DDS file of it";
-constexpr const char* saveAsPng = "save it as PNG, of which \"kpximage convert\" makes a DDS file";
-constexpr const char* exportAsDds = "export it as DDS from where it was made";
+constexpr const char* convertIt = "`kpximage convert` turns it into a DDS file";
+constexpr const char* saveAsPng = "save it as PNG, which `kpximage convert` turns into a DDS file";
+constexpr const char* exportAsDds = "export it as DDS from the program that made it";
 constexpr const char* unpackIt = "unpack it first";
-constexpr const char* fetchIt = "fetch the file itself";
+constexpr const char* fetchIt = "download the file itself";
 
 // The published first bytes of other formats.
 struct Signature {
-    std::size_t place;
+    std::size_t place;  // of the bytes in the file
     std::string_view bytes;
     const char* what;
     const char* advice;
@@ -44,13 +42,13 @@ constexpr Signature signatures[] = {
     {0, "\x13\xAB\xA1\x5C"sv, "an ASTC texture", exportAsDds},
     {0, "VTF\0"sv, "a VTF texture", exportAsDds},
     {0, "PK\3\4"sv, "a ZIP archive", unpackIt},
-    {0, "\x1F\x8B\x08"sv, "compressed by gzip", unpackIt},
-    {0, "<!DOCTYPE"sv, "a page of the web", fetchIt},
-    {0, "<html"sv, "a page of the web", fetchIt},
-    {0, "version https://git-lfs."sv, "a pointer of Git LFS", fetchIt},
+    {0, "\x1F\x8B\x08"sv, "compressed with gzip", unpackIt},
+    {0, "<!DOCTYPE"sv, "a web page", fetchIt},
+    {0, "<html"sv, "a web page", fetchIt},
+    {0, "version https://git-lfs."sv, "a Git LFS pointer", fetchIt},
 };
 
-// As much of the file's start as the facts hold.
+// Returns as much of the file's start as the facts hold.
 std::string startOf(const FileFacts& facts) {
     std::string start(factBytes, '\0');
     std::memcpy(start.data(), &facts.header, sizeof facts.header);
@@ -65,7 +63,7 @@ std::string misplacedText(std::string_view start) {
     // The magic and the size of the header, which is always the same.
     const bool isHeader = start.substr(place).starts_with("DDS \x7C\0\0\0"sv);
     return textOf("has \"DDS\" at byte ", place, " instead of at its start",
-                  isHeader ? ": what stands before it has to go" : "");
+                  isHeader ? "; remove the bytes before it" : "");
 }
 
 }  // namespace
@@ -80,9 +78,14 @@ std::string otherFileText(const FileFacts& facts) {
     const std::string start = startOf(facts);
     for (const Signature& row : signatures) {
         if (start.size() >= row.place && std::string_view(start).substr(row.place).starts_with(row.bytes))
-            return textOf("is ", row.what, ": ", row.advice);
+            return textOf("is ", row.what, "; ", row.advice);
     }
     return misplacedText(start);
+}
+
+std::string notDdsText(const FileFacts& facts) {
+    const std::string other = otherFileText(facts);
+    return other.empty() && !startsAsDds(facts) ? "is not a DDS file: it does not start with \"DDS\"" : other;
 }
 
 }  // namespace kpx

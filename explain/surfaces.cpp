@@ -4,18 +4,29 @@
 #include <algorithm>
 #include <bit>
 #include <iomanip>
+#include <iterator>
 #include <sstream>
 
 #include "dds/dataSize.h"
+#include "explain/recoding.h"
+#include "explain/text.h"
 
 namespace kpx {
 namespace {
+
+constexpr const char* alphaModes[] = {"unknown", "straight", "premultiplied", "opaque", "custom"};
+
+std::uint32_t facesOf(const DDS_HEADER& header) {
+    if ((header.dwCaps2 & DDSCAPS2_CUBEMAP) == 0) return 1;
+    const int faces = std::popcount(header.dwCaps2 & DDSCAPS2_CUBEMAP_ALLFACES);
+    return faces == 0 ? 6 : static_cast<std::uint32_t>(faces);
+}
 
 std::uint32_t halved(std::uint32_t side, std::uint32_t level) {
     return std::max(side >> level, 1U);
 }
 
-// Down to one pixel.
+// Returns the levels down to one pixel.
 std::uint32_t mostLevels(const DDS_HEADER& header, std::uint32_t slices) {
     return static_cast<std::uint32_t>(std::bit_width(std::max({header.dwWidth, header.dwHeight, slices})));
 }
@@ -33,8 +44,8 @@ std::string zeroPadded(std::uint32_t value, std::uint32_t count, std::size_t dig
     return text.str();
 }
 
-// The faces are in the order of their flags, which the number keeps when names are sorted; a file of a legacy header
-// may lack some.
+// Returns the name of a face, with a number that keeps their order when names are sorted. A legacy header may lack
+// some.
 std::string faceName(const DDS_HEADER& header, const Contents& contents, std::uint32_t face) {
     constexpr const char* names[] = {"0+x", "1-x", "2+y", "3-y", "4+z", "5-z"};
     const bool isPartial = contents.faces < std::size(names);
@@ -54,8 +65,35 @@ std::uint32_t statedSize(const SurfaceLayout& layout, const Surface& surface) {
 
 }  // namespace
 
+Contents contentsOf(const FileFacts& facts, const Verdict& verdict) {
+    const DDS_HEADER& header = facts.header.header;
+    const bool isVolume = (header.dwCaps2 & DDSCAPS2_VOLUME) != 0;
+    Contents contents{std::max(header.dwMipMapCount, 1U), facesOf(header), isVolume ? std::max(header.dwDepth, 1U) : 1U,
+                      1, nullptr};
+    if (verdict.loader != Loader::dx10 || verdict.refusal == Refusal::dx10HeaderCut) return contents;
+    const DDS_HEADER_DXT10& dx10 = facts.dx10Header;
+    contents.elements = std::max(dx10.arraySize, 1U);
+    if ((dx10.miscFlag & D3D10_RESOURCE_MISC_TEXTURECUBE) != 0) contents.faces = 6;
+    if (dx10.resourceDimension == D3D10_RESOURCE_DIMENSION_TEXTURE3D) contents.slices = std::max(header.dwDepth, 1U);
+    const std::uint32_t mode = dx10.miscFlags2 & alphaModeMask;
+    contents.alphaMode = mode < std::size(alphaModes) ? alphaModes[mode] : "not published";
+    return contents;
+}
+
+std::string contentsText(const Contents& contents) {
+    std::string text;
+    const auto add = [&text](std::uint32_t count, const char* what) {
+        if (count > 1) text += (text.empty() ? "" : ", ") + textOf(count, " ", what);
+    };
+    add(contents.elements, "array elements");
+    add(contents.faces, "cube faces");
+    add(contents.slices, "slices");
+    add(contents.levels, "mipmap levels");
+    return text;
+}
+
 std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t height) const {
-    if (conversion) return conversion->pictureBytes(width, height);
+    if (recoded != nullptr) return recodingOf(*recoded)->pictureBytes(width, height);
     const Format& format = *verdict.format;
     switch (verdict.decoder) {
         case Loader::compressed:
@@ -71,13 +109,12 @@ std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t hei
     }
 }
 
-SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict,
-                            const std::optional<Conversion>& conversion) {
+SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict, const Format* recoded) {
     Contents contents = contentsOf(facts, verdict);
     contents.levels = std::min(contents.levels, mostLevels(facts.header.header, contents.slices));
-    const bool hasPalette = verdict.decoder == Loader::palettised && !conversion;
+    const bool hasPalette = verdict.decoder == Loader::palettised && recoded == nullptr;
     const std::uint64_t palette = hasPalette ? paletteBytes(*verdict.format) : 0;
-    return {facts, verdict, contents, headerBytes(facts).size(), palette, countOf(contents), conversion};
+    return {facts, verdict, contents, headerBytes(facts).size(), palette, countOf(contents), recoded};
 }
 
 void forEachWholeSurface(const SurfaceLayout& layout, const std::function<bool(const Surface&)>& visit) {
@@ -110,23 +147,21 @@ void forEachWholeSize(const SurfaceLayout& layout,
     const auto bytesOf = [&](std::uint32_t level) {
         return layout.surfaceBytes(halved(header.dwWidth, level), halved(header.dwHeight, level));
     };
-    // All levels of a face.
-    std::uint64_t faceBytes = 0;
+    std::uint64_t faceBytes = 0;  // of all levels
     for (std::uint32_t level = 0; level < contents.levels; ++level) {
-        const std::uint64_t bytes = saturatingProduct(bytesOf(level), halved(contents.slices, level));
-        faceBytes = bytes > UINT64_MAX - faceBytes ? UINT64_MAX : faceBytes + bytes;
+        faceBytes = saturatingSum(faceBytes, saturatingProduct(bytesOf(level), halved(contents.slices, level)));
     }
     const std::uint64_t start = layout.headerBytes + layout.paletteBytes;
     const std::uint64_t present = layout.facts.fileBytes - std::min(start, layout.facts.fileBytes);
     const std::uint64_t faces = saturatingProduct(contents.faces, contents.elements);
     const std::uint64_t wholeFaces = std::min(faces, present / faceBytes);
-    // Of the face after them, as far as the data goes.
+    // The data of the face after them, as far as it is there.
     std::uint64_t rest = wholeFaces < faces ? present - wholeFaces * faceBytes : 0;
     for (std::uint32_t level = 0; level < contents.levels; ++level) {
         const std::uint32_t slices = halved(contents.slices, level);
         const std::uint64_t more = std::min<std::uint64_t>(slices, rest / bytesOf(level));
         rest = more < slices ? 0 : rest - more * bytesOf(level);
-        // Each surface has a byte at least, so that there are no more than bytes.
+        // Each surface has at least one byte, so that the count is at most that of the bytes and cannot wrap.
         const std::uint64_t count = wholeFaces * slices + more;
         if (count > 0) visit(halved(header.dwWidth, level), halved(header.dwHeight, level), count);
     }

@@ -3,13 +3,26 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 
-#include "explain/contents.h"
-#include "explain/conversion.h"
+#include "explain/verdict.h"
 
 namespace kpx {
+
+// The pictures that a file's headers declare; the reader decodes the first.
+struct Contents {
+    std::uint32_t levels;    // of mipmaps, the top one included
+    std::uint32_t faces;     // 1, or of a cube map
+    std::uint32_t slices;    // 1, or of a volume
+    std::uint32_t elements;  // of an array
+    const char* alphaMode;   // of the DX10 header; null without one
+};
+
+// Returns the counts as the headers state them; 0 counts as 1.
+Contents contentsOf(const FileFacts& facts, const Verdict& verdict);
+
+// Returns the pictures besides the first: "6 faces, 9 mipmap levels"; empty if there are none.
+std::string contentsText(const Contents& contents);
 
 struct Surface {
     std::uint32_t element, face, level, slice;
@@ -17,36 +30,35 @@ struct Surface {
     std::uint64_t start, bytes;   // of its data in the file
 };
 
-// How a file is divided. Of a file whose format is known, or can be converted.
+// How a file is divided. Requires a format that is decoded or can be recoded.
 struct SurfaceLayout {
     FileFacts facts;
     Verdict verdict;
-    Contents contents;                     // with no more levels than halving the sides gives
-    std::uint64_t headerBytes;             // before all data
-    std::uint64_t paletteBytes;            // between the headers and the first picture; 0 where there is no palette
-    std::uint64_t count;                   // of surfaces; no larger than the largest number
-    std::optional<Conversion> conversion;  // of a format that is not decoded; none: the verdict knows the format
+    Contents contents;           // with no more levels than halving the sides gives
+    std::uint64_t headerBytes;   // before all data
+    std::uint64_t paletteBytes;  // between the headers and the first picture; 0 without a palette
+    std::uint64_t count;         // of surfaces; UINT64_MAX if they are that many or more
+    const Format* recoded;       // the format that is recoded; null if the verdict's format is decoded
 
-    // The data of a picture of this size; the largest number where it does not fit in one.
+    // Returns the size of the data of a picture; UINT64_MAX if it is that or more.
     [[nodiscard]] std::uint64_t surfaceBytes(std::uint32_t width, std::uint32_t height) const;
 };
 
-SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict,
-                            const std::optional<Conversion>& conversion = std::nullopt);
+SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict, const Format* recoded = nullptr);
 
-// Visits the surfaces that the file supplies in full, in their order, until a visit returns false.
+// Visits the surfaces that the file has in full, in their order, until a visit returns false.
 void forEachWholeSurface(const SurfaceLayout& layout, const std::function<bool(const Surface&)>& visit);
 
-// The same in as many steps as there are levels: visits each size of whole surfaces with how many have it.
+// Visits each size of these surfaces with the count that has it, in as many steps as there are levels.
 void forEachWholeSize(const SurfaceLayout& layout,
                       const std::function<void(std::uint32_t width, std::uint32_t height, std::uint64_t count)>& visit);
-// How many they are.
+// Returns the count of these surfaces.
 std::uint64_t wholeSurfaces(const SurfaceLayout& layout);
 
-// "-array00-face0+x-mip00-slice000", without what does not vary.
+// Returns "-array00-face0+x-mip00-slice000" without the parts that do not vary.
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface);
 
-// The facts of a file of that surface alone.
+// Returns the facts of a file of that surface alone.
 FileFacts factsOfSurface(const SurfaceLayout& layout, const Surface& surface);
 
 }  // namespace kpx

@@ -3,8 +3,8 @@
 // and has the announced length.
 #include <malloc.h>
 
-#include "explain/mends.h"
-#include "explain/summary.h"
+#include "explain/Explanation.h"
+#include "explain/recoding.h"
 #include "fuzz/target.h"
 #include "tests/support/likeModel.h"
 
@@ -12,33 +12,34 @@ const bool fuzz::inputsAreBlocks = false;
 
 namespace {
 
-// Returns the bytes of all converted surfaces of the file. Each is converted from memory of exactly its size.
-std::uint64_t convertedBytes(std::span<const unsigned char> file, const kpx::SurfaceLayout& layout) {
+// Returns the bytes of all recoded surfaces of the file. Each row of units is recoded from memory of exactly its size.
+std::uint64_t recodedBytes(std::span<const unsigned char> file, const kpx::SurfaceLayout& layout) {
+    const kpx::RecodingRow& recoding = *kpx::recodingOf(*layout.recoded);
     std::uint64_t bytes = 0, visited = 0;
     kpx::forEachWholeSurface(layout, [&](const kpx::Surface& surface) {
         ++visited;
-        std::vector<unsigned char> row(layout.conversion->convertedRowBytes(surface.width));
-        for (std::uint32_t y = 0; y < surface.height; ++y) {
-            const auto [start, count] = layout.conversion->bytesOfRow(surface.width, surface.height, y);
-            const auto data = file.subspan(surface.start, surface.bytes).subspan(start, count);
+        const std::size_t rowBytes = recoding.recodedRowBytes(surface.width);
+        std::vector<unsigned char> rows(rowBytes * recoding.unitHeight);
+        const std::size_t unitBytes = recoding.rowBytes(surface.width);
+        for (std::size_t place = 0; place < surface.bytes; place += unitBytes) {
+            const auto data = file.subspan(surface.start, surface.bytes).subspan(place, unitBytes);
             const std::vector<unsigned char> alone(data.begin(), data.end());
-            layout.conversion->convertRow(alone, surface.width, surface.height, y, row);
+            kpx::recodeUnits(*layout.recoded, alone, surface.width, rows);
         }
-        bytes += row.size() * surface.height;
+        bytes += rowBytes * surface.height;
         return true;
     });
     fuzz::claim(visited == kpx::wholeSurfaces(layout), "as many pictures are whole as are counted");
     return bytes;
 }
 
-void checkRepair(std::span<const unsigned char> file, bool mayConvert) {
+void checkRepair(std::span<const unsigned char> file, bool mayRecode) {
     const kpx::FileFacts facts = kpx::factsOf(file, file.size());
-    const kpx::Repair repair = kpx::repairOf(facts, mayConvert);
+    const kpx::Repair repair = kpx::repairOf(facts, mayRecode);
     if (!repair.helps()) return;
     fuzz::claim(kpx::judge(repair.facts).result == kpx::Result::decoded, "what is mended is decoded");
-    fuzz::claim(kpx::repairOf(repair.facts, mayConvert).mends.empty(), "what is mended needs no mend");
-    const std::uint64_t data =
-        repair.converted ? convertedBytes(file, *repair.converted) : file.size() - repair.dataStart;
+    fuzz::claim(kpx::repairOf(repair.facts, mayRecode).mends.empty(), "what is mended needs no mend");
+    const std::uint64_t data = repair.recoded ? recodedBytes(file, *repair.recoded) : file.size() - repair.dataStart;
     fuzz::claim(repair.facts.fileBytes == kpx::headerBytes(repair.facts).size() + data, "the size is the one told");
 }
 
@@ -56,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     mallopt(M_PERTURB, 0x55);
     const testing::AssertionResult result = testing_support::readsLikeModel(file.path(), bytes, kernels, mostPixels);
     fuzz::claim(result, result.message());
-    for (const bool mayConvert : {false, true}) checkRepair(bytes, mayConvert);
+    for (const bool mayRecode : {false, true}) checkRepair(bytes, mayRecode);
     fuzz::claim(!kpx::summaryOf(kpx::explain(kpx::factsOf(bytes, size))).empty(), "there is something to say");
     return 0;
 }

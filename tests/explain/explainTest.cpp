@@ -6,8 +6,8 @@
 #include <regex>
 
 #include "explain/Explanation.h"
-#include "explain/formatNames.h"
-#include "explain/otherFile.h"
+#include "explain/names.h"
+#include "explain/verdict.h"
 #include "host/ImageReader.h"
 #include "tests/support/Tool.h"
 #include "tests/support/agreedText.h"
@@ -115,7 +115,7 @@ TEST_P(Explained, IsToldAsAgreed) {
     const Explanation told = explain(opened.facts());
     std::ostringstream answer;
     const auto line = [&answer](const std::string& text) { answer << "    " << text << "\n"; };
-    line(std::string(gradeName(told.grade)) + (told.grade == Grade::unreadable ? "" : ", " + formatName(told)) +
+    line(std::string(gradeName(told.grade)) + (told.grade == Grade::unreadable ? "" : ", " + namedFormat(told)) +
          (sameAs(told).empty() ? "" : ", the same as " + sameAs(told)));
     Grade worst = Grade::right;
     for (const Finding& finding : told.findings) {
@@ -136,8 +136,8 @@ TEST_P(Explained, IsToldAsAgreed) {
     }
     const tool::RepairPlan plan = tool::planRepair(opened.facts());
     const tool::RepairPlan recoding = tool::planRepair(opened.facts(), true);
-    EXPECT_EQ(plan.helps(), !told.mends.empty());
-    EXPECT_EQ(recoding.result == tool::RepairResult::recoded, !told.conversions.empty());
+    EXPECT_EQ(plan.helps(), !told.repairs.empty());
+    EXPECT_EQ(recoding.result == tool::RepairResult::recoded, !told.recodings.empty());
     if (plan.helps()) {
         line("  " + repaired(opened, plan, false));
     } else if (plan.result != tool::RepairResult::nothingToRepair) {
@@ -157,11 +157,11 @@ TEST(Sentences, StandOnce) {
         const Explanation told = explain(facts);
         for (const Finding& finding : told.findings)
             sentences.emplace(finding.id, finding.sentence + (*finding.advice == 0 ? "" : " | ") + finding.advice);
-        for (const auto* changes : {&told.mends, &told.conversions})
+        for (const auto* changes : {&told.repairs, &told.recodings})
             for (const Remark& change : *changes) sentences.emplace(change.id, change.sentence);
         // Every kind of file that is something else.
-        if (told.findings.size() == 1 || told.grade != Grade::unreadable) continue;
-        sentences.emplace("other-file " + otherFileText(facts).substr(0, 20), otherFileText(facts));
+        const std::string other = otherFileText(facts);
+        if (told.findings.size() > 1 && !other.empty()) sentences.emplace("other-file " + other.substr(0, 20), other);
     }
     std::vector<AgreedEntry> agreed = readAgreed(sentencesPath);
     const std::string heading = agreed.front().heading;

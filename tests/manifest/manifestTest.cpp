@@ -14,8 +14,7 @@
 #include <sstream>
 
 #include "examples/examples.h"
-#include "explain/causes.h"
-#include "explain/surprises.h"
+#include "explain/findings.h"
 #include "reader/TddsReader.h"
 #include "tests/support/Tool.h"
 #include "tests/support/ddsFiles.h"

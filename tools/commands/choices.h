@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "explain/finding.h"
+#include "explain/findings.h"
 
 namespace kpx::tool {
 

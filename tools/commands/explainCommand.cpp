@@ -3,16 +3,13 @@
 #include <iomanip>
 
 #include "explain/Explanation.h"
-#include "explain/flagNames.h"
-#include "explain/formatNames.h"
-#include "explain/summary.h"
+#include "explain/names.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/choices.h"
 #include "tools/commands/commands.h"
 #include "tools/files/OpenFile.h"
 #include "tools/json/fileJson.h"
-#include "tools/json/formatLabel.h"
 #include "tools/json/gradeText.h"
 #include "tools/plugin/pluginChoice.h"
 #include "tools/terminal/console.h"
@@ -49,8 +46,8 @@ void addDetails(const Explanation& file, Lines& lines) {
     const Verdict& verdict = file.verdict;
     const std::string same = sameAs(file);
     lines.add("header", namedFormat(file) + (same.empty() ? "" : ", the same as " + same));
-    lines.add("flags", "header " + flagText(headerFlagNames(), header.dwFlags));
-    lines.add("", "pixel format " + flagText(pixelFormatFlagNames(), header.ddspf.dwFlags));
+    lines.add("flags", "header " + headerFlagText(header.dwFlags));
+    lines.add("", "pixel format " + pixelFlagText(header.ddspf.dwFlags));
     if (file.contents.alphaMode != nullptr) lines.add("alpha", std::string("mode ") + file.contents.alphaMode);
     // For a format that nothing decodes.
     const bool isUnknown = verdict.result == Result::black && verdict.bytesExpected == 0;
@@ -67,8 +64,8 @@ void addDetails(const Explanation& file, Lines& lines) {
 std::string textOfFile(const std::string& name, const Explanation& file, bool hasDetails) {
     Lines lines;
     for (const Finding& finding : file.findings) lines.add(gradeName(finding.severity), finding.sentence);
-    for (const Remark& mend : file.mends) lines.add("repair", mend.sentence);
-    for (const Remark& recoding : file.conversions) lines.add("recode", recoding.sentence);
+    for (const Remark& mend : file.repairs) lines.add("repair", mend.sentence);
+    for (const Remark& recoding : file.recodings) lines.add("recode", recoding.sentence);
     const bool isRead = file.grade != Grade::unreadable;
     if (isRead && !hasDetails) lines.add("format", formatLabel(file));
     if (isRead && hasDetails) addDetails(file, lines);

@@ -3,7 +3,7 @@
 #include <iostream>
 
 #include "dds/formatTable.h"
-#include "explain/formatNames.h"
+#include "explain/names.h"
 #include "explain/text.h"
 #include "tools/commands/commands.h"
 #include "tools/json/json.h"

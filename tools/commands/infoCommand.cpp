@@ -2,13 +2,12 @@
 #include <algorithm>
 
 #include "explain/Explanation.h"
-#include "explain/contents.h"
+#include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
 #include "tools/commands/choices.h"
 #include "tools/commands/commands.h"
 #include "tools/json/fileJson.h"
-#include "tools/json/formatLabel.h"
 #include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/plugin/pluginChoice.h"

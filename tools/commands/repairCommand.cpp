@@ -8,7 +8,6 @@
 #include "tools/commands/commands.h"
 #include "tools/commands/outputOptions.h"
 #include "tools/json/fileJson.h"
-#include "tools/repair/inPlaceRepair.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"

@@ -2,7 +2,6 @@
 #include <filesystem>
 
 #include "explain/Explanation.h"
-#include "explain/causes.h"
 #include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/commands/Batch.h"
@@ -27,25 +26,11 @@ struct Arguments {
 
 SurfaceLayout layoutOf(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
-    if (verdict.format == nullptr)
-        throw FileError("cannot be split, as the size of its pictures is not known. " + causeText(facts, verdict) +
-                        repairHint(facts));
+    if (verdict.format == nullptr) throw FileError("cannot be split. It " + gradeText(explain(facts)).sentence);
     const DDS_HEADER& header = facts.header.header;
     if (header.dwWidth == 0 || header.dwHeight == 0)
         throw FileError(textOf("has no pixels: it is ", header.dwWidth, " x ", header.dwHeight));
     return surfaceLayout(facts, verdict);
-}
-
-void write(const OpenFile& input, const SurfaceLayout& layout, const Surface& surface, const std::string& output,
-           Existing existing) {
-    const ByteRange ranges[] = {{layout.headerBytes, layout.paletteBytes}, {surface.start, surface.bytes}};
-    try {
-        PendingFile pending(output, permissionsOfCopy(input), existing);
-        writeParts(input, ranges, headerBytes(factsOfSurface(layout, surface)), pending.descriptor());
-        pending.commit();
-    } catch (const OutputError& error) {
-        throw OutputError(error.what(), output, error.code());
-    }
 }
 
 // Returns the count in words; counts may be too large for their type.
@@ -64,7 +49,9 @@ Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& p
     forEachWholeSurface(layout, [&](const Surface& surface) {
         const std::string name = fs::path(file.path).stem().string() + surfaceName(layout, surface) + ".dds";
         const std::string output = (folder / name).string();
-        if (places.claim(output, file.path)) write(input, layout, surface, output, places.existing());
+        if (places.claim(output, file.path))
+            writeCopy(input, output, places.existing(),
+                      [&](int descriptor) { writeSurface(input, layout, surface, descriptor); });
         if (arguments.json) names.push_back(output);
         return true;
     });

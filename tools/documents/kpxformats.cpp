@@ -4,7 +4,7 @@
 #include <string>
 
 #include "dds/formatTable.h"
-#include "explain/formatNames.h"
+#include "explain/names.h"
 
 namespace kpx {
 namespace {

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "explain/fileFacts.h"
+#include "explain/verdict.h"
 
 namespace kpx::tool {
 

@@ -4,12 +4,11 @@
 #include <filesystem>
 #include <optional>
 
-#include "explain/otherFile.h"
 #include "explain/text.h"
+#include "explain/verdict.h"
 #include "tools/files/PendingFile.h"
 #include "tools/gallery/helpingCommand.h"
 #include "tools/gallery/surfaceStrip.h"
-#include "tools/json/formatLabel.h"
 #include "tools/json/gradeText.h"
 #include "tools/pictures/channelUse.h"
 #include "tools/repair/repairFile.h"

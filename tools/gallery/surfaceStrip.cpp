@@ -22,8 +22,7 @@ public:
             {"name", surfaceName(m_layout, surface).substr(1)}, {"width", surface.width}, {"height", surface.height}};
         stopIfInterrupted();
         try {
-            const ByteRange ranges[] = {{m_layout.headerBytes, m_layout.paletteBytes}, {surface.start, surface.bytes}};
-            writeParts(m_source, ranges, headerBytes(factsOfSurface(m_layout, surface)), m_file.descriptor());
+            writeSurface(m_source, m_layout, surface, m_file.descriptor());
             DdsSource source(m_plugin, OpenFile(m_file.path()));
             if (!source.isBlack())
                 entry["picture"] = m_keep(textOf("strip-", number), smallPng(source, m_exposure, stripSide));

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "explain/fileFacts.h"
+#include "explain/verdict.h"
 #include "host/Plugin.h"
 #include "tools/files/OpenFile.h"
 #include "tools/gallery/galleryPictures.h"

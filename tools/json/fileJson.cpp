@@ -1,9 +1,7 @@
 // An object for the file, with objects for its header and its picture.
 #include "tools/json/fileJson.h"
 
-#include "explain/formatNames.h"
-#include "explain/summary.h"
-#include "tools/json/formatLabel.h"
+#include "explain/names.h"
 #include "tools/terminal/characters.h"
 
 namespace kpx::tool {
@@ -79,8 +77,8 @@ Json fileAsJson(const std::string& name, const Explanation& file) {
     const bool isRead = file.grade != Grade::unreadable;
     if (isRead) object["format"] = formatLabel(file);
     object["findings"] = findingsAsJson(file.findings);
-    object["repairs"] = remarksAsJson(file.mends);
-    object["recodings"] = remarksAsJson(file.conversions);
+    object["repairs"] = remarksAsJson(file.repairs);
+    object["recodings"] = remarksAsJson(file.recodings);
     if (!isRead) return object;
     object["bytesPresent"] = file.verdict.bytesPresent;
     object["bytesExpected"] = file.verdict.bytesExpected;

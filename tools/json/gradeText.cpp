@@ -2,27 +2,11 @@
 #include "tools/json/gradeText.h"
 
 #include <algorithm>
+#include <cctype>
 
-#include "explain/otherFile.h"
 #include "explain/text.h"
-#include "tools/json/formatLabel.h"
 
 namespace kpx::tool {
-namespace {
-
-constexpr const char* notDds = "is not a DDS file: it does not start with \"DDS\"";
-
-// "" or a sentence after a space.
-std::string remedyText(const Explanation& file, const std::string& advice) {
-    if (!file.mends.empty()) return " `kpximage repair` fixes it.";
-    if (!file.conversions.empty()) return " `kpximage recode` converts it.";
-    if (advice.empty()) return {};
-    std::string sentence = " " + advice + ".";
-    sentence[1] = static_cast<char>(std::toupper(static_cast<unsigned char>(sentence[1])));
-    return sentence;
-}
-
-}  // namespace
 
 Outcome outcomeOf(Grade grade, bool isStrict) {
     if (grade == Grade::unreadable) return Outcome::failed;
@@ -30,23 +14,20 @@ Outcome outcomeOf(Grade grade, bool isStrict) {
 }
 
 GradeText gradeText(const Explanation& file) {
-    const std::string other = otherFileText(file.facts);
-    if (!other.empty()) return {other, other};
-    if (!startsAsDds(file.facts)) return {notDds, notDds};
-    std::string sentences, kinds, advice;
+    const std::string notDds = notDdsText(file.facts);
+    if (!notDds.empty()) return {notDds, notDds};
+    std::string sentences, kinds, remedy = remedyText(file);
     for (const Finding& finding : file.findings) {
         if (finding.severity != file.grade) continue;
-        std::string kind = finding.id;
-        std::replace(kind.begin(), kind.end(), '-', ' ');
         sentences += " " + finding.sentence;
-        kinds += (kinds.empty() ? "" : ", ") + kind;
-        if (*finding.advice != '\0') advice = finding.advice;
+        kinds += (kinds.empty() ? "" : ", ") + finding.id;
     }
-    const char* verdict = file.grade == Grade::unreadable ? "cannot be opened"
-                          : file.grade == Grade::black    ? "cannot be decoded"
-                          : file.grade == Grade::wrong    ? "decodes wrongly"
-                                                          : "may decode wrongly";
-    const std::string remedy = remedyText(file, advice);
+    std::replace(kinds.begin(), kinds.end(), '-', ' ');
+    if (!remedy.empty()) {
+        remedy[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(remedy[0])));
+        remedy = textOf(" ", remedy, ".");
+    }
+    const char* verdict = verdictText(file.grade);
     const std::string format = file.grade == Grade::black ? ", " + formatLabel(file) : "";
     return {textOf(verdict, ":", sentences, remedy), textOf(verdict, format, ": ", kinds, ".", remedy)};
 }

@@ -2,8 +2,8 @@
 #include "tools/pictures/DdsSource.h"
 
 #include "dds/dataSize.h"
-#include "explain/fileFacts.h"
 #include "explain/text.h"
+#include "explain/verdict.h"
 #include "host/HostError.h"
 #include "tools/plugin/StdoutGate.h"
 #include "tools/terminal/errors.h"

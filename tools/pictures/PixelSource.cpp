@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "explain/otherFile.h"
+#include "explain/verdict.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/pictures/PngSource.h"
 #include "tools/terminal/errors.h"

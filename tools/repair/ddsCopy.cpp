@@ -1,4 +1,4 @@
-// Copies in blocks, of which each must arrive.
+// Copies in blocks. Each must be read and written whole.
 #include "tools/repair/ddsCopy.h"
 
 #include <unistd.h>
@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "explain/recoding.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 
@@ -51,27 +52,22 @@ void copyRange(const OpenFile& from, const ByteRange& range, Writer& to) {
     }
 }
 
-// Reads what a row is made from, unless the row before was made from the same.
-void convertSurface(const OpenFile& from, const SurfaceLayout& layout, const Surface& surface, Writer& to) {
-    const Conversion& conversion = *layout.conversion;
-    std::vector<unsigned char> bytes, row(conversion.convertedRowBytes(surface.width));
-    Conversion::Bytes read{};
-    for (std::uint32_t y = 0; y < surface.height; ++y) {
+void recodeSurface(const OpenFile& from, const Format& format, const Surface& surface, Writer& to) {
+    const RecodingRow& recoding = *recodingOf(format);
+    const std::uint64_t rowBytes = recoding.recodedRowBytes(surface.width);
+    std::vector<unsigned char> units(recoding.rowBytes(surface.width)), rows(rowBytes * recoding.unitHeight);
+    std::uint64_t place = surface.start;
+    for (std::uint32_t y = 0; y < surface.height; y += recoding.unitHeight, place += units.size()) {
         stopIfInterrupted();
-        const Conversion::Bytes wanted = conversion.bytesOfRow(surface.width, surface.height, y);
-        if (wanted != read) {
-            bytes.resize(wanted.count);
-            from.read(surface.start + wanted.start, bytes);
-            read = wanted;
-        }
-        conversion.convertRow(bytes, surface.width, surface.height, y, row);
-        to.write(row);
+        from.read(place, units);
+        recodeUnits(format, units, surface.width, rows);
+        to.write(std::span(rows).first(rowBytes * std::min<std::uint32_t>(recoding.unitHeight, surface.height - y)));
     }
 }
 
 }  // namespace
 
-void writeParts(const OpenFile& source, std::span<const ByteRange> ranges, std::span<const unsigned char> header,
+void writeParts(const OpenFile& source, std::initializer_list<ByteRange> ranges, std::span<const unsigned char> header,
                 int descriptor) {
     Writer to(descriptor);
     to.write(header);
@@ -79,20 +75,33 @@ void writeParts(const OpenFile& source, std::span<const ByteRange> ranges, std::
     source.checkIsUnchanged();
 }
 
-void writeConverted(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
-                    int descriptor, std::uint64_t mostPictures) {
+void writeSurface(const OpenFile& source, const SurfaceLayout& layout, const Surface& surface, int descriptor) {
+    writeParts(source, {{layout.headerBytes, layout.paletteBytes}, {surface.start, surface.bytes}},
+               headerBytes(factsOfSurface(layout, surface)), descriptor);
+}
+
+void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
+                  int descriptor, std::uint64_t mostPictures) {
     Writer to(descriptor);
     to.write(header);
     std::uint64_t written = 0;
     forEachWholeSurface(layout, [&](const Surface& surface) {
-        convertSurface(source, layout, surface, to);
+        recodeSurface(source, *layout.recoded, surface, to);
         return ++written < mostPictures;
     });
     source.checkIsUnchanged();
 }
 
-mode_t permissionsOfCopy(const OpenFile& source) {
-    return source.status().st_mode & 0777;
+void writeCopy(const OpenFile& source, const std::string& output, Existing existing,
+               const std::function<void(int descriptor)>& write) {
+    try {
+        PendingFile pending(output, source.status().st_mode & 0777, existing);
+        if (pending.replaces(source.status())) throw OutputError("is the input itself");
+        write(pending.descriptor());
+        pending.commit();
+    } catch (const OutputError& error) {
+        throw OutputError(error.what(), output, error.code());
+    }
 }
 
 }  // namespace kpx::tool

@@ -1,7 +1,9 @@
-// Files made of a new header and of data copied from another file, or converted from it.
+// Files made of a new header and of data copied from another file, or recoded from it.
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 #include <span>
 #include <string>
 
@@ -19,15 +21,20 @@ struct ByteRange {
 
 // Writes the header and then the ranges of the source to an open file, from its start. Throws FileError for the source
 // (also if another program changes it meanwhile), OutputError for the file, and Interrupted after a signal.
-void writeParts(const OpenFile& source, std::span<const ByteRange> ranges, std::span<const unsigned char> header,
+void writeParts(const OpenFile& source, std::initializer_list<ByteRange> ranges, std::span<const unsigned char> header,
                 int descriptor);
 
-// Writes the header and the source's whole pictures, at most mostPictures (at least 1) of them, converted by the
-// layout's conversion. Throws like writeParts.
-void writeConverted(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
-                    int descriptor, std::uint64_t mostPictures);
+// Writes a surface of the source as a file of its own. Throws like writeParts.
+void writeSurface(const OpenFile& source, const SurfaceLayout& layout, const Surface& surface, int descriptor);
 
-// The permissions of a copy, as cp makes it: those of the source, less the user's umask.
-mode_t permissionsOfCopy(const OpenFile& source);
+// Writes the header and the recoded pixels of the source's whole pictures, at most mostPictures (at least 1) of them.
+// Throws like writeParts.
+void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
+                  int descriptor, std::uint64_t mostPictures);
+
+// Writes a file that appears whole or not at all, with the permissions that cp gives a copy of the source. `write`
+// fills the open file. Throws what it throws, and OutputError with the output's name.
+void writeCopy(const OpenFile& source, const std::string& output, Existing existing,
+               const std::function<void(int descriptor)>& write);
 
 }  // namespace kpx::tool

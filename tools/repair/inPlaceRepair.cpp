@@ -1,5 +1,5 @@
 // The new file is complete and on the disk before the original gets its second name, and only then takes the first.
-#include "tools/repair/inPlaceRepair.h"
+#include "tools/repair/repairFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,8 +11,6 @@
 #include <filesystem>
 
 #include "explain/text.h"
-#include "tools/files/OpenFile.h"
-#include "tools/files/PendingFile.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {

@@ -1,11 +1,10 @@
-// The repair of one file: the plan, and the repaired copy.
+// The repair of one file: the plan, and the repaired copy; or the file itself, whose original is kept as FILE.orig.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "explain/causes.h"
 #include "explain/mends.h"
 #include "tools/files/OpenFile.h"
 #include "tools/files/PendingFile.h"
@@ -49,5 +48,16 @@ void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor
                    std::uint64_t mostPictures = UINT64_MAX);
 // The same to a file that appears whole or not at all.
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::string& output, Existing existing);
+
+// Where the original is kept.
+inline constexpr const char* originalEnding = ".orig";
+
+// Replaces a file by its repaired copy, if repair helps and this is no dry run. The original is kept first, beside the
+// file that a link points to. At any moment the file is the old one or the new one. Throws FileError, also if another
+// original is kept already, and OutputError.
+RepairPlan repairInPlace(const std::string& path, bool isDryRun);
+
+// Puts the original back, unless this is a dry run. Returns false if none is kept. Throws FileError and OutputError.
+bool undoRepair(const std::string& path, bool isDryRun);
 
 }  // namespace kpx::tool

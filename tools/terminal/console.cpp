@@ -10,7 +10,6 @@
 #include <iostream>
 #include <mutex>
 
-#include "explain/FileError.h"
 #include "tools/terminal/characters.h"
 
 namespace kpx::tool {

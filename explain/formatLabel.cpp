@@ -1,12 +1,12 @@
-// Formats are called by their DXGI names if they have one.
-#include "tools/json/formatLabel.h"
-
+// What a file's format is called: by one name of ours, the name of the same data in DXGI if it has one, and as the file
+// names it.
 #include <string_view>
 
-#include "explain/formatNames.h"
+#include "explain/Explanation.h"
+#include "explain/names.h"
 #include "explain/text.h"
 
-namespace kpx::tool {
+namespace kpx {
 namespace {
 
 // Blocks that are better known by a code.
@@ -15,7 +15,7 @@ constexpr struct {
     const char* code;
 } codes[] = {{71, "DXT1"}, {74, "DXT3"}, {77, "DXT5"}, {80, "ATI1"}, {83, "ATI2"}};
 
-// The DXGI format of the same data; null if there is none.
+// Returns the DXGI format of the same data; null if there is none.
 const Format* dxgiOf(const Format& row) {
     if (row.namedBy == NamedBy::dxgi) return &row;
     if (row.sameDxgi != 0) return findDxgi(row.sameDxgi);
@@ -50,11 +50,25 @@ std::string labelOf(const Format& row) {
     return label(dxgi == nullptr ? row : *dxgi);
 }
 
-// "L8", "A8L8": grey without a code, which is read as a format with one.
+// Returns "L8" or "A8L8" for grey without a code, which is read as a format with one.
 std::string luminanceLabel(const DDS_PIXELFORMAT& format) {
     const bool hasAlpha = (format.dwFlags & DDPF_ALPHAPIXELS) != 0;
     const std::uint32_t bits = format.dwRGBBitCount / (hasAlpha ? 2 : 1);
     return hasAlpha ? textOf("A", bits, "L", bits) : textOf("L", bits);
+}
+
+// Returns whether luminance is read by a code that is not in the file.
+bool isLuminance(const Explanation& file) {
+    const Format* format = file.verdict.format;
+    return format != nullptr && format->namedBy == NamedBy::code &&
+           format->id != file.facts.header.header.ddspf.dwFourCC;
+}
+
+std::string undecodedName(const Explanation& file) {
+    if (file.verdict.loader == Loader::dx10 && file.verdict.refusal != Refusal::dx10HeaderCut)
+        return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
+    const std::uint32_t code = file.facts.header.header.ddspf.dwFourCC;
+    return code == 0 ? "none" : "code " + namedCode(code);
 }
 
 }  // namespace
@@ -78,4 +92,19 @@ std::string formatLabel(const Explanation& file) {
     return label(*row);
 }
 
-}  // namespace kpx::tool
+std::string namedFormat(const Explanation& file) {
+    const Format* format = file.verdict.format;
+    if (format == nullptr) return undecodedName(file);
+    const DDS_PIXELFORMAT& header = file.facts.header.header.ddspf;
+    if (isLuminance(file)) return textOf("luminance of ", header.dwRGBBitCount, " bits, read as ", format->name);
+    if (format->namedBy != NamedBy::masks) return formatText(*format);
+    return textOf(formatText(*format), " (", hex(header.dwRBitMask), " ", hex(header.dwGBitMask), " ",
+                  hex(header.dwBBitMask), " ", hex(header.dwABitMask), ", ", header.dwRGBBitCount, " bits)");
+}
+
+std::string sameAs(const Explanation& file) {
+    const bool hasOther = file.verdict.format != nullptr && !isLuminance(file);
+    return hasOther ? otherName(*file.verdict.format) : "";
+}
+
+}  // namespace kpx

@@ -1,19 +1,62 @@
-// The words for formats.
-#include "explain/formatNames.h"
+// Names by the table of formats and by the constants of the file's records.
+#include "explain/names.h"
 
 #include <cctype>
+#include <span>
 
+#include "dds/ddsFile.h"
 #include "explain/text.h"
 
 namespace kpx {
 namespace {
 
-// Whether the code is one that this system uses for itself.
+struct FlagName {
+    std::uint32_t flag;
+    const char* name;
+};
+
+constexpr FlagName headerFlags[] = {
+    {DDSD_CAPS, "DDSD_CAPS"},
+    {DDSD_HEIGHT, "DDSD_HEIGHT"},
+    {DDSD_WIDTH, "DDSD_WIDTH"},
+    {DDSD_PITCH, "DDSD_PITCH"},
+    {DDSD_PIXELFORMAT, "DDSD_PIXELFORMAT"},
+    {DDSD_MIPMAPCOUNT, "DDSD_MIPMAPCOUNT"},
+    {DDSD_LINEARSIZE, "DDSD_LINEARSIZE"},
+    {DDSD_DEPTH, "DDSD_DEPTH"},
+};
+
+constexpr FlagName pixelFormatFlags[] = {
+    {DDPF_ALPHAPIXELS, "DDPF_ALPHAPIXELS"},
+    {DDPF_ALPHA, "DDPF_ALPHA"},
+    {DDPF_FOURCC, "DDPF_FOURCC"},
+    {DDPF_PALETTEINDEXED4, "DDPF_PALETTEINDEXED4"},
+    {DDPF_PALETTEINDEXEDTO8, "DDPF_PALETTEINDEXEDTO8"},
+    {DDPF_PALETTEINDEXED8, "DDPF_PALETTEINDEXED8"},
+    {DDPF_RGB, "DDPF_RGB"},
+    {DDPF_YUV, "DDPF_YUV"},
+    {DDPF_ZBUFFER, "DDPF_ZBUFFER"},
+    {DDPF_ALPHAPREMULT, "DDPF_ALPHAPREMULT"},
+    {DDPF_LUMINANCE, "DDPF_LUMINANCE"},
+    {DDPF_BUMPLUMINANCE, "DDPF_BUMPLUMINANCE"},
+    {DDPF_BUMPDUDV, "DDPF_BUMPDUDV"},
+    {DDPF_NORMAL, "DDPF_NORMAL"},
+};
+
+std::string flagText(std::span<const FlagName> names, std::uint32_t flags) {
+    std::string text = hex(flags);
+    for (const FlagName& row : names) {
+        if ((flags & row.flag) != 0) text += textOf(" ", row.name);
+    }
+    return text;
+}
+
+// Returns whether this system uses the code for itself.
 bool isOwnCode(std::uint32_t code) {
     return code >= CODE_SINGLE16 && (code <= CODE_SINGLE8 || code == CODE_RGB_FLOAT32);
 }
 
-// The first DXGI format of a known type that is read by the code.
+// Returns the first DXGI format of a known type that is read by the code.
 std::string dxgiOfCode(std::uint32_t code) {
     for (const Format& row : formatTable()) {
         const bool isTyped = !row.has(isTypeless);
@@ -22,7 +65,7 @@ std::string dxgiOfCode(std::uint32_t code) {
     return {};
 }
 
-// The masks of the same data as a DXGI format's.
+// Returns the masks of the same data as a DXGI format's.
 std::string masksOfSameData(std::uint32_t dxgi) {
     for (const Format& row : formatTable()) {
         if (row.namedBy == NamedBy::masks && row.sameDxgi == dxgi) return textOf("masks ", row.name);
@@ -86,6 +129,14 @@ std::string otherName(const Format& format) {
     const bool isOther =
         isOwnCode(format.code) || format.has(isSnorm | isInteger) || format.kernel == BlockKernel::bc6hSigned;
     return isOther ? "" : formatText(*findCode(format.code));
+}
+
+std::string headerFlagText(std::uint32_t flags) {
+    return flagText(headerFlags, flags);
+}
+
+std::string pixelFlagText(std::uint32_t flags) {
+    return flagText(pixelFormatFlags, flags);
 }
 
 }  // namespace kpx

@@ -1,9 +1,11 @@
-// What is found out about a file, and the one grade that follows from it.
+// What is found out about a file: why it is not decoded, what may surprise in its picture, and the grade that follows.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "explain/verdict.h"
 
 namespace kpx {
 
@@ -30,5 +32,11 @@ struct Finding {
 
 // Returns the worst severity; right if there are no findings.
 Grade gradeOf(const std::vector<Finding>& findings);
+
+// Returns why a file is not decoded, or not opened; nothing for a decoded file. The first has the advice.
+std::vector<Finding> causesOf(const FileFacts& facts, const Verdict& verdict);
+
+// Returns what may surprise in a file that is decoded, or that hosts do not recognise.
+std::vector<Finding> surprisesOf(const FileFacts& facts, const Verdict& verdict);
 
 }  // namespace kpx
