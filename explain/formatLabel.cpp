@@ -15,7 +15,7 @@ constexpr struct {
     const char* code;
 } codes[] = {{71, "DXT1"}, {74, "DXT3"}, {77, "DXT5"}, {80, "ATI1"}, {83, "ATI2"}};
 
-// Returns the DXGI format of the same data; null if there is none.
+// Returns the DXGI format of the same data; null if there is none. A code has the first one whose type is known.
 const Format* dxgiOf(const Format& row) {
     if (row.namedBy == NamedBy::dxgi) return &row;
     if (row.sameDxgi != 0) return findDxgi(row.sameDxgi);
@@ -64,6 +64,25 @@ bool isLuminance(const Explanation& file) {
            format->id != file.facts.header.header.ddspf.dwFourCC;
 }
 
+// Returns whether this system uses the code for itself.
+bool isOwnCode(std::uint32_t code) {
+    return code >= CODE_SINGLE16 && (code <= CODE_SINGLE8 || code == CODE_RGB_FLOAT32);
+}
+
+// Returns the code or the masks under which a DXGI format's data is read as the same type; empty if there are none.
+std::string legacyName(const Format& dxgi) {
+    if (dxgi.code == 0) {
+        for (const Format& row : formatTable())
+            if (row.namedBy == NamedBy::masks && row.sameDxgi == dxgi.id) return formatText(row);
+        return {};
+    }
+    // Codes mean unsigned and normalised values, and some are used only by this system.
+    const bool isOther =
+        isOwnCode(dxgi.code) || dxgi.has(isSnorm | isInteger) || dxgi.kernel == BlockKernel::bc6hSigned;
+    if (isOther) return {};
+    return formatText(*findCode(dxgi.code));
+}
+
 std::string undecodedName(const Explanation& file) {
     if (file.verdict.loader == Loader::dx10 && file.verdict.refusal != Refusal::dx10HeaderCut)
         return "DXGI " + dxgiText(file.facts.dx10Header.dxgiFormat);
@@ -103,8 +122,13 @@ std::string namedFormat(const Explanation& file) {
 }
 
 std::string sameAs(const Explanation& file) {
-    const bool hasOther = file.verdict.format != nullptr && !isLuminance(file);
-    return hasOther ? otherName(*file.verdict.format) : "";
+    const Format* format = file.verdict.format;
+    if (format == nullptr || isLuminance(file)) return {};
+    if (format->namedBy == NamedBy::dxgi) return legacyName(*format);
+    if (format->sameDxgi != 0) return "DXGI " + dxgiText(format->sameDxgi);
+    const Format* dxgi = dxgiOf(*format);
+    if (dxgi == nullptr) return {};
+    return formatText(*dxgi);
 }
 
 }  // namespace kpx

@@ -194,31 +194,26 @@ std::string dxgiByDxgi(Draft& draft, const Format& row) {
     return textOf("The DXGI format, ", dxgiText(row.id), ", becomes ", dxgiText(row.remedy.id), ".");
 }
 
-struct RemedyRow {
-    Remedy::Kind kind;
-    bool isDxgi;     // the remedy of a DXGI format, else of a code
-    bool isBumpMap;  // of a format that flags name, too
-    const char* id;
-    std::string (*change)(Draft&, const Format&);
-};
-constexpr RemedyRow remedyRows[] = {
-    {Remedy::Kind::code, false, false, "code-of-another-writer", byCode},
-    {Remedy::Kind::masks, false, false, "code-of-masks", codeByMasks},
-    {Remedy::Kind::masks, true, false, "dxgi-of-masks", dxgiByMasks},
-    {Remedy::Kind::flags, false, true, "code-of-luminance", byOwnFlags},
-    {Remedy::Kind::dxgi, false, true, "signed-data", codeByDxgi},
-    {Remedy::Kind::dxgi, false, false, "code-of-dxgi", codeByDxgi},
-    {Remedy::Kind::dxgi, true, false, "dxgi-of-depth", dxgiByDxgi},
-};
-
 // Names the data by a format under which it is decoded.
 Remark knownData(Draft& draft) {
     const Format* row = rowToCure(draft);
     if (row == nullptr || (row->namedBy == NamedBy::masks && draft.verdict.format == row)) return {};
-    for (const RemedyRow& each : remedyRows) {
-        const bool isThis = each.kind == row->remedy.kind && each.isDxgi == (row->namedBy == NamedBy::dxgi) &&
-                            each.isBumpMap == (row->pixelFlags != 0);
-        if (isThis) return {each.id, each.change(draft, *row)};
+    const bool isDxgi = row->namedBy == NamedBy::dxgi;
+    switch (row->remedy.kind) {
+        case Remedy::Kind::code:
+            return {"code-of-another-writer", byCode(draft, *row)};
+        case Remedy::Kind::masks:
+            if (isDxgi) return {"dxgi-of-masks", dxgiByMasks(draft, *row)};
+            return {"code-of-masks", codeByMasks(draft, *row)};
+        case Remedy::Kind::flags:
+            return {"code-of-luminance", byOwnFlags(draft, *row)};
+        case Remedy::Kind::dxgi:
+            if (isDxgi) return {"dxgi-of-depth", dxgiByDxgi(draft, *row)};
+            // A format that flags name, too, is a signed bump map.
+            return {row->pixelFlags != 0 ? "signed-data" : "code-of-dxgi", codeByDxgi(draft, *row)};
+        case Remedy::Kind::recoding:
+        case Remedy::Kind::none:
+            return {};
     }
     return {};
 }

@@ -51,28 +51,6 @@ std::string flagText(std::span<const FlagName> names, std::uint32_t flags) {
     return text;
 }
 
-// Returns whether this system uses the code for itself.
-bool isOwnCode(std::uint32_t code) {
-    return code >= CODE_SINGLE16 && (code <= CODE_SINGLE8 || code == CODE_RGB_FLOAT32);
-}
-
-// Returns the first DXGI format of a known type that is read by the code.
-std::string dxgiOfCode(std::uint32_t code) {
-    for (const Format& row : formatTable()) {
-        const bool isTyped = !row.has(isTypeless);
-        if (row.namedBy == NamedBy::dxgi && row.code == code && isTyped) return "DXGI " + dxgiText(row.id);
-    }
-    return {};
-}
-
-// Returns the masks of the same data as a DXGI format's.
-std::string masksOfSameData(std::uint32_t dxgi) {
-    for (const Format& row : formatTable()) {
-        if (row.namedBy == NamedBy::masks && row.sameDxgi == dxgi) return textOf("masks ", row.name);
-    }
-    return {};
-}
-
 }  // namespace
 
 std::string codeText(std::uint32_t code) {
@@ -118,17 +96,6 @@ std::string formatText(const Format& format) {
 
 std::string channelCount(const Format& format) {
     return format.channels == 0 ? "3 or 4" : std::to_string(format.channels);
-}
-
-std::string otherName(const Format& format) {
-    if (format.sameDxgi != 0) return "DXGI " + dxgiText(format.sameDxgi);
-    if (format.namedBy == NamedBy::code) return dxgiOfCode(format.code);
-    if (format.namedBy != NamedBy::dxgi) return {};
-    if (format.code == 0) return masksOfSameData(format.id);
-    // A code says another type of the data: unsigned and normalised.
-    const bool isOther =
-        isOwnCode(format.code) || format.has(isSnorm | isInteger) || format.kernel == BlockKernel::bc6hSigned;
-    return isOther ? "" : formatText(*findCode(format.code));
 }
 
 std::string headerFlagText(std::uint32_t flags) {

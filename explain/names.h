@@ -24,9 +24,6 @@ std::string formatText(const Format& format);
 // Returns the channels that a host gets of the format, in words: "4", or "3 or 4" if the header decides.
 std::string channelCount(const Format& format);
 
-// Returns the other name of the same data: the DXGI format of a legacy one, and the reverse. Empty if there is none.
-std::string otherName(const Format& format);
-
 // Return flags as a number with the names of those that have one: 0x41 DDPF_ALPHAPIXELS DDPF_RGB.
 std::string headerFlagText(std::uint32_t flags);  // of DDS_HEADER.dwFlags
 std::string pixelFlagText(std::uint32_t flags);   // of DDS_PIXELFORMAT.dwFlags

@@ -1,6 +1,6 @@
-// The extension module _kpximage, which the package kpximage is written over: paths are bytes, channels are a text of a
-// letter each, objects are JSON. What ends the work on a file is a Failure with the tool's sentence and the error
-// number of the system, or None; an OutputFailure if the file is the output.
+// The extension module _kpximage under the package kpximage: paths are bytes, channels a string of one letter each,
+// objects JSON. An error of a file is a Failure with the tool's sentence and errno or None; an OutputFailure if the
+// file is the output.
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <pybind11/functional.h>
@@ -10,11 +10,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <limits>
 #include <optional>
+#include <vector>
 
 #include "explain/Explanation.h"
+#include "explain/text.h"
 #include "host/HostError.h"
-#include "python/ArraySource.h"
 #include "tools/files/PendingFile.h"
 #include "tools/json/fileJson.h"
 #include "tools/json/gradeText.h"
@@ -33,9 +36,9 @@ namespace {
 
 namespace py = pybind11;
 
-// While one lives, other threads have the interpreter. An interpreter that has ended meanwhile ends the threads that
-// ask for it again by unwinding their stacks, on which are Python's objects that nobody may touch any more: such a
-// thread sleeps until the process is gone, as in later versions of Python.
+// Releases the interpreter lock while it lives. If the interpreter has ended by then, it unwinds the stacks of the
+// threads that ask for the lock. These stacks hold Python objects, which must not be touched any more, so the thread
+// sleeps until the process ends, as later versions of Python do.
 class Unlocked {
 public:
     Unlocked() : m_state(PyEval_SaveThread()) {}
@@ -53,7 +56,7 @@ private:
     PyThreadState* m_state;
 };
 
-// This module, which lies in the folder of its package.
+// Returns where plug-ins are looked for: around this module, which is in the folder of its package.
 tool::Searcher module() {
     Dl_info self{};
     dladdr(reinterpret_cast<const void*>(&module), &self);
@@ -61,50 +64,48 @@ tool::Searcher module() {
             "in KPX_PLUGIN"};
 }
 
-// Loaded at its first use, for as long as the process lives: other threads may be within it when the interpreter ends.
+// Loads the plug-in on first use. It is never unloaded, as other threads may use it when the interpreter ends.
 const host::Plugin& plugin() {
     static const host::Plugin& loaded = *new host::Plugin(tool::choosePlugin("", module()).path);
     return loaded;
 }
 
-// Runs the handlers of signals that have come; what they raise ends the work.
-void heedSignals() {
+// Runs the handlers of pending signals. Throws what they raise.
+void handleSignals() {
     if (PyErr_CheckSignals() != 0) throw py::error_already_set();
 }
 
-// Also returns what is known of the file.
+// Opens a file, and returns in `explanation` what is known of it. Throws FileError, HostError and bad_alloc.
 tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path, Explanation& explanation) {
     const tool::OpenFile file(path);
     explanation = explain(file.facts());
     if (explanation.grade == Grade::unreadable) throw FileError(tool::gradeText(explanation).sentence);
     tool::OpenedImage image = tool::openThroughHost(plugin, file);
-    // There was no memory for what could be decoded.
+    // The picture could be decoded, but its memory could not be allocated.
     if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
     return image;
 }
 
-// From the reader's rows of channels to pixels, with nothing in between.
+// Copies the reader's rows of channels directly to an array of pixels.
 template <typename Value>
-void copyRows(tool::DdsSource& source, std::size_t channels, Value* to) {
-    const Unlocked unlocked;
-    const auto width = static_cast<std::size_t>(source.layout().width);
-    for (int y = 0; y < source.layout().height; ++y, to += width * channels) {
-        const auto rows = source.nextRow();
-        std::array<const Value*, 4> values{};
-        for (std::size_t i = 0; i < channels; ++i) values[i] = reinterpret_cast<const Value*>(rows[i]);
-        tool::joinRows(values.data(), channels, width, to);
-    }
-}
-
-template <typename Value>
-py::array readRows(tool::DdsSource& source, py::ssize_t channels) {
+py::array readRows(tool::DdsSource& source, py::ssize_t channelCount) {
     const tool::ImageLayout& layout = source.layout();
-    py::array_t<Value> array(std::array<py::ssize_t, 3>{layout.height, layout.width, channels});
-    copyRows(source, static_cast<std::size_t>(channels), array.mutable_data());
+    py::array_t<Value> array(std::array<py::ssize_t, 3>{layout.height, layout.width, channelCount});
+    Value* to = array.mutable_data();
+    const auto width = static_cast<std::size_t>(layout.width), channels = static_cast<std::size_t>(channelCount);
+    {
+        const Unlocked unlocked;
+        for (int y = 0; y < layout.height; ++y, to += width * channels) {
+            const auto rows = source.nextRow();
+            std::array<const Value*, 4> values{};
+            for (std::size_t i = 0; i < channels; ++i) values[i] = reinterpret_cast<const Value*>(rows[i]);
+            tool::joinRows(values.data(), channels, width, to);
+        }
+    }
     return array;
 }
 
-py::str textOf(const tool::Json& object) {
+py::str jsonText(const tool::Json& object) {
     return object.dump(-1, ' ', false, tool::Json::error_handler_t::replace);
 }
 
@@ -118,7 +119,7 @@ py::tuple readPicture(const std::string& path) {
         source.emplace(openImage(reading, path, explanation));
     }
     const std::string why = source->isBlack() ? tool::gradeText(explanation).sentence : "";
-    heedSignals();
+    handleSignals();
     std::string names(tool::channelUse(source->layout()).names);
     if (source->traits().isRed) names.front() = 'R';
     const auto channels = static_cast<py::ssize_t>(names.size());
@@ -128,8 +129,60 @@ py::tuple readPicture(const std::string& path) {
         const Unlocked unlocked;
         source.reset();
     }
-    return py::make_tuple(array, names, why, textOf(tool::fileAsJson(path, explanation)));
+    return py::make_tuple(array, names, why, jsonText(tool::fileAsJson(path, explanation)));
 }
+
+// An array in memory as a picture that is written: bytes along the axes height, width and channels, with any strides.
+class ArraySource : public tool::PixelSource {
+public:
+    // names: a letter for each channel, in any order. The array must outlive the source. Throws UsageError for names
+    // that no picture has, and for sizes that no file can have.
+    ArraySource(const py::array& pixels, const std::string& names)
+        : m_from(static_cast<const unsigned char*>(pixels.data())), m_strides(pixels.strides()) {
+        // Red alone is written as grey, as other one-colour pictures are.
+        std::string channels = names;
+        if (channels.find_first_of("YGB") == channels.npos) std::replace(channels.begin(), channels.end(), 'R', 'Y');
+        const tool::ChannelUse* use = tool::channelUse(channels);
+        if (use == nullptr)
+            throw tool::UsageError("array has the channels " + names +
+                                   ", which are none of Y, R, A, YA, RA, RG, RGA, RGB and RGBA");
+        m_layout = {sideOf(pixels.shape(1)), sideOf(pixels.shape(0)), use->colours, use->mattes, false};
+        if (pixels.size() == 0)
+            throw tool::UsageError(textOf("array has no pixels: it is ", m_layout.width, " x ", m_layout.height));
+        const auto width = static_cast<std::size_t>(m_layout.width);
+        m_values.resize(width * names.size());
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            m_places.push_back(static_cast<py::ssize_t>(channels.find(use->names[i])));
+            m_rows.push_back(m_values.data() + i * width);
+        }
+    }
+
+    [[nodiscard]] tool::SourceKind kind() const override { return tool::SourceKind::dds; }
+    [[nodiscard]] const tool::ImageLayout& layout() const override { return m_layout; }
+
+    std::span<const unsigned char* const> nextRow() override {
+        unsigned char* to = m_values.data();
+        for (const py::ssize_t place : m_places) {
+            const unsigned char* from = m_from + place * m_strides[2];
+            for (int x = 0; x < m_layout.width; ++x) *to++ = from[x * m_strides[1]];
+        }
+        m_from += m_strides[0];
+        return m_rows;
+    }
+
+private:
+    static int sideOf(py::ssize_t count) {
+        if (count > std::numeric_limits<int>::max()) throw tool::UsageError("array is too large for a DDS file");
+        return static_cast<int>(count);
+    }
+
+    tool::ImageLayout m_layout{};
+    const unsigned char* m_from;  // the next row
+    const py::ssize_t* m_strides;
+    std::vector<py::ssize_t> m_places;    // of the picture's channels on the array's last axis
+    std::vector<unsigned char> m_values;  // a row of each channel in turn
+    std::vector<const unsigned char*> m_rows;
+};
 
 host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& value) try {
     const host::Option& option = tool::findOption(plugin, "Alpha");
@@ -138,7 +191,8 @@ host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& va
     throw tool::UsageError(std::string("alpha: ") + error.what());
 }
 
-// `tell` is called with what is to be said of a file that is complete; what it raises leaves no file.
+// Writes a DDS file. `tell` is called with the note about a complete file, if there is one; if it raises, no file is
+// left.
 void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
                   const std::function<void(const std::string&)>& tell) {
     if (pixels.ndim() != 3 || pixels.shape(2) != static_cast<py::ssize_t>(names.size()))
@@ -147,20 +201,16 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
     tool::OutputSettings settings{plugin()};
     settings.isPadded = true;
     if (!alpha.empty()) settings.options.push_back(alphaChoice(settings.plugin, alpha));
-    PixelArray array{static_cast<const unsigned char*>(pixels.data()), {}, {}};
-    std::copy_n(pixels.shape(), 3, array.shape.begin());
-    std::copy_n(pixels.strides(), 3, array.strides.begin());
-    ArraySource source(array, names);
+    ArraySource source(pixels, names);
     std::optional<tool::PendingFile> file;
     std::string note;
     {
         const Unlocked unlocked;
         file.emplace(path);
-        if (source.layout().isFloat) throw FileError("has floating-point channels, which cannot be written as DDS");
         note = tool::writeDds(source, file->path(), settings);
     }
     if (!note.empty()) tell(note);
-    heedSignals();
+    handleSignals();
     const Unlocked unlocked;
     file->commit();
 }
@@ -170,10 +220,10 @@ py::str explainFile(const std::string& path) {
         const Unlocked unlocked;
         return explain(tool::OpenFile(path).facts());
     }();
-    return textOf(tool::fileAsJson(path, file));
+    return jsonText(tool::fileAsJson(path, file));
 }
 
-// Without an output nothing is written.
+// Returns the report of a repair. Writes nothing without an output.
 py::str repair(const std::string& path, const std::optional<std::string>& output, bool mayConvert) {
     const tool::RepairPlan plan = [&] {
         const Unlocked unlocked;
@@ -182,18 +232,18 @@ py::str repair(const std::string& path, const std::optional<std::string>& output
         if (output && planned.helps()) tool::writeRepaired(file, planned, *output, tool::Existing::replace);
         return planned;
     }();
-    return textOf(tool::repairAsJson(path, output.value_or(""), plan, !output));
+    return jsonText(tool::repairAsJson(path, output.value_or(""), plan, !output));
 }
 
-// A sentence may quote a path, which need not be UTF-8.
-py::object textOf(const char* sentence) {
+// Returns a sentence as str. It may quote a path, which need not be UTF-8.
+py::object pathText(const char* sentence) {
     return py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(sentence));
 }
 
 // Sets a Failure of the type; a code of 0 becomes None.
 template <typename Error>
 void setFailure(py::handle type, const Error& error) {
-    const py::object sentence = textOf(error.what());
+    const py::object sentence = pathText(error.what());
     if (!sentence) return;
     const py::object code = error.code() == 0 ? py::object(py::none()) : py::int_(error.code());
     PyErr_SetObject(type.ptr(), py::make_tuple(sentence, code).ptr());
@@ -212,7 +262,7 @@ PYBIND11_MODULE(_kpximage, module) {
         try {
             std::rethrow_exception(std::move(thrown));
         } catch (const kpx::tool::UsageError& error) {
-            if (const py::object text = textOf(error.what())) PyErr_SetObject(PyExc_ValueError, text.ptr());
+            if (const py::object text = pathText(error.what())) PyErr_SetObject(PyExc_ValueError, text.ptr());
         } catch (const kpx::tool::OutputError& error) {
             setFailure(outputFailure, error);
         } catch (const kpx::FileError& error) {

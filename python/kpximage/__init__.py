@@ -5,9 +5,9 @@ Pictures are NumPy arrays of shape (height, width, channels), the top row first,
     picture = kpximage.read("wall.dds")
     kpximage.write("copy.dds", picture)
 
-All functions may be called by several threads at once; none holds the interpreter while files are read, decoded or
-written. The plug-in is the file that the environment variable KPX_PLUGIN names, or the first KPXDDS.so in the folders
-of KPX_PLUGIN_PATH, beside this package or in the installed place; it is loaded once.
+All functions are thread-safe and release the interpreter lock while files are read, decoded or written. The plug-in is
+the file named by the environment variable KPX_PLUGIN, or the first KPXDDS.so in the folders of KPX_PLUGIN_PATH, next to
+this package or in the installed place. It is loaded once.
 """
 
 from __future__ import annotations
@@ -38,8 +38,8 @@ _default_names = {1: "Y", 3: "RGB", 4: "RGBA"}
 class Error(OSError):
     """Raised if a file cannot be read or written, or no plug-in can be loaded. Its text is "PATH: SENTENCE".
 
-    If a system call failed, errno is its error number, and the exception is also the built-in one for that number, such as
-    FileNotFoundError or PermissionError. Otherwise errno is None.
+    If a system call failed, errno is its error number, and the exception is also the built-in one for that number, such
+    as FileNotFoundError or PermissionError. Otherwise errno is None.
 
     path: the file, as it was passed; filename is the same as str or bytes. None if no plug-in can be loaded.
     sentence: the message of the tool kpximage for the same failure.
@@ -57,7 +57,7 @@ class Error(OSError):
         return _error, (self.path, self.sentence, self.errno)
 
 
-# The kinds of Error, by the built-in exceptions that OSError itself chooses by errno.
+# The subclasses of Error, by the built-in exceptions that OSError itself chooses by errno.
 _kinds = {kind: type(kind.__name__, (Error, kind), {"__module__": __name__, "__doc__": kind.__doc__})
           for kind in (BlockingIOError, FileExistsError, FileNotFoundError, InterruptedError, IsADirectoryError,
                        NotADirectoryError, PermissionError, TimeoutError)}
@@ -70,17 +70,17 @@ def _error(path: Optional[Path], sentence: str, code: Optional[int]) -> Error:
 
 
 class ImageWarning(UserWarning):
-    """A picture is not what one may take it for: black, in place of what cannot be decoded, or stored wider."""
+    """A picture is not what it seems: black because it cannot be decoded, or stored with another width."""
 
 
 class Image(_Array):
-    """A picture with what is known of it beside its values.
+    """A picture and what is known of its file.
 
-    channels: the names of the last axis, such as ("R", "G", "B", "A"), ("Y",) or ("A",), by their places. Arrays that
-    are made of it have them where they have three axes and the last is as long, whatever it is then; else None.
-    is_black: whether it is the 64 by 64 black picture that stands for what cannot be decoded.
+    channels: the names of the last axis in order, such as ("R", "G", "B", "A"), ("Y",) or ("A",). An array derived from
+    the picture keeps them if it has three axes and the last has the same length; otherwise they are None.
+    is_black: whether it is the 64 by 64 black picture that replaces one that cannot be decoded.
     grade: the grade of the file, from "right" to "black"; None for arrays that were not read.
-    findings: what is known of the file beside that: dicts with "id", "severity", "sentence" and perhaps "advice".
+    findings: dicts with "id", "severity", "sentence" and perhaps "advice".
     """
 
     _names: Optional[Tuple[str, ...]] = None
@@ -145,9 +145,9 @@ def _errors_of(path: Optional[Path], output: Optional[Path] = None) -> Iterator[
 
 
 def plugin_path() -> str:
-    """The absolute path of the plug-in, which is loaded if it has not been.
+    """Returns the absolute path of the plug-in. Loads it if needed.
 
-    Raises Error where there is none that can be loaded.
+    Raises Error if no plug-in can be loaded.
     """
     with _errors_of(None):
         return os.fsdecode(_kpximage.plugin_path())
@@ -156,11 +156,11 @@ def plugin_path() -> str:
 def read(path: Path) -> Image:
     """Reads the first picture of a DDS file as an array (height, width, channels), the top row first.
 
-    Values are uint8, or float32 of files with floats; colour spaces are not converted. What cannot be decoded becomes
-    the 64 by 64 black picture: is_black is then true, and an ImageWarning says why.
+    Values are uint8, or float32 if the file has floats. Colour spaces are not converted. If a file cannot be decoded,
+    the picture is black, 64 by 64, its is_black is true, and an ImageWarning says why.
 
-    Raises Error if the file cannot be opened, is no DDS file or has no pixels, MemoryError where there is no memory
-    for the picture. Signals are heeded between files and pictures, not while one is decoded.
+    Raises Error if the file cannot be opened, is not a DDS file or has no pixels, and MemoryError if the picture cannot
+    be allocated. Signals are handled after a picture has been decoded, not in between.
     """
     name = _file_name(path)
     plugin_path()
@@ -182,19 +182,19 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
 
     path: a name that ends in .dds.
     array: uint8 of shape (height, width) or (height, width, 1 to 4), the top row first.
-    channels: the name of each channel, in any order, of one of the sets Y, R, A, YA, RA, RG, RGA, RGB and RGBA; R
-    without G is written as grey. Else those of the array; else by their number: 1 is Y, 3 are RGB, 4 are RGBA.
-    alpha: False leaves alpha out; or a value of the plug-in's option "Alpha", by its name.
+    channels: the name of each channel, in any order, from one of the sets Y, R, A, YA, RA, RG, RGA, RGB and RGBA. R
+    without G is written as grey. Default: the channels of the Image, or by their count: 1 is Y, 3 is RGB, 4 is RGBA.
+    alpha: False drops alpha; or the name of a value of the plug-in's option "Alpha".
 
-    Floats have to be converted to uint8 before. For colours of scene-linear light, as in pictures that read returns:
+    Floats must be converted to uint8 first. For scene-linear colours, as in float pictures that read returns:
 
         light = np.nan_to_num(picture).clip(0, 1)
         srgb = np.where(light <= 0.0031308, 12.92 * light, 1.055 * light ** (1 / 2.4) - 0.055)
         kpximage.write("out.dds", np.rint(255 * srgb).astype(np.uint8))
 
-    Raises ValueError for other names, shapes, channels and values of alpha, and if channels are taken from an Image but
-    not named; TypeError for values other than uint8 and for masked arrays; Error if the file cannot be written. An
-    ImageWarning says that another width is stored; if warnings are raised as exceptions, nothing is written.
+    Raises ValueError for other names, shapes, channels and values of alpha, and if the array has some of an Image's
+    channels and they are not named; TypeError for values other than uint8 and for masked arrays; Error if the file
+    cannot be written. An ImageWarning says that another width is stored; if it is raised, no file is written.
     """
     name = _file_name(path)
     if not name.lower().endswith(b".dds"):
@@ -236,9 +236,9 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
 
 
 def explain(path: Path) -> "dict[str, Any]":
-    """What a file is, how it is read and why it looks as it does: the object of `kpximage explain --json`.
+    """Returns what a file is, how it is read and why it looks as it does: the object of `kpximage explain --json`.
 
-    Raises Error where the file cannot be read.
+    Raises Error if the file cannot be read.
     """
     name = _file_name(path)
     with _errors_of(path):
@@ -247,13 +247,13 @@ def explain(path: Path) -> "dict[str, Any]":
 
 
 def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "dict[str, Any]":
-    """Writes a copy whose header says the same picture in a form that is decoded: the object of `kpximage repair --json`.
+    """Writes a copy with a header that is decoded correctly. Returns the object of `kpximage repair --json`.
 
-    out: the copy, which appears whole or not at all, and only where "result" is "repaired" or "recoded"; without it
-    nothing is written, as with --dry-run.
-    convert: the picture may be converted too, where nothing else helps.
+    out: the copy. It appears whole or not at all, and only if "result" is "repaired" or "recoded". Without it nothing
+    is written, as with --dry-run.
+    convert: recode the pixels too if nothing else helps.
 
-    Raises Error where the file cannot be read or the copy cannot be written.
+    Raises Error if the file cannot be read or the copy cannot be written.
     """
     names = _file_name(path), None if out is None else _file_name(out, "out")
     if not _is_bool(convert):

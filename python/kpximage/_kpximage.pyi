@@ -1,4 +1,4 @@
-"""The extension under kpximage; paths are bytes, channels a letter each."""
+"""The extension under kpximage; paths are bytes, channels one letter each."""
 
 from typing import Any, Callable, Optional, Tuple
 
