@@ -1,4 +1,4 @@
-// What ends the work on one file.
+// The error that ends the work on one file.
 #pragma once
 
 #include <cerrno>
@@ -8,13 +8,12 @@
 
 namespace kpx {
 
-// The work on a file cannot go on. The message is a sentence without the file's name, which is added where it is
-// caught.
+// The work on a file cannot go on. The message is a sentence without the file's name, which the catcher adds.
 class FileError : public std::runtime_error {
 public:
     explicit FileError(const std::string& sentence, int code = 0) : std::runtime_error(sentence), m_code(code) {}
 
-    // The error number of the system call that failed (errno); 0 if none failed.
+    // Returns the error number of the system call that failed (errno); 0 if none failed.
     [[nodiscard]] int code() const { return m_code; }
 
 private:

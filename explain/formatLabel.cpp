@@ -1,5 +1,4 @@
-// What a file's format is called: by one name of ours, the name of the same data in DXGI if it has one, and as the file
-// names it.
+// What a file's format is called: by its one label, mostly the DXGI name of the same data, and as the file names it.
 #include <string_view>
 
 #include "explain/Explanation.h"

@@ -27,7 +27,7 @@ bool hasCause(const Draft& draft, Refusal refusal) {
     return draft.verdict.refusal == refusal || draft.verdict.secondRefusal == refusal;
 }
 
-// Sets the size of a file whose data, which began at dataStart, comes after a header of another length.
+// Sets the size of a file whose data moves from dataStart to the end of a header of another length.
 void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
     draft.facts.fileBytes = draft.facts.fileBytes - dataStart + newHeaderBytes;
 }
@@ -65,7 +65,7 @@ DDS_HEADER& headerOf(Draft& draft) {
 const Format* rowToCure(const Draft& draft) {
     const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
     const Format* bumpMap = findBumpMap(format);
-    // What is signed is never read as such by masks, whatever flags are set beside.
+    // Masks never read data as signed, whatever other flags are set.
     if (bumpMap != nullptr && bumpMap->remedy.kind == Remedy::Kind::dxgi) return bumpMap;
     switch (draft.verdict.refusal) {
         case Refusal::dxgiRejected:
@@ -106,7 +106,8 @@ void nameByDxgi(Draft& draft, std::uint32_t dxgi) {
 
 namespace {
 
-// Each mend makes its change and returns a sentence for it, or returns an empty one if the file has not its fault.
+// Each mend makes its change and returns a sentence for it, or returns an empty one if the file does not have its
+// fault.
 
 // Returns whether the code is to be trusted rather than the flags: a block code if the file is too small for what the
 // flags say.
@@ -163,7 +164,7 @@ std::string dxgiByMasks(Draft& draft, const Format& row) {
     moveData(draft, factBytes, sizeof(DdsFileHeader));
     std::string sentence = textOf("The DX10 header, 20 bytes of DXGI ", dxgiText(dx10.dxgiFormat), ", becomes ", masks);
     if (dx10.arraySize > 1) sentence += textOf("; the array size ", dx10.arraySize, " is lost");
-    // Masks mean straight alpha, which is the mode before this.
+    // Masks mean straight alpha, the mode below premultiplied.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
         sentence += textOf("; the alpha mode, ", alphaMode, ", is lost");
     return sentence + ".";
@@ -232,7 +233,7 @@ std::string luminanceAsRed(Draft& draft) {
 std::string alphaWithoutMask(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     const bool isColour = draft.verdict.loader == Loader::uncompressed && maskedChannels(format) == 4;
-    // Of fewer than 8 bits, the channels decide how large a pixel is.
+    // With fewer than 8 bits, the count of channels decides the size of a pixel.
     if (!isColour || format.dwABitMask != 0 || format.dwRGBBitCount < 8) return {};
     format.dwFlags &= ~DDPF_ALPHAPIXELS;
     return "DDPF_ALPHAPIXELS is removed: the alpha mask is 0, so that every pixel would be transparent.";

@@ -1,4 +1,4 @@
-// Names by the table of formats and by the constants of the file's records.
+// Looks names up in the table of formats and in a table of the flags.
 #include "explain/names.h"
 
 #include <cctype>

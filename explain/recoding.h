@@ -31,7 +31,7 @@ struct RecodingRow {
 
     // Returns the size of a row of units.
     constexpr std::uint64_t rowBytes(std::uint32_t width) const { return ceilQuotient(width, unitWidth) * unitBytes; }
-    // Returns the size of a picture as it is stored; UINT64_MAX if it is that or more.
+    // Returns the size of a picture as it is stored; UINT64_MAX also stands for more.
     constexpr std::uint64_t pictureBytes(std::uint32_t width, std::uint32_t height) const {
         return saturatingProduct(rowBytes(width), ceilQuotient(height, unitHeight));
     }

@@ -1,4 +1,4 @@
-// Surfaces lie element by element, face by face, level by level and slice by slice, without gaps.
+// Surfaces are stored element by element, face by face, level by level and slice by slice, without gaps.
 #include "explain/surfaces.h"
 
 #include <algorithm>

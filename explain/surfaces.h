@@ -37,10 +37,10 @@ struct SurfaceLayout {
     Contents contents;           // with no more levels than halving the sides gives
     std::uint64_t headerBytes;   // before all data
     std::uint64_t paletteBytes;  // between the headers and the first picture; 0 without a palette
-    std::uint64_t count;         // of surfaces; UINT64_MAX if they are that many or more
+    std::uint64_t count;         // of surfaces; UINT64_MAX also stands for more
     const Format* recoded;       // the format that is recoded; null if the verdict's format is decoded
 
-    // Returns the size of the data of a picture; UINT64_MAX if it is that or more.
+    // Returns the size of the data of a picture; UINT64_MAX also stands for more.
     [[nodiscard]] std::uint64_t surfaceBytes(std::uint32_t width, std::uint32_t height) const;
 };
 

@@ -8,7 +8,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <iterator>
 
 #include "dds/checkedSize.h"
 #include "explain/FileError.h"
@@ -67,12 +66,6 @@ std::vector<unsigned char> headerBytes(const FileFacts& facts) {
     std::memcpy(bytes.data() + sizeof facts.header, &facts.dx10Header, sizeof facts.dx10Header);
     if (!hasDx10Header(facts)) bytes.resize(sizeof facts.header);
     return bytes;
-}
-
-const char* resultName(Result result) {
-    constexpr const char* names[] = {"decoded", "black", "refused"};
-    static_assert(std::size(names) == static_cast<std::size_t>(Result::refused) + 1);
-    return names[static_cast<std::size_t>(result)];
 }
 
 Verdict judge(const FileFacts& facts) {

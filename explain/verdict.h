@@ -59,9 +59,6 @@ enum class Result : std::uint8_t {
     refused,  // no picture: the file cannot be opened
 };
 
-// Returns "decoded", "black" or "refused".
-const char* resultName(Result result);
-
 struct Verdict : LoadPlan {
     Result result;
 };

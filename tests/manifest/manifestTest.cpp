@@ -99,7 +99,7 @@ std::string manifestLine(std::span<const unsigned char> file) {
     // Only the verdict tells the black picture from others.
     const kpx::Result result = opened < 0 ? kpx::Result::refused : verdict.result;
     std::ostringstream line;
-    line << kpx::resultName(result) << '\t';
+    line << resultName(result) << '\t';
     std::string digest = "-";
     if (result == kpx::Result::refused) {
         line << "-\t-\t-\t-\t-";

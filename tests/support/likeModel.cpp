@@ -3,7 +3,6 @@
 #include <sstream>
 #include <string_view>
 
-#include "explain/verdict.h"
 #include "tests/support/memoryFile.h"
 
 namespace testing_support {
@@ -17,7 +16,7 @@ std::string lineOf(const std::string& text) {
 std::string inWords(kpx::Result result, const std::string& printed, std::uint64_t width, std::uint64_t height,
                     unsigned channels, bool hasAlpha, unsigned bits) {
     std::ostringstream words;
-    words << kpx::resultName(result) << ", printed \"" << printed << '"';
+    words << resultName(result) << ", printed \"" << printed << '"';
     if (result == kpx::Result::refused) return words.str();
     words << ", " << width << " by " << height << ", " << channels << " channels of " << bits << " bits";
     return words.str() + (hasAlpha ? ", the last is alpha" : "");
@@ -94,6 +93,11 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
     if (differences.str().empty() && !isRefused) comparePixels(differences, reader, picture, mostPixels);
     if (differences.str().empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << differences.str() << "with the kernels " << kernels.name;
+}
+
+const char* resultName(kpx::Result result) {
+    constexpr const char* names[] = {"decoded", "black", "refused"};
+    return names[static_cast<std::size_t>(result)];
 }
 
 }  // namespace testing_support

@@ -5,6 +5,7 @@
 
 #include <span>
 
+#include "explain/verdict.h"
 #include "tests/model/readerModel.h"
 #include "tests/support/ddsFiles.h"
 
@@ -19,5 +20,8 @@ testing::AssertionResult readsLikeModel(std::span<const unsigned char> file,
 testing::AssertionResult readsLikeModel(const char* path, std::span<const unsigned char> file,
                                         const kpx::KernelSet& kernels = kpx::bestKernels(),
                                         std::uint64_t mostPixels = comparedPixels);
+
+// Returns "decoded", "black" or "refused".
+const char* resultName(kpx::Result result);
 
 }  // namespace testing_support

@@ -72,7 +72,7 @@ Outcome Repairs::run() {
 }
 
 RepairPlan Repairs::repair(const InputFile& file, const std::string& output, Report& report) {
-    if (m_mode == Mode::inPlace) return repairInPlace(file.path, false);
+    if (m_mode == Mode::inPlace) return repairInPlace(file.path);
     const OpenFile input(file.path);
     RepairPlan plan = planRepair(input.facts(), m_arguments.isRecoding);
     if (m_mode == Mode::dryRun || !plan.helps()) return plan;

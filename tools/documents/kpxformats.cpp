@@ -1,10 +1,10 @@
 // Writes docs/formats.md, the table of formats in words, to standard output.
 #include <iostream>
-#include <sstream>
 #include <string>
 
 #include "dds/formatTable.h"
 #include "explain/names.h"
+#include "explain/text.h"
 
 namespace kpx {
 namespace {
@@ -21,16 +21,15 @@ constexpr Section sections[] = {
 };
 
 std::string idOf(const Format& format) {
-    std::ostringstream text;
-    if (format.namedBy == NamedBy::masks) {
-        text << std::hex << std::uppercase << "R 0x" << format.masks.r << " G 0x" << format.masks.g << " B 0x"
-             << format.masks.b << " A 0x" << format.masks.a;
-    } else if (format.namedBy == NamedBy::code && format.id > 0xFFFF) {
-        for (int i = 0; i < 4; ++i) text << static_cast<char>(format.id >> (8 * i));
-    } else {
-        text << format.id;
-    }
-    return text.str();
+    const Masks& masks = format.masks;
+    if (format.namedBy == NamedBy::masks)
+        return textOf("R ", hex(masks.r), " G ", hex(masks.g), " B ", hex(masks.b), " A ", hex(masks.a));
+    return format.namedBy == NamedBy::code ? codeText(format.id) : std::to_string(format.id);
+}
+
+std::string bytesOf(const Format& format) {
+    if (format.blockBytes != 0) return textOf(int{format.blockBytes}, " per block");
+    return format.bytesPerPixel == 0 ? "as the header says" : std::to_string(format.bytesPerPixel);
 }
 
 std::string notesOf(const Format& format) {
@@ -41,7 +40,7 @@ std::string notesOf(const Format& format) {
     constexpr Note notes[] = {
         {setsAlpha, "has alpha"},         {highBytes, "high byte of 16 bits"},
         {isSnorm, "signed-normalised"},   {isHalf, "16-bit floats"},
-        {pixelPairs, "pairs of pixels"},  {linearSizeOnly, "with DDPF_FOURCC only where DDSD_LINEARSIZE is set"},
+        {pixelPairs, "pairs of pixels"},  {linearSizeOnly, "with DDPF_FOURCC only if DDSD_LINEARSIZE is set"},
         {nibbleIndices, "4-bit indices"}, {smallPalette, "16 entries"},
     };
     std::string text;
@@ -58,17 +57,9 @@ void writeFormats(std::ostream& text) {
              << "\n\n| | name | loader | bytes | layout | channels | notes |\n|---|---|---|---|---|---|---|\n";
         for (const Format& format : formatTable()) {
             if (format.namedBy != section.namedBy) continue;
-            text << "| " << idOf(format) << " | " << format.name << " | `" << loaderName(format.loader) << "` | ";
-            if (format.blockBytes != 0) {
-                text << int{format.blockBytes} << " a block";
-            } else if (format.bytesPerPixel != 0) {
-                text << int{format.bytesPerPixel};
-            } else {
-                text << "as the header says";
-            }
-            text << " | `" << layoutRow(format.layout).name << "` | ";
-            text << channelCount(format);
-            text << " | " << notesOf(format) << " |\n";
+            text << "| " << idOf(format) << " | " << format.name << " | `" << loaderName(format.loader) << "` | "
+                 << bytesOf(format) << " | `" << layoutRow(format.layout).name << "` | " << channelCount(format)
+                 << " | " << notesOf(format) << " |\n";
         }
     }
 }

@@ -1,4 +1,4 @@
-// An object for the file, with objects for its header and its picture.
+// Makes an object for a file, with objects for its header and its picture.
 #include "tools/json/fileJson.h"
 
 #include "explain/names.h"

@@ -1,4 +1,4 @@
-// What is told of a file as JSON, by docs/kpximage.schema.json.
+// Reports on files as JSON, by docs/kpximage.schema.json.
 #pragma once
 
 #include <string>
@@ -10,10 +10,10 @@
 
 namespace kpx::tool {
 
-// The object of `info --json` and `explain --json`.
+// Returns the object of `info --json` and `explain --json`.
 Json fileAsJson(const std::string& name, const Explanation& file);
 
-// The object of `repair --json` and `recode --json`. An empty output is none.
+// Returns the object of `repair --json` and `recode --json`. output: empty if there is none.
 Json repairAsJson(const std::string& input, const std::string& output, const RepairPlan& plan, bool isDryRun);
 
 }  // namespace kpx::tool

@@ -17,11 +17,11 @@ struct GradeText {
     std::string group;     // the same for many files, without numbers
 };
 
-// Returns what makes a file suspect, wrong, black or unreadable, and what helps.
+// Returns why a file is suspect, wrong, black or unreadable, and what helps.
 GradeText gradeText(const Explanation& file);
 
-// Adds the findings that make a file suspect, wrong, black or unreadable, and what helps; nothing for better ones.
-// Those of a suspect file are a note unless it counts as bad.
+// Reports why a file is suspect, wrong, black or unreadable, and what helps; nothing for better ones. For a suspect
+// file it is a note unless the file counts as bad.
 void warnOfGrade(const Explanation& file, Report& report, bool isStrict = false);
 
 }  // namespace kpx::tool

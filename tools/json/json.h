@@ -1,4 +1,4 @@
-// JSON for standard output, one object a line.
+// JSON for standard output, one object per line.
 #pragma once
 
 #include <exception>
@@ -12,10 +12,11 @@ namespace kpx::tool {
 
 using Json = nlohmann::ordered_json;
 
-// Returns JSON in one line, in valid UTF-8 whatever file names hold, and safe to show on a terminal.
+// Returns JSON in one line that is safe to show on a terminal: valid UTF-8 whatever the file names, no control
+// characters.
 std::string jsonText(const Json& object);
 
-// Runs the work on a file; what it throws is printed as an object before it goes on.
+// Runs the work on a file. Prints an exception as an object and rethrows it.
 template <typename Work>
 auto withFailureAsJson(Report& report, bool isJson, Work work) {
     const auto print = [&](const char* sentence) {

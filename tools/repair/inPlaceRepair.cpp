@@ -1,4 +1,4 @@
-// The new file is complete and on the disk before the original gets its second name, and only then takes the first.
+// The new file is complete and on disk before the original gets its second name, and replaces the file after that.
 #include "tools/repair/repairFile.h"
 
 #include <fcntl.h>
@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The folder and the names of a file and its original. Links are resolved once.
+// The folder of a file and its original, and their names in it. Links are resolved once.
 class Place {
 public:
     explicit Place(const std::string& path) {
@@ -40,8 +40,9 @@ public:
         if (mode != 0 && !S_ISREG(mode)) throw FileError(original() + " is not a regular file");
         return mode != 0;
     }
+    // Replaces the file by its original. Throws OutputError.
     void putBack() const {
-        // A run that was stopped before it replaced the file has left two names of the original.
+        // A run that was stopped before it replaced the file has left the original with both names.
         const bool isDone = isSameFile(status(original()), status(m_name))
                                 ? unlinkat(m_folder, original().c_str(), 0) == 0
                                 : renameat(m_folder, original().c_str(), m_folder, m_name.c_str()) == 0;
@@ -49,7 +50,7 @@ public:
     }
 
 private:
-    // Of mode 0 if there is no such file.
+    // Returns the status of a file, of mode 0 if there is none.
     [[nodiscard]] struct stat status(const std::string& name) const {
         struct stat found {};
         const bool isThere = fstatat(m_folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0;
@@ -63,14 +64,13 @@ private:
 
 }  // namespace
 
-RepairPlan repairInPlace(const std::string& path, bool isDryRun) {
+RepairPlan repairInPlace(const std::string& path) {
     const OpenFile file(path);
     RepairPlan plan = planRepair(file.facts());
     if (!plan.helps()) return plan;
     if (file.status().st_nlink > 1 && !Place(path).hasOriginal())
         throw OutputError(textOf("is left as it is: it has ", file.status().st_nlink,
                                  " names (hard links), and only one would be repaired"));
-    if (isDryRun) return plan;
     PendingFile pending(path);
     if (!pending.replaces(file.status())) throw FileError("has been changed by another program");
     writeRepaired(file, plan, pending.descriptor());

@@ -11,13 +11,13 @@
 
 namespace kpx::tool {
 
-// What becomes of a file; nameOf returns the word for it in JSON.
+// The result for a file. nameOf returns its word in JSON.
 enum class RepairResult : std::uint8_t {
     repaired,         // only its header changes
-    recoded,          // its pixels change too, as asked for
+    recoded,          // its pixels change too, as requested
     nothingToRepair,  // it decodes as it is
     black,            // it cannot be decoded, and no repair is known
-    unreadable,       // it is no DDS file or cannot be opened, and no repair is known
+    unreadable,       // it is not a DDS file or cannot be opened, and no repair is known
 };
 
 const char* nameOf(RepairResult result);
@@ -27,35 +27,35 @@ struct RepairPlan {
     FileFacts facts;  // of the file as it is
     Repair repair;
     std::string reason;           // why it is not repaired, without the file's name; empty if it is
-    std::vector<Finding> causes;  // why it is not decoded after all; none if it is
+    std::vector<Finding> causes;  // why it is not decoded after the repair; none if it is
 
-    // Whether a copy can be made that decodes.
+    // Returns whether a copy can be made that decodes.
     [[nodiscard]] bool helps() const { return result == RepairResult::repaired || result == RepairResult::recoded; }
-    // What is changed, in order; nothing unless that helps.
+    // Returns the changes in order; none unless they help.
     [[nodiscard]] std::vector<Remark> changes() const { return helps() ? repair.mends : std::vector<Remark>(); }
 };
 
-// Returns what can be done for a file. Its pixels are recoded only if that is allowed and nothing else helps.
+// Returns what can be done for a file. With mayRecode its pixels are recoded if nothing else helps.
 RepairPlan planRepair(const FileFacts& facts, bool mayRecode = false);
 
 // Returns how many bytes of data writeRepaired copies.
 std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t mostPictures);
 
-// Writes the repaired file of a plan that helps to an open file. With mostPictures (at least 1) the data of its other
-// mipmaps, faces, slices and elements is left out, whatever its header says. Throws FileError for the input,
+// Writes the repaired file to an open file. Requires a plan that helps. Writes the data of the first mostPictures (at
+// least 1) mipmaps, faces, slices and elements only, whatever the header says. Throws FileError for the input,
 // OutputError for the output, and Interrupted after a signal.
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor,
                    std::uint64_t mostPictures = UINT64_MAX);
-// The same to a file that appears whole or not at all.
+// Writes the same to a file that appears whole or not at all.
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::string& output, Existing existing);
 
-// Where the original is kept.
+// Appended to the name of the file for its original.
 inline constexpr const char* originalEnding = ".orig";
 
-// Replaces a file by its repaired copy, if repair helps and this is no dry run. The original is kept first, beside the
-// file that a link points to. At any moment the file is the old one or the new one. Throws FileError, also if another
-// original is kept already, and OutputError.
-RepairPlan repairInPlace(const std::string& path, bool isDryRun);
+// Replaces a file by its repaired copy if repair helps. The original is kept first, next to the file that a link points
+// to. At any moment the file is the old one or the new one. Throws FileError, also if another original is already kept,
+// and OutputError.
+RepairPlan repairInPlace(const std::string& path);
 
 // Puts the original back, unless this is a dry run. Returns false if none is kept. Throws FileError and OutputError.
 bool undoRepair(const std::string& path, bool isDryRun);
