@@ -51,7 +51,7 @@ std::string nothingNamed(std::uint32_t flags) {
 
 // row: of the format, which is not decoded; null if it is not known.
 std::string notDecoded(const Format* row, const std::string& name) {
-    return row == nullptr ? textOf(name, " is not known") : textOf(name, " is not decoded: it is ", row->what);
+    return row == nullptr ? textOf(name, " is not known.") : textOf(name, " is not decoded: it is ", row->what, ".");
 }
 
 std::string unknownCode(const DDS_PIXELFORMAT& format) {
@@ -60,30 +60,14 @@ std::string unknownCode(const DDS_PIXELFORMAT& format) {
     if (code == dx10Code)
         return textOf("The code \"DX10\" counts only with DDPF_FOURCC (0x4); the pixel-format flags are ",
                       hex(format.dwFlags), ".");
-    return notDecoded(findUndecodedCode(code), "The code " + namedCode(code)) + ".";
+    return notDecoded(findUndecodedCode(code), "The code " + namedCode(code));
 }
 
-std::string dxgiRejected(std::uint32_t dxgi) {
-    const std::string sentence = notDecoded(findUndecodedDxgi(dxgi), "The DXGI format " + dxgiText(dxgi));
-    const Format* row = masksOfDxgi(dxgi);
-    if (row == nullptr) return sentence + ".";
-    const Masks masks = masksOf(*row);
-    const bool hasAlpha = (flagsOfMasks(*row) & DDPF_ALPHAPIXELS) != 0;
-    return textOf(sentence, "; the same pixels are read with DDPF_RGB", hasAlpha ? ", DDPF_ALPHAPIXELS" : "",
-                  " and the masks ", hex(masks.r), ", ", hex(masks.g), ", ", hex(masks.b),
-                  hasAlpha ? ", " + hex(masks.a) : "", ".");
-}
-
-// parts: what the required bytes consist of, in parentheses; may be empty.
-std::string shortText(const char* data, const Verdict& verdict, const std::string& parts = "") {
-    return textOf(data, bytesText(verdict.bytesExpected - verdict.bytesPresent), " short: the header requires ",
-                  verdict.bytesExpected, parts, ", the file has ", verdict.bytesPresent, ".");
-}
-
-std::string paletteShort(const Verdict& verdict) {
-    const std::uint32_t palette = paletteBytes(*verdict.format);
-    return shortText("Palette and indices are ", verdict,
-                     textOf(" (", palette, " for the palette, ", verdict.bytesExpected - palette, " for the indices)"));
+std::string shortText(const Verdict& verdict) {
+    // The data of an unknown code is required all the same.
+    return textOf(verdict.format == nullptr ? "The data, taken as blocks of 16 bytes, is " : "The data is ",
+                  bytesText(verdict.bytesExpected - verdict.bytesPresent), " short: the header requires ",
+                  verdict.bytesExpected, ", the file has ", verdict.bytesPresent, ".");
 }
 
 std::string tooLarge(const std::string& what, std::uint64_t bytes) {
@@ -94,8 +78,7 @@ std::string tooLarge(const std::string& what, std::uint64_t bytes) {
 Finding causeOf(Refusal refusal, const FileFacts& facts, const Verdict& verdict) {
     const DDS_HEADER& header = facts.header.header;
     const DDS_PIXELFORMAT& format = header.ddspf;
-    // The data of an unknown code is required all the same.
-    const char* data = verdict.format == nullptr ? "The data, taken as blocks of 16 bytes, is " : "The data is ";
+    const std::uint32_t dxgi = facts.dx10Header.dxgiFormat;
     switch (refusal) {
         case Refusal::headerCut:
             if (facts.fileBytes == 0) return cause("header-cut", getWhole, "The file is empty.");
@@ -122,7 +105,7 @@ Finding causeOf(Refusal refusal, const FileFacts& facts, const Verdict& verdict)
         case Refusal::dxgiRejected:
         case Refusal::dxgiTooLarge:
             return cause(refusal == Refusal::dxgiRejected ? "dxgi-not-decoded" : "dxgi-above-99", exportOther,
-                         dxgiRejected(facts.dx10Header.dxgiFormat));
+                         notDecoded(findUndecodedDxgi(dxgi), "The DXGI format " + dxgiText(dxgi)));
         case Refusal::sideTooLarge:
             return cause("side-too-large", makeSmaller, "A picture of ", sizeText(header), " has a side of more than ",
                          largestSide, " pixels, the most that a host supports.");
@@ -133,13 +116,13 @@ Finding causeOf(Refusal refusal, const FileFacts& facts, const Verdict& verdict)
             return cause("row-too-large", makeSmaller,
                          tooLarge(textOf("A row of ", header.dwWidth, " pixels"), verdict.rowBytes));
         case Refusal::dataShort:
-            return cause("data-short", getWhole, shortText(data, verdict));
+            return cause("data-short", getWhole, shortText(verdict));
         case Refusal::linearSizeTooLarge:
-            return cause("linear-size-too-large", getWhole, shortText(data, verdict), " dwPitchOrLinearSize is ",
+            return cause("linear-size-too-large", getWhole, shortText(verdict), " dwPitchOrLinearSize is ",
                          header.dwPitchOrLinearSize, ", but the top level has ",
                          compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(verdict.format), 0), ".");
         case Refusal::paletteShort:
-            return cause("palette-short", getWhole, paletteShort(verdict));
+            return cause("palette-short", getWhole, shortText(verdict));
         case Refusal::none:
             break;
     }

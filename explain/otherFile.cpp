@@ -57,15 +57,6 @@ std::string startOf(const FileFacts& facts) {
     return start;
 }
 
-std::string misplacedText(std::string_view start) {
-    const std::size_t place = start.find("DDS "sv);
-    if (place == start.npos) return {};
-    // The magic and the size of the header, which is always the same.
-    const bool isHeader = start.substr(place).starts_with("DDS \x7C\0\0\0"sv);
-    return textOf("has \"DDS\" at byte ", place, " instead of at its start",
-                  isHeader ? "; remove the bytes before it" : "");
-}
-
 }  // namespace
 
 bool startsAsDds(const FileFacts& facts) {
@@ -80,7 +71,10 @@ std::string otherFileText(const FileFacts& facts) {
         if (start.size() >= row.place && std::string_view(start).substr(row.place).starts_with(row.bytes))
             return textOf("is ", row.what, "; ", row.advice);
     }
-    return misplacedText(start);
+    // The magic and the size of the header, which is always the same.
+    const std::size_t place = start.find("DDS \x7C\0\0\0"sv);
+    if (place == start.npos) return {};
+    return textOf("has a DDS header at byte ", place, " instead of at its start; remove the bytes before it");
 }
 
 std::string notDdsText(const FileFacts& facts) {

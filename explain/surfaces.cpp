@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <iomanip>
 #include <iterator>
-#include <sstream>
 
 #include "dds/dataSize.h"
 #include "explain/recoding.h"
@@ -37,11 +35,10 @@ std::uint64_t countOf(const Contents& contents) {
     return saturatingProduct(count, contents.faces, contents.elements);
 }
 
-std::string zeroPadded(std::uint32_t value, std::uint32_t count, std::size_t digits) {
-    std::ostringstream text;
-    digits = std::max(digits, std::to_string(count - 1).size());
-    text << std::setw(static_cast<int>(digits)) << std::setfill('0') << value;
-    return text.str();
+std::string zeroPadded(std::uint32_t value, std::uint32_t count, std::size_t leastDigits) {
+    const std::string digits = std::to_string(value);
+    const std::size_t width = std::max(leastDigits, std::to_string(count - 1).size());
+    return std::string(width - digits.size(), '0') + digits;
 }
 
 // Returns the name of a face, with a number that keeps their order when names are sorted. A legacy header may lack

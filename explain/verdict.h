@@ -47,8 +47,8 @@ std::vector<unsigned char> headerBytes(const FileFacts& facts);
 // Returns whether the file begins with "DDS", by which hosts recognise it.
 bool startsAsDds(const FileFacts& facts);
 
-// Returns what a file is that is empty, begins like another format or has "DDS" in another place, and what to do with
-// it: "is a PNG picture: ..." without the final period. Empty for every other file.
+// Returns what a file is that is empty, begins like another format or has its header in another place, and what to
+// do with it: "is a PNG picture: ..." without the final period. Empty for every other file.
 std::string otherFileText(const FileFacts& facts);
 // Returns the same, or at least that it is not a DDS file, for every file that hosts do not recognise.
 std::string notDdsText(const FileFacts& facts);

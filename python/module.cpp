@@ -1,6 +1,6 @@
 // The extension module _kpximage under the package kpximage: paths are bytes, channels a string of one letter each,
-// objects JSON. An error of a file is a Failure with the tool's sentence and errno or None; an OutputFailure if the
-// file is the output.
+// objects JSON. An error of a file is a Failure with the tool's sentence, errno or None, and whether the file is the
+// output.
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <pybind11/functional.h>
@@ -240,13 +240,13 @@ py::object pathText(const char* sentence) {
     return py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(sentence));
 }
 
-// Sets a Failure of the type; a code of 0 becomes None.
+// Sets a Failure; a code of 0 becomes None.
 template <typename Error>
-void setFailure(py::handle type, const Error& error) {
+void setFailure(py::handle failure, const Error& error, bool isOfOutput) {
     const py::object sentence = pathText(error.what());
     if (!sentence) return;
     const py::object code = error.code() == 0 ? py::object(py::none()) : py::int_(error.code());
-    PyErr_SetObject(type.ptr(), py::make_tuple(sentence, code).ptr());
+    PyErr_SetObject(failure.ptr(), py::make_tuple(sentence, code, isOfOutput).ptr());
 }
 
 }  // namespace
@@ -256,19 +256,17 @@ PYBIND11_MODULE(_kpximage, module) {
     namespace py = pybind11;
     using namespace kpx::python;
     static const py::handle failure = py::exception<kpx::FileError>(module, "Failure").release();
-    static const py::handle outputFailure =
-        py::exception<kpx::tool::OutputError>(module, "OutputFailure", failure).release();
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
             std::rethrow_exception(std::move(thrown));
         } catch (const kpx::tool::UsageError& error) {
             if (const py::object text = pathText(error.what())) PyErr_SetObject(PyExc_ValueError, text.ptr());
         } catch (const kpx::tool::OutputError& error) {
-            setFailure(outputFailure, error);
+            setFailure(failure, error, true);
         } catch (const kpx::FileError& error) {
-            setFailure(failure, error);
+            setFailure(failure, error, false);
         } catch (const kpx::host::HostError& error) {
-            setFailure(failure, error);
+            setFailure(failure, error, false);
         }
     });
     kpx::tool::keepMemoryBetweenPictures();

@@ -136,12 +136,9 @@ def _is_bool(value: Any) -> bool:
 def _errors_of(path: Optional[Path], output: Optional[Path] = None) -> Iterator[None]:
     try:
         yield
-    except _kpximage.OutputFailure as failure:
-        sentence, code = failure.args
-        raise _error(path if output is None else output, sentence, code) from None
     except _kpximage.Failure as failure:
-        sentence, code = failure.args
-        raise _error(path, sentence, code) from None
+        sentence, code, is_of_output = failure.args
+        raise _error(output if is_of_output and output is not None else path, sentence, code) from None
 
 
 def plugin_path() -> str:

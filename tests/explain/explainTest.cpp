@@ -202,7 +202,7 @@ TEST_F(Explain, NamesWhatIsNoDdsFileAsTheOtherCommandsDo) {
             EXPECT_EQ(result.err, "kpximage: " + nameOf(entry.number) + ": " + sentence + "\n");
         }
     }
-    EXPECT_GE(named, 14);
+    EXPECT_GE(named, 12);
 }
 
 TEST_F(Explain, JsonFollowsTheSchema) {
