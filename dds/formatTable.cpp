@@ -176,9 +176,7 @@ constexpr Format codeRows[] = {
     floatCode(116, "D3DFMT_A32B32G32R32F", 16, FloatRGBA, 4, setsAlpha),
     // Two signed bytes; the third is computed from them.
     undecoded(117, "D3DFMT_CxV8U8", bump,
-              asDxgi(51,
-                     "; the third value, which is worked out of the two, is added by "
-                     "\"kpximage convert --swizzle rgz\"")),
+              asDxgi(51, "; `kpximage convert --swizzle rgz` reconstructs the third value")),
     undecoded(118, "D3DFMT_A1", oneBit),
     undecoded(119, "D3DFMT_A2B10G10R10_XR_BIAS", "10-bit colour of extended range", recoded(Recoding::xrBias)),
     d3dCode(CODE_SINGLE16, "CODE_SINGLE16", 2, Bytes1, 1, highBytes),
@@ -200,15 +198,14 @@ constexpr Format codeRows[] = {
     d3dCode(fourCC("RGBG"), "RGBG", 2, BytesRGB, 3, pixelPairs),
     d3dCode(fourCC("GRGB"), "GRGB", 2, BytesRGB, 3, pixelPairs),
     // Other writers' codes for blocks that are decoded.
-    undecoded("ATI1", "BC4; the same blocks are read as \"BC4U\"", asCode(fourCC("BC4U"))),
-    undecoded("A2XY", "BC5; the same blocks are read as \"ATI2\"", asCode(fourCC("ATI2"))),
+    undecoded("ATI1", "BC4, which is read as \"BC4U\"", asCode(fourCC("BC4U"))),
+    undecoded("A2XY", "BC5, which is read as \"ATI2\"", asCode(fourCC("ATI2"))),
     undecoded("BC6H", bc6h, asDxgi(95)),
     undecoded("BC6S", bc6h, asDxgi(96)),
     undecoded("BC7L", bc7, asDxgi(98)),
     undecoded("BC7\0", bc7, asDxgi(98), "BC7"),
     // The four letters of such a code name the contents of the red, green, blue and alpha of its DXT5 blocks.
-    undecoded("RXGB", "DXT5 with red stored as alpha; the same blocks are read, with red in alpha, as \"DXT5\"",
-              recoded(Recoding::swizzledBlocks, "-GBR")),
+    undecoded("RXGB", "DXT5 with red stored as alpha", recoded(Recoding::swizzledBlocks, "-GBR")),
     undecoded("A2D5", "DXT5 with its channels in an order that is not published"),
     undecoded("xGBR", otherOrder, recoded(Recoding::swizzledBlocks, "-GBR")),
     undecoded("RxBG", otherOrder, recoded(Recoding::swizzledBlocks, "R-BG")),
@@ -393,7 +390,7 @@ constexpr Format dxgiRows[] = {
     noDxgi(86, "B5G5R5A1_UNORM", "5-5-5-1 colour", asMasks("D3DFMT_A1R5G5B5")),
     dxgiMasks(87, "B8G8R8A8_UNORM", bgra8, BytesBGRA),
     dxgiMasks(88, "B8G8R8X8_UNORM", bgra8, BytesBGRA, ignoresAlpha),
-    noDxgi(89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range; 24 R10G10B10A2_UNORM is read",
+    noDxgi(89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range",
            recoded(Recoding::xrBias)),
     dxgiMasks(90, "B8G8R8A8_TYPELESS", bgra8, BytesBGRA, isTypeless),
     dxgiMasks(91, "B8G8R8A8_UNORM_SRGB", bgra8, BytesBGRA, isSrgb),

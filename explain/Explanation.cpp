@@ -38,10 +38,12 @@ const char* verdictText(Grade grade) {
 std::string remedyText(const Explanation& file) {
     if (!file.repairs.empty()) return "`kpximage repair` fixes it";
     if (!file.recodings.empty()) return "`kpximage recode` converts it";
-    // Of an obstacle to recoding, which comes after the causes, if there is one.
-    const char* advice = "";
-    for (const Finding& finding : file.findings)
-        if (finding.severity == file.grade && *finding.advice != '\0') advice = finding.advice;
+    std::string advice;
+    for (const Finding& finding : file.findings) {
+        if (finding.severity != file.grade || *finding.advice == '\0') continue;
+        // The obstacle to a recoding comes last and has the better advice.
+        if (advice.empty() || file.grade == Grade::black) advice = finding.advice;
+    }
     return advice;
 }
 

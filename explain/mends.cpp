@@ -125,8 +125,8 @@ std::string flagsBesideCode(Draft& draft) {
     if ((!isMasked && !isLuminance) || !isCodeRight(draft, format)) return {};
     nameByCode(format, format.dwFourCC);
     if (format.dwFourCC == dx10Code) draft.dataStart = factBytes;
-    return textOf("The code ", codeText(format.dwFourCC), " alone names the pixel format: the flags ",
-                  pixelFlagText(flags), " become ", pixelFlagText(format.dwFlags), ".");
+    return textOf("The code ", codeText(format.dwFourCC), " alone names the pixel format: the flags change from ",
+                  pixelFlagText(flags), " to ", pixelFlagText(format.dwFlags), ".");
 }
 
 // Marks cube maps and volumes as a legacy header does.
@@ -146,12 +146,12 @@ void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
 
 std::string byCode(Draft& draft, const Format& row) {
     nameByCode(headerOf(draft).ddspf, row.remedy.id);
-    return textOf("The code becomes ", codeText(row.remedy.id), ", which names the same blocks as ", codeText(row.id),
-                  ".");
+    return textOf("The code changes from ", codeText(row.id), " to ", codeText(row.remedy.id),
+                  ", which names the same blocks.");
 }
 
 std::string codeByMasks(Draft& draft, const Format& row) {
-    return textOf("The pixel format, code ", row.id, ", becomes ", useMasks(headerOf(draft), row), ".");
+    return textOf("The pixel format changes from code ", row.id, " to ", useMasks(headerOf(draft), row), ".");
 }
 
 std::string dxgiByMasks(Draft& draft, const Format& row) {
@@ -162,7 +162,8 @@ std::string dxgiByMasks(Draft& draft, const Format& row) {
     stateLegacyShape(header, dx10);
     draft.facts.dx10Header = {};
     moveData(draft, factBytes, sizeof(DdsFileHeader));
-    std::string sentence = textOf("The DX10 header, 20 bytes of DXGI ", dxgiText(dx10.dxgiFormat), ", becomes ", masks);
+    std::string sentence =
+        textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks);
     if (dx10.arraySize > 1) sentence += textOf("; the array size ", dx10.arraySize, " is lost");
     // Masks mean straight alpha, the mode below premultiplied.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
@@ -175,8 +176,8 @@ std::string byOwnFlags(Draft& draft, const Format& row) {
     const std::uint32_t bits = 8U * row.bytesPerPixel;
     nameByMasks(header.ddspf, row.pixelFlags, bits, row.masks);
     stateRows(header, std::uint64_t{row.bytesPerPixel} * header.dwWidth);
-    return textOf("The pixel format, code ", namedCode(row.id), ", becomes ", pixelFlagText(row.pixelFlags), " of ",
-                  bits, " bits.");
+    return textOf("The pixel format changes from code ", namedCode(row.id), " to the flags ",
+                  pixelFlagText(row.pixelFlags), " and ", bits, " bits.");
 }
 
 std::string codeByDxgi(Draft& draft, const Format& row) {
@@ -186,13 +187,13 @@ std::string codeByDxgi(Draft& draft, const Format& row) {
     if (target.blockBytes == 0) stateRows(header, std::uint64_t{target.bytesPerPixel} * header.dwWidth);
     // A bump map may be named by its flags.
     const std::string name = row.pixelFlags != 0 ? row.name : "code " + namedCode(row.id);
-    return textOf("The pixel format, ", name, ", becomes a DX10 header, 20 bytes of DXGI ", dxgiText(target.id),
+    return textOf("The pixel format changes from ", name, " to a DX10 header, 20 bytes for DXGI ", dxgiText(target.id),
                   row.remedy.text, ".");
 }
 
 std::string dxgiByDxgi(Draft& draft, const Format& row) {
     draft.facts.dx10Header.dxgiFormat = row.remedy.id;
-    return textOf("The DXGI format, ", dxgiText(row.id), ", becomes ", dxgiText(row.remedy.id), ".");
+    return textOf("The DXGI format changes from ", dxgiText(row.id), " to ", dxgiText(row.remedy.id), ".");
 }
 
 // Names the data by a format under which it is decoded.
@@ -226,7 +227,7 @@ std::string luminanceAsRed(Draft& draft) {
     luminance.dwFlags &= ~DDPF_RGB;
     if (findLuminance(luminance) == nullptr) return {};
     format = luminance;
-    return textOf("The pixel-format flags become ", pixelFlagText(format.dwFlags),
+    return textOf("The pixel-format flags change to ", pixelFlagText(format.dwFlags),
                   ": with DDPF_RGB, luminance is shown as red.");
 }
 
@@ -246,7 +247,7 @@ std::string linearSizeMissing(Draft& draft) {
     const Format* row = findBlockCode(header.ddspf.dwFourCC);
     stateLinearSize(header, wholeBlockBytes(header.dwWidth, header.dwHeight, blockBytesOf(row)));
     return textOf("DDSD_LINEARSIZE is set, which ", codeText(header.ddspf.dwFourCC),
-                  " requires; dwPitchOrLinearSize becomes ", header.dwPitchOrLinearSize, ".");
+                  " requires; dwPitchOrLinearSize changes to ", header.dwPitchOrLinearSize, ".");
 }
 
 std::string codeOfRowsAsBlocks(Draft& draft) {
@@ -255,8 +256,8 @@ std::string codeOfRowsAsBlocks(Draft& draft) {
     const Format* row = findCode(header.ddspf.dwFourCC);
     nameByCode(header.ddspf, header.ddspf.dwFourCC);
     stateRows(header, codeFileRowBytes(*row, header.dwWidth));
-    return textOf("The ", formatText(*row), " is no block format: the flags become ", headerFlagText(header.dwFlags),
-                  " and ", pixelFlagText(header.ddspf.dwFlags), ".");
+    return textOf("The ", formatText(*row), " is not a block format: the flags change to ",
+                  headerFlagText(header.dwFlags), " and ", pixelFlagText(header.ddspf.dwFlags), ".");
 }
 
 std::string linearSizeTooLarge(Draft& draft) {
@@ -264,7 +265,7 @@ std::string linearSizeTooLarge(Draft& draft) {
     DDS_HEADER& header = headerOf(draft);
     const std::uint32_t stated = header.dwPitchOrLinearSize;
     stateLinearSize(header, compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(draft.verdict.format), 0));
-    return textOf("dwPitchOrLinearSize, ", stated, ", becomes ", header.dwPitchOrLinearSize,
+    return textOf("dwPitchOrLinearSize changes from ", stated, " to ", header.dwPitchOrLinearSize,
                   ", the size of the top level.");
 }
 

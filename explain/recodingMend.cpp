@@ -73,10 +73,10 @@ std::string mending::pixelsRecoded(Draft& draft) {
     draft.recoded = layout;
     draft.facts.fileBytes = UINT64_MAX;  // enough for any header
     draft.facts.fileBytes = saturatingSum(headerBytes(draft.facts).size(), size.bytes);
-    std::string sentence = textOf(
-        "The pixels, ", row->namedBy == NamedBy::dxgi ? "DXGI " + dxgiText(row->id) : "code " + namedCode(row->id),
-        ", become ", target, ": ", recoding->words, padding, "; ", bytesText(size.sourceBytes), " of data become ",
-        size.bytes);
+    const std::string source =
+        row->namedBy == NamedBy::dxgi ? "DXGI " + dxgiText(row->id) : "code " + namedCode(row->id);
+    std::string sentence = textOf("The pixels are recoded from ", source, " to ", target, ": ", recoding->words,
+                                  padding, "; ", bytesText(size.sourceBytes), " of data become ", size.bytes);
     if (size.pictures < layout.count)
         sentence += textOf("; only ", size.pictures, " of ", layout.count, " pictures are whole and recoded");
     if (behind != 0) sentence += textOf("; the ", bytesText(behind), " after them are dropped");

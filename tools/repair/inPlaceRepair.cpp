@@ -24,7 +24,7 @@ public:
     explicit Place(const std::string& path) {
         std::error_code error;
         const fs::path file = fs::canonical(path, error);
-        if (error) throw FileError("cannot open the file: " + error.message());
+        if (error) throw systemError("cannot open the file", error.value());
         m_name = file.filename();
         m_folder = open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (m_folder < 0) throw systemError("cannot open its folder", errno);
