@@ -276,10 +276,13 @@ Grade gradeOf(const std::vector<Finding>& findings) {
 }
 
 std::vector<Finding> causesOf(const FileFacts& facts, const Verdict& verdict) {
+    const std::string notDds = notDdsText(facts);
+    // In another format, what is in the place of the header means nothing.
+    if (!notDds.empty() && facts.fileBytes != 0) {
+        const char* id = otherFileText(facts).empty() ? "not-recognised" : "other-file";
+        return {{id, "The file " + notDds + ".", Grade::unreadable}};
+    }
     if (verdict.result == Result::decoded) return {};
-    const std::string other = otherFileText(facts);
-    // What stands in the place of a header means nothing in another format.
-    if (facts.fileBytes != 0 && !other.empty()) return {{"other-file", "The file " + other + ".", Grade::unreadable}};
     std::vector<Finding> causes;
     for (const Refusal refusal : {verdict.refusal, verdict.secondRefusal}) {
         if (refusal == Refusal::none) continue;
@@ -291,14 +294,8 @@ std::vector<Finding> causesOf(const FileFacts& facts, const Verdict& verdict) {
 }
 
 std::vector<Finding> surprisesOf(const FileFacts& facts, const Verdict& verdict) {
+    if (verdict.result != Result::decoded || !startsAsDds(facts)) return {};
     std::vector<Finding> surprises;
-    if (verdict.result != Result::refused && !startsAsDds(facts)) {
-        surprises.push_back({"not-recognised", "The file does not start with \"DDS\", by which hosts recognise it.",
-                             Grade::unreadable});
-    }
-    if (verdict.result != Result::decoded) return surprises;
-    const std::string other = otherFileText(facts);
-    if (!other.empty()) return {{"other-file", "The file " + other + ".", Grade::unreadable}, surprises.front()};
     for (const auto addSurprises : {addDataSurprises, addMaskSurprises, addValueSurprises, addPictureSurprises})
         addSurprises(facts, verdict, surprises);
     return surprises;

@@ -33,10 +33,10 @@ struct Finding {
 // Returns the worst severity; right if there are no findings.
 Grade gradeOf(const std::vector<Finding>& findings);
 
-// Returns why a file is not decoded, or not opened; nothing for a decoded file. The first has the advice.
+// Returns why a file is not a DDS file, not opened or not decoded; nothing otherwise. The first has the advice.
 std::vector<Finding> causesOf(const FileFacts& facts, const Verdict& verdict);
 
-// Returns what may surprise in a file that is decoded, or that hosts do not recognise.
+// Returns what may surprise in a DDS file that is decoded; nothing for other files.
 std::vector<Finding> surprisesOf(const FileFacts& facts, const Verdict& verdict);
 
 }  // namespace kpx

@@ -155,13 +155,13 @@ TEST(Sentences, StandOnce) {
         const Bytes bytes = describedFile(entry.agreed.question);
         const FileFacts facts = factsOf(std::span(bytes).first(std::min(bytes.size(), factBytes)), bytes.size());
         const Explanation told = explain(facts);
+        // Every kind of file that is something else has its sentence.
         for (const Finding& finding : told.findings)
-            sentences.emplace(finding.id, finding.sentence + (*finding.advice == 0 ? "" : " | ") + finding.advice);
+            sentences.emplace(
+                finding.id == "other-file" ? finding.id + " " + otherFileText(facts).substr(0, 20) : finding.id,
+                finding.sentence + (*finding.advice == 0 ? "" : " | ") + finding.advice);
         for (const auto* changes : {&told.repairs, &told.recodings})
             for (const Remark& change : *changes) sentences.emplace(change.id, change.sentence);
-        // Every kind of file that is something else.
-        const std::string other = otherFileText(facts);
-        if (told.findings.size() > 1 && !other.empty()) sentences.emplace("other-file " + other.substr(0, 20), other);
     }
     std::vector<AgreedEntry> agreed = readAgreed(sentencesPath);
     const std::string heading = agreed.front().heading;
