@@ -87,7 +87,7 @@ KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wi
 // 1. R = 2^24 / a + e with 0 <= e < 1, so v x R / 2^16 = 256 x v / a + v x e / 2^16.
 // 2. 256 x v / a is a multiple of 1 / a: unless it is whole, the next whole number is at least 1 / a above it.
 // 3. v x e / 2^16 < v / 2^16 < 1 / a, since v x a <= 255 x 255 < 2^16: the sum has the same whole part.
-// Alpha 0 has R = 2^16. Alpha 1 has R = 2^24 - 1, which results in 0 for v = 0 and at least 255 for all others.
+// Alpha 0 has R = 2^16. R of alpha 1 is 2^24, so that R >> 16 = 256 still fits a word.
 //
 // R >> 16 and R mod 2^16 of sixteen alphas per lane: those of texels 0 to 7, then those of 8 to 15.
 struct Reciprocals {
@@ -220,15 +220,13 @@ KPX_INLINE Wide threeBitIndices(Wide block) {
 // (2^24 - 1) / a has the right whole part: unless it is whole, it is at least 1 / a below the next whole number, and
 // rounding adds less, since a quotient below 2^24 / a has units in the last place of less than 2 / a.
 KPX_INLINE Wide reciprocalsOfWords(Wide alphas) {
-    const Wide one = spread32(1);
-    const Wide divisors = alphas | (equal32(alphas, zero()) & spread32(256));
-    const Wide floors = truncatedFloats(floatQuotients(0x1p24F - 1.0F, divisors));
-    return add32(floors, add32(one, equal32(alphas, one)));
+    return add32(truncatedFloats(floatQuotients(0x1p24F - 1.0F, alphas)), spread32(1));
 }
 
 // Returns the reciprocals of each texel's alpha, from the eight alphas of a palette and the indices as bytes.
 KPX_INLINE Reciprocals reciprocalsOfPalette(Wide palette, Wide indices) {
-    const Wide words = unpackLow8(palette, zero());
+    const Wide alphas = unpackLow8(palette, zero());
+    const Wide words = alphas | (equal16(alphas, zero()) & spread16(256));
     const Wide first = reciprocalsOfWords(unpackLow16(words, zero()));
     const Wide second = reciprocalsOfWords(unpackHigh16(words, zero()));
     const Wide low = spread32(0xFFFF);
