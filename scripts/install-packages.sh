@@ -5,7 +5,7 @@
 # If all are installed, it needs neither a network nor root.
 set -eu
 
-build='g++ cmake ninja-build libpng-dev libisal-dev pkg-config libcli11-dev nlohmann-json3-dev libopenexr-dev python3-dev pybind11-dev help2man libglib2.0-dev'
+build='g++ cmake ninja-build libpng-dev pkg-config libcli11-dev nlohmann-json3-dev libopenexr-dev python3-dev pybind11-dev help2man libglib2.0-dev'
 test='libgtest-dev libgmock-dev libssl-dev python3-jsonschema python3-distributed python3-numpy python3-pytest'
 bench='libbenchmark-dev'
 compare='hyperfine python3-pil openimageio-tools imagemagick'

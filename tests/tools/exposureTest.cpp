@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tools/pictures/ExposedSource.h"
+#include "tools/pictures/adjustedSource.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ void addSteps(std::vector<float>& values, Function byte) {
     }
 }
 
-TEST(ExposedSource, IsTheFormulaAtEveryStepAndThroughoutTheFloats) {
+TEST(AsBytes, IsTheFormulaAtEveryStepAndThroughoutTheFloats) {
     for (const double stops : {0.0, -3.3, 5.5, 64.0, -64.0}) {
         std::vector<float> values;
         for (std::uint32_t upper = 0; upper <= 0xFFFF; ++upper) {
@@ -59,9 +59,8 @@ TEST(ExposedSource, IsTheFormulaAtEveryStepAndThroughoutTheFloats) {
         const auto colour = [gain = std::exp2(stops)](double value) { return colourOf(value * gain); };
         addSteps(values, colour);
         addSteps(values, byteOf);
-        Row row(values);
-        ExposedSource source(row, stops);
-        const auto bytes = source.nextRow();
+        const auto source = asBytes(std::make_unique<Row>(values), stops);
+        const auto bytes = source->nextRow();
         for (std::size_t i = 0; i < values.size(); ++i) {
             ASSERT_EQ(bytes[0][i], colour(values[i])) << values[i] << " at " << stops;
             ASSERT_EQ(bytes[1][i], byteOf(values[i])) << values[i];

@@ -100,11 +100,11 @@ TEST_F(Gallery, ReplacesAnEarlierGalleryAndNothingElse) {
 
     const auto refusal = [this](const std::string& name) { return run("gallery a.dds -o " + name).err; };
     file("out/own.txt", "own");
-    EXPECT_EQ(refusal("out"), "kpximage: out: holds own.txt, which is no part of a gallery; name another folder\n");
+    EXPECT_EQ(refusal("out"), "kpximage: out: contains own.txt, which is not part of a gallery; name another folder\n");
     fs::remove(at("out/own.txt"));
     file("out/pictures/own.png.txt", "own");
     EXPECT_EQ(refusal("out/"),
-              "kpximage: out/: holds pictures/own.png.txt, which is no part of a gallery; name another folder\n");
+              "kpximage: out/: contains pictures/own.png.txt, which is not part of a gallery; name another folder\n");
     fs::remove(at("out/pictures/own.png.txt"));
     fs::create_directory_symlink("out", at("link"));
     EXPECT_EQ(refusal("link"), "kpximage: link: is a link; name the folder itself\n");
@@ -112,7 +112,7 @@ TEST_F(Gallery, ReplacesAnEarlierGalleryAndNothingElse) {
     fs::create_directory(at("site"));
     file("site/index.html", "<!DOCTYPE html>\n<title>Mine</title>\n");
     EXPECT_EQ(refusal("site"),
-              "kpximage: site: holds index.html, which is no part of a gallery; name another folder\n");
+              "kpximage: site: contains index.html, which is not part of a gallery; name another folder\n");
     EXPECT_EQ(page(), before);
     EXPECT_EQ(shell("ls -A").out.find(".kpximage-"), std::string::npos);
     EXPECT_EQ(run("gallery a.dds -o new/below/out").status, 0);

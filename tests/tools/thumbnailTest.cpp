@@ -65,10 +65,10 @@ TEST_F(Thumbnail, HasTheColoursOfItsPicture) {
         {"size=3x1 data=00FF00 " + grey, 2, "9C9C9CFF9C9C9CFF"},
         // Floats up to 1 are only encoded: 0, 0.5, 1, -1.
         {"size=4x1 code=114 data=000000000000003F0000803F000080BF", 4, "000000FFBCBCBCFFFFFFFFFF000000FF"},
-        // With white at 4, 0.25 becomes 13/64 and 1 becomes 17/32.
-        {"size=4x1 code=114 data=000000000000803E0000803F00008040", 4, "000000FF7C7C7CFFC1C1C1FFFFFFFFFF"},
+        // The brightest, 4, becomes 1: two stops darker.
+        {"size=4x1 code=114 data=000000000000803E0000803F00008040", 4, "000000FF474747FF898989FFFFFFFFFF"},
         // Not a number and infinity, then 0 and 1.
-        {"size=4x1 code=114 data=0000C07F0000807F000000000000803F", 4, "000000FFFFFFFFFF000000FFBCBCBCFF"},
+        {"size=4x1 code=114 data=0000C07F0000807F000000000000803F", 4, "000000FFFFFFFFFF000000FF000000FF"},
     };
     for (const auto& each : cases) {
         file("a.dds", describedFile(each.file));

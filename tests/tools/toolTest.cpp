@@ -306,7 +306,7 @@ TEST_F(Convert, PngOfAnyKindIsExpanded) {
         convert("b.png a.dds");
         EXPECT_EQ(readPng(at("b.png")), each.expected);
     }
-    convert("a.dds a.png", "kpximage: a.png: has 16 bits a channel; --depth 8 reduces it\n", 1);
+    convert("a.dds a.png", "kpximage: a.png: has 16 bits per channel; --depth 8 reduces them to 8\n", 1);
 }
 
 }  // namespace

@@ -71,8 +71,7 @@ public:
         : m_files(files),
           m_work(work),
           m_hasCount(!options.isQuiet && files.size() > 1),
-          m_hasProgress(m_hasCount && isatty(STDERR_FILENO) == 1 &&
-                        !(options.isPrinting && isatty(STDOUT_FILENO) == 1)),
+          m_hasProgress(m_hasCount && isatty(STDERR_FILENO) == 1),
           m_results(files.size()),
           m_messages(options, files.size() > 1 && !options.isVerbose) {}
 

@@ -16,12 +16,11 @@ struct BatchOptions {
     std::vector<std::string> paths;
     std::string list;  // a file with more paths, one a line; "-": standard input
     bool isRecursive = false;
-    bool isQuiet = false;     // neither notes, progress nor summary
-    bool isVerbose = false;   // every message of every file
-    bool isPrinting = false;  // the work prints, which would mix with a line of progress on the same terminal
-    bool isNaming = false;    // outputs are named like the inputs: of several with one name the first has it
-    bool isOrdered = false;   // each file is told before the next one is worked on
-    unsigned jobs = 0;        // files worked on at once; 0: one per CPU
+    bool isQuiet = false;    // neither notes, progress nor summary
+    bool isVerbose = false;  // every message of every file
+    bool isNaming = false;   // outputs are named like the inputs: of several with one name the first has it
+    bool isOrdered = false;  // each file is told before the next one is worked on
+    unsigned jobs = 0;       // files worked on at once; 0: one per CPU
 
     // Adds PATH and the options to a command.
     void addTo(CLI::App& command, const char* whatPathsAre);

@@ -1,20 +1,40 @@
 // kpximage convert: images to PNG, OpenEXR or DDS.
-#include "tools/commands/FileConversion.h"
-#include "tools/commands/choices.h"
-#include "tools/commands/commands.h"
-#include "tools/commands/exposureRange.h"
+#include <algorithm>
+#include <filesystem>
+
+#include "explain/text.h"
+#include "tools/commands/options.h"
+#include "tools/files/OpenFile.h"
+#include "tools/json/gradeText.h"
+#include "tools/pictures/OutputFormat.h"
+#include "tools/pictures/adjustedSource.h"
 #include "tools/plugin/pluginChoice.h"
+#include "tools/plugin/pluginOptions.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 namespace {
 
-Outcome run(const std::string& pluginPath, const ConversionRequest& request) {
-    if (request.output.output.empty()) throw UsageError("--output is required");
-    const auto plugin = loadPlugin(pluginPath);
-    FileConversion conversion(*plugin, request);
-    return runBatch(conversion.inputs(), request.batch,
-                    [&](const InputFile& input, Report& report) { return conversion.convert(input, report); });
+// Findings of what is in the file and not in the output.
+constexpr const char* losses[] = {"first-of-many", "high-byte-only"};
+
+struct Arguments {
+    BatchOptions batch;
+    OutputOptions output;
+    std::string format;                // of files in a folder; empty: by what each image is
+    std::vector<std::string> options;  // of the plug-in, NAME=VALUE
+    std::optional<double> exposure;    // in stops; none: chosen for each image
+    std::optional<int> depth;          // 8: 16-bit channels may be reduced
+    ExrValues exr = ExrValues::source;
+    PngEffort png = PngEffort::fast;
+    std::string opaque, swizzle;
+    bool isPadded = false, keepsBlack = false, isStrict = false;
+};
+
+// Returns the extension of a name without its dot.
+std::string extensionOf(const std::string& name) {
+    const std::string extension = std::filesystem::path(name).extension().string();
+    return extension.empty() ? extension : extension.substr(1);
 }
 
 std::vector<std::string> formatNames() {
@@ -23,69 +43,169 @@ std::vector<std::string> formatNames() {
     return names;
 }
 
-CLI::Validator swizzle() {
-    return {[](std::string& text) {
-                return isSwizzle(text) ? "" : text + " is not made of r g b a 0 1, and z behind two others";
-            },
-            "LETTERS"};
+OutputSettings settingsOf(const host::Plugin& plugin, const Arguments& arguments) {
+    OutputSettings settings{plugin, arguments.exr, arguments.png};
+    for (const std::string& option : arguments.options) settings.options.push_back(optionChoice(plugin, option));
+    settings.isPadded = arguments.isPadded;
+    return settings;
+}
+
+class Conversion {
+public:
+    // Throws UsageError.
+    Conversion(const host::Plugin& plugin, const Arguments& arguments)
+        : m_arguments(arguments),
+          m_places(arguments.output.output, !arguments.batch.isSingle(),
+                   outputFormat(extensionOf(arguments.output.output)) != nullptr, arguments.output.replacing),
+          m_format(chosenFormat()),
+          m_settings(settingsOf(plugin, arguments)) {}
+
+    // Returns the inputs, and keeps them from being replaced.
+    [[nodiscard]] InputFiles inputs();
+    // Converts an input. Thread-safe.
+    Outcome convert(const InputFile& input, Report& report);
+
+private:
+    [[nodiscard]] const OutputFormat* chosenFormat() const;
+    [[nodiscard]] const OutputFormat& formatFor(const PixelSource& source) const;
+    [[nodiscard]] std::unique_ptr<PixelSource> withValuesOf(const OutputFormat& format,
+                                                            std::unique_ptr<PixelSource> source, Report& report) const;
+
+    const Arguments& m_arguments;
+    OutputPlaces m_places;
+    const OutputFormat* m_format;  // null: by what each image is
+    OutputSettings m_settings;
+};
+
+const OutputFormat* Conversion::chosenFormat() const {
+    const std::string& output = m_places.output();
+    if (m_places.isFolder()) return m_arguments.format.empty() ? nullptr : outputFormat(m_arguments.format);
+    if (!m_arguments.format.empty()) throw UsageError("--format needs a folder; the name of a file states its format");
+    const OutputFormat* format = outputFormat(extensionOf(output));
+    if (format != nullptr) return format;
+    std::string known;
+    for (const std::string& name : formatNames()) known += " ." + name;
+    throw UsageError(output + ": the name of the output must end in one of" + known);
+}
+
+InputFiles Conversion::inputs() {
+    std::vector<std::string> extensions{".dds", ".png"};
+    if (m_format != nullptr && m_format->extension == "dds") std::swap(extensions[0], extensions[1]);
+    InputFiles inputs = inputsOf(m_arguments.batch, extensions, m_places.isFolder() ? m_places.output() : "");
+    m_places.protect(inputs.files);
+    return inputs;
+}
+
+const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
+    if (m_format != nullptr) return *m_format;
+    if (source.kind() == SourceKind::png) return *outputFormat("dds");
+    return *outputFormat(source.layout().isFloat && !m_arguments.exposure ? "exr" : "png");
+}
+
+std::unique_ptr<PixelSource> Conversion::withValuesOf(const OutputFormat& format, std::unique_ptr<PixelSource> source,
+                                                      Report& report) const {
+    if (format.isFloat) return asFloats(std::move(source));
+    if (!source->layout().isFloat) return source;
+    const double stops = m_arguments.exposure ? *m_arguments.exposure : fittingExposure(*source);
+    if (!m_arguments.exposure && stops != 0.0)
+        report.note(textOf("exposure ", stops, " was chosen; --exposure sets it"));
+    return asBytes(std::move(source), stops);
+}
+
+Outcome Conversion::convert(const InputFile& input, Report& report) {
+    OpenFile file(input.path);
+    const mode_t permissions = file.status().st_mode & 0777;
+    Outcome outcome = Outcome::done;
+    if (!isPng(file)) {
+        const Explanation explanation = explain(file.facts());
+        warnOfGrade(explanation, report, m_arguments.isStrict);
+        outcome = outcomeOf(explanation.grade, m_arguments.isStrict);
+        if (outcome == Outcome::failed) return outcome;
+        const bool isBlack = explanation.grade == Grade::black;
+        if (isBlack) report.countAs("black");
+        if ((isBlack && !m_arguments.keepsBlack) || (m_arguments.isStrict && outcome != Outcome::done)) return outcome;
+        for (const Finding& finding : explanation.findings) {
+            if (std::find(std::begin(losses), std::end(losses), finding.id) != std::end(losses))
+                report.note(finding.sentence);
+        }
+    }
+    auto source = openSource(m_settings.plugin, std::move(file), m_arguments.depth.has_value());
+    // The headers do not show a lack of memory.
+    if (source->isBlack() && outcome == Outcome::done) throw std::bad_alloc();
+    const Opaque which = m_arguments.opaque == "all"  ? Opaque::all
+                         : m_arguments.opaque.empty() ? Opaque::no
+                                                      : Opaque::whereUnused;
+    source = swizzled(opaque(std::move(source), which), m_arguments.swizzle);
+    const OutputFormat& format = formatFor(*source);
+    const std::string output = m_places.of(input, format.extension);
+    if (!m_places.claim(output, input.path)) {
+        report.countAs("up to date");
+        return outcome;
+    }
+    source = withValuesOf(format, std::move(source), report);
+    writeWhole(output, permissions, m_places.existing(), [&](const PendingFile& pending) {
+        const std::string note = format.write(*source, pending.path(), m_settings);
+        if (!note.empty()) report.note(note);
+    });
+    return outcome;
+}
+
+Outcome run(const std::string& pluginPath, const Arguments& arguments) {
+    if (arguments.output.output.empty()) throw UsageError("--output is required");
+    const auto plugin = loadPlugin(pluginPath);
+    Conversion conversion(*plugin, arguments);
+    return runBatch(conversion.inputs(), arguments.batch,
+                    [&](const InputFile& input, Report& report) { return conversion.convert(input, report); });
+}
+
+std::string complaintAboutSwizzle(const std::string& text) {
+    return isSwizzle(text) ? "" : text + " is not made of r g b a 0 1, and z behind two others";
 }
 
 }  // namespace
 
 void addConvertCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("convert", "Convert images to PNG, OpenEXR or DDS");
-    auto request = std::make_shared<ConversionRequest>();
-    request->batch.isNaming = true;
-    request->batch.addTo(*command, "DDS or PNG files, or folders of them");
-    request->output.addTo(*command,
-                          "A file whose name ends in .png, .exr or .dds, or a folder, which is created if PATH is a "
-                          "folder or OUT ends in \"/\"");
-    command
-        ->add_option("--format", request->format,
-                     "Format of the files in a folder (default: EXR for floating-point textures, PNG for other DDS "
-                     "files, DDS for PNG files)")
+    const auto command = addCommand(app, invocation, "convert", "Convert images to PNG, OpenEXR or DDS", run);
+    Arguments& arguments = command.arguments;
+    arguments.batch.isNaming = true;
+    arguments.batch.addTo(command.app, "DDS or PNG files, or folders of them");
+    arguments.output.addTo(command.app,
+                           "A file whose name ends in .png, .exr or .dds, or a folder, which is created if PATH is a "
+                           "folder or OUT ends in \"/\"");
+    command.app
+        .add_option("--format", arguments.format,
+                    "Format of the files in a folder (default: EXR for floating-point textures, PNG for other DDS "
+                    "files, DDS for PNG files)")
         ->check(CLI::IsMember(formatNames()));
-    command
-        ->add_option_function<std::string>(
-            "--exposure",
-            [request](const std::string& text) {
-                if (text != "auto") request->exposure = std::stod(text);
-            },
-            "Brighten floating-point textures by STOPS in 8-bit formats; auto (default) chooses what fits each")
-        ->check(exposureRange())
-        ->type_name("STOPS");
-    command
-        ->add_option("--swizzle", request->swizzle,
-                     "Channels of the output: one to four of r g b a 0 1 z, z being the third component of a unit "
-                     "normal. rgz completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
-        ->check(swizzle());
-    auto opaque = std::make_shared<std::string>();
-    command
-        ->add_flag("--opaque{unused}", *opaque,
-                   "Drop alpha where the format does not use it (X8 formats); --opaque=all drops it everywhere")
+    addExposure(command.app, arguments.exposure,
+                "Brighten floating-point textures by STOPS in 8-bit formats; auto (default) chooses what fits each");
+    command.app
+        .add_option("--swizzle", arguments.swizzle,
+                    "Channels of the output: one to four of r g b a 0 1 z, z being the third component of a unit "
+                    "normal. rgz completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
+        ->check(CLI::Validator(complaintAboutSwizzle, "LETTERS"));
+    command.app
+        .add_flag("--opaque{unused}", arguments.opaque,
+                  "Drop alpha where the format does not use it (X8 formats); --opaque=all drops it everywhere")
         ->check(CLI::IsMember({"unused", "all"}));
-    command->add_option("--depth", request->depth, "Reduce PNG files of 16 bits per channel to 8")
+    command.app.add_option("--depth", arguments.depth, "Reduce PNG files of 16 bits per channel to 8")
         ->check(CLI::IsMember({8}));
-    addChoice<ExrValues>(*command, "--exr", request->exr,
+    addChoice<ExrValues>(command.app, "--exr", arguments.exr,
                          {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
                          "Bits of OpenEXR values: half (16), float (32), or source (default)");
     addChoice<PngEffort>(
-        *command, "--png", request->png, {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
+        command.app, "--png", arguments.png, {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
         "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 30 times slower");
-    command->add_flag("--pad", request->isPadded,
-                      "Repeat the last column in DDS files whose width is not a multiple of 4");
-    command
-        ->add_option("--option", request->options,
-                     "Set an option of the plug-in for DDS files, as \"Alpha=Output alpha\"; `kpximage formats` lists "
-                     "them. Compression has no effect: files are written uncompressed")
+    command.app.add_flag("--pad", arguments.isPadded,
+                         "Repeat the last column in DDS files whose width is not a multiple of 4");
+    command.app
+        .add_option("--option", arguments.options,
+                    "Set an option of the plug-in for DDS files, as \"Alpha=Output alpha\"; `kpximage formats` lists "
+                    "them. Compression has no effect: files are written uncompressed")
         ->type_name("NAME=VALUE");
-    command->add_flag("--keep-black", request->keepsBlack,
-                      "Also write the black pictures of files that cannot be decoded");
-    command->add_flag("--strict", request->isStrict, "Write no output for files that are wrong or suspect");
-    command->callback([&invocation, request, opaque] {
-        if (!opaque->empty()) request->opaque = *opaque == "all" ? Opaque::all : Opaque::whereUnused;
-        invocation.run = [&invocation, request] { return run(invocation.pluginPath, *request); };
-    });
+    command.app.add_flag("--keep-black", arguments.keepsBlack,
+                         "Also write the black pictures of files that cannot be decoded");
+    command.app.add_flag("--strict", arguments.isStrict, "Write no output for files that are wrong or suspect");
 }
 
 }  // namespace kpx::tool

@@ -5,22 +5,17 @@
 #include "explain/Explanation.h"
 #include "explain/names.h"
 #include "explain/text.h"
-#include "tools/commands/Batch.h"
-#include "tools/commands/choices.h"
-#include "tools/commands/commands.h"
+#include "tools/commands/options.h"
 #include "tools/files/OpenFile.h"
 #include "tools/json/fileJson.h"
-#include "tools/json/gradeText.h"
 #include "tools/plugin/pluginChoice.h"
 #include "tools/terminal/console.h"
 
 namespace kpx::tool {
 namespace {
 
-struct Arguments {
-    bool json = false, hasDetails = false, isStrict = false;
-    Grade only = Grade::right;  // this grade or a worse one
-    BatchOptions batch;
+struct Arguments : ListOptions {
+    bool hasDetails = false;
 };
 
 // The lines below the first one.
@@ -72,35 +67,24 @@ std::string textOfFile(const std::string& name, const Explanation& file, bool ha
     return printable(name) + ": " + summaryOf(file) + "\n" + lines.text();
 }
 
-Outcome show(const Arguments& arguments, Report& report) {
-    return withFailureAsJson(report, arguments.json, [&] {
-        const Explanation file = explain(OpenFile(report.file()).facts());
-        report.countAs(gradeName(file.grade));
-        if (file.grade < arguments.only) return Outcome::done;
-        report.print(arguments.json ? jsonText(fileAsJson(report.file(), file)) + "\n"
-                                    : textOfFile(report.file(), file, arguments.hasDetails));
-        return outcomeOf(file.grade, arguments.isStrict);
+Outcome run(const std::string& pluginPath, const Arguments& arguments) {
+    if (!pluginPath.empty()) loadPlugin(pluginPath);
+    return runBatch(inputsOf(arguments.batch), arguments.batch, [&](const InputFile& input, Report& report) {
+        return withFailureAsJson(report, arguments.json, [&] {
+            const Explanation file = explain(OpenFile(input.path).facts());
+            return list(arguments, file, textOfFile(input.path, file, arguments.hasDetails), report);
+        });
     });
 }
 
 }  // namespace
 
 void addExplainCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("explain", "Explain what DDS files are and why they look as they do");
-    auto arguments = std::make_shared<Arguments>();
-    arguments->batch.addTo(*command, "DDS files, or folders of them");
-    command->add_flag("--json", arguments->json, "Print one JSON object per line");
-    addOnly(*command, arguments->only);
-    command->add_flag("--strict", arguments->isStrict, "Count suspect files as bad");
-    command->add_flag("--details", arguments->hasDetails, "Show header flags, data sizes and how the file is read");
-    arguments->batch.isPrinting = true;
-    command->callback([&invocation, arguments] {
-        invocation.run = [&invocation, arguments] {
-            if (!invocation.pluginPath.empty()) loadPlugin(invocation.pluginPath);
-            return runBatch(inputsOf(arguments->batch), arguments->batch,
-                            [&](const InputFile&, Report& report) { return show(*arguments, report); });
-        };
-    });
+    const auto command =
+        addCommand(app, invocation, "explain", "Explain what DDS files are and why they look as they do", run);
+    command.arguments.addTo(command.app);
+    command.app.add_flag("--details", command.arguments.hasDetails,
+                         "Show header flags, data sizes and how the file is read");
 }
 
 }  // namespace kpx::tool

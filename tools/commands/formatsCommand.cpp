@@ -5,7 +5,7 @@
 #include "dds/formatTable.h"
 #include "explain/names.h"
 #include "explain/text.h"
-#include "tools/commands/commands.h"
+#include "tools/commands/options.h"
 #include "tools/json/json.h"
 #include "tools/plugin/pluginChoice.h"
 
@@ -69,10 +69,14 @@ Json optionsAsJson(const host::Plugin& plugin) {
     return options;
 }
 
-Outcome run(const std::string& pluginPath, bool json) {
+struct Arguments {
+    bool json = false;
+};
+
+Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     const PluginChoice choice = choosePlugin(pluginPath);
     const host::Plugin plugin(choice.path);
-    if (json) {
+    if (arguments.json) {
         std::cout << jsonText({{"plugin", choice.path},
                                {"place", choice.place},
                                {"writes", plugin.canWrite()},
@@ -93,11 +97,9 @@ Outcome run(const std::string& pluginPath, bool json) {
 }  // namespace
 
 void addFormatsCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("formats", "Show the plug-in, its options and the formats it reads");
-    auto json = std::make_shared<bool>(false);
-    command->add_flag("--json", *json, "Print one JSON object");
-    command->callback(
-        [&invocation, json] { invocation.run = [&invocation, json] { return run(invocation.pluginPath, *json); }; });
+    const auto command =
+        addCommand(app, invocation, "formats", "Show the plug-in, its options and the formats it reads", run);
+    command.app.add_flag("--json", command.arguments.json, "Print one JSON object");
 }
 
 }  // namespace kpx::tool

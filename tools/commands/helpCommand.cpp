@@ -1,34 +1,33 @@
 // kpximage help: what --help prints, of the program or of a command.
 #include <iostream>
 
-#include "tools/commands/commands.h"
+#include "tools/commands/options.h"
 
 namespace kpx::tool {
 namespace {
 
-void printHelp(const CLI::App& app, const std::string& commandName) {
-    if (!commandName.empty()) {
-        std::cout << app.get_subcommand(commandName)->help(app.get_name());
-        return;
-    }
-    // The program's own text: help() would give that of the command `help`, which has been chosen.
-    std::cout << app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal);
+struct Arguments {
+    const CLI::App* program = nullptr;
+    std::string command;  // empty: the program itself
+};
+
+Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
+    const CLI::App& program = *arguments.program;
+    // For the program, help() would return the text of the chosen command, `help`.
+    std::cout << (arguments.command.empty()
+                      ? program.get_formatter()->make_help(&program, program.get_name(), CLI::AppFormatMode::Normal)
+                      : program.get_subcommand(arguments.command)->help(program.get_name()));
+    return Outcome::done;
 }
 
 }  // namespace
 
 void addHelpCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("help", "Show the commands, or the options of one");
-    auto name = std::make_shared<std::string>();
+    const auto command = addCommand(app, invocation, "help", "Show the commands, or the options of one", run);
+    command.arguments.program = &app;
     std::vector<std::string> names;
     for (const CLI::App* each : app.get_subcommands(nullptr)) names.push_back(each->get_name());
-    command->add_option("COMMAND", *name, "Command to show")->check(CLI::IsMember(names));
-    command->callback([&app, &invocation, name] {
-        invocation.run = [&app, name] {
-            printHelp(app, *name);
-            return Outcome::done;
-        };
-    });
+    command.app.add_option("COMMAND", command.arguments.command, "Command to show")->check(CLI::IsMember(names));
 }
 
 }  // namespace kpx::tool

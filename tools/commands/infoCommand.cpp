@@ -1,12 +1,9 @@
 // kpximage info: what images are, a line each.
 #include <algorithm>
 
-#include "explain/Explanation.h"
 #include "explain/surfaces.h"
 #include "explain/text.h"
-#include "tools/commands/Batch.h"
-#include "tools/commands/choices.h"
-#include "tools/commands/commands.h"
+#include "tools/commands/options.h"
 #include "tools/json/fileJson.h"
 #include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
@@ -17,10 +14,8 @@
 namespace kpx::tool {
 namespace {
 
-struct Arguments {
-    bool json = false, isOpening = false, isStrict = false;
-    Grade only = Grade::right;  // this grade or a worse one
-    BatchOptions batch;
+struct Arguments : ListOptions {
+    bool isOpening = false;
 };
 
 // "12 bytes", "4.2 kB".
@@ -66,44 +61,29 @@ void checkIsAsForetold(const OpenedImage& image) {
     throw FileError("is " + opened + " through the plug-in, but " + foretold + " by its headers");
 }
 
-Outcome show(const Arguments& arguments, const host::Plugin* plugin, Report& report) {
-    return withFailureAsJson(report, arguments.json, [&] {
-        const OpenFile opened(report.file());
-        const Explanation file = explain(opened.facts());
-        if (plugin != nullptr && file.grade != Grade::unreadable) checkIsAsForetold(openThroughHost(*plugin, opened));
-        report.countAs(gradeName(file.grade));
-        if (file.grade < arguments.only) return Outcome::done;
-        if (arguments.json)
-            report.print(jsonText(fileAsJson(report.file(), file)) + "\n");
-        else if (file.grade != Grade::unreadable)
-            report.print(printable(report.file()) + ": " + lineOf(file) + "\n");
-        // `explain` says why.
-        if (file.grade == Grade::unreadable) warnOfGrade(file, report);
-        return outcomeOf(file.grade, arguments.isStrict);
+Outcome run(const std::string& pluginPath, const Arguments& arguments) {
+    const auto plugin = arguments.isOpening || !pluginPath.empty() ? loadPlugin(pluginPath) : nullptr;
+    return runBatch(inputsOf(arguments.batch), arguments.batch, [&](const InputFile& input, Report& report) {
+        return withFailureAsJson(report, arguments.json, [&] {
+            const OpenFile opened(input.path);
+            const Explanation file = explain(opened.facts());
+            const bool isReadable = file.grade != Grade::unreadable;
+            if (arguments.isOpening && isReadable) checkIsAsForetold(openThroughHost(*plugin, opened));
+            // `explain` says why a file is not right.
+            if (!isReadable && file.grade >= arguments.only) warnOfGrade(file, report);
+            return list(arguments, file, isReadable ? printable(input.path) + ": " + lineOf(file) + "\n" : "", report);
+        });
     });
 }
 
 }  // namespace
 
 void addInfoCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand("info", "Show size, format and grade of DDS files, a line each");
-    auto arguments = std::make_shared<Arguments>();
-    arguments->batch.addTo(*command, "DDS files, or folders of them");
-    command->add_flag("--json", arguments->json, "Print one JSON object per line");
-    addOnly(*command, arguments->only);
-    command->add_flag("--strict", arguments->isStrict, "Count suspect files as bad");
-    command->add_flag("--open", arguments->isOpening,
-                      "Decode the whole image and report an error if it does not match its header");
-    arguments->batch.isPrinting = true;
-    command->callback([&invocation, arguments] {
-        invocation.run = [&invocation, arguments] {
-            const auto plugin =
-                arguments->isOpening || !invocation.pluginPath.empty() ? loadPlugin(invocation.pluginPath) : nullptr;
-            return runBatch(inputsOf(arguments->batch), arguments->batch, [&](const InputFile&, Report& report) {
-                return show(*arguments, arguments->isOpening ? plugin.get() : nullptr, report);
-            });
-        };
-    });
+    const auto command =
+        addCommand(app, invocation, "info", "Show size, format and grade of DDS files, a line each", run);
+    command.arguments.addTo(command.app);
+    command.app.add_flag("--open", command.arguments.isOpening,
+                         "Decode the whole image and report an error if it does not match its header");
 }
 
 }  // namespace kpx::tool

@@ -4,9 +4,7 @@
 #include <optional>
 
 #include "explain/text.h"
-#include "tools/commands/Batch.h"
-#include "tools/commands/commands.h"
-#include "tools/commands/outputOptions.h"
+#include "tools/commands/options.h"
 #include "tools/json/fileJson.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/console.h"
@@ -144,42 +142,38 @@ Outcome Repairs::undo(const InputFile& file, Report& report) const {
     return Outcome::done;
 }
 
-Outcome run(const Arguments& arguments) {
+Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
     return Repairs(arguments).run();
 }
 
-void addCommon(CLI::App& command, Arguments& arguments, const char* whatOutputIs) {
-    arguments.batch.addTo(command, "DDS files, or folders of them");
-    arguments.output.addTo(command, whatOutputIs);
-    command.add_flag("--dry-run", arguments.isDryRun,
-                     "Write nothing and report what would change; exit with 3 if anything");
-    command.add_flag("--json", arguments.json, "Print one JSON object per line");
-    arguments.batch.isPrinting = arguments.batch.isNaming = true;
+Command<Arguments> addRepairing(CLI::App& app, Invocation& invocation, const char* name, const char* description) {
+    const auto command = addCommand(app, invocation, name, description, run);
+    Arguments& arguments = command.arguments;
+    arguments.batch.addTo(command.app, "DDS files, or folders of them");
+    arguments.output.addTo(
+        command.app, "The copy, or a folder for the copies, which is created if PATH is a folder or OUT ends in \"/\"");
+    command.app.add_flag("--dry-run", arguments.isDryRun,
+                         "Write nothing and report what would change; exit with 3 if anything");
+    command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
+    arguments.batch.isNaming = true;
+    return command;
 }
-
-constexpr const char* outputText =
-    "The copy, or a folder for the copies, which is created if PATH is a folder or OUT ends in \"/\"";
 
 }  // namespace
 
 void addRepairCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand(
-        "repair", "Fix the headers of DDS files that cannot be decoded or decode wrongly. Pixel data is not changed");
-    auto arguments = std::make_shared<Arguments>();
-    addCommon(*command, *arguments, outputText);
-    command->add_flag("--in-place", arguments->isInPlace,
-                      "Repair the files themselves; the original of each is kept as FILE.orig");
-    command->add_flag("--undo", arguments->isUndo, "Put back the originals kept by --in-place");
-    command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
+    const auto command = addRepairing(
+        app, invocation, "repair",
+        "Fix the headers of DDS files that cannot be decoded or decode wrongly. Pixel data is not changed");
+    command.app.add_flag("--in-place", command.arguments.isInPlace,
+                         "Repair the files themselves; the original of each is kept as FILE.orig");
+    command.app.add_flag("--undo", command.arguments.isUndo, "Put back the originals kept by --in-place");
 }
 
 void addRecodeCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand(
-        "recode", "Convert the pixels of DDS files in a format that cannot be decoded to one that can");
-    auto arguments = std::make_shared<Arguments>();
-    arguments->isRecoding = true;
-    addCommon(*command, *arguments, outputText);
-    command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
+    addRepairing(app, invocation, "recode",
+                 "Convert the pixels of DDS files in a format that cannot be decoded to one that can")
+        .arguments.isRecoding = true;
 }
 
 }  // namespace kpx::tool

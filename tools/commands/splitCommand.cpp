@@ -4,9 +4,7 @@
 #include "explain/Explanation.h"
 #include "explain/surfaces.h"
 #include "explain/text.h"
-#include "tools/commands/Batch.h"
-#include "tools/commands/commands.h"
-#include "tools/commands/outputOptions.h"
+#include "tools/commands/options.h"
 #include "tools/json/gradeText.h"
 #include "tools/json/json.h"
 #include "tools/repair/ddsCopy.h"
@@ -68,7 +66,7 @@ Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& p
     return Outcome::bad;
 }
 
-Outcome run(const Arguments& arguments) {
+Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
     std::string folder = arguments.output.output;
     if (folder.empty()) throw UsageError("--output is required");
     if (!folder.ends_with('/')) folder += '/';
@@ -83,16 +81,16 @@ Outcome run(const Arguments& arguments) {
 }  // namespace
 
 void addSplitCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand(
-        "split",
-        "Write every mipmap, cube face, slice and array element of DDS files to a file of its own, named "
-        "NAME-array00-face0+x-mip00-slice000.dds without the parts that do not vary");
-    auto arguments = std::make_shared<Arguments>();
-    arguments->batch.addTo(*command, "DDS files, or folders of them");
-    arguments->output.addTo(*command, "The folder for the files; it is created if needed");
-    command->add_flag("--json", arguments->json, "Print one JSON object per line");
-    arguments->batch.isPrinting = arguments->batch.isNaming = true;
-    command->callback([&invocation, arguments] { invocation.run = [arguments] { return run(*arguments); }; });
+    const auto command =
+        addCommand(app, invocation, "split",
+                   "Write every mipmap, cube face, slice and array element of DDS files to a file of its own, named "
+                   "NAME-array00-face0+x-mip00-slice000.dds without the parts that do not vary",
+                   run);
+    Arguments& arguments = command.arguments;
+    arguments.batch.addTo(command.app, "DDS files, or folders of them");
+    arguments.output.addTo(command.app, "The folder for the files; it is created if needed");
+    command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
+    arguments.batch.isNaming = true;
 }
 
 }  // namespace kpx::tool

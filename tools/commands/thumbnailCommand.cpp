@@ -1,13 +1,15 @@
 // kpximage thumbnail: a small PNG of an image, with what the thumbnail standard of freedesktop.org has it say.
-#include "explain/Explanation.h"
-#include "tools/commands/Batch.h"
-#include "tools/commands/commands.h"
+#include <glib.h>
+
+#include <filesystem>
+
+#include "tools/commands/options.h"
 #include "tools/files/PendingFile.h"
-#include "tools/files/fileUri.h"
 #include "tools/json/gradeText.h"
 #include "tools/pictures/PixelSource.h"
 #include "tools/pictures/PngFile.h"
-#include "tools/pictures/thumbnailPicture.h"
+#include "tools/pictures/adjustedSource.h"
+#include "tools/pictures/smallPicture.h"
 #include "tools/plugin/pluginChoice.h"
 #include "tools/terminal/errors.h"
 
@@ -22,11 +24,37 @@ struct Arguments {
     std::string input, output;
 };
 
+// Returns a text allocated by GLib, "" for null, and frees it.
+std::string taken(char* text) {
+    const std::unique_ptr<char, void (*)(void*)> owned(text, g_free);
+    return owned == nullptr ? "" : owned.get();
+}
+
+bool isUri(const std::string& text) {
+    return text.starts_with("file://");
+}
+
+// Returns the path of a file: URI; any other text is a path itself. Throws FileError.
+std::string pathOfFile(const std::string& pathOrUri) {
+    if (!isUri(pathOrUri)) return pathOrUri;
+    char* host = nullptr;
+    std::string path = taken(g_filename_from_uri(pathOrUri.c_str(), &host, nullptr));
+    const std::string hostName = taken(host);
+    if (path.empty()) throw FileError("is not a valid file: URI");
+    if (!hostName.empty() && hostName != "localhost") throw FileError("is not a file of this computer");
+    return path;
+}
+
+// Returns the file: URI of a path. GLib escapes bytes as file managers do, so that they find the thumbnail again.
+std::string uriOfFile(const std::string& pathOrUri) {
+    if (isUri(pathOrUri)) return pathOrUri;
+    return taken(g_filename_to_uri(std::filesystem::absolute(pathOrUri).lexically_normal().c_str(), nullptr, nullptr));
+}
+
 void write(const SmallPicture& picture, const std::string& path, const PixelSource& source, const Arguments& arguments,
            const std::string& modified) {
     PngFile file(path, {picture.width, picture.height, 3, 1, false}, channels, true);
-    const bool isUri = pathOfFile(arguments.input) != arguments.input;
-    file.writeText("Thumb::URI", isUri ? arguments.input : uriOfPath(arguments.input));
+    file.writeText("Thumb::URI", uriOfFile(arguments.input));
     file.writeText("Thumb::MTime", modified);
     file.writeText("Thumb::Mimetype", source.kind() == SourceKind::png ? "image/png" : "image/x-dds");
     file.writeText("Thumb::Image::Width", std::to_string(source.layout().width));
@@ -49,17 +77,14 @@ Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Re
             return outcomeOf(explanation.grade, false);
         }
     }
-    const auto source = openSource(plugin, std::move(input), true);
+    auto source = openSource(plugin, std::move(input), true);
     if (source->isBlack()) throw std::bad_alloc();
-    if (!source->isWhole()) throw FileError("is incomplete: it does not hold every row of its picture");
+    if (!source->isWhole()) throw FileError("is incomplete: it does not contain every row of its picture");
+    const double stops = source->layout().isFloat ? fittingExposure(*source) : 0.0;
+    source = asShown(std::move(source), stops);
     const SmallPicture picture = smallPicture(*source, arguments.size);
-    try {
-        PendingFile file(arguments.output, 0600);
-        write(picture, file.path(), *source, arguments, modified);
-        file.commit();
-    } catch (const OutputError& error) {
-        throw OutputError(error.what(), arguments.output, error.code());
-    }
+    writeWhole(arguments.output, 0600, Existing::replace,
+               [&](const PendingFile& file) { write(picture, file.path(), *source, arguments, modified); });
     return Outcome::done;
 }
 
@@ -72,22 +97,20 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
 }  // namespace
 
 void addThumbnailCommand(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand(
-        "thumbnail",
-        "Make a small PNG of an image for a file manager. Pixels are averaged in linear light, weighted by alpha; "
-        "values above 1 are compressed so that the brightest is white. No thumbnail is made if the file cannot be "
-        "decoded or is incomplete");
-    auto arguments = std::make_shared<Arguments>();
-    command->add_option("-s,--size", arguments->size, "Largest width and height; smaller images keep their size")
+    const auto command = addCommand(
+        app, invocation, "thumbnail",
+        "Make a small PNG of an image for a file manager. Pixels are averaged in linear light, weighted by alpha. "
+        "Floating-point textures get the exposure that fits them. No thumbnail is made if the file cannot be decoded "
+        "or is incomplete",
+        run);
+    Arguments& arguments = command.arguments;
+    command.app.add_option("-s,--size", arguments.size, "Largest width and height; smaller images keep their size")
         ->check(CLI::Range(1, largestSize))
         ->capture_default_str();
-    command->add_option("PATH", arguments->input, "DDS or PNG file, or its file: URI")->required();
-    command->add_option("-o,--output", arguments->output, "PNG file to write; an existing file is replaced")
+    command.app.add_option("PATH", arguments.input, "DDS or PNG file, or its file: URI")->required();
+    command.app.add_option("-o,--output", arguments.output, "PNG file to write; an existing file is replaced")
         ->required()
         ->type_name("OUT");
-    command->callback([&invocation, arguments] {
-        invocation.run = [&invocation, arguments] { return run(invocation.pluginPath, *arguments); };
-    });
 }
 
 }  // namespace kpx::tool

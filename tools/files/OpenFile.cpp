@@ -86,7 +86,7 @@ bool hasSameContents(const struct stat& a, const struct stat& b) {
 
 std::string withName(std::string message, const std::string& path, const std::string& name) {
     const std::size_t place = message.find(path);
-    if (place != std::string::npos) message.replace(place, path.size(), name);
+    if (!path.empty() && place != std::string::npos) message.replace(place, path.size(), name);
     return message;
 }
 

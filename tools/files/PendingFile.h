@@ -6,6 +6,9 @@
 
 #include <string>
 
+#include "tools/files/OpenFile.h"
+#include "tools/terminal/errors.h"
+
 namespace kpx::tool {
 
 // What happens to a file that already has the name.
@@ -61,6 +64,21 @@ private:
     std::string m_temporaryName;  // in the folder; empty: none
     std::string m_path;
 };
+
+// Writes a file whole or not at all: work(file) writes it. Throws OutputError with the destination as its file, and
+// what the work throws.
+template <typename Work>
+void writeWhole(const std::string& destination, mode_t permissions, Existing existing, Work work) {
+    std::string path;
+    try {
+        PendingFile file(destination, permissions, existing);
+        path = file.path();
+        work(file);
+        file.commit();
+    } catch (const OutputError& error) {
+        throw OutputError(withName(error.what(), path, destination), destination, error.code());
+    }
+}
 
 // A file without a name in the system's folder for temporary files, readable by its owner alone.
 class TemporaryFile {

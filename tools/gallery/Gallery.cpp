@@ -1,30 +1,32 @@
 // The record of a file is JSON for the page's script: name, grade, findings, facts, versions of its picture, a strip.
 #include "tools/gallery/Gallery.h"
 
-#include <filesystem>
-#include <optional>
+#include <glib.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+
+#include "explain/Explanation.h"
 #include "explain/text.h"
 #include "explain/verdict.h"
 #include "tools/files/PendingFile.h"
-#include "tools/gallery/helpingCommand.h"
 #include "tools/gallery/surfaceStrip.h"
 #include "tools/json/gradeText.h"
+#include "tools/json/json.h"
+#include "tools/pictures/DdsSource.h"
+#include "tools/pictures/adjustedSource.h"
 #include "tools/pictures/channelUse.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
-
-struct Gallery::Entry {
-    std::size_t number;
-    Json record;
-    double exposure = 0.0;  // of the version that was added last
-    bool isAdded = false;   // the file itself is in the page; what fails after that is a shortfall of the page alone
-};
-
 namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int thumbnailSide = 256;  // the largest width and height
 
 void addFinding(Json& record, Grade severity, const std::string& text, const std::string& advice = "") {
     record["findings"].push_back({{"severity", gradeName(severity)}, {"text", text}});
@@ -50,126 +52,177 @@ void describe(Json& record, const Explanation& file) {
     addFact(record, "File", bytesText(file.facts.fileBytes));
 }
 
-std::string exposureText(const GalleryPictures& pictures, const GallerySettings& settings) {
-    return textOf(*pictures.exposure > 0 ? "+" : "", *pictures.exposure, " stops",
-                  settings.exposure ? "" : ", chosen automatically");
+bool isOpaque(const SmallPicture& picture) {
+    for (std::size_t i = 3; i < picture.pixels.size(); i += 4) {
+        if (picture.pixels[i] != 255) return false;
+    }
+    return true;
 }
 
-}  // namespace
-
-Gallery::Gallery(const host::Plugin& plugin, const GallerySettings& settings, const std::string& folder)
-    : m_plugin(plugin), m_settings(settings), m_folder(folder), m_page(m_folder.page()) {}
-
-Outcome Gallery::add(std::size_t i, const std::string& path, Report& report) {
-    const std::filesystem::path place(path);
-    Entry entry{i,
-                {{"folder", place.parent_path().string()},
-                 {"name", place.filename().string()},
-                 {"grade", gradeName(Grade::unreadable)},
-                 {"findings", Json::array()},
-                 {"facts", Json::array()},
-                 {"versions", Json::object()}}};
-    Outcome outcome = Outcome::failed;
-    const auto fail = [&](const std::string& message) {
-        if (entry.isAdded)
-            return addFinding(entry.record, Grade::noted, "Some of its pictures are missing here: " + message + ".");
-        report.warn(message);
-        if (entry.record["findings"].empty()) addFinding(entry.record, Grade::unreadable, message + ".");
-    };
-    try {
-        outcome = addFile(path, entry, report);
-    } catch (const Interrupted&) {
-        throw;
-    } catch (const OutputError& error) {
-        // A gallery that lacks a picture is not finished; nothing else has to be said of it.
-        const std::lock_guard lock(m_mutex);
-        if (m_failure.empty()) m_failure = error.what();
-        return Outcome::failed;
-    } catch (const std::bad_alloc&) {
-        fail("not enough memory");
-    } catch (const std::exception& error) {
-        fail(error.what());
-    }
-    const std::lock_guard lock(m_mutex);
-    m_waiting.emplace(i, std::move(entry.record));
-    for (auto next = m_waiting.begin(); next != m_waiting.end() && next->first == m_next; ++m_next) {
-        m_page.add(next->second);
-        next = m_waiting.erase(next);
-    }
-    return outcome;
+// Whether a page can show the text as it is: valid UTF-8 without control characters.
+bool isShowable(const std::string& text) {
+    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+    return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != 0 &&
+           std::none_of(text.begin(), text.end(), isControl);
 }
 
-Outcome Gallery::addFile(const std::string& path, Entry& entry, Report& report) {
-    const OpenFile file(path);
-    m_hasFiles = true;
+std::string shellWord(const std::string& text) {
+    constexpr const char* plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./,:@%+";
+    if (text.find_first_not_of(plain) == std::string::npos) return text;
+    const std::unique_ptr<char, void (*)(void*)> quoted(g_shell_quote(text.c_str()), g_free);
+    return quoted.get();
+}
+
+std::string freeName(const fs::path& input, const char* mark) {
+    for (int number = 1;; ++number) {
+        fs::path name = input;
+        const std::string ending = number == 1 ? mark : textOf(mark, "-", number);
+        name.replace_filename(input.stem().string() + ending + input.extension().string());
+        std::error_code error;
+        if (!fs::exists(fs::symlink_status(name, error))) return name.string();
+    }
+}
+
+// Returns the command for a POSIX shell that writes the repaired or recoded copy beside the file.
+std::string helpingCommand(const std::string& input, bool isRecoding) {
+    // A name that starts with a dash would be taken for an option.
+    const std::string file = input.starts_with('-') ? "./" + input : input;
+    const std::string output = freeName(file, isRecoding ? "-recoded" : "-repaired");
+    return textOf("kpximage ", isRecoding ? "recode " : "repair ", shellWord(file), " -o ", shellWord(output));
+}
+
+// A file on its way into the page.
+class Entry {
+public:
+    Entry(const host::Plugin& plugin, const GallerySettings& settings, const GalleryFolder& folder, std::size_t number,
+          const fs::path& path)
+        : m_plugin(plugin),
+          m_settings(settings),
+          m_folder(folder),
+          m_prefix(textOf(number, "-")),
+          m_record({{"folder", path.parent_path().string()},
+                    {"name", path.filename().string()},
+                    {"grade", gradeName(Grade::unreadable)},
+                    {"findings", Json::array()},
+                    {"facts", Json::array()},
+                    {"versions", Json::object()}}) {}
+
+    Outcome add(const OpenFile& file, Report& report);
+    void fail(const std::string& message, Report& report);
+    // File names need not be valid UTF-8; a page must be.
+    [[nodiscard]] std::string text() const { return m_record.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+private:
+    // Throws if there is not enough memory for the picture.
+    void addVersion(const char* version, const OpenFile& file);
+    void addRepaired(const OpenFile& file);
+    void addStrip(const OpenFile& file, const FileFacts& facts);
+
+    const host::Plugin& m_plugin;
+    const GallerySettings& m_settings;
+    const GalleryFolder& m_folder;
+    std::string m_prefix;  // of the names of its pictures
+    Json m_record;
+    double m_exposure = 0.0;  // of the version that was added last
+    bool m_isAdded = false;   // the file itself is in the page: later failures are of the page alone
+};
+
+Outcome Entry::add(const OpenFile& file, Report& report) {
     const Explanation explanation = explain(file.facts());
-    describe(entry.record, explanation);
+    describe(m_record, explanation);
     warnOfGrade(explanation, report);
     const Outcome outcome = outcomeOf(explanation.grade, false);
     if (explanation.grade == Grade::unreadable) return outcome;
-    // The black picture of a file that is not decoded says nothing that the grade does not.
-    if (explanation.grade != Grade::black) {
-        DdsSource source(m_plugin, file);
-        addVersion("original", source, entry);
-        if (source.isBlack()) throw std::bad_alloc();
-    }
-    entry.isAdded = true;
-    addRepaired(file, entry);
+    // The black picture of a file that cannot be decoded adds nothing to its grade.
+    if (explanation.grade != Grade::black) addVersion("original", file);
+    m_isAdded = true;
+    addRepaired(file);
     file.checkIsUnchanged();
     return outcome;
 }
 
-void Gallery::addVersion(const char* version, DdsSource& source, Entry& entry) const {
-    const GalleryPictures made = galleryPictures(source, m_settings);
-    entry.exposure = made.exposure.value_or(0.0);
-    const ImageLayout& layout = source.layout();
-    const auto keep = [&](const char* what, const Png& picture) {
-        return m_folder.write(textOf(entry.number, "-", version, "-", what, ".png"), picture);
-    };
-    Json& shown = entry.record["versions"][version];
-    shown = {{"width", layout.width},
-             {"height", layout.height},
-             {"shown", {made.width, made.height}},
-             {"channels", textOf(channelUse(layout).names, layout.isFloat ? ", 32-bit float" : ", 8-bit")},
-             {"thumbnail", keep("thumbnail", made.thumbnail)},
-             {"all", keep("all", made.all)}};
-    if (!made.alpha.empty()) shown["colour"] = keep("colour", made.colour);
-    if (!made.alpha.empty()) shown["alpha"] = keep("alpha", made.alpha);
-    if (made.exposure) shown["exposure"] = exposureText(made, m_settings);
+void Entry::fail(const std::string& message, Report& report) {
+    if (m_isAdded) return addFinding(m_record, Grade::noted, "Some of its pictures are missing here: " + message + ".");
+    report.warn(message);
+    if (m_record["findings"].empty()) addFinding(m_record, Grade::unreadable, message + ".");
 }
 
-// The repaired or recoded copy, if there is one, and the strip of its pictures, or of the file's own.
-void Gallery::addRepaired(const OpenFile& file, Entry& entry) const {
+void Entry::addVersion(const char* version, const OpenFile& file) {
+    auto source = std::make_unique<DdsSource>(m_plugin, file);
+    if (source->isBlack()) throw std::bad_alloc();
+    const ImageLayout layout = source->layout();
+    m_exposure = !layout.isFloat ? 0.0 : m_settings.exposure ? *m_settings.exposure : fittingExposure(*source);
+    const auto shown = asShown(std::move(source), m_exposure);
+    const SmallPicture thumbnail = smallPicture(*shown, thumbnailSide);
+    const SmallPicture picture = smallPicture(*shown, m_settings.maxSide);
+    const std::string prefix = m_prefix + version + "-";
+    Json& entry = m_record["versions"][version];
+    entry = {{"width", layout.width},
+             {"height", layout.height},
+             {"shown", {picture.width, picture.height}},
+             {"channels", textOf(channelUse(layout).names, layout.isFloat ? ", 32-bit float" : ", 8-bit")},
+             {"thumbnail", m_folder.write(prefix + "thumbnail", thumbnail)},
+             {"all", m_folder.write(prefix + "all", picture)}};
+    if (!isOpaque(picture)) {
+        entry["colour"] = m_folder.write(prefix + "colour", picture, 0, 3);
+        entry["alpha"] = m_folder.write(prefix + "alpha", picture, 3, 1);
+    }
+    if (layout.isFloat)
+        entry["exposure"] = textOf(m_exposure > 0 ? "+" : "", m_exposure, " stops",
+                                   m_settings.exposure ? "" : ", chosen automatically");
+}
+
+// Adds the repaired or recoded copy, if there is one, and the strip of its pictures, or of the file's own.
+void Entry::addRepaired(const OpenFile& file) {
     const RepairPlan plan = planRepair(file.facts(), true);
-    if (!plan.helps()) return addStrip(file, file.facts(), entry);
-    const bool isRecoding = plan.result == RepairResult::recoded;
-    const std::string command = helpingCommand(file.name(), isRecoding);
-    if (!command.empty()) entry.record["command"] = command;
-    for (const Remark& change : plan.changes()) entry.record["changes"].push_back(change.sentence);
+    if (!plan.helps()) return addStrip(file, file.facts());
+    if (isShowable(file.name()))
+        m_record["command"] = helpingCommand(file.name(), plan.result == RepairResult::recoded);
+    for (const Remark& change : plan.changes()) m_record["changes"].push_back(change.sentence);
     const std::uint64_t pictures = std::max<std::uint64_t>(stripCount(plan.repair.facts), 1);
     if (repairedBytes(plan, pictures) > stripBytes)
         throw FileError(textOf("the repaired picture is larger than ", stripBytes >> 20, " MiB"));
     const TemporaryFile copy;
     writeRepaired(file, plan, copy.descriptor(), pictures);
     const OpenFile repaired(copy.path(), "the repaired copy of " + file.name());
-    DdsSource source(m_plugin, repaired);
-    if (source.isBlack()) throw FileError("the repaired file cannot be decoded");
-    addVersion("repaired", source, entry);
-    addStrip(repaired, plan.repair.facts, entry);
+    addVersion("repaired", repaired);
+    addStrip(repaired, plan.repair.facts);
 }
 
-void Gallery::addStrip(const OpenFile& file, const FileFacts& facts, Entry& entry) const {
-    const auto keep = [&](const std::string& name, const Png& picture) {
-        return m_folder.write(textOf(entry.number, "-", name, ".png"), picture);
-    };
-    Json strip = surfaceStrip(m_plugin, file, facts, entry.exposure, keep);
-    if (!strip.is_null()) entry.record["strip"] = std::move(strip);
+void Entry::addStrip(const OpenFile& file, const FileFacts& facts) {
+    Json strip = surfaceStrip(m_plugin, file, facts, m_exposure, m_folder, m_prefix);
+    if (!strip.is_null()) m_record["strip"] = std::move(strip);
+}
+
+}  // namespace
+
+Outcome Gallery::add(std::size_t i, const std::string& path, Report& report) {
+    Entry entry(m_plugin, m_settings, m_folder, i, path);
+    Outcome outcome = Outcome::failed;
+    try {
+        const OpenFile file(path);
+        m_hasFiles = true;
+        outcome = entry.add(file, report);
+    } catch (const Interrupted&) {
+        throw;
+    } catch (const OutputError& error) {
+        // A gallery without all its pictures is not finished: this is reported once, at the end.
+        const std::lock_guard lock(m_mutex);
+        if (m_failure.empty()) m_failure = error.what();
+        return Outcome::failed;
+    } catch (const std::bad_alloc&) {
+        entry.fail("not enough memory", report);
+    } catch (const std::exception& error) {
+        entry.fail(error.what(), report);
+    }
+    m_records[i] = entry.text();
+    return outcome;
 }
 
 bool Gallery::finish() {
     if (!m_failure.empty()) throw OutputError(m_failure);
     if (!m_hasFiles) return false;
-    m_page.finish();
+    m_folder.writePage(m_records);
     m_folder.commit();
     return true;
 }

@@ -1,53 +1,45 @@
-// A gallery being made: what the page says of each file, and its pictures.
+// A gallery being made: what the page says about each file, and its pictures.
 #pragma once
 
 #include <atomic>
-#include <map>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "explain/Explanation.h"
 #include "host/Plugin.h"
-#include "tools/files/OpenFile.h"
 #include "tools/gallery/GalleryFolder.h"
-#include "tools/gallery/GalleryPage.h"
-#include "tools/gallery/galleryPictures.h"
 #include "tools/terminal/Outcome.h"
 #include "tools/terminal/Report.h"
 
 namespace kpx::tool {
 
+struct GallerySettings {
+    std::optional<double> exposure;  // of floats, in stops; none: one that fits each
+    int maxSide = 512;               // larger pictures are reduced to it
+};
+
 class Gallery {
 public:
-    // Throws OutputError.
-    Gallery(const host::Plugin& plugin, const GallerySettings& settings, const std::string& folder);
+    // For this number of files. Throws OutputError.
+    Gallery(const host::Plugin& plugin, const GallerySettings& settings, const std::string& folder, std::size_t files)
+        : m_plugin(plugin), m_settings(settings), m_folder(folder), m_records(files) {}
 
-    // Adds file number i, from any thread: each file has its place in the page, whatever becomes of it. Throws
-    // Interrupted.
+    // Adds file number i; every file gets a place in the page. Thread-safe. Throws Interrupted.
     Outcome add(std::size_t i, const std::string& path, Report& report);
 
-    // Gives the folder its name. Returns false, and writes nothing, if no file could be read. Throws OutputError, also
-    // if a picture could not be written.
+    // Writes the page and gives the folder its name. Returns false, and writes nothing, if no file could be read.
+    // Throws OutputError, also if a picture could not be written.
     bool finish();
 
 private:
-    // What is known of a file on its way into the page.
-    struct Entry;
-
-    Outcome addFile(const std::string& path, Entry& entry, Report& report);
-    void addVersion(const char* version, DdsSource& source, Entry& entry) const;
-    void addRepaired(const OpenFile& file, Entry& entry) const;
-    void addStrip(const OpenFile& file, const FileFacts& facts, Entry& entry) const;
-
     const host::Plugin& m_plugin;
     const GallerySettings& m_settings;
     GalleryFolder m_folder;
+    std::vector<std::string> m_records;    // JSON of each file
     std::atomic<bool> m_hasFiles = false;  // that could be read
     std::mutex m_mutex;                    // of what follows
-    std::string m_failure;                 // to write a picture, the first
-    GalleryPage m_page;
-    std::map<std::size_t, Json> m_waiting;  // until the files before them are in the page
-    std::size_t m_next = 0;
+    std::string m_failure;                 // the first to write a picture
 };
 
 }  // namespace kpx::tool

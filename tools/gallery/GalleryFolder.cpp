@@ -1,16 +1,21 @@
-// A folder is replaced by exchanging two names in one step.
+// A folder is replaced by exchanging two names in one step. Page, style and script are embedded in the program.
 #include "tools/gallery/GalleryFolder.h"
 
 #include <fcntl.h>
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <string_view>
 
+#include "assets.h"
+#include "tools/pictures/PngFile.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 
@@ -19,6 +24,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The start of every page, by which a later run recognises a gallery.
+constexpr std::string_view mark = "<!DOCTYPE html>\n<!-- A gallery made by kpximage. -->\n";
 constexpr const char* pageName = "index.html";
 constexpr const char* picturesName = "pictures";
 
@@ -30,37 +37,50 @@ std::string withoutSlash(std::string path) {
 
 bool hasMark(const fs::path& page) {
     std::ifstream stream(page, std::ios::binary);
-    std::string start(std::strlen(galleryMark), '\0');
+    std::string start(mark.size(), '\0');
     stream.read(start.data(), static_cast<std::streamsize>(start.size()));
-    return start == galleryMark;
+    return start == mark;
 }
 
-// Returns the name of something in the folder that is no part of a gallery; empty if there is nothing of the kind.
-std::string foreignPart(const fs::path& folder) {
+// Throws OutputError if the folder contains something that is not part of a gallery.
+void checkIsGallery(const fs::path& folder) {
+    const auto refuse = [](const std::string& name) {
+        throw OutputError("contains " + name + ", which is not part of a gallery; name another folder");
+    };
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        std::string name = entry.path().filename();
+        const std::string name = entry.path().filename();
         const fs::file_status status = entry.symlink_status();
-        const bool isPage = name == pageName && fs::is_regular_file(status) && hasMark(entry.path());
-        if (isPage) continue;
-        if (name != picturesName || !fs::is_directory(status)) return name;
+        if (name == pageName && fs::is_regular_file(status) && hasMark(entry.path())) continue;
+        if (name != picturesName || !fs::is_directory(status)) refuse(name);
         for (const fs::directory_entry& picture : fs::directory_iterator(entry.path())) {
-            const bool isPicture =
-                picture.path().extension() == ".png" && fs::is_regular_file(picture.symlink_status());
-            if (!isPicture) return name + "/" + picture.path().filename().string();
+            if (picture.path().extension() != ".png" || !fs::is_regular_file(picture.symlink_status()))
+                refuse(name + "/" + picture.path().filename().string());
         }
     }
-    return {};
 }
 
-// Throws OutputError if the path is taken by something other than a gallery or an empty folder.
+// Throws OutputError unless the path is free, an empty folder or a gallery.
 void checkMayReplace(const std::string& path) {
     const fs::file_status status = fs::symlink_status(path);
     if (!fs::exists(status)) return;
     if (fs::is_symlink(status)) throw OutputError("is a link; name the folder itself");
     if (!fs::is_directory(status)) throw OutputError("exists and is not a folder");
-    const std::string foreign = foreignPart(path);
-    if (!foreign.empty())
-        throw OutputError("holds " + foreign + ", which is no part of a gallery; name another folder");
+    checkIsGallery(path);
+}
+
+// Returns the source of a script or style in a Content-Security-Policy: its SHA-256 in base64.
+std::string hashSource(std::string_view text) {
+    const std::unique_ptr<GChecksum, void (*)(GChecksum*)> sum(g_checksum_new(G_CHECKSUM_SHA256), g_checksum_free);
+    g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(text.data()), static_cast<gssize>(text.size()));
+    guint8 digest[32];
+    gsize bytes = sizeof digest;
+    g_checksum_get_digest(sum.get(), digest, &bytes);
+    const std::unique_ptr<char, void (*)(void*)> base64(g_base64_encode(digest, bytes), g_free);
+    return std::string("'sha256-") + base64.get() + "'";
+}
+
+void replace(std::string& text, std::string_view place, std::string_view part) {
+    text.replace(text.find(place), place.size(), part);
 }
 
 template <typename Work>
@@ -91,36 +111,58 @@ GalleryFolder::~GalleryFolder() {
     if (!m_temporary.empty()) fs::remove_all(m_temporary, error);
 }
 
-std::string GalleryFolder::page() const {
-    return m_temporary + "/" + pageName;
+std::string GalleryFolder::write(const std::string& name, const SmallPicture& picture, std::size_t first,
+                                 std::size_t channels) const {
+    std::string url = std::string(picturesName) + "/" + name + ".png";
+    PngFile png(m_temporary + "/" + url, {picture.width, picture.height, 3, 1, false}, channels, false);
+    std::vector<unsigned char> row(static_cast<std::size_t>(picture.width) * channels);
+    const unsigned char* pixel = picture.pixels.data() + first;
+    for (int y = 0; y < picture.height; ++y) {
+        for (auto place = row.begin(); place != row.end(); pixel += 4) place = std::copy_n(pixel, channels, place);
+        png.writeRow(row.data());
+    }
+    png.finish();
+    return url;
 }
 
-std::string GalleryFolder::write(const std::string& name, std::span<const unsigned char> bytes) const {
-    std::string url = std::string(picturesName) + "/" + name;
-    std::ofstream stream(m_temporary + "/" + url, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+// The page's policy allows its own script and style, and the pictures beside it ('self').
+void GalleryFolder::writePage(const std::vector<std::string>& records) const {
+    std::string files;
+    for (std::string record : records) {
+        // No text may end the block or begin a comment in it.
+        for (std::size_t i = 0; (i = record.find('<', i)) != record.npos;) record.replace(i, 1, "\\u003C");
+        files += "<script type=\"application/json\" class=\"file\">" + record + "</script>\n";
+    }
+    std::string page(gallery::page);
+    replace(page, "{{policy}}",
+            "default-src 'none'; img-src 'self'; script-src " + hashSource(gallery::script) + "; style-src " +
+                hashSource(gallery::style) + "; base-uri 'none'; form-action 'none'");
+    replace(page, "{{style}}", gallery::style);
+    replace(page, "{{script}}", gallery::script);
+    replace(page, "{{files}}", files);
+    std::ofstream stream(m_temporary + "/" + pageName, std::ios::binary);
+    stream << mark << page;
     stream.close();
     if (!stream) throw systemError<OutputError>("cannot be written", errno);
-    return url;
 }
 
 void GalleryFolder::commit() {
     stopIfInterrupted();
     withOutputErrors([&] {
-        // mkdtemp makes a folder for its owner alone; the inner one has the permissions that the user's umask gives.
+        // mkdtemp creates a folder for its owner alone; the one in it has the permissions of the user's umask.
         const bool isReplacing = fs::exists(fs::symlink_status(m_path));
-        fs::permissions(
-            m_temporary,
-            fs::status(isReplacing ? fs::path(m_path) : fs::path(m_temporary) / picturesName).permissions());
+        const fs::path model = isReplacing ? fs::path(m_path) : fs::path(m_temporary) / picturesName;
+        fs::permissions(m_temporary, fs::status(model).permissions());
         const unsigned how = isReplacing ? RENAME_EXCHANGE : RENAME_NOREPLACE;
-        if (renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_path.c_str(), how) != 0)
-            throw systemError<OutputError>("cannot be replaced", errno);
+        const auto exchange = [&] { return renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_path.c_str(), how); };
+        if (exchange() != 0) throw systemError<OutputError>("cannot be replaced", errno);
         if (isReplacing) {
-            // Something may have been added to the earlier gallery since it was looked at: then it is put back.
-            const std::string foreign = foreignPart(m_temporary);
-            if (!foreign.empty()) {
-                (void)renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_path.c_str(), RENAME_EXCHANGE);
-                throw OutputError("holds " + foreign + ", which is no part of a gallery; name another folder");
+            try {
+                checkIsGallery(m_temporary);
+            } catch (...) {
+                // Something was added to the earlier gallery during the run: put it back.
+                (void)exchange();
+                throw;
             }
             fs::remove_all(m_temporary);
         }

@@ -4,6 +4,7 @@
 #include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/files/PendingFile.h"
+#include "tools/pictures/DdsSource.h"
 #include "tools/repair/ddsCopy.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
@@ -11,37 +12,8 @@
 namespace kpx::tool {
 namespace {
 
-class Strip {
-public:
-    Strip(const host::Plugin& plugin, const OpenFile& file, const SurfaceLayout& layout, double exposure,
-          const KeepPicture& keep)
-        : m_plugin(plugin), m_source(file), m_layout(layout), m_exposure(exposure), m_keep(keep) {}
-
-    [[nodiscard]] Json entry(const Surface& surface, std::size_t number) const {
-        Json entry = {
-            {"name", surfaceName(m_layout, surface).substr(1)}, {"width", surface.width}, {"height", surface.height}};
-        stopIfInterrupted();
-        try {
-            writeSurface(m_source, m_layout, surface, m_file.descriptor());
-            DdsSource source(m_plugin, OpenFile(m_file.path()));
-            if (!source.isBlack())
-                entry["picture"] = m_keep(textOf("strip-", number), smallPng(source, m_exposure, stripSide));
-        } catch (const OutputError&) {
-            throw;
-        } catch (const std::exception&) {
-            // The others can be shown all the same.
-        }
-        return entry;
-    }
-
-private:
-    const host::Plugin& m_plugin;
-    const OpenFile& m_source;
-    const SurfaceLayout& m_layout;
-    double m_exposure;
-    const KeepPicture& m_keep;
-    TemporaryFile m_file;  // of one surface after the other
-};
+constexpr int stripSide = 96;              // the largest width and height of a picture
+constexpr std::uint64_t stripLength = 48;  // the most pictures
 
 bool hasKnownPictures(const FileFacts& facts, const Verdict& verdict) {
     const DDS_HEADER& header = facts.header.header;
@@ -63,18 +35,33 @@ std::uint64_t stripCount(const FileFacts& facts) {
 }
 
 Json surfaceStrip(const host::Plugin& plugin, const OpenFile& file, const FileFacts& facts, double exposure,
-                  const KeepPicture& keep) {
+                  const GalleryFolder& folder, const std::string& prefix) {
     const Verdict verdict = judge(facts);
     if (!hasKnownPictures(facts, verdict)) return nullptr;
     const SurfaceLayout layout = surfaceLayout(facts, verdict);
-    const std::uint64_t shown = stripCount(facts);
     if (layout.count < 2) return nullptr;
-
-    const Strip strip(plugin, file, layout, exposure, keep);
+    const std::uint64_t shown = stripCount(facts);
+    const TemporaryFile copy;  // of one surface after the other
     Json surfaces = Json::array(), notes = Json::array();
     forEachWholeSurface(layout, [&](const Surface& surface) {
-        if (surfaces.size() < shown) surfaces.push_back(strip.entry(surface, surfaces.size()));
-        return surfaces.size() < shown;
+        if (surfaces.size() >= shown) return false;
+        stopIfInterrupted();
+        Json entry = {
+            {"name", surfaceName(layout, surface).substr(1)}, {"width", surface.width}, {"height", surface.height}};
+        try {
+            writeSurface(file, layout, surface, copy.descriptor());
+            auto source = std::make_unique<DdsSource>(plugin, OpenFile(copy.path()));
+            if (!source->isBlack()) {
+                const SmallPicture picture = smallPicture(*asShown(std::move(source), exposure), stripSide);
+                entry["picture"] = folder.write(textOf(prefix, "strip-", surfaces.size()), picture);
+            }
+        } catch (const OutputError&) {
+            throw;
+        } catch (const std::exception&) {
+            // The others are shown all the same.
+        }
+        surfaces.push_back(std::move(entry));
+        return true;
     });
     const std::uint64_t whole = wholeSurfaces(layout);
     if (whole > shown)

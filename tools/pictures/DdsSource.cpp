@@ -15,23 +15,19 @@ namespace {
 SourceTraits traitsOf(const FileFacts& facts, const Verdict& verdict) {
     if (verdict.result != Result::decoded) return {};
     const Format& format = *verdict.format;
-    const auto isKernel = [&](BlockKernel one, BlockKernel other) {
-        return format.kernel == one || format.kernel == other;
-    };
     SourceTraits traits;
     traits.isSrgb = format.has(isSrgb);
-    traits.isHalf = format.has(isHalf) || isKernel(BlockKernel::bc6hUnsigned, BlockKernel::bc6hSigned);
-    traits.lacksBlue = isKernel(BlockKernel::bc5Unsigned, BlockKernel::bc5Signed) ||
-                       (verdict.decoder == Loader::uncompressed && verdict.pixelFormat.dwBBitMask == 0);
+    traits.isHalf =
+        format.has(isHalf) || format.kernel == BlockKernel::bc6hUnsigned || format.kernel == BlockKernel::bc6hSigned;
     traits.ignoresAlpha = format.has(ignoresAlpha);
-    // Luminance is named by flags alone.
+    // Only flags name luminance.
     const bool isCode = (facts.header.header.ddspf.dwFlags & DDPF_FOURCC) != 0;
     traits.isRed = verdict.colourChannels() == 1 && (isCode || verdict.decoder == Loader::floatingPoint);
     return traits;
 }
 
-// Whether the picture is the black one. By the rules of the reader; a plug-in that decodes more shows a picture of
-// another size. What the rules cannot foresee is a lack of memory.
+// Whether the picture is the black one. The rules of the reader cannot foresee a lack of memory, nor a plug-in that
+// decodes more formats; the size of the picture shows both.
 bool isStandIn(const Verdict& verdict, const host::ImageReader& reader) {
     constexpr int side = static_cast<int>(fallbackSide);
     const bool hasItsSize =
@@ -40,7 +36,7 @@ bool isStandIn(const Verdict& verdict, const host::ImageReader& reader) {
     return reader.width() == side && reader.height() == side;
 }
 
-// A small file that declares a huge picture costs what it declares, wherever the picture goes.
+// Refuses small files that declare huge pictures: what is made of them takes the memory that they declare.
 void checkIsThere(const Verdict& verdict) {
     if (verdict.result != Result::decoded || verdict.wholeRows >= verdict.height) return;
     const std::uint64_t missing = verdict.pictureBytes / verdict.height * (verdict.height - verdict.wholeRows);

@@ -7,9 +7,9 @@ namespace kpx::tool {
 namespace {
 
 constexpr OutputFormat formats[] = {
-    {"png", writePng, false, false},
-    {"exr", writeExr, true, false},
-    {"dds", writeDds, false, true},
+    {"png", writePng, false},
+    {"exr", writeExr, true},
+    {"dds", writeDds, false},
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The formats that the tool writes: a row for each, a source file for each writer.
+// The formats that the tool writes, one row each.
 #pragma once
 
 #include <optional>
@@ -18,15 +18,14 @@ enum class ExrValues { source, half, float32 };
 
 struct OutputSettings {
     const host::Plugin& plugin;
-    double exposure = 0.0;                    // in stops, of floats that become bytes
-    ExrValues exrValues = ExrValues::source;  // source: as many bits as the file has
+    ExrValues exrValues = ExrValues::source;  // source: the bits of the file
     PngEffort pngEffort = PngEffort::fast;
     std::vector<host::OptionChoice> options{};  // of the plug-in
-    bool isPadded = false;                      // a DDS file may have a width that is rounded up
+    bool isPadded = false;                      // the width of a DDS file may be rounded up
 };
 
-// Write the whole image to a path. Return a note about what was lost or changed, or nothing. Throw FileError,
-// OutputError, host::HostError or another std::exception.
+// Write the whole image to a path and return a note about what was lost or changed, or "". Requires: floats for
+// OpenEXR, bytes for the others. Throw FileError, OutputError, host::HostError or another std::exception.
 std::string writePng(PixelSource& source, const std::string& path, const OutputSettings& settings);
 std::string writeExr(PixelSource& source, const std::string& path, const OutputSettings& settings);
 std::string writeDds(PixelSource& source, const std::string& path, const OutputSettings& settings);
@@ -34,13 +33,12 @@ std::string writeDds(PixelSource& source, const std::string& path, const OutputS
 struct OutputFormat {
     std::string_view extension;
     decltype(&writePng) write;
-    bool isFloat;       // stores floats; bytes otherwise
-    bool takesOptions;  // of the plug-in
+    bool isFloat;  // stores floats; otherwise bytes
 };
 
 std::span<const OutputFormat> outputFormats();
 
-// Returns the format of an extension without its dot, in upper or lower case; null if there is none.
+// Returns the format with this extension (no dot, any case), or null.
 const OutputFormat* outputFormat(std::string extension);
 
 }  // namespace kpx::tool

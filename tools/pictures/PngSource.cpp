@@ -8,10 +8,9 @@
 #include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
-
 namespace {
 
-// Deflate makes at most so many bytes of one.
+// The most bytes that deflate can expand one byte to.
 constexpr std::uint64_t largestExpansion = 1032;
 
 }  // namespace
@@ -63,9 +62,8 @@ void PngSource::guarded(void (*step)(PngSource&)) {
 }
 
 void PngSource::readLayout(bool reduceTo8Bits) {
-    if (png_get_bit_depth(m_png, m_info) == 16 && !reduceTo8Bits) {
-        throw FileError("has 16 bits a channel; --depth 8 reduces it");
-    }
+    if (png_get_bit_depth(m_png, m_info) == 16 && !reduceTo8Bits)
+        throw FileError("has 16 bits per channel; --depth 8 reduces them to 8");
     const std::uint64_t bytes =
         std::uint64_t{png_get_image_height(m_png, m_info)} * (1 + png_get_rowbytes(m_png, m_info));
     if (bytes > m_file.size() * largestExpansion)
@@ -79,21 +77,17 @@ void PngSource::readLayout(bool reduceTo8Bits) {
         png_set_interlace_handling(source.m_png);
         png_read_update_info(source.m_png, source.m_info);
     });
-    m_channels = png_get_channels(m_png, m_info);
     m_layout = {static_cast<int>(png_get_image_width(m_png, m_info)),
-                static_cast<int>(png_get_image_height(m_png, m_info)), 3, m_channels == 4 ? 1 : 0, false};
-    const auto width = static_cast<size_t>(m_layout.width);
-    m_values.resize(width * m_channels);
-    for (size_t i = 0; i < m_channels; ++i) m_channelRows.push_back(&m_values[i * width]);
-    if (png_get_interlace_type(m_png, m_info) == PNG_INTERLACE_NONE) {
-        m_row.resize(m_values.size());
-    } else {
+                static_cast<int>(png_get_image_height(m_png, m_info)), 3, png_get_channels(m_png, m_info) - 3, false};
+    m_channels.emplace(m_layout);
+    if (png_get_interlace_type(m_png, m_info) == PNG_INTERLACE_NONE)
+        m_row.resize(m_channels->width() * m_layout.channels());
+    else
         readWholeImage();
-    }
 }
 
 void PngSource::readWholeImage() {
-    const size_t rowSize = m_values.size();
+    const size_t rowSize = m_channels->width() * m_layout.channels();
     const auto height = static_cast<size_t>(m_layout.height);
     m_image.reset(static_cast<unsigned char*>(std::calloc(height, rowSize)));
     if (m_image == nullptr) throw std::bad_alloc();
@@ -110,16 +104,17 @@ const unsigned char* PngSource::nextPixels() {
 std::span<const unsigned char* const> PngSource::nextRow() {
     stopIfInterrupted();
     const unsigned char* pixels = nextPixels();
-    const auto width = static_cast<size_t>(m_layout.width);
-    for (size_t channel = 0; channel < m_channels; ++channel) {
-        for (size_t x = 0; x < width; ++x) m_values[channel * width + x] = pixels[x * m_channels + channel];
+    const size_t channels = m_layout.channels();
+    for (size_t channel = 0; channel < channels; ++channel) {
+        unsigned char* to = m_channels->row(channel);
+        for (size_t x = 0; x < m_channels->width(); ++x) to[x] = pixels[x * channels + channel];
     }
     if (++m_rowsRead == m_layout.height) {
         // A file that ends after its pixels is not whole.
         guarded([](PngSource& source) { png_read_end(source.m_png, nullptr); });
         m_file.checkIsUnchanged();
     }
-    return m_channelRows;
+    return m_channels->rows();
 }
 
 }  // namespace kpx::tool

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "tools/files/OpenFile.h"
@@ -14,7 +15,7 @@ namespace kpx::tool {
 
 class PngSource : public PixelSource {
 public:
-    // The file is used as long as the source lives. Throws FileError.
+    // Throws FileError.
     PngSource(OpenFile file, bool reduceTo8Bits);
     ~PngSource() override { release(); }
     PngSource(const PngSource&) = delete;
@@ -27,7 +28,7 @@ public:
 private:
     static void fail(png_struct* png, const char* message);
     static void readBytes(png_struct* png, png_byte* bytes, std::size_t count);
-    // Runs a step that calls nothing but libpng; an error in it becomes a FileError.
+    // Runs a step that calls only libpng; an error in it becomes a FileError.
     void guarded(void (*step)(PngSource&));
     void readLayout(bool reduceTo8Bits);
     void readWholeImage();
@@ -44,14 +45,12 @@ private:
     png_info* m_info = nullptr;
     std::string m_error;
     ImageLayout m_layout{};
-    size_t m_channels = 0;
     int m_rowsRead = 0;
     std::vector<unsigned char> m_row;  // of pixels; empty for an interlaced file
-    // The whole image of an interlaced file. It costs no memory until it is written.
+    // The whole image of an interlaced file; takes no memory until it is written.
     std::unique_ptr<unsigned char[], Free> m_image;
     std::vector<unsigned char*> m_imageRows;
-    std::vector<unsigned char> m_values;              // one row of each channel in turn
-    std::vector<const unsigned char*> m_channelRows;  // into m_values
+    std::optional<ChannelRows> m_channels;
 };
 
 }  // namespace kpx::tool

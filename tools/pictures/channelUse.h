@@ -9,15 +9,18 @@
 
 namespace kpx::tool {
 
-// The rows that become the channels of an output, by their places among the image's rows.
+// The rows of an image that become the channels of an output.
 struct Pick {
-    static constexpr std::int8_t zero = -1;  // no row: the channel is 0 everywhere
+    static constexpr std::int8_t zero = -1;  // not a row: the channel is 0 everywhere
 
     std::uint8_t count;
-    std::array<std::int8_t, 4> rows;
+    std::array<std::int8_t, 4> rows;  // their places in the image
 
-    // The same without the last channel.
-    [[nodiscard]] constexpr Pick withoutLast() const { return {static_cast<std::uint8_t>(count - 1), rows}; }
+    // Returns the row of a channel of the output; `zeros` for one that is 0.
+    [[nodiscard]] const unsigned char* row(std::size_t channel, std::span<const unsigned char* const> source,
+                                           const unsigned char* zeros) const {
+        return rows[channel] == zero ? zeros : source[static_cast<std::size_t>(rows[channel])];
+    }
 };
 
 struct ChannelUse {

@@ -1,7 +1,8 @@
-// Single values of pictures: floats in rows of bytes, light as sRGB.
+// Values of pictures: floats in rows of bytes, light as sRGB, pixels made of channels.
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -15,6 +16,11 @@ inline float floatAt(const unsigned char* row, std::size_t x) {
     return value;
 }
 
+// Writes a float to place x of a row.
+inline void putFloat(unsigned char* row, std::size_t x, float value) {
+    std::memcpy(row + x * sizeof value, &value, sizeof value);
+}
+
 // Returns the value, or the nearest one in 0 to largest. What is not a number becomes 0.
 inline double limited(double value, double largest) {
     return value > 0.0 ? std::min(value, largest) : 0.0;
@@ -23,6 +29,26 @@ inline double limited(double value, double largest) {
 // Returns a share of full intensity as a byte.
 inline unsigned char toByte(double share) {
     return static_cast<unsigned char>(std::lround(255.0 * limited(share, 1.0)));
+}
+
+// Joins rows of `width` values, one per channel, to pixels. With a constant count and local pointers, compilers
+// vectorise the loop.
+template <std::size_t count, typename Value>
+void joinRows(const Value* const* rows, std::size_t width, Value* to) {
+    std::array<const Value*, count> channels{};
+    std::copy_n(rows, count, channels.begin());
+    for (std::size_t x = 0; x < width; ++x) {
+        for (std::size_t i = 0; i < count; ++i) to[count * x + i] = channels[i][x];
+    }
+}
+
+// The same for a count of 1 to 4.
+template <typename Value>
+void joinRows(const Value* const* rows, std::size_t count, std::size_t width, Value* to) {
+    if (count == 1) joinRows<1>(rows, width, to);
+    if (count == 2) joinRows<2>(rows, width, to);
+    if (count == 3) joinRows<3>(rows, width, to);
+    if (count == 4) joinRows<4>(rows, width, to);
 }
 
 // The sRGB transfer function of IEC 61966-2-1, up to full intensity, and its inverse.

@@ -1,6 +1,5 @@
 // A line is written in one piece.
 #include "tools/terminal/console.h"
-#include "explain/FileError.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include <iostream>
 #include <mutex>
 
+#include "explain/FileError.h"
 #include "tools/terminal/characters.h"
 
 namespace kpx::tool {
@@ -56,9 +56,12 @@ void holdStandardStreams() {
 
 void print(const std::string& text) {
     if (text.empty() || outputError != 0) return;
+    const std::lock_guard lock(mutex);
+    if (!progress.empty()) std::cerr << clearedLine << std::flush;
     errno = 0;
     std::cout << text << std::flush;
     if (!std::cout) outputError = errno == 0 ? EIO : errno;
+    std::cerr << progress;
 }
 
 bool flushOutput() {
