@@ -190,12 +190,13 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
         ->check(CLI::IsMember({"unused", "all"}));
     command.app.add_option("--depth", arguments.depth, "Reduce PNG files of 16 bits per channel to 8")
         ->check(CLI::IsMember({8}));
-    addChoice<ExrValues>(command.app, "--exr", arguments.exr,
-                         {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
-                         "Bits of OpenEXR values: half (16), float (32), or source (default)");
+    addChoice<ExrValues>(
+        command.app, "--exr", arguments.exr,
+        {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
+        "Bits of OpenEXR values: half (16), float (32), or source (default). Compressed by PIZ, without loss");
     addChoice<PngEffort>(
         command.app, "--png", arguments.png, {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
-        "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 30 times slower");
+        "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 20 times slower");
     command.app.add_flag("--pad", arguments.isPadded,
                          "Repeat the last column in DDS files whose width is not a multiple of 4");
     command.app
