@@ -185,8 +185,7 @@ private:
 };
 
 host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& value) try {
-    const host::Option& option = tool::findOption(plugin, "Alpha");
-    return {option.code, static_cast<std::uint8_t>(tool::findValue(option, value).code)};
+    return tool::optionChoice(plugin, "Alpha=" + value);
 } catch (const tool::UsageError& error) {
     throw tool::UsageError(std::string("alpha: ") + error.what());
 }

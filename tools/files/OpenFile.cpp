@@ -1,4 +1,4 @@
-// open, fstat and pread; libraries get the file under /proc/self/fd.
+// open, fstat and pread. Libraries open the file by its path in /proc/self/fd.
 #include "tools/files/OpenFile.h"
 
 #include <fcntl.h>
@@ -6,23 +6,15 @@
 
 #include <cerrno>
 #include <cstring>
-#include <tuple>
 #include <utility>
 
 #include "explain/FileError.h"
 
 namespace kpx::tool {
-namespace {
-
-std::tuple<long, long> timeOf(const struct timespec& time) {
-    return {time.tv_sec, time.tv_nsec};
-}
-
-}  // namespace
 
 OpenFile::OpenFile(const std::string& path, std::string name)
     : m_name(std::move(name)), m_descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
-    // A socket cannot be opened at all.
+    // The error of a socket.
     if (m_descriptor < 0 && errno == ENXIO) throw FileError("is not a regular file");
     if (m_descriptor < 0 || fstat(m_descriptor, &m_status) != 0) {
         const int cause = errno;

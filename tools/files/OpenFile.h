@@ -1,4 +1,4 @@
-// An input file, opened once: its header and its data are read through one descriptor, whatever becomes of its name.
+// An input file, opened once: header and data are read through one descriptor, even if the name changes hands.
 #pragma once
 
 #include <sys/stat.h>
@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "explain/verdict.h"
 
@@ -13,9 +14,9 @@ namespace kpx::tool {
 
 class OpenFile {
 public:
-    // Opens a regular file for reading; pipes and devices are not waited for. Throws FileError.
+    // Opens a regular file for reading, without waiting for pipes and devices. Throws FileError.
     explicit OpenFile(const std::string& path) : OpenFile(path, path) {}
-    // The same for a file that the user knows under another name.
+    // The same, with another name for messages.
     OpenFile(const std::string& path, std::string name);
     ~OpenFile();
     OpenFile(OpenFile&& other) noexcept;
@@ -23,10 +24,10 @@ public:
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
 
-    // As the user knows it.
+    // The name for messages.
     [[nodiscard]] const std::string& name() const { return m_name; }
     [[nodiscard]] int descriptor() const { return m_descriptor; }
-    // As it was when the file was opened.
+    // The status when the file was opened.
     [[nodiscard]] const struct stat& status() const { return m_status; }
     [[nodiscard]] std::uint64_t size() const { return static_cast<std::uint64_t>(m_status.st_size); }
 
@@ -35,7 +36,7 @@ public:
 
     // Returns the facts of the file's header. Throws FileError.
     [[nodiscard]] FileFacts facts() const { return readFacts(m_descriptor); }
-    // Reads up to bytes.size() bytes from a place; returns how many there were. Throws FileError.
+    // Reads up to bytes.size() bytes from a place and returns their number. Throws FileError.
     std::size_t readSome(std::uint64_t place, std::span<unsigned char> bytes) const;
     // Reads bytes.size() bytes from a place. Throws FileError, also if the file ends before.
     void read(std::uint64_t place, std::span<unsigned char> bytes) const;
@@ -53,10 +54,14 @@ private:
 bool isSameFile(const struct stat& a, const struct stat& b);
 // Whether both paths lead to the same file.
 bool isSameFile(const std::string& a, const std::string& b);
-// Whether the size and the time of the last change of the contents are the same.
+// Returns a time as a value that can be compared.
+inline std::pair<long, long> timeOf(const struct timespec& time) {
+    return {time.tv_sec, time.tv_nsec};
+}
+// Whether the size and the time of the last change to the contents are the same.
 bool hasSameContents(const struct stat& a, const struct stat& b);
 
-// Returns the message with a path that only this program knows replaced by the name that the user knows.
+// Returns the message with the path, which only this program knows, replaced by the name that the user knows.
 std::string withName(std::string message, const std::string& path, const std::string& name);
 
 }  // namespace kpx::tool

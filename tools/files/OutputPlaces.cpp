@@ -1,4 +1,4 @@
-// The question whether a folder is meant, and the folders that are made.
+// Whether the output is a folder, which files may be replaced, and the folders that are created.
 #include "tools/files/OutputPlaces.h"
 
 #include <sys/stat.h>
@@ -21,10 +21,6 @@ bool isFolderMeant(const std::string& output, bool isForSeveral, bool isNamedAsF
     if (isFree && (isSlashed || (isForSeveral && !isNamedAsFile))) return true;
     if (isForSeveral || isSlashed) throw UsageError(output + " is not a folder");
     return false;
-}
-
-bool isNewer(const struct timespec& a, const struct timespec& b) {
-    return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec > b.tv_nsec;
 }
 
 }  // namespace
@@ -58,22 +54,17 @@ bool OutputPlaces::claim(const std::string& place, const std::string& input) {
     if (stat(place.c_str(), &output) == 0) {
         if (m_protected.contains({output.st_dev, output.st_ino}))
             throw OutputError("is an input of this run and is not replaced", place);
-        const bool isOlder = stat(input.c_str(), &source) == 0 && isNewer(source.st_mtim, output.st_mtim);
+        const bool isOlder = stat(input.c_str(), &source) == 0 && timeOf(source.st_mtim) > timeOf(output.st_mtim);
         if (m_replacing.isUpdating && !isOlder) return false;
         if (!m_replacing.isUpdating && !m_replacing.isForced)
             throw OutputError("exists already; --force replaces it", place);
     }
-    makeFolderOf(place);
-    return true;
-}
-
-void OutputPlaces::makeFolderOf(const std::string& place) const {
-    if (!m_isFolder) return;
+    if (!m_isFolder) return true;
     std::error_code error;
     const fs::path folder = fs::path(place).parent_path();
     fs::create_directories(folder, error);
-    if (!fs::is_directory(folder))
-        throw OutputError("cannot be created as a folder: " + systemErrorText(error.value()), folder, error.value());
+    if (fs::is_directory(folder)) return true;
+    throw OutputError("cannot be created as a folder: " + systemErrorText(error.value()), folder, error.value());
 }
 
 }  // namespace kpx::tool

@@ -1,5 +1,4 @@
-// Where the outputs of inputs go: into one file, or into a folder in which they lie as the inputs do below the folders
-// that were named.
+// Where outputs go: to one file, or to a folder, with the same subfolders as the inputs.
 #pragma once
 
 #include <sys/types.h>
@@ -16,29 +15,29 @@
 
 namespace kpx::tool {
 
-// What may be done to files that exist.
+// Which existing files are replaced.
 struct Replacing {
-    bool isForced = false;    // they are replaced
-    bool isUpdating = false;  // they are replaced if they are older than their input, and left alone otherwise
+    bool isForced = false;    // all
+    bool isUpdating = false;  // those older than their input; the others count as up to date
 };
 
 class OutputPlaces {
 public:
-    // The output is a folder if it exists as one, if its name ends with a slash, or if there may be several files and
-    // the name is not that of a file. Throws UsageError if a folder is needed and a file has the name.
+    // The output is a folder if it exists as one, if its name ends with a slash, or if there may be several outputs and
+    // its name is not that of a file. Throws UsageError if a file has the name of a folder that is required.
     OutputPlaces(std::string output, bool isForSeveral, bool isNamedAsFile, Replacing replacing);
 
     [[nodiscard]] bool isFolder() const { return m_isFolder; }
     [[nodiscard]] const std::string& output() const { return m_output; }
 
-    // Returns the path of an input's output. In a folder it is named like the input, with this extension for its own
-    // unless that is empty.
+    // Returns the path of an input's output. In a folder it has the name of the input, with this extension unless that
+    // is empty.
     [[nodiscard]] std::string of(const InputFile& input, std::string_view extension = "") const;
 
-    // Files that no output may replace: the inputs of the run. To be called before the first claim.
+    // Protects the inputs of the run from being replaced. Requires: nothing has been claimed.
     void protect(const std::vector<InputFile>& inputs);
-    // Claims an output for an input and creates its folder; from any thread. Returns false if the output is up to date.
-    // Throws OutputError if the output is an input of the run, another input's, or exists and may not be replaced.
+    // Claims an output for an input and creates its folder. Returns false if the output is up to date. Throws
+    // OutputError if the output is an input of the run, belongs to another input, or may not be replaced. Thread-safe.
     bool claim(const std::string& place, const std::string& input);
 
     // For PendingFile.
@@ -47,8 +46,6 @@ public:
     }
 
 private:
-    void makeFolderOf(const std::string& place) const;
-
     std::string m_output;
     bool m_isFolder;
     Replacing m_replacing;

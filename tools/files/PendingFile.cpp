@@ -208,14 +208,11 @@ void PendingFile::commit() {
 TemporaryFile::TemporaryFile() {
     std::error_code error;
     const fs::path folder = fs::temp_directory_path(error);
-    m_descriptor = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-    if (m_descriptor < 0) {
-        std::string name = folder / "kpximage-XXXXXX";
-        m_descriptor = mkostemp(name.data(), O_CLOEXEC);
-        if (m_descriptor < 0)
-            throw OutputError("no temporary file can be created in " + folder.string() + ": " + systemErrorText(errno));
-        unlink(name.c_str());
-    }
+    std::string name = folder / "kpximage-XXXXXX";
+    m_descriptor = mkostemp(name.data(), O_CLOEXEC);
+    if (m_descriptor < 0)
+        throw OutputError("cannot create a temporary file in " + folder.string() + ": " + systemErrorText(errno));
+    unlink(name.c_str());
     m_path = pathOf(m_descriptor);
 }
 

@@ -1,4 +1,4 @@
-// An access list is an extended attribute; its mask is the permissions of the group, which are set last.
+// An access list is an extended attribute. Its mask is the group's permissions, which are set last.
 #include "tools/files/fileAttributes.h"
 
 #include <sys/stat.h>
@@ -20,25 +20,21 @@ namespace {
     throw OutputError("is not replaced, because " + what + " cannot be kept: " + systemErrorText(errno));
 }
 
+constexpr std::size_t largestSize = 65536;  // of a list of names and of a value, on Linux
+
 // Returns none on file systems without extended attributes.
 std::vector<std::string> attributesOf(int file) {
-    std::vector<char> list;
-    ssize_t size = 0;
-    // The list may grow between the two calls.
-    while ((size = flistxattr(file, nullptr, 0)) > 0) {
-        list.resize(static_cast<std::size_t>(size));
-        size = flistxattr(file, list.data(), list.size());
-        if (size >= 0 || errno != ERANGE) break;
-    }
+    std::vector<char> list(largestSize);
+    const ssize_t size = flistxattr(file, list.data(), list.size());
     if (size < 0 && errno != ENOTSUP) fail("its attributes");
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(std::max<ssize_t>(size, 0)); i += names.back().size() + 1)
-        names.emplace_back(&list[i]);
+    for (ssize_t i = 0; i < size; i += static_cast<ssize_t>(names.back().size()) + 1)
+        names.emplace_back(&list[static_cast<std::size_t>(i)]);
     return names;
 }
 
 std::vector<char> valueOf(int file, const std::string& name) {
-    std::vector<char> value(65536);  // the largest that Linux allows
+    std::vector<char> value(largestSize);
     const ssize_t size = fgetxattr(file, name.c_str(), value.data(), value.size());
     if (size < 0) fail("its attribute " + name);
     value.resize(static_cast<std::size_t>(size));
@@ -56,7 +52,7 @@ void copyAttributes(int from, int to) {
     const std::vector<std::string> names = attributesOf(from);
     for (const std::string& name : attributesOf(to)) {
         const bool isKept = std::find(names.begin(), names.end(), name) != names.end();
-        // A new file may have inherited an access list from its folder. Labels of the system are the system's.
+        // A new file may have inherited an access list from its folder. Security labels are left to the system.
         if (!isKept && !name.starts_with("security.") && fremovexattr(to, name.c_str()) != 0) fail("its access list");
     }
     for (const std::string& name : names) {

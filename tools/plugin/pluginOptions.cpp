@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <vector>
 
 #include "tools/terminal/errors.h"
 
@@ -14,32 +16,28 @@ bool sameWord(const std::string& a, const std::string& b) {
                       [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
 }
 
+// Finds an option or a value. Throws UsageError with the names that exist.
+template <typename Item>
+const Item& find(const std::vector<Item>& items, const std::string& name, const std::string& refusal) {
+    std::string known;
+    for (const Item& item : items) {
+        if (sameWord(item.name, name) || sameWord(item.defaultName, name)) return item;
+        known += (known.empty() ? "\"" : ", \"") + item.name + "\"";
+    }
+    throw UsageError(refusal + known);
+}
+
 }  // namespace
 
 host::OptionChoice optionChoice(const host::Plugin& plugin, const std::string& text) {
     const std::size_t sign = text.find('=');
     if (sign == std::string::npos) throw UsageError("--option " + text + ": NAME=VALUE is expected");
-    const host::Option& option = findOption(plugin, text.substr(0, sign));
-    return {option.code, static_cast<uint8_t>(findValue(option, text.substr(sign + 1)).code)};
-}
-
-const host::Option& findOption(const host::Plugin& plugin, const std::string& name) {
-    for (const host::Option& option : plugin.options()) {
-        if (sameWord(option.defaultName, name)) return option;
-    }
-    std::string known;
-    for (const host::Option& option : plugin.options())
-        known += (known.empty() ? "\"" : ", \"") + option.defaultName + "\"";
-    throw UsageError("the plug-in has no option \"" + name + "\"; it has " + known);
-}
-
-const host::OptionValue& findValue(const host::Option& option, const std::string& name) {
-    std::string known;
-    for (const host::OptionValue& value : option.values) {
-        if (sameWord(value.name, name) || sameWord(value.defaultName, name)) return value;
-        known += (known.empty() ? "\"" : ", \"") + value.name + "\"";
-    }
-    throw UsageError("\"" + name + "\" is not a value of " + option.name + "; use one of " + known);
+    const std::string name = text.substr(0, sign), value = text.substr(sign + 1);
+    const host::Option& option = find(plugin.options(), name, "the plug-in has no option \"" + name + "\"; it has ");
+    return {
+        option.code,
+        static_cast<std::uint8_t>(
+            find(option.values, value, "\"" + value + "\" is not a value of " + option.name + "; use one of ").code)};
 }
 
 }  // namespace kpx::tool

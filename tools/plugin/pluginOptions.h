@@ -8,14 +8,8 @@
 
 namespace kpx::tool {
 
-// Returns the choice that "NAME=VALUE" means. Throws UsageError with the names that there are.
+// Returns the choice named by "NAME=VALUE": names as the plug-in has or translates them, in any case. Throws UsageError
+// with the names that exist.
 host::OptionChoice optionChoice(const host::Plugin& plugin, const std::string& text);
-
-// Finds an option by the plug-in's own name of it. Throws UsageError.
-const host::Option& findOption(const host::Plugin& plugin, const std::string& name);
-
-// Finds a value by the name shown to the user or by the plug-in's own, in upper or lower case. Throws UsageError
-// with the names that there are.
-const host::OptionValue& findValue(const host::Option& option, const std::string& name);
 
 }  // namespace kpx::tool
