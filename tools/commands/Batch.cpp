@@ -31,10 +31,10 @@ struct Result {
     Report report;
 };
 
-// The messages of a run. Those that several files have alike are told once, at the end.
+// The messages of a run. Those that several files have alike are printed once, at the end.
 class Messages {
 public:
-    explicit Messages(const BatchOptions& options, bool isGrouping) : m_options(options), m_isGrouping(isGrouping) {}
+    Messages(const BatchOptions& options, bool isGrouping) : m_options(options), m_isGrouping(isGrouping) {}
 
     void add(const Message& message) {
         if (message.kind == Message::Kind::note && m_options.isQuiet) return;
@@ -45,12 +45,8 @@ public:
     }
 
     void tellGroups() const {
-        for (const Group& group : m_groups) {
-            if (group.files == 1)
-                tell(group.first.file, group.first.sentence);
-            else
-                tell(textOf(group.files, " files"), group.first.group);
-        }
+        for (const auto& [first, files] : m_groups)
+            files == 1 ? tell(first.file, first.sentence) : tell(textOf(files, " files"), first.group);
     }
 
 private:
@@ -67,28 +63,123 @@ private:
 
 class Batch {
 public:
-    Batch(const std::vector<InputFile>& files, const BatchOptions& options, const Work& work)
+    Batch(const std::vector<InputFile>& files, const BatchOptions& options, const Work& work, std::size_t jobs)
         : m_files(files),
           m_work(work),
           m_hasCount(!options.isQuiet && files.size() > 1),
           m_hasProgress(m_hasCount && isatty(STDERR_FILENO) == 1),
+          m_jobs(std::min(jobs, files.size())),
           m_results(files.size()),
           m_messages(options, files.size() > 1 && !options.isVerbose) {}
 
-    Outcome run(unsigned jobs);
+    Outcome run() {
+        {
+            std::vector<std::jthread> others;
+            try {
+                while (others.size() + 1 < m_jobs) others.emplace_back([this] { workOnFiles(); });
+            } catch (const std::system_error&) {
+                // The system has no more threads; the existing ones do all the work.
+            }
+            workOnFiles();
+        }
+        if (m_hasProgress) showProgress("");
+        // What was finished behind a file that ended the run.
+        for (const std::optional<Result>& result : m_results) {
+            if (result) write(*result);
+        }
+        m_messages.tellGroups();
+        if (m_error != nullptr) end();
+        if (m_hasCount) tell(count());
+        return m_worst;
+    }
 
 private:
-    void workOnFiles();
-    [[nodiscard]] Result workOn(const InputFile& file);
-    void take(std::size_t i, Result result);
-    void write(const Result& result);
-    void stop(std::exception_ptr error);
-    [[nodiscard]] std::string count() const;
+    void workOnFiles() {
+        for (std::size_t i = m_next++; i < m_files.size(); i = m_next++) {
+            try {
+                take(i, workOn(m_files[i]));
+            } catch (...) {
+                const std::lock_guard lock(m_mutex);
+                if (m_error == nullptr) m_error = std::current_exception();
+                m_next = m_files.size();
+                m_turnChanged.notify_all();
+            }
+        }
+    }
+
+    [[nodiscard]] Result workOn(const InputFile& file) {
+        Report report(file.path);
+        Outcome outcome = Outcome::failed;
+        try {
+            stopIfInterrupted();
+            outcome = m_work(file, report);
+        } catch (const UsageError&) {
+            throw;
+        } catch (const Interrupted&) {
+            throw;
+        } catch (const OutputError& error) {
+            report.warnAbout(error.file().empty() ? file.path : error.file(), error.what());
+        } catch (const std::bad_alloc&) {
+            report.warn("not enough memory");
+        } catch (const std::exception& error) {
+            report.warn(error.what());
+        }
+        return {outcome, std::move(report)};
+    }
+
+    // Bounds the memory of results that wait for a slow file: a thread that is far ahead waits itself. The thread of
+    // the file whose turn it is never does.
+    void take(std::size_t i, Result result) {
+        constexpr std::size_t ahead = 8;  // for each job
+        std::unique_lock lock(m_mutex);
+        m_turnChanged.wait(lock, [&] { return i < m_turn + ahead * m_jobs || m_error != nullptr; });
+        ++m_finished;
+        m_results[i] = std::move(result);
+        for (; m_turn < m_results.size() && m_results[m_turn]; ++m_turn) {
+            write(*m_results[m_turn]);
+            m_results[m_turn].reset();
+        }
+        if (m_hasProgress) showProgress(textOf(m_finished, " of ", m_files.size(), " files"));
+        m_turnChanged.notify_all();
+    }
+
+    void write(const Result& result) {
+        print(result.report.output());
+        for (const Message& message : result.report.messages()) m_messages.add(message);
+        const char* usual = result.outcome == Outcome::done  ? "done"
+                            : result.outcome == Outcome::bad ? "bad"
+                                                             : "failed";
+        auto& [worst, number] = m_counts[result.report.counted() == nullptr ? usual : result.report.counted()];
+        worst = worse(worst, result.outcome);
+        ++number;
+        m_worst = worse(m_worst, result.outcome);
+    }
+
+    // Throws what ended the run.
+    [[noreturn]] void end() const {
+        try {
+            std::rethrow_exception(m_error);
+        } catch (const Interrupted&) {
+            tell(
+                textOf("stopped after ", m_finished, " of ", m_files.size(), m_files.size() == 1 ? " file" : " files"));
+            throw;
+        }
+    }
+
+    [[nodiscard]] std::string count() const {
+        std::string text;
+        for (const Outcome outcome : {Outcome::done, Outcome::bad, Outcome::failed}) {
+            for (const auto& [what, count] : m_counts) {
+                if (count.first == outcome) text += textOf(text.empty() ? "" : ", ", count.second, " ", what);
+            }
+        }
+        return textOf(m_files.size(), " files: ", text);
+    }
 
     const std::vector<InputFile>& m_files;
     const Work& m_work;
     const bool m_hasCount, m_hasProgress;
-    std::size_t m_jobs = 1;
+    const std::size_t m_jobs;
     std::atomic<std::size_t> m_next{0};
     std::mutex m_mutex;  // of what follows
     std::condition_variable m_turnChanged;
@@ -101,115 +192,6 @@ private:
     std::exception_ptr m_error;                                       // the first that ends the run
 };
 
-void Batch::workOnFiles() {
-    for (std::size_t i = m_next++; i < m_files.size(); i = m_next++) {
-        try {
-            take(i, workOn(m_files[i]));
-        } catch (...) {
-            stop(std::current_exception());
-        }
-    }
-}
-
-Result Batch::workOn(const InputFile& file) {
-    Report report(file.path);
-    Outcome outcome = Outcome::failed;
-    try {
-        stopIfInterrupted();
-        outcome = m_work(file, report);
-    } catch (const UsageError&) {
-        throw;
-    } catch (const Interrupted&) {
-        throw;
-    } catch (const OutputError& error) {
-        report.warnAbout(error.file().empty() ? file.path : error.file(), error.what());
-    } catch (const std::bad_alloc&) {
-        report.warn("not enough memory");
-    } catch (const std::exception& error) {
-        report.warn(error.what());
-    }
-    return {outcome, std::move(report)};
-}
-
-// Results that wait for a slow file before them are memory: a thread that is far ahead waits itself. The thread of the
-// file whose turn it is never does.
-void Batch::take(std::size_t i, Result result) {
-    constexpr std::size_t ahead = 8;  // for each job
-    std::unique_lock lock(m_mutex);
-    m_turnChanged.wait(lock, [&] { return i < m_turn + ahead * m_jobs || m_error != nullptr; });
-    ++m_finished;
-    m_results[i] = std::move(result);
-    for (; m_turn < m_results.size() && m_results[m_turn]; ++m_turn) {
-        write(*m_results[m_turn]);
-        m_results[m_turn].reset();
-    }
-    if (m_hasProgress) showProgress(textOf(m_finished, " of ", m_files.size(), " files"));
-    m_turnChanged.notify_all();
-}
-
-void Batch::write(const Result& result) {
-    const Report& report = result.report;
-    print(report.output());
-    for (const Message& message : report.messages()) m_messages.add(message);
-    const char* usual = result.outcome == Outcome::done ? "done" : result.outcome == Outcome::bad ? "bad" : "failed";
-    auto& [worst, number] = m_counts[report.counted() == nullptr ? usual : report.counted()];
-    worst = worse(worst, result.outcome);
-    ++number;
-    m_worst = worse(m_worst, result.outcome);
-}
-
-void Batch::stop(std::exception_ptr error) {
-    const std::lock_guard lock(m_mutex);
-    if (m_error == nullptr) m_error = std::move(error);
-    m_next = m_files.size();
-    m_turnChanged.notify_all();
-}
-
-std::string Batch::count() const {
-    std::string text = textOf(m_files.size(), " files:");
-    const char* separator = " ";
-    for (const Outcome outcome : {Outcome::done, Outcome::bad, Outcome::failed}) {
-        for (const auto& [what, count] : m_counts) {
-            if (count.first != outcome) continue;
-            text += textOf(separator, count.second, " ", what);
-            separator = ", ";
-        }
-    }
-    return text;
-}
-
-Outcome Batch::run(unsigned jobs) {
-    m_jobs = std::min<std::size_t>(jobs, m_files.size());
-    {
-        std::vector<std::jthread> others;
-        for (std::size_t i = 1; i < m_jobs; ++i) {
-            try {
-                others.emplace_back([this] { workOnFiles(); });
-            } catch (const std::system_error&) {
-                break;  // the system has no more threads; those that there are do it all
-            }
-        }
-        workOnFiles();
-    }
-    if (m_hasProgress) showProgress("");
-    // What was finished behind a file that ended the run.
-    for (const std::optional<Result>& result : m_results) {
-        if (result) write(*result);
-    }
-    m_messages.tellGroups();
-    if (m_error != nullptr) {
-        try {
-            std::rethrow_exception(m_error);
-        } catch (const Interrupted&) {
-            tell(
-                textOf("stopped after ", m_finished, " of ", m_files.size(), m_files.size() == 1 ? " file" : " files"));
-            throw;
-        }
-    }
-    if (m_hasCount) tell(count());
-    return m_worst;
-}
-
 bool hasSameNames(const std::vector<InputFile>& files) {
     std::set<std::filesystem::path> names;
     return !std::all_of(files.begin(), files.end(), [&](const InputFile& file) {
@@ -217,6 +199,7 @@ bool hasSameNames(const std::vector<InputFile>& files) {
     });
 }
 
+// Adds the lines of a file, or of standard input for "-".
 void addListed(std::vector<std::string>& paths, const std::string& list) {
     std::ifstream file;
     if (list != "-") file.open(list);
@@ -225,18 +208,6 @@ void addListed(std::vector<std::string>& paths, const std::string& list) {
     for (std::string line; std::getline(lines, line);) {
         if (!line.empty()) paths.push_back(line);
     }
-}
-
-std::vector<std::string> pathsOf(const BatchOptions& options) {
-    std::vector<std::string> paths;
-    for (const std::string& path : options.paths) {
-        if (path == "-")
-            addListed(paths, path);
-        else
-            paths.push_back(path);
-    }
-    if (!options.list.empty()) addListed(paths, options.list);
-    return paths;
 }
 
 }  // namespace
@@ -259,7 +230,10 @@ bool BatchOptions::isSingle() const {
 InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>& extensions,
                     const std::string& leftOut) {
     if (options.paths.empty() && options.list.empty()) throw UsageError("PATH is required");
-    return inputFiles(pathsOf(options), {options.isRecursive, extensions, leftOut});
+    std::vector<std::string> paths;
+    for (const std::string& path : options.paths) path == "-" ? addListed(paths, path) : paths.push_back(path);
+    if (!options.list.empty()) addListed(paths, options.list);
+    return inputFiles(paths, {options.isRecursive, extensions, leftOut});
 }
 
 Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work) {
@@ -267,7 +241,7 @@ Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Wo
     const unsigned jobs = isOrdered          ? 1
                           : options.jobs > 0 ? options.jobs
                                              : std::max(1U, std::thread::hardware_concurrency());
-    const Outcome outcome = Batch(inputs.files, options, work).run(jobs);
+    const Outcome outcome = Batch(inputs.files, options, work, jobs).run();
     return inputs.isComplete ? outcome : worse(outcome, Outcome::failed);
 }
 

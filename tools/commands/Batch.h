@@ -1,4 +1,4 @@
-// The work on many files: several at once, told in the order of the files, with a summary at the end.
+// The work on many files: in parallel, reported in the order of the files, with a summary at the end.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -14,7 +14,7 @@ namespace kpx::tool {
 
 struct BatchOptions {
     std::vector<std::string> paths;
-    std::string list;  // a file with more paths, one a line; "-": standard input
+    std::string list;  // a file with more paths, one per line; "-": standard input
     bool isRecursive = false;
     bool isQuiet = false;    // neither notes, progress nor summary
     bool isVerbose = false;  // every message of every file
@@ -24,20 +24,20 @@ struct BatchOptions {
 
     // Adds PATH and the options to a command.
     void addTo(CLI::App& command, const char* whatPathsAre);
-    // Whether the run is about one file that was named itself.
+    // Whether the run is about one file, named itself.
     [[nodiscard]] bool isSingle() const;
 };
 
-// Works on one file and fills its report. What it throws is told under the file's name.
+// Works on one file and fills its report. What it throws becomes a message about the file.
 using Work = std::function<Outcome(const InputFile&, Report&)>;
 
-// Returns the files that the options mean. Folders stand for their files with one of these extensions (of the first
-// that one has). A folder that is left out is not entered. Throws UsageError if there are no paths.
+// Returns the files that the options name. Folders stand for their files with the first of these extensions that any
+// file has. The folder `leftOut` is not entered. Throws UsageError if there are no paths.
 InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>& extensions = {".dds"},
                     const std::string& leftOut = "");
 
-// Works on every file; a failure does not stop the others, but a UsageError and Interrupted do and are thrown on.
-// Messages that several files have alike are told once. Returns the worst outcome.
+// Works on every file and returns the worst outcome. A failure does not stop the others; UsageError and Interrupted do,
+// and are thrown on. Messages that several files have alike are printed once.
 Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work);
 
 }  // namespace kpx::tool

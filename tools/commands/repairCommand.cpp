@@ -1,5 +1,4 @@
-// kpximage repair and recode: copies of DDS files, or the files themselves, in a form that is decoded; and the way
-// back.
+// kpximage repair and recode: copies of DDS files that can be decoded, or the files changed in place; and the way back.
 #include <filesystem>
 #include <optional>
 
@@ -44,103 +43,80 @@ public:
                              arguments.output.replacing);
     }
 
-    Outcome run();
+    Outcome run() {
+        const bool isToFolder = m_places && m_places->isFolder();
+        const InputFiles inputs = inputsOf(m_arguments.batch, {".dds"}, isToFolder ? m_places->output() : "");
+        if (m_places) m_places->protect(inputs.files);
+        BatchOptions options = m_arguments.batch;
+        options.isOrdered = m_mode == Mode::inPlace || m_mode == Mode::undo;
+        return runBatch(inputs, options, [&](const InputFile& file, Report& report) {
+            return withFailureAsJson(report, m_arguments.json, [&] {
+                return m_arguments.isUndo ? undo(file.path, report) : workOn(file, report);
+            });
+        });
+    }
 
 private:
-    Outcome workOn(const InputFile& file, Report& report);
-    Outcome undo(const InputFile& file, Report& report) const;
-    [[nodiscard]] RepairPlan repair(const InputFile& file, const std::string& output, Report& report);
-    void tell(const RepairPlan& plan, const std::string& output, Report& report) const;
+    Outcome workOn(const InputFile& file, Report& report) {
+        const bool isDryRun = m_mode == Mode::dryRun;
+        const std::string output = m_mode == Mode::inPlace ? file.path : m_mode == Mode::copy ? m_places->of(file) : "";
+        const RepairPlan plan = repair(file, output, report);
+        const char* done = plan.result == RepairResult::recoded ? "recoded" : "repaired";
+        const char* wouldBe = plan.result == RepairResult::recoded ? "would be recoded" : "would be repaired";
+        if (m_arguments.json)
+            report.print(jsonText(repairAsJson(file.path, output, plan, isDryRun)) + "\n");
+        else
+            for (const Remark& change : plan.changes())
+                report.print(
+                    textOf(printable(file.path), ": ", isDryRun ? textOf(wouldBe, ". ") : "", change.sentence, "\n"));
+        if (plan.helps()) {
+            if (report.counted() == nullptr) report.countAs(isDryRun ? wouldBe : done);
+            return isDryRun ? Outcome::bad : Outcome::done;
+        }
+        if (plan.result == RepairResult::nothingToRepair) {
+            report.countAs(m_arguments.isRecoding ? "with nothing to recode" : "with nothing to repair");
+            if (m_arguments.batch.isSingle()) report.note(plan.reason);
+            return Outcome::done;
+        }
+        report.warn(plan.reason);
+        if (plan.result != RepairResult::black) return Outcome::failed;
+        report.countAs("black");
+        return Outcome::bad;
+    }
+
+    [[nodiscard]] RepairPlan repair(const InputFile& file, const std::string& output, Report& report) {
+        if (m_mode == Mode::inPlace) return repairInPlace(file.path);
+        const OpenFile input(file.path);
+        RepairPlan plan = planRepair(input.facts(), m_arguments.isRecoding);
+        if (m_mode == Mode::dryRun || !plan.helps()) return plan;
+        if (m_places->claim(output, file.path))
+            writeRepaired(input, plan, output, m_places->existing());
+        else
+            report.countAs("up to date");
+        return plan;
+    }
+
+    Outcome undo(const std::string& path, Report& report) const {
+        const bool isDryRun = m_mode == Mode::dryRun;
+        const bool isUndone = undoRepair(path, isDryRun);
+        report.countAs(!isUndone ? "with nothing to undo" : isDryRun ? "would be undone" : "undone");
+        if (m_arguments.json)
+            report.print(
+                jsonText({{"file", path}, {"result", isUndone ? "undone" : "nothing-to-undo"}, {"dryRun", isDryRun}}) +
+                "\n");
+        else if (isUndone)
+            report.print(printable(path) +
+                         (isDryRun ? ": the original would be put back\n" : ": the original is back\n"));
+        else if (m_arguments.batch.isSingle())
+            report.note(textOf("nothing to undo: there is no ", std::filesystem::path(path).filename().string(),
+                               originalEnding));
+        return Outcome::done;
+    }
 
     const Arguments& m_arguments;
-    Mode m_mode;
+    const Mode m_mode;
     std::optional<OutputPlaces> m_places;
 };
-
-Outcome Repairs::run() {
-    const bool isToFolder = m_places && m_places->isFolder();
-    const InputFiles inputs = inputsOf(m_arguments.batch, {".dds"}, isToFolder ? m_places->output() : "");
-    if (m_places) m_places->protect(inputs.files);
-    BatchOptions options = m_arguments.batch;
-    // What was changed is told before the next file is touched.
-    options.isOrdered = m_mode == Mode::inPlace || m_mode == Mode::undo;
-    return runBatch(inputs, options, [&](const InputFile& file, Report& report) {
-        return withFailureAsJson(report, m_arguments.json, [&] { return workOn(file, report); });
-    });
-}
-
-RepairPlan Repairs::repair(const InputFile& file, const std::string& output, Report& report) {
-    if (m_mode == Mode::inPlace) return repairInPlace(file.path);
-    const OpenFile input(file.path);
-    RepairPlan plan = planRepair(input.facts(), m_arguments.isRecoding);
-    if (m_mode == Mode::dryRun || !plan.helps()) return plan;
-    if (m_places->claim(output, file.path))
-        writeRepaired(input, plan, output, m_places->existing());
-    else
-        report.countAs("up to date");
-    return plan;
-}
-
-Outcome Repairs::workOn(const InputFile& file, Report& report) {
-    if (m_arguments.isUndo) return undo(file, report);
-    const bool isDryRun = m_mode == Mode::dryRun;
-    const std::string output = m_mode == Mode::inPlace ? file.path : m_mode == Mode::copy ? m_places->of(file) : "";
-    const RepairPlan plan = repair(file, output, report);
-    tell(plan, output, report);
-    switch (plan.result) {
-        case RepairResult::repaired:
-        case RepairResult::recoded:
-            if (report.counted() == nullptr)
-                report.countAs(plan.result == RepairResult::recoded ? (isDryRun ? "would be recoded" : "recoded")
-                                                                    : (isDryRun ? "would be repaired" : "repaired"));
-            return isDryRun ? Outcome::bad : Outcome::done;
-        case RepairResult::nothingToRepair:
-            report.countAs(m_arguments.isRecoding ? "with nothing to recode" : "with nothing to repair");
-            return Outcome::done;
-        case RepairResult::black:
-            report.countAs("black");
-            return Outcome::bad;
-        case RepairResult::unreadable:
-            break;
-    }
-    return Outcome::failed;
-}
-
-void Repairs::tell(const RepairPlan& plan, const std::string& output, Report& report) const {
-    const bool isDryRun = m_mode == Mode::dryRun;
-    if (m_arguments.json) {
-        report.print(jsonText(repairAsJson(report.file(), output, plan, isDryRun)) + "\n");
-    } else {
-        const char* wouldBe = !isDryRun                              ? ""
-                              : plan.result == RepairResult::recoded ? "would be recoded. "
-                                                                     : "would be repaired. ";
-        for (const Remark& change : plan.changes())
-            report.print(textOf(printable(report.file()), ": ", wouldBe, change.sentence, "\n"));
-    }
-    if (plan.helps()) return;
-    if (plan.result != RepairResult::nothingToRepair)
-        report.warn(plan.reason);
-    else if (m_arguments.batch.isSingle())
-        report.note(plan.reason);
-}
-
-Outcome Repairs::undo(const InputFile& file, Report& report) const {
-    const bool isDryRun = m_arguments.isDryRun;
-    const bool isUndone = undoRepair(file.path, isDryRun);
-    report.countAs(!isUndone ? "with nothing to undo" : isDryRun ? "would be undone" : "undone");
-    if (m_arguments.json) {
-        report.print(
-            jsonText({{"file", file.path}, {"result", isUndone ? "undone" : "nothing-to-undo"}, {"dryRun", isDryRun}}) +
-            "\n");
-    } else if (isUndone) {
-        report.print(printable(file.path) +
-                     (isDryRun ? ": the original would be put back\n" : ": the original is back\n"));
-    } else if (m_arguments.batch.isSingle()) {
-        report.note(textOf("nothing to undo: there is no ", std::filesystem::path(file.path).filename().string(),
-                           originalEnding));
-    }
-    return Outcome::done;
-}
 
 Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
     return Repairs(arguments).run();
