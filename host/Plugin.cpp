@@ -111,10 +111,6 @@ const char* Plugin::text(const char* variable) const {
     return *static_cast<const char**>(symbol(variable));
 }
 
-int Plugin::number(const char* variable) const {
-    return *static_cast<const int*>(symbol(variable));
-}
-
 void Plugin::checkExports() const {
     for (const char* name : texts) symbol(name);
     for (const char* name : numbers) symbol(name);
@@ -138,14 +134,6 @@ void Plugin::readOptions() {
         m_options.push_back(
             {row.code, catalogueText(row.catalogSet, row.messageNumber, name), name, row.flags, valuesOf(row)});
     }
-}
-
-std::vector<std::pair<std::string, std::string>> Plugin::descriptor() const {
-    std::vector<std::pair<std::string, std::string>> values;
-    values.reserve(std::size(texts) + std::size(numbers));
-    for (const char* name : texts) values.emplace_back(name, text(name) == nullptr ? "" : text(name));
-    for (const char* name : numbers) values.emplace_back(name, std::to_string(number(name)));
-    return values;
 }
 
 bool Plugin::isFile(const std::string& path) const {

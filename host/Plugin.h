@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/kpxbase.h"
@@ -38,8 +37,6 @@ public:
     [[nodiscard]] const char* name() const { return text("imageName"); }
     [[nodiscard]] const char* extension() const { return text("imageExtension"); }
 
-    // Returns the descriptor variables in the order of the protocol, with their values.
-    [[nodiscard]] std::vector<std::pair<std::string, std::string>> descriptor() const;
     [[nodiscard]] const std::vector<Option>& options() const { return m_options; }
 
     // Returns whether the plug-in recognises the file. Throws HostError if the file cannot be opened.
@@ -56,7 +53,6 @@ private:
     void readOptions();
     void* symbol(const char* name) const;  // throws HostError if there is none
     [[nodiscard]] const char* text(const char* variable) const;
-    [[nodiscard]] int number(const char* variable) const;
 
     std::string m_path;
     void* m_library;

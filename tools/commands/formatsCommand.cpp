@@ -85,9 +85,8 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
                   << "\n";
         return Outcome::done;
     }
-    std::cout << "plug-in: " << choice.path << "\nfound by: " << choice.place << "\n";
-    for (const auto& [name, value] : plugin.descriptor()) std::cout << name << ": " << value << "\n";
-    std::cout << "writes: " << (plugin.canWrite() ? "yes" : "no") << "\noptions:\n";
+    std::cout << "plug-in: " << choice.path << "\nfound by: " << choice.place
+              << "\nwrites: " << (plugin.canWrite() ? "yes" : "no") << "\noptions:\n";
     for (const host::Option& option : plugin.options()) printOption(option);
     std::cout << "\n";
     printFormats();

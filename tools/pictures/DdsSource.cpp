@@ -1,4 +1,4 @@
-// Opens through the host; what the plug-in's picture means is told by the verdict on the file.
+// Opens images through the host. The verdict on the file says what the plug-in's picture means.
 #include "tools/pictures/DdsSource.h"
 
 #include "dds/dataSize.h"
@@ -47,12 +47,6 @@ void checkIsThere(const Verdict& verdict) {
 
 }  // namespace
 
-void checkHasHeader(const FileFacts& facts) {
-    if (facts.fileBytes >= sizeof(DdsFileHeader)) return;
-    throw FileError("is too short: it has " + std::to_string(facts.fileBytes) + " bytes, its header alone takes " +
-                    std::to_string(sizeof(DdsFileHeader)));
-}
-
 OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
     const FileFacts facts = file.facts();
     const Verdict verdict = judge(facts);
@@ -62,8 +56,10 @@ OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
         const StdoutGate gate;
         reader = std::make_unique<host::ImageReader>(plugin, path);
     } catch (const host::HostError& error) {
-        // A plug-in quotes the system's last error even where a file is merely too short.
-        checkHasHeader(facts);
+        // A plug-in quotes the system's last error even if the file is only too short.
+        if (facts.fileBytes < sizeof(DdsFileHeader))
+            throw FileError(textOf("is too short: it has ", facts.fileBytes, " bytes; its header alone takes ",
+                                   sizeof(DdsFileHeader)));
         file.checkIsUnchanged();
         throw host::HostError(withName(error.what(), path, file.name()));
     }
@@ -76,10 +72,8 @@ DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {
     checkIsThere(m_image.verdict);
     const host::ImageReader& reader = *m_image.reader;
     m_layout = {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(), reader.isFloat()};
-    if (m_layout.width < 1 || m_layout.height < 1) {
-        throw FileError("has no pixels: it is " + std::to_string(m_layout.width) + " x " +
-                        std::to_string(m_layout.height));
-    }
+    if (m_layout.width < 1 || m_layout.height < 1)
+        throw FileError(textOf("has no pixels: it is ", m_layout.width, " x ", m_layout.height));
     m_scanline = m_layout.height;
 }
 

@@ -9,24 +9,21 @@ namespace kpx::tool {
 
 struct OpenedImage {
     std::unique_ptr<host::ImageReader> reader;
-    Verdict verdict;  // that the headers lead to
+    Verdict verdict;  // on the headers
     bool isBlack;     // the plug-in's stand-in for what it cannot decode
     SourceTraits traits;
 };
 
-// Throws FileError where the file is too short for a header.
-void checkHasHeader(const FileFacts& facts);
-
-// Opens the image; what the plug-in prints is dropped. Throws FileError or host::HostError, also if the file is changed
-// meanwhile.
+// Opens the image and drops what the plug-in prints. Throws FileError or host::HostError, also if another program
+// changes the file.
 OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file);
 
-// How much of a picture may be missing in its file.
+// The most bytes of a picture that its file may lack.
 inline constexpr std::uint64_t mostMissingBytes = std::uint64_t{64} << 20;
 
 class DdsSource : public PixelSource {
 public:
-    // Throws FileError if the image has no pixels, or the file lacks more than mostMissingBytes of them.
+    // Throws FileError if the image has no pixels or its file lacks more than mostMissingBytes.
     explicit DdsSource(OpenedImage image);
     DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openThroughHost(plugin, file)) {}
 

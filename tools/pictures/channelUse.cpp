@@ -2,8 +2,8 @@
 #include "tools/pictures/channelUse.h"
 
 #include <algorithm>
-#include <string>
 
+#include "explain/text.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
@@ -36,8 +36,8 @@ const ChannelUse& channelUse(const ImageLayout& layout) {
     for (const ChannelUse& use : uses) {
         if (use.colours == layout.colours && use.mattes == layout.mattes) return use;
     }
-    throw FileError("has " + std::to_string(layout.colours) + " colour and " + std::to_string(layout.mattes) +
-                    " matte channels, which cannot be converted");
+    throw FileError(
+        textOf("has ", layout.colours, " colour and ", layout.mattes, " alpha channels, which cannot be converted"));
 }
 
 }  // namespace kpx::tool
