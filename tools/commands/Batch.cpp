@@ -1,5 +1,5 @@
-// Threads take the next file of the list until there is none. The thread that finishes the file whose turn it is writes
-// the waiting reports.
+// Threads take the next file until none is left. The thread that finishes the file whose turn it is prints the reports
+// that wait.
 #include "tools/commands/Batch.h"
 
 #include <unistd.h>
@@ -83,7 +83,7 @@ public:
             workOnFiles();
         }
         if (m_hasProgress) showProgress("");
-        // What was finished behind a file that ended the run.
+        // Reports of files behind one that ended the run.
         for (const std::optional<Result>& result : m_results) {
             if (result) write(*result);
         }
@@ -213,13 +213,14 @@ void addListed(std::vector<std::string>& paths, const std::string& list) {
 }  // namespace
 
 void BatchOptions::addTo(CLI::App& command, const char* whatPathsAre) {
-    command.add_option("PATH", paths, std::string(whatPathsAre) + "; \"-\" reads a list of them, one per line");
+    command.add_option("PATH", paths,
+                       std::string(whatPathsAre) + "; \"-\" reads paths from standard input, one per line");
     command.add_option("--files-from", list, "Read a list of paths from FILE, one per line")->type_name("FILE");
     command.add_flag("-r,--recursive", isRecursive, "Include the folders below a folder");
     command.add_option("-j,--jobs", jobs, "Number of files processed in parallel (default: one per CPU)")
         ->check(CLI::Range(1, 256));
     command.add_flag("-q,--quiet", isQuiet, "Print no notes, no progress and no summary");
-    command.add_flag("-v,--verbose", isVerbose, "Print every message of every file, instead of one for all alike");
+    command.add_flag("-v,--verbose", isVerbose, "Print every message of every file instead of one for all alike");
 }
 
 bool BatchOptions::isSingle() const {

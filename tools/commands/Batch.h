@@ -18,9 +18,9 @@ struct BatchOptions {
     bool isRecursive = false;
     bool isQuiet = false;    // neither notes, progress nor summary
     bool isVerbose = false;  // every message of every file
-    bool isNaming = false;   // outputs are named like the inputs: of several with one name the first has it
-    bool isOrdered = false;  // each file is told before the next one is worked on
-    unsigned jobs = 0;       // files worked on at once; 0: one per CPU
+    bool isNaming = false;   // outputs have the inputs' names; the first of several gets a name
+    bool isOrdered = false;  // each file is reported before the work on the next
+    unsigned jobs = 0;       // files processed in parallel; 0: one per CPU
 
     // Adds PATH and the options to a command.
     void addTo(CLI::App& command, const char* whatPathsAre);

@@ -1,4 +1,4 @@
-// The list of commands, and what stands above them all.
+// The list of commands, and the options of the program.
 #include "tools/commands/commands.h"
 
 namespace kpx::tool {
@@ -19,7 +19,7 @@ void defineProgram(CLI::App& app, Invocation& invocation) {
         "Plug-in file (default: $KPX_PLUGIN, or KPXDDS.so in $KPX_PLUGIN_PATH, beside the program or installed)");
     app.footer(exitStatuses);
     app.require_subcommand(1);
-    app.fallthrough();  // --plugin may stand after the command
+    app.fallthrough();  // --plugin may follow the command
     for (const auto add : commands) add(app, invocation);
 }
 

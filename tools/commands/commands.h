@@ -9,13 +9,13 @@
 
 namespace kpx::tool {
 
-// What the parser leaves behind for the program to do.
+// What the parser leaves for the program to do.
 struct Invocation {
     std::string pluginPath;        // empty: the usual place
     std::function<Outcome()> run;  // the chosen command with its arguments
 };
 
-// Everything that the command line may hold. The invocation has to last as long as the parser.
+// Defines all commands and options. The invocation must outlive the parser.
 void defineProgram(CLI::App& app, Invocation& invocation);
 
 void addFormatsCommand(CLI::App& app, Invocation& invocation);

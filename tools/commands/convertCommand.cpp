@@ -159,7 +159,7 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
 }
 
 std::string complaintAboutSwizzle(const std::string& text) {
-    return isSwizzle(text) ? "" : text + " is not made of r g b a 0 1, and z behind two others";
+    return isSwizzle(text) ? "" : text + " is not one to four of r g b a 0 1, with z only after two others";
 }
 
 }  // namespace
@@ -169,40 +169,38 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     Arguments& arguments = command.arguments;
     arguments.batch.isNaming = true;
     arguments.batch.addTo(command.app, "DDS or PNG files, or folders of them");
-    arguments.output.addTo(command.app,
-                           "A file whose name ends in .png, .exr or .dds, or a folder, which is created if PATH is a "
-                           "folder or OUT ends in \"/\"");
+    arguments.output.addTo(
+        command.app, "File ending in .png, .exr or .dds, or folder (created if PATH is a folder or OUT ends in \"/\")");
     command.app
         .add_option("--format", arguments.format,
-                    "Format of the files in a folder (default: EXR for floating-point textures, PNG for other DDS "
-                    "files, DDS for PNG files)")
+                    "Format in a folder (default: EXR for floating-point textures, else PNG; DDS for PNG files)")
         ->check(CLI::IsMember(formatNames()));
     addExposure(command.app, arguments.exposure,
-                "Brighten floating-point textures by STOPS in 8-bit formats; auto (default) chooses what fits each");
+                "Brighten floating-point textures by STOPS in 8-bit formats (default: auto, what fits each)");
     command.app
         .add_option("--swizzle", arguments.swizzle,
-                    "Channels of the output: one to four of r g b a 0 1 z, z being the third component of a unit "
-                    "normal. rgz completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
+                    "Output channels, one to four of r g b a 0 1 z (z: third component of a unit normal). rgz "
+                    "completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
         ->check(CLI::Validator(complaintAboutSwizzle, "LETTERS"));
     command.app
         .add_flag("--opaque{unused}", arguments.opaque,
-                  "Drop alpha where the format does not use it (X8 formats); --opaque=all drops it everywhere")
+                  "Drop alpha where the format does not use it (X8 formats); `all` drops it everywhere")
         ->check(CLI::IsMember({"unused", "all"}));
     command.app.add_option("--depth", arguments.depth, "Reduce PNG files of 16 bits per channel to 8")
         ->check(CLI::IsMember({8}));
     addChoice<ExrValues>(
         command.app, "--exr", arguments.exr,
         {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
-        "Bits of OpenEXR values: half (16), float (32), or source (default). Compressed by PIZ, without loss");
-    addChoice<PngEffort>(
-        command.app, "--png", arguments.png, {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
-        "PNG compression: fast (default), or smallest: usually about 10 % smaller, up to 20 times slower");
+        "OpenEXR values: half (16 bits), float (32 bits) or source (default); PIZ compresses them, lossless");
+    addChoice<PngEffort>(command.app, "--png", arguments.png,
+                         {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
+                         "PNG compression: fast (default) or smallest (usually 10 % smaller, up to 20 times slower)");
     command.app.add_flag("--pad", arguments.isPadded,
                          "Repeat the last column in DDS files whose width is not a multiple of 4");
     command.app
         .add_option("--option", arguments.options,
-                    "Set an option of the plug-in for DDS files, as \"Alpha=Output alpha\"; `kpximage formats` lists "
-                    "them. Compression has no effect: files are written uncompressed")
+                    "Plug-in option for DDS files, such as \"Alpha=Output alpha\" (list: `kpximage formats`). "
+                    "Compression has no effect")
         ->type_name("NAME=VALUE");
     command.app.add_flag("--keep-black", arguments.keepsBlack,
                          "Also write the black pictures of files that cannot be decoded");

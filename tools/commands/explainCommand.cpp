@@ -1,4 +1,4 @@
-// kpximage explain: what a file is, how it is read, and why it looks as it does.
+// kpximage explain: what files are, how they are read, and why they look as they do.
 #include <algorithm>
 #include <iomanip>
 
@@ -44,7 +44,7 @@ void addDetails(const Explanation& file, Lines& lines) {
     lines.add("flags", "header " + headerFlagText(header.dwFlags));
     lines.add("", "pixel format " + pixelFlagText(header.ddspf.dwFlags));
     if (file.contents.alphaMode != nullptr) lines.add("alpha", std::string("mode ") + file.contents.alphaMode);
-    // For a format that nothing decodes.
+    // The format is not decoded, so its size is not known.
     const bool isUnknown = verdict.result == Result::black && verdict.bytesExpected == 0;
     const std::uint64_t rest = verdict.bytesPresent - std::min(verdict.bytesPresent, verdict.bytesExpected);
     const std::string wanted = textOf(", ", verdict.bytesExpected, " needed, ", rest, " not read");

@@ -1,4 +1,4 @@
-// kpximage formats: what the plug-in says of itself, and the formats that its reader knows.
+// kpximage formats: the plug-in, its options, and the formats that its reader decodes.
 #include <iomanip>
 #include <iostream>
 
@@ -39,7 +39,7 @@ std::string headerText(const Format& format) {
     return "masks " + hex(masks.r) + " " + hex(masks.g) + " " + hex(masks.b) + " " + hex(masks.a);
 }
 
-// What the host gets of the format.
+// Returns the channels that the host gets.
 std::string channelText(const Format& format) {
     return channelCount(format) + (layoutRow(format.layout).isFloat ? " x 32-bit float" : " x 8-bit");
 }

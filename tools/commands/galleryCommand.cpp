@@ -1,4 +1,4 @@
-// kpximage gallery: a folder with a page that shows files, what is wrong with each and what helps.
+// kpximage gallery: a folder with a page that shows files, what is wrong with them and what helps.
 #include "tools/commands/options.h"
 #include "tools/gallery/Gallery.h"
 #include "tools/plugin/pluginChoice.h"
@@ -34,7 +34,7 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
 
 void addGalleryCommand(CLI::App& app, Invocation& invocation) {
     const auto command =
-        addCommand(app, invocation, "gallery", "Make a page that shows DDS files and what is wrong with them", run);
+        addCommand(app, invocation, "gallery", "Make a web page that shows DDS files and what is wrong with them", run);
     Arguments& arguments = command.arguments;
     arguments.batch.addTo(command.app, "DDS files, or folders of them");
     command.app
@@ -43,7 +43,7 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
         ->required()
         ->type_name("FOLDER");
     addExposure(command.app, arguments.settings.exposure,
-                "Brighten floating-point textures by STOPS; auto (default) chooses what fits each");
+                "Brighten floating-point textures by STOPS (default: auto, what fits each)");
     command.app.add_option("--max-side", arguments.settings.maxSide, "Reduce larger pictures to this width or height")
         ->check(CLI::Range(16, 4096))
         ->capture_default_str();

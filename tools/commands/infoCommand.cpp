@@ -1,4 +1,4 @@
-// kpximage info: what images are, a line each.
+// kpximage info: size, format and grade of images, one line each.
 #include <algorithm>
 
 #include "explain/surfaces.h"
@@ -18,7 +18,7 @@ struct Arguments : ListOptions {
     bool isOpening = false;
 };
 
-// "12 bytes", "4.2 kB".
+// Returns a size such as "12 bytes" or "4.2 kB".
 std::string sizeText(std::uint64_t bytes) {
     constexpr const char* units[] = {"kB", "MB", "GB", "TB"};
     if (bytes < 1000) return bytesText(bytes);
@@ -31,7 +31,7 @@ std::string sizeText(std::uint64_t bytes) {
     return text.str();
 }
 
-// Whether the format stores alpha; the host gets one for blocks that have none, too.
+// Whether the format stores alpha. The host gets alpha for all block formats.
 bool hasAlpha(const Verdict& verdict) {
     if (verdict.result != Result::decoded || !verdict.hasAlpha || verdict.format->has(ignoresAlpha)) return false;
     constexpr BlockKernel withAlpha[] = {BlockKernel::none, BlockKernel::bc1, BlockKernel::bc2, BlockKernel::bc3,
@@ -49,7 +49,7 @@ std::string lineOf(const Explanation& file) {
     return line;
 }
 
-// Throws FileError if the plug-in's picture is not the one that the headers lead to.
+// Throws FileError if the plug-in's picture is not what the headers promise.
 void checkIsAsForetold(const OpenedImage& image) {
     const host::ImageReader& reader = *image.reader;
     const Verdict& verdict = image.verdict;
@@ -80,7 +80,7 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
 
 void addInfoCommand(CLI::App& app, Invocation& invocation) {
     const auto command =
-        addCommand(app, invocation, "info", "Show size, format and grade of DDS files, a line each", run);
+        addCommand(app, invocation, "info", "Show size, format and grade of DDS files, one line each", run);
     command.arguments.addTo(command.app);
     command.app.add_flag("--open", command.arguments.isOpening,
                          "Decode the whole image and report an error if it does not match its header");

@@ -1,4 +1,4 @@
-// kpximage: looks at DDS images and converts them, through the host and its plug-in.
+// kpximage: inspects, converts and repairs DDS images through the host and its plug-in.
 #include <clocale>
 #include <iostream>
 
@@ -11,7 +11,7 @@
 namespace kpx::tool {
 namespace {
 
-// What the command ended in, or how it could not start.
+// Returns the outcome of a command, or reports what it throws.
 Outcome runReporting(const std::function<Outcome()>& command) {
     try {
         return command();
@@ -26,8 +26,7 @@ Outcome runReporting(const std::function<Outcome()>& command) {
     }
 }
 
-// What is wrong with the command line. A word that nothing knows comes before what else is missing, which would often
-// be there if the word were spelt well.
+// Returns what is wrong with the command line. An unknown word comes first: it often explains what is missing.
 std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> unknown = app.remaining(true);
     if (!unknown.empty() && unknown.front().starts_with('-')) return "there is no option \"" + unknown.front() + "\"";
@@ -45,7 +44,7 @@ Outcome runProgram(int argc, char** argv) {
         app.exit(help);
         return Outcome::done;
     } catch (const CLI::ParseError& error) {
-        tell(complaint(app, error) + " (--help tells more)");
+        tell(complaint(app, error) + " (see --help)");
         return Outcome::usage;
     }
     return runReporting(invocation.run);
@@ -56,7 +55,7 @@ Outcome runProgram(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace kpx::tool;
-    // The user's language of messages, in the user's characters. Numbers keep their form.
+    // Messages in the user's language and characters; numbers stay as in C.
     std::setlocale(LC_CTYPE, "");
     std::setlocale(LC_MESSAGES, "");
     holdStandardStreams();

@@ -25,7 +25,8 @@ void addExposure(CLI::App& command, std::optional<double>& stops, const std::str
 void OutputOptions::addTo(CLI::App& command, const std::string& whatItIs) {
     command.add_option("-o,--output", output, whatItIs)->type_name("OUT");
     CLI::Option* force = command.add_flag("-f,--force", replacing.isForced, "Replace existing output files");
-    command.add_flag("-u,--update", replacing.isUpdating, "Replace output files older than their input; skip others")
+    command
+        .add_flag("-u,--update", replacing.isUpdating, "Replace output files older than their input and skip others")
         ->excludes(force);
 }
 

@@ -126,8 +126,8 @@ Command<Arguments> addRepairing(CLI::App& app, Invocation& invocation, const cha
     const auto command = addCommand(app, invocation, name, description, run);
     Arguments& arguments = command.arguments;
     arguments.batch.addTo(command.app, "DDS files, or folders of them");
-    arguments.output.addTo(
-        command.app, "The copy, or a folder for the copies, which is created if PATH is a folder or OUT ends in \"/\"");
+    arguments.output.addTo(command.app,
+                           "Copy, or folder for copies (created if PATH is a folder or OUT ends in \"/\")");
     command.app.add_flag("--dry-run", arguments.isDryRun,
                          "Write nothing and report what would change; exit with 3 if anything");
     command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
@@ -142,7 +142,7 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
         app, invocation, "repair",
         "Fix the headers of DDS files that cannot be decoded or decode wrongly. Pixel data is not changed");
     command.app.add_flag("--in-place", command.arguments.isInPlace,
-                         "Repair the files themselves; the original of each is kept as FILE.orig");
+                         "Repair the files themselves and keep the originals as FILE.orig");
     command.app.add_flag("--undo", command.arguments.isUndo, "Put back the originals kept by --in-place");
 }
 

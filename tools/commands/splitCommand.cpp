@@ -1,4 +1,4 @@
-// kpximage split: every picture in a DDS file as a file of its own.
+// kpximage split: every picture in a DDS file as its own file.
 #include <filesystem>
 
 #include "explain/Explanation.h"
@@ -31,7 +31,7 @@ SurfaceLayout layoutOf(const FileFacts& facts) {
     return surfaceLayout(facts, verdict);
 }
 
-// Returns the count in words; counts may be too large for their type.
+// Returns the count in words; UINT64_MAX stands for larger counts.
 std::string countText(std::uint64_t count) {
     return count == UINT64_MAX ? "more pictures than can be counted"
                                : textOf(count, count == 1 ? " picture" : " pictures");
@@ -83,12 +83,12 @@ Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
 void addSplitCommand(CLI::App& app, Invocation& invocation) {
     const auto command =
         addCommand(app, invocation, "split",
-                   "Write every mipmap, cube face, slice and array element of DDS files to a file of its own, named "
-                   "NAME-array00-face0+x-mip00-slice000.dds without the parts that do not vary",
-                   run);
+                   "Write every mipmap, cube face, slice and array element of DDS files to its own file", run);
     Arguments& arguments = command.arguments;
     arguments.batch.addTo(command.app, "DDS files, or folders of them");
-    arguments.output.addTo(command.app, "The folder for the files; it is created if needed");
+    arguments.output.addTo(command.app,
+                           "Folder, created if needed, for files named NAME-array00-face0+x-mip00-slice000.dds without "
+                           "what does not vary");
     command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
     arguments.batch.isNaming = true;
 }

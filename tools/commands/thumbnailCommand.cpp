@@ -1,4 +1,4 @@
-// kpximage thumbnail: a small PNG of an image, with what the thumbnail standard of freedesktop.org has it say.
+// kpximage thumbnail: a small PNG of an image, with the texts of freedesktop.org's thumbnail standard.
 #include <glib.h>
 
 #include <filesystem>
@@ -97,12 +97,9 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
 }  // namespace
 
 void addThumbnailCommand(CLI::App& app, Invocation& invocation) {
-    const auto command = addCommand(
-        app, invocation, "thumbnail",
-        "Make a small PNG of an image for a file manager. Pixels are averaged in linear light, weighted by alpha. "
-        "Floating-point textures get the exposure that fits them. No thumbnail is made if the file cannot be decoded "
-        "or is incomplete",
-        run);
+    const auto command =
+        addCommand(app, invocation, "thumbnail",
+                   "Make a small PNG for a file manager; none if the image is incomplete or cannot be decoded", run);
     Arguments& arguments = command.arguments;
     command.app.add_option("-s,--size", arguments.size, "Largest width and height; smaller images keep their size")
         ->check(CLI::Range(1, largestSize))

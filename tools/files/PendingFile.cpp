@@ -1,4 +1,4 @@
-// Everything happens in the destination's folder, which is opened once.
+// All work is done in the destination's folder, which is opened once.
 #include "tools/files/PendingFile.h"
 
 #include <fcntl.h>
@@ -33,7 +33,7 @@ std::string randomName() {
     return textOf(".kpximage-", random(), random());
 }
 
-// What the destination is once links are resolved. A link to nothing is replaced itself.
+// Returns the destination with links resolved. A dangling link is replaced itself.
 fs::path resolved(const std::string& destination) {
     std::error_code error;
     const fs::path path = fs::canonical(destination, error);
@@ -64,7 +64,7 @@ PendingFile::PendingFile(const std::string& destination, mode_t permissions, Exi
         if (m_folder < 0 && (errno == ENOENT || errno == ENOTDIR))
             throw OutputError("cannot be created: the folder " + m_folderPath + " does not exist", ENOENT);
         if (m_folder < 0 && errno != EACCES) throw systemError<OutputError>("cannot be created", errno);
-        // A folder may be open to writers only.
+        // The folder may be writable and not readable.
         if (m_folder < 0) m_folder = open(m_folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         openEarlier();
         create(m_earlier < 0 ? permissions : 0600);
@@ -104,11 +104,11 @@ void PendingFile::create(mode_t permissions) {
     struct stat status {};
     fstat(m_descriptor, &status);
     m_permissions = status.st_mode & 07777;
-    // Until then libraries open the file once more, to write it.
+    // Until it is committed, libraries open the file again to write it.
     if ((m_permissions & 0600) != 0600) fchmod(m_descriptor, m_permissions | 0600);
 }
 
-// Returns false if the file system has no unnamed files, or the system no names for open files.
+// Returns false if the file system has no unnamed files, or /proc is missing.
 bool PendingFile::createNameless(mode_t permissions) {
     m_descriptor = openat(m_folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, permissions);
     if (m_descriptor < 0) return false;
@@ -130,7 +130,7 @@ void PendingFile::createNamed(mode_t permissions) {
     m_path = m_folderPath + "/" + m_temporaryName;
 }
 
-// Gives a file without a name one in the folder.
+// Names an unnamed file in the folder.
 bool PendingFile::takeTemporaryName() {
     do {
         const std::string name = randomName();
@@ -143,7 +143,7 @@ bool PendingFile::linkTo(const std::string& name) const {
     return linkat(AT_FDCWD, pathOf(m_descriptor).c_str(), m_folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// A link never replaces an earlier file, a rename does.
+// linkat never replaces an earlier file; renameat does.
 bool PendingFile::takeDestination() {
     if (m_temporaryName.empty()) {
         if (linkTo(m_name)) return true;
@@ -151,7 +151,7 @@ bool PendingFile::takeDestination() {
     }
     const unsigned flags = m_existing == Existing::refuse ? RENAME_NOREPLACE : 0;
     int result = renameat2(m_folder, m_temporaryName.c_str(), m_folder, m_name.c_str(), flags);
-    // Some file systems know no flags.
+    // Some file systems do not support flags.
     if (result != 0 && errno == EINVAL) result = renameat(m_folder, m_temporaryName.c_str(), m_folder, m_name.c_str());
     if (result != 0) return false;
     m_temporaryName.clear();
@@ -167,7 +167,7 @@ void PendingFile::keepEarlier(const std::string& ending) {
     if (linkat(AT_FDCWD, pathOf(m_earlier).c_str(), m_folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
     struct stat there {};
     const bool isThere = fstatat(m_folder, name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0;
-    // A run that was stopped before it replaced the file has left the link.
+    // A run that was stopped before it replaced the file left the link.
     if (isThere && isSameFile(there, m_earlierStatus)) return;
     if (isThere) throw OutputError("is left as it is: " + name + " exists already");
     try {

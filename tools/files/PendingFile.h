@@ -1,5 +1,5 @@
-// An output file that appears whole or not at all. While it is written it has no name, or, on file systems without
-// unnamed files, a random temporary one in the same folder.
+// An output file that appears whole or not at all. Until it is committed it has no name, or a random temporary one in
+// the same folder on file systems without unnamed files.
 #pragma once
 
 #include <sys/stat.h>
@@ -11,15 +11,14 @@
 
 namespace kpx::tool {
 
-// What happens to a file that already has the name.
+// What happens to a file that has the name already.
 enum class Existing { replace, refuse };
 
 class PendingFile {
 public:
-    // Creates the file. A destination that is a link stands for the file that it points to; links are resolved once.
-    // A new file has these permissions, less the user's umask. A file that replaces another has the owner, permissions,
-    // access list and extended attributes of that one. Throws OutputError, also if something other than a regular file
-    // has the name.
+    // Creates the file. Links in the destination are resolved once. A new file gets these permissions, less the umask;
+    // a file that replaces another gets its owner, permissions, access list and extended attributes. Throws
+    // OutputError, also if something other than a regular file has the name.
     explicit PendingFile(const std::string& destination, mode_t permissions = 0666,
                          Existing existing = Existing::replace);
     // Deletes the file unless it has been committed.
@@ -27,19 +26,19 @@ public:
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;
 
-    // A path by which the file can be opened until it is committed; it exists and is empty. No message may show it.
+    // A path to open the file by until it is committed, for libraries. No message may show it.
     [[nodiscard]] const std::string& path() const { return m_path; }
     [[nodiscard]] int descriptor() const { return m_descriptor; }
 
-    // Whether committing replaces this very file.
+    // Whether commit() replaces this very file.
     [[nodiscard]] bool replaces(const struct stat& file) const;
-    // Keeps the file that is to be replaced under its name with this ending as well: as a hard link, or as a copy if
-    // links are not possible. Throws OutputError, also if another file has that name.
+    // Keeps the file to be replaced under its name with this ending: as a hard link, or as a copy if links are not
+    // possible. Throws OutputError, also if another file has that name.
     void keepEarlier(const std::string& ending);
     // Throws OutputError if the file to be replaced has been written or replaced since this file was created.
     void checkEarlierIsUnchanged() const;
 
-    // Waits until the file's data is on the disk. Throws OutputError.
+    // Flushes the file's data to disk. Throws OutputError.
     void flushToDisk() const;
     // Gives the file its name. Throws OutputError, or Interrupted after a signal.
     void commit();
@@ -57,10 +56,10 @@ private:
     std::string m_folderPath, m_name;
     Existing m_existing;
     int m_folder = -1;
-    int m_earlier = -1;  // the file that is replaced; -1: none
+    int m_earlier = -1;  // the file to be replaced; -1: none
     struct stat m_earlierStatus {};
     int m_descriptor = -1;
-    mode_t m_permissions = 0;     // once committed
+    mode_t m_permissions = 0;     // after commit()
     std::string m_temporaryName;  // in the folder; empty: none
     std::string m_path;
 };
@@ -80,7 +79,7 @@ void writeWhole(const std::string& destination, mode_t permissions, Existing exi
     }
 }
 
-// A file without a name in the system's folder for temporary files, readable by its owner alone.
+// An unnamed file in the system's folder for temporary files, readable by its owner alone.
 class TemporaryFile {
 public:
     // Throws OutputError.

@@ -1,4 +1,4 @@
-// Folders are listed here, links below them not followed.
+// Lists folders without following links in them.
 #include "tools/files/inputFiles.h"
 
 #include <algorithm>
@@ -21,14 +21,13 @@ std::string extensionOf(const fs::path& path) {
     return extension;
 }
 
-// A link that leads nowhere is listed, so that it is told.
+// Dangling links are listed, so that they are reported.
 bool isFileOrBroken(const fs::directory_entry& entry) {
     std::error_code error;
     return entry.is_regular_file(error) || !entry.exists(error);
 }
 
-// The files of a folder by their extensions. A folder that cannot be listed is told, and the others are listed all the
-// same.
+// The files of a folder by their extensions. A folder that cannot be listed is reported; the others are listed.
 class Listing {
 public:
     Listing(const fs::path& top, const Search& search) : m_top(top), m_search(search) { add(top); }

@@ -1,4 +1,4 @@
-// The files that a user means by naming files and folders.
+// The files named by the user's files and folders.
 #pragma once
 
 #include <string>
@@ -8,12 +8,12 @@ namespace kpx::tool {
 
 struct InputFile {
     std::string path;
-    std::string folder;  // where it lies below the folder that was named; empty: in it, or named itself
+    std::string folder;  // its place below the named folder; empty: in it, or named itself
 };
 
 struct InputFiles {
     std::vector<InputFile> files;
-    bool isComplete = true;  // false if a folder could not be listed or has no such files, which has been told
+    bool isComplete = true;  // false if a folder could not be listed or has no such files (reported)
 };
 
 struct Search {
@@ -22,8 +22,8 @@ struct Search {
     std::string leftOut;                  // a folder that is not entered; empty: none
 };
 
-// Files stand for themselves, whether they exist or not. Folders stand for the files in them that have the first of the
-// extensions that any has, sorted by path. Links to folders below are not followed.
+// Returns files as they are, whether they exist or not, and for each folder its files with the first of the extensions
+// that any file has, sorted by path. Links to folders are not followed.
 InputFiles inputFiles(const std::vector<std::string>& paths, const Search& search);
 
 }  // namespace kpx::tool

@@ -123,7 +123,7 @@ private:
     const GalleryFolder& m_folder;
     std::string m_prefix;  // of the names of its pictures
     Json m_record;
-    double m_exposure = 0.0;  // of the version that was added last
+    double m_exposure = 0.0;  // of the latest version
     bool m_isAdded = false;   // the file itself is in the page: later failures are of the page alone
 };
 

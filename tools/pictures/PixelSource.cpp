@@ -1,4 +1,4 @@
-// A PNG file is known by its signature; everything else is the plug-in's to recognise.
+// PNG files are recognised by their signature, all others by the plug-in.
 #include "tools/pictures/PixelSource.h"
 
 #include <png.h>

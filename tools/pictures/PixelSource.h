@@ -1,4 +1,4 @@
-// An image opened for conversion, whatever file it comes from, read row by row from the top.
+// An open image, whatever file it comes from, read row by row from the top.
 #pragma once
 
 #include <memory>
@@ -80,8 +80,8 @@ private:
 // Whether the file has the signature of PNG. Throws FileError.
 bool isPng(const OpenFile& file);
 
-// Opens a PNG file or an image of the plug-in's format. PNG files of 16 bits a channel are refused unless they may be
-// reduced to 8. Throws FileError or host::HostError.
+// Opens a PNG file or an image of the plug-in's format. PNG files of 16 bits per channel are refused unless they may
+// be reduced to 8. Throws FileError or host::HostError.
 std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, OpenFile file, bool reduceTo8Bits);
 
 }  // namespace kpx::tool

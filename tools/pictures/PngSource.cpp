@@ -1,4 +1,4 @@
-// libpng expands whatever the file has to 8-bit RGB, with alpha or without.
+// libpng expands all formats to 8-bit RGB, with or without alpha.
 #include "tools/pictures/PngSource.h"
 
 #include <new>
@@ -22,7 +22,7 @@ PngSource::PngSource(OpenFile file, bool reduceTo8Bits) : m_file(std::move(file)
         if (m_info == nullptr) throw std::bad_alloc();
         guarded([](PngSource& source) {
             png_set_read_fn(source.m_png, &source, readBytes);
-            // Text and colour profiles are of no use here and may expand to gigabytes.
+            // Text and colour profiles are not needed and may expand to gigabytes.
             constexpr png_byte skipped[] = "iCCP\0tEXt\0zTXt\0iTXt\0sPLT\0eXIf\0pCAL\0sCAL";
             png_set_keep_unknown_chunks(source.m_png, PNG_HANDLE_CHUNK_NEVER, skipped, sizeof skipped / 5);
             png_read_info(source.m_png, source.m_info);
@@ -110,7 +110,7 @@ std::span<const unsigned char* const> PngSource::nextRow() {
         for (size_t x = 0; x < m_channels->width(); ++x) to[x] = pixels[x * channels + channel];
     }
     if (++m_rowsRead == m_layout.height) {
-        // A file that ends after its pixels is not whole.
+        // A file that ends with its pixels is incomplete.
         guarded([](PngSource& source) { png_read_end(source.m_png, nullptr); });
         m_file.checkIsUnchanged();
     }

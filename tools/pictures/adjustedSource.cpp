@@ -1,4 +1,4 @@
-// One class over any source; what it does to a row is a function.
+// One class for all adjustments; each is a function of a row.
 #include "tools/pictures/adjustedSource.h"
 
 #include <algorithm>

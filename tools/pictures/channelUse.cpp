@@ -1,4 +1,4 @@
-// The table, a row a set of channels.
+// The table: one row per set of channels.
 #include "tools/pictures/channelUse.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ constexpr ChannelUse uses[] = {
     {2, 1, {4, {0, 1, no, 2}}, {4, {0, 1, no, 2}}, "RGA"},
     {3, 0, {3, {0, 1, 2}}, {3, {0, 1, 2}}, "RGB"},
     {3, 1, {4, {0, 1, 2, 3}}, {4, {0, 1, 2, 3}}, "RGBA"},
-    // A picture of four colours without a matte is the plug-in's stand-in for what it cannot decode.
+    // Four colours without a matte: the plug-in's stand-in for what it cannot decode.
     {4, 0, {4, {0, 1, 2, 3}}, {4, {0, 1, 2, 3}}, "RGBA"},
 };
 

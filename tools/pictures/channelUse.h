@@ -1,4 +1,4 @@
-// Which of an image's channels go where in each output format, for every set of channels that there is.
+// Where the channels of an image go in each output format, for every set of channels.
 #pragma once
 
 #include <array>
@@ -28,7 +28,7 @@ struct ChannelUse {
     int mattes;
     Pick png;                // grey, grey and alpha, RGB or RGBA, by its count
     Pick dds;                // RGB or RGBA
-    std::string_view names;  // of the image's channels, in their order, a letter each
+    std::string_view names;  // of the image's channels in order, one letter each
 };
 
 // Returns the channels with these names, in any order; null if no image has them.

@@ -21,12 +21,12 @@ inline void putFloat(unsigned char* row, std::size_t x, float value) {
     std::memcpy(row + x * sizeof value, &value, sizeof value);
 }
 
-// Returns the value, or the nearest one in 0 to largest. What is not a number becomes 0.
+// Returns the value clamped to 0 to largest; NaN becomes 0.
 inline double limited(double value, double largest) {
     return value > 0.0 ? std::min(value, largest) : 0.0;
 }
 
-// Returns a share of full intensity as a byte.
+// Returns the byte of a value from 0 to 1; others are clamped.
 inline unsigned char toByte(double share) {
     return static_cast<unsigned char>(std::lround(255.0 * limited(share, 1.0)));
 }
@@ -51,7 +51,7 @@ void joinRows(const Value* const* rows, std::size_t count, std::size_t width, Va
     if (count == 4) joinRows<4>(rows, width, to);
 }
 
-// The sRGB transfer function of IEC 61966-2-1, up to full intensity, and its inverse.
+// The sRGB transfer function of IEC 61966-2-1, clamped at 1, and its inverse.
 inline double srgbEncoded(double linear) {
     if (linear >= 1.0) return 1.0;
     return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;

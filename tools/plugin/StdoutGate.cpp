@@ -1,5 +1,5 @@
-// Plug-ins print through C's stream `stdout`, which glibc lets programs assign. While a gate is closed it is a stream
-// that asks which thread writes.
+// Plug-ins print through C's `stdout`, which programs can assign in glibc. While a gate exists, stdout is a stream that
+// checks which thread writes.
 #include "tools/plugin/StdoutGate.h"
 
 #include <pthread.h>
@@ -15,21 +15,21 @@ namespace {
 thread_local int closedGates = 0;        // of this thread
 std::mutex mutex;                        // of what follows
 int gates = 0;                           // of all threads
-std::atomic<std::FILE*> real = nullptr;  // stdout behind the gate; threads may write there after the last gate
+std::atomic<std::FILE*> real = nullptr;  // stdout behind the gate; threads may still write there after the last gate
 
-// Passes the text on at once: flushing the gate does not flush the stream behind it.
+// Passes text on at once, since flushing the gate does not flush the stream behind it.
 ssize_t pass(void* /*cookie*/, const char* text, size_t size) {
     if (closedGates > 0) return static_cast<ssize_t>(size);
     const size_t written = std::fwrite(text, 1, size, real);
     return std::fflush(real) == 0 ? static_cast<ssize_t>(written) : 0;
 }
 
-// It is never closed: a thread may have taken it for stdout and write later. Null where there is no memory.
+// Never closed: a thread may have read `stdout` and write later. Null if it cannot be allocated.
 std::FILE* gateStream() {
     static std::FILE* const stream = [] {
         std::FILE* opened = fopencookie(nullptr, "w", {nullptr, pass, nullptr, nullptr});
         if (opened != nullptr) std::setvbuf(opened, nullptr, _IONBF, 0);
-        // A process that forks does so between two changes of the gates, of which the child keeps its own thread's.
+        // fork() waits for changes of the gates. The child keeps the gates of its only thread.
         pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); },
                        [] {
                            gates = closedGates;
@@ -41,7 +41,7 @@ std::FILE* gateStream() {
     return stream;
 }
 
-// Makes `stream` the process's stdout. Waits for writers of both streams, since puts and putchar look stdout up again
+// Makes `stream` the process's stdout. Waits for writers of both streams, since puts and putchar read stdout again
 // after they have locked it.
 void exchangeStdout(std::FILE* gate, std::FILE* stream) {
     flockfile(gate);

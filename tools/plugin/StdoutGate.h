@@ -1,10 +1,10 @@
-// Keeps what plug-ins print out of the process's standard output, and nothing else.
+// Drops what plug-ins print to standard output, and nothing else.
 #pragma once
 
 namespace kpx::tool {
 
-// While one exists, what its thread prints through C's stdout is dropped; what other threads print passes. To be
-// created and destroyed on one thread. std::cout and descriptor 1 are not affected.
+// While a gate exists, what its thread prints through C's stdout is dropped. Other threads, std::cout and descriptor 1
+// are not affected. Requires: created and destroyed on one thread.
 class StdoutGate {
 public:
     StdoutGate();

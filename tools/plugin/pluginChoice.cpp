@@ -1,4 +1,4 @@
-// The places are tried in their order; the first that has the plug-in is it.
+// Places are tried in order; the first plug-in found is chosen.
 #include "tools/plugin/pluginChoice.h"
 
 #include <cstdlib>
@@ -28,7 +28,7 @@ std::vector<Folder> searchedFolders(const Searcher& searcher) {
     std::vector<Folder> folders;
     std::istringstream list(environment("KPX_PLUGIN_PATH"));
     for (std::string folder; std::getline(list, folder, ':');) {
-        // An empty element would be the current folder, which may be anybody's.
+        // An empty element would be the current folder, which may belong to anybody.
         if (!folder.empty()) folders.push_back({folder, "KPX_PLUGIN_PATH"});
     }
     folders.push_back({searcher.folder, searcher.beside});

@@ -11,24 +11,23 @@ namespace kpx::tool {
 
 struct PluginChoice {
     std::string path;   // absolute
-    std::string place;  // what led to it, for the user
+    std::string place;  // how it was found, for the user
 };
 
-// What looks for a plug-in: a program, or a module that a program has loaded.
+// What searches for a plug-in: a program, or a module in one.
 struct Searcher {
-    std::filesystem::path folder;     // that it lies in
-    const char* beside;               // what the user knows that folder as: "beside the program"
-    std::filesystem::path installed;  // the folder of installed plug-ins, seen from there
+    std::filesystem::path folder;     // that contains it
+    const char* beside;               // the user's name of that folder: "beside the program"
+    std::filesystem::path installed;  // the folder of installed plug-ins, relative to it
     const char* naming;               // how the user names a plug-in: "with --plugin or in KPX_PLUGIN"
 };
 
-// The running program kpximage.
+// Returns the running program kpximage.
 Searcher program();
 
-// The first of: the file that `option` names, unless empty; the file that the environment variable KPX_PLUGIN names;
-// and KPXDDS.so in a folder of the list KPX_PLUGIN_PATH, beside the searcher, and where plug-ins are installed, seen
-// from the searcher and then from the prefix of the build. A named file is taken whether it exists or not. Throws
-// FileError.
+// Returns the first of: the file named by `option`; the file named by the environment variable KPX_PLUGIN; KPXDDS.so in
+// a folder of KPX_PLUGIN_PATH, beside the searcher, in the installed place relative to the searcher, and in that of the
+// build. A named file need not exist. Throws FileError.
 PluginChoice choosePlugin(const std::string& option, const Searcher& searcher = program());
 
 // Loads the chosen plug-in. Throws FileError or host::HostError.

@@ -1,4 +1,4 @@
-// Options and values by their own names or their translations, in upper or lower case.
+// Options and values by their own names or translations, in any case.
 #include "tools/plugin/pluginOptions.h"
 
 #include <algorithm>

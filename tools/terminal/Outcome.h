@@ -1,4 +1,4 @@
-// How the work on one file or all files ended: the program's exit status.
+// How the work on one file or on all files ended: the program's exit status.
 #pragma once
 
 #include <initializer_list>
@@ -8,7 +8,7 @@ namespace kpx::tool {
 // The values are the exit statuses, as exitStatuses explains them.
 enum class Outcome { done = 0, failed = 1, usage = 2, bad = 3 };
 
-// The one table of them, for help, manual pages and README.
+// The only list of them, for help, manual pages and README.
 inline constexpr const char* exitStatuses =
     "Exit status:\n"
     "  0  every file is fine\n"

@@ -1,4 +1,4 @@
-// What is told about one file: a value that the work on it fills and the program writes in the order of the files.
+// The output and messages about one file: a value that the work fills and the program prints in the order of the files.
 #pragma once
 
 #include <string>
@@ -11,9 +11,9 @@ struct Message {
     enum class Kind { note, warning };
 
     Kind kind;
-    std::string file;      // that it is about
+    std::string file;      // that the message is about
     std::string sentence;  // without the file's name
-    std::string group;     // the sentence for several files that have it alike
+    std::string group;     // the sentence for several files that share it
 };
 
 class Report {
@@ -22,17 +22,17 @@ public:
 
     // Adds to standard output.
     void print(const std::string& text) { m_output += text; }
-    // Adds a message about the file, or about another one. A group says the same for many files, without numbers.
+    // Add a warning about the file, or about another one. A group says the same of many files, without numbers.
     void warn(const std::string& sentence, const std::string& group = "") { warnAbout(m_file, sentence, group); }
     void warnAbout(const std::string& file, const std::string& sentence, const std::string& group = "") {
         m_messages.push_back({Message::Kind::warning, file, sentence, group.empty() ? sentence : group});
     }
-    // The same for what --quiet leaves out.
+    // Adds a note, which --quiet drops.
     void note(const std::string& sentence, const std::string& group = "") {
         m_messages.push_back(
             {Message::Kind::note, m_file, "note: " + sentence, "note: " + (group.empty() ? sentence : group)});
     }
-    // States what the file counts as in the summary of the run.
+    // Sets what the file counts as in the summary of the run.
     void countAs(const char* what) { m_counted = what; }
 
     [[nodiscard]] const std::string& file() const { return m_file; }

@@ -1,4 +1,4 @@
-// The characters of a text that may be UTF-8.
+// The characters of a text that should be UTF-8.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace kpx::tool {
 
-// Calls visit(bytes, code) for each character. Bytes that are no UTF-8 count as characters of Latin-1.
+// Calls visit(bytes, code) for each character. Bytes of invalid UTF-8 count as Latin-1.
 template <typename Visit>
 void forEachCharacter(std::string_view text, Visit visit) {
     while (!text.empty()) {

@@ -1,4 +1,4 @@
-// A line is written in one piece.
+// Every line is written in one piece.
 #include "tools/terminal/console.h"
 
 #include <fcntl.h>
@@ -17,7 +17,7 @@ namespace {
 
 std::mutex mutex;      // of standard error and the progress on it
 std::string progress;  // shown below the messages
-int outputError = 0;   // the first on standard output; 0: none
+int outputError = 0;   // the first error on standard output; 0: none
 
 constexpr const char* clearedLine = "\r\x1B[K";
 
@@ -48,7 +48,7 @@ void showProgress(const std::string& text) {
 }
 
 void holdStandardStreams() {
-    // The lowest free number is taken, so that 0, 1 and 2 are filled in order. Read-only: writes fail.
+    // open() returns the lowest free descriptor. Read-only: writes fail.
     int descriptor = open("/dev/null", O_RDONLY);
     while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDONLY);
     if (descriptor >= 0) close(descriptor);

@@ -1,4 +1,4 @@
-// A handler notes the signal; the work asks for it between files.
+// A signal handler notes the signal; the work checks for it between files.
 #include "tools/terminal/interrupts.h"
 
 #include <csignal>

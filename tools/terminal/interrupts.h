@@ -1,25 +1,25 @@
-// SIGINT, SIGTERM and SIGHUP: the work on files ends, so that no half-made file is left behind. SIGXFSZ: a file that
-// may grow no further is a failed output as any other.
+// Signals. SIGINT, SIGTERM and SIGHUP end the work without leaving half-written files. SIGXFSZ, for a file that may
+// grow no further, becomes an error of writing.
 #pragma once
 
 #include <stdexcept>
 
 namespace kpx::tool {
 
-// Thrown where the work stops for a signal.
+// Thrown when the work stops for a signal.
 class Interrupted : public std::runtime_error {
 public:
     Interrupted() : std::runtime_error("interrupted") {}
 };
 
-// From now on the first of the first three is only noted; a second ends the program at once. A signal that is ignored,
-// as that of a program in the background, stays ignored. SIGXFSZ is ignored: writing fails instead.
+// Installs a signal handler that notes the first SIGINT, SIGTERM or SIGHUP; a second one ends the program at once.
+// Signals that are ignored, as in background jobs, stay ignored. SIGXFSZ is ignored, so that writing fails.
 void noteInterrupts();
 
-// Throws Interrupted after a noted signal. To be called between files and before a finished file takes its name.
+// Throws Interrupted after a noted signal. Called between files and before a finished file gets its name.
 void stopIfInterrupted();
 
-// Ends the program by the signal that was noted, so that a shell sees it; returns where there was none.
+// Ends the program by the noted signal, so that a shell sees it; returns if there was none.
 void endIfInterrupted();
 
 }  // namespace kpx::tool

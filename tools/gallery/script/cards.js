@@ -1,4 +1,4 @@
-// The grid: a card per file, below a heading per folder where files are sorted by name.
+// The grid: one card per file, below one heading per folder if files are sorted by name.
 
 const cards = files.map(makeCard);
 
@@ -40,12 +40,12 @@ function arrangeCards(indices, hasHeadings) {
   $("cards").replaceChildren(...parts);
 }
 
-// How many cards stand in a row of the card's grid.
+// Returns the number of cards in a row of the card's grid.
 function columnsAt(card) {
   return getComputedStyle(card.parentElement).gridTemplateColumns.split(" ").length;
 }
 
-// The file that an arrow key leads to from another one.
+// Returns the file that an arrow key leads to from another one.
 function neighbour(index, key) {
   const columns = columnsAt(cards[index]);
   const by = { ArrowLeft: -1, ArrowRight: 1, ArrowUp: -columns, ArrowDown: columns }[key];

@@ -1,7 +1,7 @@
-// The panel beside the grid: all that is known of one file, its picture by channels, what helps, its other pictures.
+// The panel beside the grid: one file's findings, its picture by channels, what helps, its other pictures.
 
 const details = {
-  index: -1,  // of the file that is shown; -1: none
+  index: -1,  // of the file shown; -1: none
   version: "original",
   channel: "all",
 
@@ -96,7 +96,7 @@ function surfaceItem({ name, width, height, picture }) {
   return item;
 }
 
-// Copies the command, or selects it where the browser does not allow that.
+// Copies the command, or selects it if the browser forbids copying.
 async function copyCommand() {
   try {
     await navigator.clipboard.writeText($("command").textContent);

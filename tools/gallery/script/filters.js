@@ -1,8 +1,8 @@
-// Which files are shown, and in which order. A grade in the page's address, index.html#wrong, is chosen at the start.
+// Which files are shown, and in what order. A grade in the page's address, as in index.html#wrong, is chosen first.
 
 const collator = new Intl.Collator("en", { numeric: true });
 const orders = [
-  // Folder by folder; the files come sorted.
+  // Folder by folder; the files are sorted already.
   { id: "name", compare: (a, b) => folders.indexOf(a.folder) - folders.indexOf(b.folder), hasHeadings: true },
   { id: "grade", compare: (a, b) => worstFirst(a) - worstFirst(b) },
   { id: "size", compare: (a, b) => (b.pixels || 0) - (a.pixels || 0) },
@@ -33,7 +33,7 @@ function makeFilters() {
   for (const { id } of orders) $("order").append(new Option(id, id));
 }
 
-// The choices as they were linked to.
+// Applies the grade in the page's address.
 function readAddress() {
   const grade = decodeURIComponent(location.hash.slice(1));
   const inputs = [...document.getElementsByName("grade")];

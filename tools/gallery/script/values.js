@@ -1,4 +1,4 @@
-// The files of the page, and small helpers. Each file is a block of JSON, as tools/gallery/Gallery.cpp writes it.
+// The files of the page, and small helpers. Each file is a block of JSON written by tools/gallery/Gallery.cpp.
 "use strict";
 
 const $ = (id) => document.getElementById(id);
