@@ -35,8 +35,8 @@ public:
 private:
     unsigned char* m_data = nullptr;
     std::uint64_t m_size = 0;
-    void* m_mapping = nullptr;  // the whole mapping of a large block, else null
-    std::size_t m_mappedBytes = 0;
+    void* m_block = nullptr;        // what was allocated or mapped, of which m_data is the aligned part
+    std::size_t m_mappedBytes = 0;  // 0 if the block is from the C allocator
 };
 
 }  // namespace kpx

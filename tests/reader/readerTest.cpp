@@ -2,6 +2,8 @@
 // from 0 up, and truncated files.
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include <cerrno>
 
 #include "dds/formatTable.h"
@@ -83,6 +85,20 @@ TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
 
 INSTANTIATE_TEST_SUITE_P(Kernels, EveryFormat, testing::ValuesIn(kernelSets().begin(), kernelSets().end()),
                          [](const auto& instance) { return std::string(instance.param->name); });
+
+// The picture of a truncated file may get the memory of a larger one, of which nothing must remain.
+TEST(Reader, LeavesNothingOfTheLastPicture) {
+    std::set<std::pair<Loader, std::uint32_t>> seen;
+    const Bytes data(std::size_t{1024} * 600 * 16, 0x77);
+    for (const Format& format : formatTable()) {
+        if (!seen.insert({format.loader, format.layout}).second) continue;
+        for (const std::size_t bytes : {data.size(), std::size_t{900013}, std::size_t{70000}}) {
+            Bytes file = headerFor(format, 1024, 600);
+            file.insert(file.end(), data.begin(), data.begin() + static_cast<std::ptrdiff_t>(bytes));
+            EXPECT_TRUE(readsLikeModel(file)) << format.name << " with " << bytes << " bytes of data";
+        }
+    }
+}
 
 // All combinations of format flags, codes of every loader and of none, and DDSD_LINEARSIZE.
 TEST(ChoiceOfLoader, FollowsFlagsThenCodes) {
