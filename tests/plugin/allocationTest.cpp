@@ -1,5 +1,5 @@
-// Makes every allocation of the product fail, alone and together with all later ones. Message and result must be as
-// specified, nothing may leak, and no file may stay open.
+// Makes every allocation of the product fail, alone and together with all later ones. Message and result must be the
+// expected ones, nothing may leak, and no file may stay open.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -50,7 +50,7 @@ class FailingAllocation : public PluginFixture {
 protected:
     const std::string m_path = m_folder.at("a.dds");
 
-    // Returns how an image was refused: one of the two specified ways, else everything that happened.
+    // Returns how an image was refused: in one of the two expected ways, else everything that happened.
     [[nodiscard]] std::string refusal(const TestHandle& handle, int errorOfOpening, bool blockStays) const {
         const std::string calls = hostCalls();
         const std::string report = calls.substr(std::min(calls.find("902."), calls.size()));

@@ -21,7 +21,7 @@ unsigned char sampleOf(int channel, int x, int y) {
     return static_cast<unsigned char>(1 + 64 * channel + 16 * (y % 4) + x);
 }
 
-// Returns the bytes of a file of which only the given rows were written.
+// Returns the bytes of a file to which only the given rows were written.
 Bytes expectedFile(int width, int height, bool alpha, const std::vector<int>& rows) {
     const auto paddedWidth = static_cast<std::uint32_t>((width + 3) / 4 * 4);
     kpx::DdsFileHeader file = headerOf(paddedWidth, static_cast<std::uint32_t>(height));
