@@ -1,5 +1,5 @@
-// How wrong headers are repaired: those that lie, and those that name what the reader knows by another name. A mend
-// changes the header and leaves the pixel data as it is; only a recoding changes the picture.
+// Repairs headers that are wrong or that name a known format by another name. A mend changes the header and leaves the
+// pixel data as it is; only a recoding changes the picture.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ struct Repair {
     std::uint64_t dataStart;    // where the pixel data starts in the file as it is
     Verdict verdict;            // on the repaired file
     std::vector<Remark> mends;  // in the order in which they were made
-    // The pictures as they lie in the file, to be recoded; none: the data stays as it is.
+    // The pictures to recode, as they are stored in the file; none if the data stays as it is.
     std::optional<SurfaceLayout> recoded;
 
     // Returns whether the repaired file is recognised and decoded, and the file as it is is not decoded, or wrongly.

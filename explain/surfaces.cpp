@@ -152,7 +152,7 @@ void forEachWholeSize(const SurfaceLayout& layout,
     const std::uint64_t present = layout.facts.fileBytes - std::min(start, layout.facts.fileBytes);
     const std::uint64_t faces = saturatingProduct(contents.faces, contents.elements);
     const std::uint64_t wholeFaces = std::min(faces, present / faceBytes);
-    // The data of the face after them, as far as it is there.
+    // The data of the first incomplete face.
     std::uint64_t rest = wholeFaces < faces ? present - wholeFaces * faceBytes : 0;
     for (std::uint32_t level = 0; level < contents.levels; ++level) {
         const std::uint32_t slices = halved(contents.slices, level);

@@ -34,7 +34,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 }
 
 // The first pixel of the bottom row as the plug-in delivers it, colours and then alpha: "0 128 255, 64". "black" is
-// the picture that stands for what is not decoded.
+// the picture that replaces what is not decoded.
 std::string pixelOf(const std::string& path) {
     static const host::Plugin plugin(KPX_PLUGIN_PATH);
     host::ImageReader reader(plugin, path);
@@ -85,9 +85,8 @@ std::string nameOf(const testing::TestParamInfo<Entry>& entry) {
 
 class Explained : public testing::TestWithParam<Entry>, public Folder {
 protected:
-    // Writes what a plan makes of the file, and tells the first pixel before and after, and what the header names then.
-    [[nodiscard]] std::string repaired(const tool::OpenFile& file, const tool::RepairPlan& plan,
-                                       bool isRecoding) const {
+    // Writes the repaired file. Returns the changes, the first pixel before and after, and the new name of the format.
+    [[nodiscard]] std::string repair(const tool::OpenFile& file, const tool::RepairPlan& plan, bool isRecoding) const {
         const std::string copy = at("copy.dds");
         tool::writeRepaired(file, plan, copy, tool::Existing::replace);
         const tool::OpenFile made(copy);
@@ -106,27 +105,28 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(, Explained, testing::ValuesIn(entries()), nameOf);
 
-TEST_P(Explained, IsToldAsAgreed) {
+TEST_P(Explained, IsExplainedAsAgreed) {
     AgreedEntry entry = GetParam().agreed;
     const Bytes bytes = describedFile(entry.question);
     EXPECT_TRUE(readsLikeModel(bytes));
     file("a.dds", bytes);
     const tool::OpenFile opened(at("a.dds"));
-    const Explanation told = explain(opened.facts());
+    const Explanation explanation = explain(opened.facts());
     std::ostringstream answer;
     const auto line = [&answer](const std::string& text) { answer << "    " << text << "\n"; };
-    line(std::string(gradeName(told.grade)) + (told.grade == Grade::unreadable ? "" : ", " + namedFormat(told)) +
-         (sameAs(told).empty() ? "" : ", the same as " + sameAs(told)));
+    line(std::string(gradeName(explanation.grade)) +
+         (explanation.grade == Grade::unreadable ? "" : ", " + namedFormat(explanation)) +
+         (sameAs(explanation).empty() ? "" : ", the same as " + sameAs(explanation)));
     Grade worst = Grade::right;
-    for (const Finding& finding : told.findings) {
+    for (const Finding& finding : explanation.findings) {
         std::string severity = gradeName(finding.severity);
         severity.resize(11, ' ');
         line("  " + severity + finding.id + numbersIn(finding.sentence));
         worst = std::max(worst, finding.severity);
     }
-    EXPECT_EQ(told.grade, worst);
-    const Verdict& v = told.verdict;
-    if (told.grade != Grade::unreadable && !entry.heading.empty()) {
+    EXPECT_EQ(explanation.grade, worst);
+    const Verdict& v = explanation.verdict;
+    if (explanation.grade != Grade::unreadable && !entry.heading.empty()) {
         std::ostringstream facts;
         facts << "  read by    " << loaderName(v.loader) << ", " << loaderName(v.decoder) << ", "
               << layoutRow(v.layout).name << ", " << v.colourChannels() << " + " << (v.hasAlpha ? 1 : 0) << " x "
@@ -136,14 +136,14 @@ TEST_P(Explained, IsToldAsAgreed) {
     }
     const tool::RepairPlan plan = tool::planRepair(opened.facts());
     const tool::RepairPlan recoding = tool::planRepair(opened.facts(), true);
-    EXPECT_EQ(plan.helps(), !told.repairs.empty());
-    EXPECT_EQ(recoding.result == tool::RepairResult::recoded, !told.recodings.empty());
+    EXPECT_EQ(plan.helps(), !explanation.repairs.empty());
+    EXPECT_EQ(recoding.result == tool::RepairResult::recoded, !explanation.recodings.empty());
     if (plan.helps()) {
-        line("  " + repaired(opened, plan, false));
+        line("  " + repair(opened, plan, false));
     } else if (plan.result != tool::RepairResult::nothingToRepair) {
         line(std::string("  repair     ") + nameOf(plan.result));
     }
-    if (recoding.result == tool::RepairResult::recoded) line("  " + repaired(opened, recoding, true));
+    if (recoding.result == tool::RepairResult::recoded) line("  " + repair(opened, recoding, true));
     entry.answer = std::regex_replace(answer.str(), std::regex("\n\n"), "\n");
     expectAgreed(agreedPath, {entry}, GetParam().number);
 }
@@ -154,13 +154,13 @@ TEST(Sentences, StandOnce) {
     for (const Entry& entry : entries()) {
         const Bytes bytes = describedFile(entry.agreed.question);
         const FileFacts facts = factsOf(std::span(bytes).first(std::min(bytes.size(), factBytes)), bytes.size());
-        const Explanation told = explain(facts);
+        const Explanation explanation = explain(facts);
         // Every kind of file that is something else has its sentence.
-        for (const Finding& finding : told.findings)
+        for (const Finding& finding : explanation.findings)
             sentences.emplace(
                 finding.id == "other-file" ? finding.id + " " + otherFileText(facts).substr(0, 20) : finding.id,
                 finding.sentence + (*finding.advice == 0 ? "" : " | ") + finding.advice);
-        for (const auto* changes : {&told.repairs, &told.recodings})
+        for (const auto* changes : {&explanation.repairs, &explanation.recodings})
             for (const Remark& change : *changes) sentences.emplace(change.id, change.sentence);
     }
     std::vector<AgreedEntry> agreed = readAgreed(sentencesPath);
@@ -207,10 +207,10 @@ TEST_F(Explain, NamesWhatIsNoDdsFileAsTheOtherCommandsDo) {
 
 TEST_F(Explain, JsonFollowsTheSchema) {
     const std::string explained = run("explain --json *.dds nowhere").out;
-    const std::string told = run("info --json *.dds nowhere").out;
-    const std::string reported = run("recode --json --dry-run nowhere *.dds").out;
-    for (const std::string& text : {explained, told, reported}) EXPECT_EQ(linesOf(text).size(), entries().size() + 1);
-    file("lines", explained + told + reported);
+    const std::string info = run("info --json *.dds nowhere").out;
+    const std::string repairs = run("recode --json --dry-run nowhere *.dds").out;
+    for (const std::string& text : {explained, info, repairs}) EXPECT_EQ(linesOf(text).size(), entries().size() + 1);
+    file("lines", explained + info + repairs);
     // The interpreter that Debian's packages are for.
     const std::string validate =
         "/usr/bin/python3 -W ignore -m jsonschema '" KPX_SOURCE_DIR "/docs/kpximage.schema.json' -i ";
@@ -253,7 +253,7 @@ TEST_F(Tool, RepairWritesNeitherInADryRunNorOverItsInput) {
               "kpximage: ./a.dds: is an input of this run and is not replaced\n");
     EXPECT_EQ(pixelOf(at("a.dds")), "black");
     EXPECT_EQ(run("repair a.dds").status, 2);
-    // A limit on the size of files stands for a full disk.
+    // A limit on the size of files replaces a full disk.
     file("large.dds", describedFile("size=256x256 code=25 zeros=131072"));
     EXPECT_EQ(run("repair large.dds -f -o b.dds", "ulimit -f 1;").err,
               "kpximage: b.dds: cannot be written: File too large\n");

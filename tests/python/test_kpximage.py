@@ -383,9 +383,9 @@ def test_images_carry_their_grade_and_findings(examples):
         with warnings.catch_warnings():
             warnings.simplefilter("ignore")
             picture = kpximage.read(examples / name)
-        told = kpximage.explain(examples / name)
+        explained = kpximage.explain(examples / name)
         for each in (picture, picture[1:], pickle.loads(pickle.dumps(picture))):
-            assert (each.grade, list(each.findings)) == (told["grade"], told["findings"])
+            assert (each.grade, list(each.findings)) == (explained["grade"], explained["findings"])
     assert np.zeros(3).view(kpximage.Image).grade is None
 
 

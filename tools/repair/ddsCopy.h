@@ -20,7 +20,7 @@ struct ByteRange {
 };
 
 // Writes the header and then the ranges of the source to an open file, from its start. Throws FileError for the source
-// (also if another program changes it meanwhile), OutputError for the file, and Interrupted after a signal.
+// (also if another program changes it), OutputError for the file, and Interrupted after a signal.
 void writeParts(const OpenFile& source, std::initializer_list<ByteRange> ranges, std::span<const unsigned char> header,
                 int descriptor);
 
