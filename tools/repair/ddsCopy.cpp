@@ -16,43 +16,34 @@
 namespace kpx::tool {
 namespace {
 
-// Writes an open file from its start.
-class Writer {
-public:
-    explicit Writer(int descriptor) : m_descriptor(descriptor) {
-        if (ftruncate(descriptor, 0) != 0) fail();
+// Empties an open file, to be written from its start.
+void restart(int descriptor) {
+    const bool isDone = ftruncate(descriptor, 0) == 0 && lseek(descriptor, 0, SEEK_SET) == 0;
+    if (!isDone) throw systemError<OutputError>("cannot be written", errno);
+}
+
+void writeAll(std::span<const unsigned char> bytes, int descriptor) {
+    while (!bytes.empty()) {
+        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) throw systemError<OutputError>("cannot be written", errno);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
+}
 
-    void write(std::span<const unsigned char> bytes) {
-        while (!bytes.empty()) {
-            const ssize_t count = pwrite(m_descriptor, bytes.data(), bytes.size(), m_place);
-            if (count < 0 && errno == EINTR) continue;
-            if (count <= 0) fail();
-            m_place += count;
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-        }
-    }
-
-private:
-    [[noreturn]] static void fail() { throw systemError<OutputError>("cannot be written", errno); }
-
-    int m_descriptor;
-    off_t m_place = 0;
-};
-
-void copyRange(const OpenFile& from, const ByteRange& range, Writer& to) {
+void copyRange(const OpenFile& from, const ByteRange& range, int to) {
     std::array<unsigned char, 1 << 16> buffer;
     for (std::uint64_t done = 0; done < range.count;) {
         stopIfInterrupted();
         const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(range.count - done, buffer.size()));
         const std::span bytes = std::span(buffer).first(count);
         from.read(range.start + done, bytes);
-        to.write(bytes);
+        writeAll(bytes, to);
         done += count;
     }
 }
 
-void recodeSurface(const OpenFile& from, const Format& format, const Surface& surface, Writer& to) {
+void recodeSurface(const OpenFile& from, const Format& format, const Surface& surface, int to) {
     const RecodingRow& recoding = *recodingOf(format);
     const std::uint64_t rowBytes = recoding.recodedRowBytes(surface.width);
     std::vector<unsigned char> units(recoding.rowBytes(surface.width)), rows(rowBytes * recoding.unitHeight);
@@ -61,7 +52,8 @@ void recodeSurface(const OpenFile& from, const Format& format, const Surface& su
         stopIfInterrupted();
         from.read(place, units);
         recodeUnits(format, units, surface.width, rows);
-        to.write(std::span(rows).first(rowBytes * std::min<std::uint32_t>(recoding.unitHeight, surface.height - y)));
+        writeAll(std::span(rows).first(rowBytes * std::min<std::uint32_t>(recoding.unitHeight, surface.height - y)),
+                 to);
     }
 }
 
@@ -69,9 +61,9 @@ void recodeSurface(const OpenFile& from, const Format& format, const Surface& su
 
 void writeParts(const OpenFile& source, std::initializer_list<ByteRange> ranges, std::span<const unsigned char> header,
                 int descriptor) {
-    Writer to(descriptor);
-    to.write(header);
-    for (const ByteRange& range : ranges) copyRange(source, range, to);
+    restart(descriptor);
+    writeAll(header, descriptor);
+    for (const ByteRange& range : ranges) copyRange(source, range, descriptor);
     source.checkIsUnchanged();
 }
 
@@ -82,11 +74,11 @@ void writeSurface(const OpenFile& source, const SurfaceLayout& layout, const Sur
 
 void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
                   int descriptor, std::uint64_t mostPictures) {
-    Writer to(descriptor);
-    to.write(header);
+    restart(descriptor);
+    writeAll(header, descriptor);
     std::uint64_t written = 0;
     forEachWholeSurface(layout, [&](const Surface& surface) {
-        recodeSurface(source, *layout.recoded, surface, to);
+        recodeSurface(source, *layout.recoded, surface, descriptor);
         return ++written < mostPictures;
     });
     source.checkIsUnchanged();
