@@ -138,7 +138,9 @@ public:
     // names: a letter for each channel, in any order. The array must outlive the source. Throws UsageError for names
     // that no picture has, and for sizes that no file can have.
     ArraySource(const py::array& pixels, const std::string& names)
-        : m_from(static_cast<const unsigned char*>(pixels.data())), m_strides(pixels.strides()) {
+        : m_from(static_cast<const unsigned char*>(pixels.data())),
+          // A copy, as other threads may reshape the array.
+          m_strides{pixels.strides(0), pixels.strides(1), pixels.strides(2)} {
         // Red alone is written as grey, as other one-colour pictures are.
         std::string channels = names;
         if (channels.find_first_of("YGB") == channels.npos) std::replace(channels.begin(), channels.end(), 'R', 'Y');
@@ -178,7 +180,7 @@ private:
 
     tool::ImageLayout m_layout{};
     const unsigned char* m_from;  // the next row
-    const py::ssize_t* m_strides;
+    std::array<py::ssize_t, 3> m_strides;
     std::vector<py::ssize_t> m_places;    // of the picture's channels on the array's last axis
     std::vector<unsigned char> m_values;  // a row of each channel in turn
     std::vector<const unsigned char*> m_rows;
