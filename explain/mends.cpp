@@ -163,12 +163,12 @@ std::string dxgiByMasks(Draft& draft, const Format& row) {
     draft.facts.dx10Header = {};
     moveData(draft, factBytes, sizeof(DdsFileHeader));
     std::string sentence =
-        textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks);
-    if (dx10.arraySize > 1) sentence += textOf("; the array size ", dx10.arraySize, " is lost");
+        textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks, ".");
+    if (dx10.arraySize > 1) sentence += textOf(" The array size ", dx10.arraySize, " is lost.");
     // Masks mean straight alpha, the mode below premultiplied.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
-        sentence += textOf("; the alpha mode, ", alphaMode, ", is lost");
-    return sentence + ".";
+        sentence += textOf(" The alpha mode, ", alphaMode, ", is lost.");
+    return sentence;
 }
 
 std::string byOwnFlags(Draft& draft, const Format& row) {

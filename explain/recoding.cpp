@@ -169,8 +169,8 @@ std::string paddingText(const DDS_HEADER& header, const RecodingRow& recoding) {
     const bool isPadded =
         (header.dwFlags & DDSD_PITCH) != 0 && header.dwPitchOrLinearSize > recoding.rowBytes(header.dwWidth);
     if (!isPadded) return {};
-    return textOf("; rows are read without padding, although the header states a pitch of ",
-                  header.dwPitchOrLinearSize);
+    return textOf(" Rows are read without padding, although the header states a pitch of ", header.dwPitchOrLinearSize,
+                  ".");
 }
 
 Finding obstacle(const std::string& sentence, const char* advice) {
@@ -212,12 +212,12 @@ std::string mending::pixelsRecoded(Draft& draft) {
     draft.facts.fileBytes = saturatingSum(headerBytes(draft.facts).size(), size.bytes);
     const std::string source =
         row->namedBy == NamedBy::dxgi ? "DXGI " + dxgiText(row->id) : "code " + namedCode(row->id);
-    std::string sentence = textOf("The pixels are recoded from ", source, " to ", target, ": ", recoding->words,
-                                  padding, "; ", bytesText(size.sourceBytes), " of data become ", size.bytes);
+    std::string sentence = textOf("The pixels are recoded from ", source, " to ", target, ": ", recoding->words, ".",
+                                  padding, " ", bytesText(size.sourceBytes), " of data become ", size.bytes, ".");
     if (size.pictures < layout.count)
-        sentence += textOf("; only ", size.pictures, " of ", layout.count, " pictures are whole and recoded");
-    if (behind != 0) sentence += textOf("; the ", bytesText(behind), " after them are dropped");
-    return sentence + ".";
+        sentence += textOf(" Only ", size.pictures, " of ", layout.count, " pictures are whole and recoded.");
+    if (behind != 0) sentence += textOf(" The ", bytesText(behind), " after them are dropped.");
+    return sentence;
 }
 
 std::optional<Finding> recodingObstacle(const FileFacts& facts, const Repair& recoding) {

@@ -29,7 +29,7 @@ GradeText gradeText(const Explanation& file) {
     }
     const char* verdict = verdictText(file.grade);
     const std::string format = file.grade == Grade::black ? ", " + formatLabel(file) : "";
-    return {textOf(verdict, ":", sentences, remedy), textOf(verdict, format, ": ", kinds, ".", remedy)};
+    return {textOf(verdict, ".", sentences, remedy), textOf(verdict, format, ": ", kinds, ".", remedy)};
 }
 
 void warnOfGrade(const Explanation& file, Report& report, bool isStrict) {
