@@ -82,8 +82,8 @@ int imageReadOpen(ImageHandle* handle) {
     std::unique_ptr<TddsReader> reader(new (std::nothrow) TddsReader);
     if (reader == nullptr) return failWithoutMemory(handle);
 
-    const int opened = path == nullptr ? -1 : reader->open(path);
-    if (opened < 0) {
+    const int openResult = path == nullptr ? -1 : reader->open(path);
+    if (openResult < 0) {
         kpx::reportCannotOpen(path, path == nullptr ? ENOENT : errno);
         kpx__err = kpx::cannotReadCode;
         // The private block stays attached; the host releases it with the handle.

@@ -51,10 +51,10 @@ void TddsReader::readPixels(std::FILE* stream, std::uint64_t bytes) {
     // Data to be converted is read in groups that fit in the cache.
     const std::uint64_t most = m_isSnorm ? readGroupBytes : bytes;
     while (m_arrivedBytes < bytes) {
-        const std::uint64_t asked = std::min(most, bytes - m_arrivedBytes);
-        const std::uint64_t arrived = std::fread(m_pixels.data() + m_arrivedBytes, 1, asked, stream);
-        noteArrived(arrived);
-        if (arrived < asked) break;
+        const std::uint64_t request = std::min(most, bytes - m_arrivedBytes);
+        const std::uint64_t count = std::fread(m_pixels.data() + m_arrivedBytes, 1, request, stream);
+        noteArrived(count);
+        if (count < request) break;
     }
     m_pixels.zeroFrom(m_arrivedBytes);
 }

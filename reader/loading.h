@@ -30,15 +30,15 @@ public:
     // records.
     template <typename Take>
     std::uint64_t read(std::FILE* stream, Take take) const {
-        std::uint64_t taken = 0;
-        while (taken != m_count) {
-            const std::uint64_t asked = std::min(m_groupRecords, m_count - taken);
-            const std::uint64_t whole = std::fread(m_group.data(), 1, asked * m_recordBytes, stream) / m_recordBytes;
+        std::uint64_t count = 0;
+        while (count != m_count) {
+            const std::uint64_t request = std::min(m_groupRecords, m_count - count);
+            const std::uint64_t whole = std::fread(m_group.data(), 1, request * m_recordBytes, stream) / m_recordBytes;
             take(m_group.data(), whole);
-            taken += whole;
-            if (whole < asked) break;
+            count += whole;
+            if (whole < request) break;
         }
-        return taken;
+        return count;
     }
 
 private:

@@ -222,8 +222,8 @@ testing::AssertionResult extractsLikeDivision(const KernelSet& set, const std::v
         for (std::size_t f = 0; f < masks.size(); ++f) {
             const std::uint64_t mask = masks[f];
             for (std::size_t i = 0; i < pixels.size(); ++i) {
-                const std::uint64_t kept = valueBytes == 4 ? 0xFFFFFFFF : (1U << (8 * valueBytes)) - 1;
-                const std::uint64_t w = pixels[i] & kept & mask;
+                const std::uint64_t valueMask = valueBytes == 4 ? 0xFFFFFFFF : (1U << (8 * valueBytes)) - 1;
+                const std::uint64_t w = pixels[i] & valueMask & mask;
                 const std::uint64_t expected = mask == 0            ? 0
                                                : mask <= 0x01000000 ? w * 255 / mask
                                                                     : (w >> 8) * 255 / (mask >> 8);

@@ -93,11 +93,11 @@ std::string manifestLine(std::span<const unsigned char> file) {
     const TemporaryFile temporary(file);
     kpx::TddsReader reader;
     testing::internal::CaptureStdout();
-    const int opened = reader.open(temporary.path());
+    const int openResult = reader.open(temporary.path());
     std::string printed = testing::internal::GetCapturedStdout();
     if (!printed.empty()) printed.pop_back();
     // Only the verdict tells the black picture from others.
-    const kpx::Result result = opened < 0 ? kpx::Result::refused : verdict.result;
+    const kpx::Result result = openResult < 0 ? kpx::Result::refused : verdict.result;
     std::ostringstream line;
     line << resultName(result) << '\t';
     std::string digest = "-";
@@ -177,10 +177,10 @@ TEST_F(Tool, InfoOfEveryFileIsAsThePluginOpensIt) {
         std::replace(name.begin(), name.end(), '/', '-');
         file(name, bytes);
     }
-    const RunResult told = run("info --json .");
-    const RunResult opened = run("info --json --open .");
-    EXPECT_EQ(told.out, opened.out);
-    EXPECT_EQ(told.err, opened.err);
-    EXPECT_EQ(told.status, opened.status);
-    EXPECT_EQ(std::count(told.out.begin(), told.out.end(), '\n'), static_cast<std::ptrdiff_t>(files.size()));
+    const RunResult byHeaders = run("info --json .");
+    const RunResult byDecoding = run("info --json --open .");
+    EXPECT_EQ(byHeaders.out, byDecoding.out);
+    EXPECT_EQ(byHeaders.err, byDecoding.err);
+    EXPECT_EQ(byHeaders.status, byDecoding.status);
+    EXPECT_EQ(std::count(byHeaders.out.begin(), byHeaders.out.end(), '\n'), static_cast<std::ptrdiff_t>(files.size()));
 }

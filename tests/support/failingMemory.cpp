@@ -33,10 +33,10 @@ using testing_support::Failing;
 bool counting;
 unsigned failingNumber;
 bool failingAfter;
-unsigned asked;
-unsigned failed;
+unsigned requests;
+unsigned failures;
 void* blocks[64];
-unsigned held;
+unsigned recordedBlocks;
 
 // Without a buffer of its own, stdout would allocate one during the first message of the product.
 char stdoutBuffer[BUFSIZ];
@@ -44,37 +44,37 @@ char stdoutBuffer[BUFSIZ];
 
 bool mayAllocate() {
     if (!counting) return true;
-    ++asked;
-    const bool fails = asked == failingNumber || (failingAfter && failingNumber != 0 && asked > failingNumber);
+    ++requests;
+    const bool fails = requests == failingNumber || (failingAfter && failingNumber != 0 && requests > failingNumber);
     if (!fails) return true;
-    ++failed;
+    ++failures;
     errno = ENOMEM;
     return false;
 }
 
-void* noted(void* block) {
+void* record(void* block) {
     if (!counting || block == nullptr) return block;
     void** place = std::find(std::begin(blocks), std::end(blocks), nullptr);
     if (place == std::end(blocks)) std::abort();
     *place = block;
-    ++held;
+    ++recordedBlocks;
     return block;
 }
 
-void released(void* block) {
-    if (held == 0 || block == nullptr) return;
+void forget(void* block) {
+    if (recordedBlocks == 0 || block == nullptr) return;
     void** place = std::find(std::begin(blocks), std::end(blocks), block);
     if (place == std::end(blocks)) return;  // allocated before counting started
     *place = nullptr;
-    --held;
+    --recordedBlocks;
 }
 
 void* allocate(size_t bytes) {
-    return mayAllocate() ? noted(KPX_ALLOCATOR(malloc)(bytes)) : nullptr;
+    return mayAllocate() ? record(KPX_ALLOCATOR(malloc)(bytes)) : nullptr;
 }
 
 void release(void* block) {
-    released(block);
+    forget(block);
     KPX_ALLOCATOR(free)(block);
 }
 
@@ -87,13 +87,13 @@ void* malloc(size_t bytes) noexcept {
 }
 
 void* calloc(size_t count, size_t bytes) noexcept {
-    return mayAllocate() ? noted(KPX_ALLOCATOR(calloc)(count, bytes)) : nullptr;
+    return mayAllocate() ? record(KPX_ALLOCATOR(calloc)(count, bytes)) : nullptr;
 }
 
 void* realloc(void* block, size_t bytes) noexcept {
     if (!mayAllocate()) return nullptr;
-    released(block);
-    return noted(KPX_ALLOCATOR(realloc)(block, bytes));
+    forget(block);
+    return record(KPX_ALLOCATOR(realloc)(block, bytes));
 }
 
 void free(void* block) noexcept {
@@ -103,11 +103,11 @@ void free(void* block) noexcept {
 void* mmap(void* address, size_t bytes, int protection, int flags, int file, off_t offset) noexcept {
     if (!mayAllocate()) return MAP_FAILED;
     const long mapping = syscall(SYS_mmap, address, bytes, protection, flags, file, offset);
-    return mapping == -1 ? MAP_FAILED : noted(std::bit_cast<void*>(mapping));
+    return mapping == -1 ? MAP_FAILED : record(std::bit_cast<void*>(mapping));
 }
 
 int munmap(void* address, size_t bytes) noexcept {
-    released(address);
+    forget(address);
     return static_cast<int>(syscall(SYS_munmap, address, bytes));
 }
 
@@ -133,7 +133,7 @@ namespace testing_support {
 
 void startFailing(unsigned nth, Failing failing) {
     std::fill(std::begin(blocks), std::end(blocks), nullptr);
-    asked = failed = held = 0;
+    requests = failures = recordedBlocks = 0;
     failingNumber = nth;
     failingAfter = failing == Failing::allAfter;
     counting = true;
@@ -144,11 +144,11 @@ void stopFailing() {
 }
 
 unsigned failedAllocations() {
-    return failed;
+    return failures;
 }
 
 unsigned heldBlocks() {
-    return held;
+    return recordedBlocks;
 }
 
 }  // namespace testing_support
