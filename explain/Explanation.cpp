@@ -13,11 +13,11 @@ Explanation explain(const FileFacts& facts) {
     Repair repair = repairOf(facts);
     Explanation file{facts, verdict, contentsOf(facts, verdict), causesOf(facts, verdict), Grade::right, {}, {}};
     if (repair.helps()) {
-        file.repairs = std::move(repair.mends);
+        file.repairs = std::move(repair.changes);
     } else {
         Repair recoding = repairOf(facts, true);
         if (const auto obstacle = recodingObstacle(facts, recoding)) file.findings.push_back(*obstacle);
-        if (recoding.helps()) file.recodings = std::move(recoding.mends);
+        if (recoding.helps()) file.recodings = std::move(recoding.changes);
     }
     for (const Finding& surprise : surprisesOf(facts, verdict)) file.findings.push_back(surprise);
     // What repair changes in a file that is decoded makes another picture of it.

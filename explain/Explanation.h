@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "explain/findings.h"
-#include "explain/mends.h"
+#include "explain/repairs.h"
 #include "explain/surfaces.h"
 
 namespace kpx {

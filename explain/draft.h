@@ -1,14 +1,15 @@
-// A file while it is being mended, and the changes that several mends make. Only for the files of mends.
+// A file while it is being repaired, and changes that several repair rules make. Private to repairs.cpp and
+// recoding.cpp.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "explain/mends.h"
+#include "explain/repairs.h"
 
-namespace kpx::mending {
+namespace kpx::repairing {
 
-// A file after the mends so far. Mends change the facts; the verdict follows.
+// A file after the changes so far. A change modifies the facts; the verdict follows.
 using Draft = Repair;
 
 // Returns the file as it is.
@@ -29,4 +30,4 @@ void nameByDxgi(Draft& draft, std::uint32_t dxgi);
 // Recodes the pixels. Returns a sentence, or an empty one if that cannot be done.
 std::string pixelsRecoded(Draft& draft);
 
-}  // namespace kpx::mending
+}  // namespace kpx::repairing

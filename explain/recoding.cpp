@@ -1,4 +1,4 @@
-// A row for each way of recoding, one walker over units, and the mend that recodes a file.
+// A row for each way of recoding, one walker over units, and the repair rule that recodes a file.
 #include "explain/recoding.h"
 
 #include <algorithm>
@@ -125,9 +125,9 @@ constexpr RecodingRow rows[] = {
     {Recoding::yuy2, 2, 1, 4, 87, 4, asYuv, recodeYuvPair<0, 1>},
 };
 
-// The mend.
+// The repair rule.
 
-using namespace mending;
+using namespace repairing;
 
 bool hasPixels(const Draft& draft) {
     const DDS_HEADER& header = draft.facts.header.header;
@@ -197,7 +197,7 @@ void recodeUnits(const Format& format, std::span<const unsigned char> units, std
     }
 }
 
-std::string mending::pixelsRecoded(Draft& draft) {
+std::string repairing::pixelsRecoded(Draft& draft) {
     const Format* row = rowToCure(draft);
     const RecodingRow* recoding = row == nullptr ? nullptr : recodingOf(*row);
     if (recoding == nullptr || !hasPixels(draft)) return {};

@@ -37,8 +37,8 @@ void checkRepair(std::span<const unsigned char> file, bool mayRecode) {
     const kpx::FileFacts facts = kpx::factsOf(file, file.size());
     const kpx::Repair repair = kpx::repairOf(facts, mayRecode);
     if (!repair.helps()) return;
-    fuzz::claim(kpx::judge(repair.facts).result == kpx::Result::decoded, "what is mended is decoded");
-    fuzz::claim(kpx::repairOf(repair.facts, mayRecode).mends.empty(), "what is mended needs no mend");
+    fuzz::claim(kpx::judge(repair.facts).result == kpx::Result::decoded, "a repaired file is decoded");
+    fuzz::claim(kpx::repairOf(repair.facts, mayRecode).changes.empty(), "a repaired file needs no repair");
     const std::uint64_t data = repair.recoded ? recodedBytes(file, *repair.recoded) : file.size() - repair.dataStart;
     fuzz::claim(repair.facts.fileBytes == kpx::headerBytes(repair.facts).size() + data, "the size is the one told");
 }

@@ -260,7 +260,7 @@ TEST_F(Tool, RepairWritesNeitherInADryRunNorOverItsInput) {
     EXPECT_EQ(pixelOf(at("b.dds")), "255 0 0, 0");
 }
 
-TEST_F(Tool, RepairMendsBlackSamples) {
+TEST_F(Tool, RepairFixesBlackSamples) {
     const fs::path samples = KPX_SAMPLES_DIR;
     if (!exists(samples)) GTEST_SKIP() << "there are no sample files in " << samples;
     for (const auto& [name, command] : {std::pair{"ati1-linear-too-big", ""},

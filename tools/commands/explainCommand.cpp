@@ -59,7 +59,7 @@ void addDetails(const Explanation& file, Lines& lines) {
 std::string textOfFile(const std::string& name, const Explanation& file, bool hasDetails) {
     Lines lines;
     for (const Finding& finding : file.findings) lines.add(gradeName(finding.severity), finding.sentence);
-    for (const Remark& mend : file.repairs) lines.add("repair", mend.sentence);
+    for (const Remark& change : file.repairs) lines.add("repair", change.sentence);
     for (const Remark& recoding : file.recodings) lines.add("recode", recoding.sentence);
     const bool isRead = file.grade != Grade::unreadable;
     if (isRead && !hasDetails) lines.add("format", formatLabel(file));

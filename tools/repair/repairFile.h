@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "explain/mends.h"
+#include "explain/repairs.h"
 #include "tools/files/OpenFile.h"
 #include "tools/files/PendingFile.h"
 
@@ -32,7 +32,7 @@ struct RepairPlan {
     // Returns whether a copy can be made that decodes.
     [[nodiscard]] bool helps() const { return result == RepairResult::repaired || result == RepairResult::recoded; }
     // Returns the changes in order; none unless they help.
-    [[nodiscard]] std::vector<Remark> changes() const { return helps() ? repair.mends : std::vector<Remark>(); }
+    [[nodiscard]] std::vector<Remark> changes() const { return helps() ? repair.changes : std::vector<Remark>(); }
 };
 
 // Returns what can be done for a file. With mayRecode its pixels are recoded if nothing else helps.

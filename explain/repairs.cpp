@@ -1,5 +1,5 @@
-// A mend for each fault, tried in turn until none finds its fault any more.
-#include "explain/mends.h"
+// The repair rules, one for each fault. They are tried in turn until none finds its fault.
+#include "explain/repairs.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,7 +13,7 @@
 namespace kpx {
 namespace {
 
-using namespace mending;
+using namespace repairing;
 
 DDS_HEADER_DXT10 dx10HeaderOf(const DDS_HEADER& header, std::uint32_t dxgi) {
     constexpr std::uint32_t wholeCube = DDSCAPS2_CUBEMAP | DDSCAPS2_CUBEMAP_ALLFACES;
@@ -52,7 +52,7 @@ void nameByMasks(DDS_PIXELFORMAT& format, std::uint32_t flags, std::uint32_t bit
 
 }  // namespace
 
-namespace mending {
+namespace repairing {
 
 Draft draftOf(const FileFacts& facts) {
     return {facts, hasDx10Header(facts) ? factBytes : sizeof(DdsFileHeader), judge(facts), {}, {}};
@@ -102,12 +102,11 @@ void nameByDxgi(Draft& draft, std::uint32_t dxgi) {
     moveData(draft, sizeof(DdsFileHeader), factBytes);
 }
 
-}  // namespace mending
+}  // namespace repairing
 
 namespace {
 
-// Each mend makes its change and returns a sentence for it, or returns an empty one if the file does not have its
-// fault.
+// Each rule fixes its fault and returns a sentence for the change, or an empty one if the file does not have the fault.
 
 // Returns whether the code is to be trusted rather than the flags: a block code if the file is too small for what the
 // flags say.
@@ -269,27 +268,27 @@ std::string linearSizeTooLarge(Draft& draft) {
                   ", the size of the top level.");
 }
 
-// A row for each fault; a null function stands for the remedies of the table of formats. A mend may uncover another
-// fault.
-struct MendRow {
+// One rule for each fault; a null function stands for the remedies of the table of formats. Fixing one fault may reveal
+// another.
+struct RepairRule {
     const char* id;
-    std::string (*mend)(Draft&);
-    bool isRecoding = false;  // made only on request
+    std::string (*apply)(Draft&);
+    bool isRecoding = false;  // applied only on request
 };
-constexpr MendRow mendRows[] = {
+constexpr RepairRule repairRules[] = {
     {"flags-beside-code", flagsBesideCode},     {"known-data", nullptr},
     {"luminance-as-red", luminanceAsRed},       {"alpha-without-mask", alphaWithoutMask},
     {"linear-size-missing", linearSizeMissing}, {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
     {"pixels-converted", pixelsRecoded, true},  {"linear-size-too-large", linearSizeTooLarge},
 };
 
-// Makes the first mend whose fault the file has. Returns false if it has none.
-bool mendOnce(Draft& draft, bool mayRecode) {
-    for (const MendRow& row : mendRows) {
-        if (row.isRecoding && !mayRecode) continue;
-        const Remark change = row.mend == nullptr ? knownData(draft) : Remark{row.id, row.mend(draft)};
+// Applies the first rule whose fault the file has. Returns false if there is none.
+bool repairOnce(Draft& draft, bool mayRecode) {
+    for (const RepairRule& rule : repairRules) {
+        if (rule.isRecoding && !mayRecode) continue;
+        const Remark change = rule.apply == nullptr ? knownData(draft) : Remark{rule.id, rule.apply(draft)};
         if (change.sentence.empty()) continue;
-        draft.mends.push_back(change);
+        draft.changes.push_back(change);
         draft.verdict = judge(draft.facts);
         return true;
     }
@@ -299,14 +298,14 @@ bool mendOnce(Draft& draft, bool mayRecode) {
 }  // namespace
 
 bool Repair::helps() const {
-    return startsAsDds(facts) && !mends.empty() && verdict.result == Result::decoded;
+    return startsAsDds(facts) && !changes.empty() && verdict.result == Result::decoded;
 }
 
 Repair repairOf(const FileFacts& facts, bool mayRecode) {
     Draft draft = draftOf(facts);
     if (draft.verdict.result == Result::refused) return draft;
-    // No fault is found twice, so that there are at most as many mends as rows.
-    while (draft.mends.size() < std::size(mendRows) && mendOnce(draft, mayRecode)) {
+    // No fault is found twice, so there are at most as many changes as rules.
+    while (draft.changes.size() < std::size(repairRules) && repairOnce(draft, mayRecode)) {
     }
     return draft;
 }

@@ -1,5 +1,5 @@
-// Repairs headers that are wrong or that name a known format by another name. A mend changes the header and leaves the
-// pixel data as it is; only a recoding changes the picture.
+// Repairs headers that are wrong or that name a known format by another name. Only the header changes; recoding changes
+// the pixels.
 #pragma once
 
 #include <cstdint>
@@ -18,12 +18,12 @@ struct Remark {
     std::string sentence;
 };
 
-// A file with every fault mended that can be.
+// A file with every fault fixed that can be.
 struct Repair {
-    FileFacts facts;            // of the repaired file
-    std::uint64_t dataStart;    // where the pixel data starts in the file as it is
-    Verdict verdict;            // on the repaired file
-    std::vector<Remark> mends;  // in the order in which they were made
+    FileFacts facts;              // of the repaired file
+    std::uint64_t dataStart;      // where the pixel data starts in the file as it is
+    Verdict verdict;              // on the repaired file
+    std::vector<Remark> changes;  // in the order in which they were made
     // The pictures to recode, as they are stored in the file; none if the data stays as it is.
     std::optional<SurfaceLayout> recoded;
 
