@@ -22,9 +22,9 @@
 #include "tools/json/fileJson.h"
 #include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
-#include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/channelUse.h"
 #include "tools/pictures/keptMemory.h"
+#include "tools/pictures/outputs.h"
 #include "tools/pictures/values.h"
 #include "tools/plugin/pluginChoice.h"
 #include "tools/plugin/pluginOptions.h"
@@ -159,7 +159,6 @@ public:
         }
     }
 
-    [[nodiscard]] tool::SourceKind kind() const override { return tool::SourceKind::dds; }
     [[nodiscard]] const tool::ImageLayout& layout() const override { return m_layout; }
 
     std::span<const unsigned char* const> nextRow() override {

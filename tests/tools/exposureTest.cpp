@@ -27,7 +27,6 @@ public:
     explicit Row(const std::vector<float>& values)
         : m_layout{static_cast<int>(values.size()), 1, 1, 1, true},
           m_rows(2, reinterpret_cast<const unsigned char*>(values.data())) {}
-    [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
     std::span<const unsigned char* const> nextRow() override { return m_rows; }
 

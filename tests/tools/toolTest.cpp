@@ -178,22 +178,13 @@ TEST_F(Convert, EveryPictureHasItsPng) {
     EXPECT_FLOAT_EQ(readExr(at("a.exr")).at("B").values.at(0), 0.8F);
 }
 
-// Noise, slopes in each direction and flat parts; small ones are compressed in another way than large ones.
 TEST_F(Convert, PngHasTheSamePixelsFastAndSmallest) {
-    constexpr size_t side = 640;
     const PixelFormat* formats[] = {&grey8, &greyAlpha16, &rgb24, &rgba32};
-    Bytes pixels = noise(side * side * 4);
-    for (size_t i = pixels.size() / 5; i < pixels.size(); ++i) {
-        const size_t x = i % (4 * side), y = i / (4 * side), kind = 5 * i / pixels.size();
-        pixels[i] = static_cast<char>(kind == 1 ? x / 9 : kind == 2 ? y * 3 : kind == 3 ? x * y / 99 : 7);
-    }
     for (size_t channels = 1; channels <= 4; ++channels) {
-        for (const uint32_t rows : {1U, 20U, static_cast<uint32_t>(side)}) {
-            file("a.dds", dds(side, rows, *formats[channels - 1], pixels.substr(0, side * rows * channels)));
-            convert("a.png a.dds");
-            convert("b.png a.dds --png smallest");
-            EXPECT_TRUE(readPng(at("a.png")) == readPng(at("b.png"))) << channels << " channels, rows: " << rows;
-        }
+        file("a.dds", dds(300, 300, *formats[channels - 1], noise(45'000 * channels) + Bytes(45'000 * channels, 7)));
+        convert("a.png a.dds");
+        convert("b.png a.dds --png smallest");
+        EXPECT_TRUE(readPng(at("a.png")) == readPng(at("b.png"))) << channels;
         EXPECT_NE(std::filesystem::file_size(at("a.png")), std::filesystem::file_size(at("b.png")));
     }
 }

@@ -6,8 +6,8 @@
 #include "tools/commands/options.h"
 #include "tools/files/OpenFile.h"
 #include "tools/json/gradeText.h"
-#include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/adjustedSource.h"
+#include "tools/pictures/outputs.h"
 #include "tools/plugin/pluginChoice.h"
 #include "tools/plugin/pluginOptions.h"
 #include "tools/terminal/errors.h"
@@ -31,16 +31,32 @@ struct Arguments {
     bool isPadded = false, keepsBlack = false, isStrict = false;
 };
 
-// Returns the extension of a name without its dot.
-std::string extensionOf(const std::string& name) {
-    const std::string extension = std::filesystem::path(name).extension().string();
-    return extension.empty() ? extension : extension.substr(1);
-}
+struct Format {
+    std::string name;  // also the extension of files, without the dot
+    decltype(&writePng) write;
+    bool isFloat;  // stores floats; otherwise bytes
+};
+
+const Format formats[] = {{"png", writePng, false}, {"exr", writeExr, true}, {"dds", writeDds, false}};
 
 std::vector<std::string> formatNames() {
     std::vector<std::string> names;
-    for (const OutputFormat& format : outputFormats()) names.emplace_back(format.extension);
+    names.reserve(std::size(formats));
+    for (const Format& format : formats) names.push_back(format.name);
     return names;
+}
+
+// Returns null if there is no such format.
+const Format* formatNamed(const std::string& name) {
+    for (const Format& format : formats) {
+        if (format.name == name) return &format;
+    }
+    return nullptr;
+}
+
+const Format* formatOfFile(const std::string& path) {
+    const std::string extension = extensionOf(path);
+    return extension.empty() ? nullptr : formatNamed(extension.substr(1));
 }
 
 OutputSettings settingsOf(const host::Plugin& plugin, const Arguments& arguments) {
@@ -56,7 +72,7 @@ public:
     Conversion(const host::Plugin& plugin, const Arguments& arguments)
         : m_arguments(arguments),
           m_places(arguments.output.output, !arguments.batch.isSingle(),
-                   outputFormat(extensionOf(arguments.output.output)) != nullptr, arguments.output.replacing),
+                   formatOfFile(arguments.output.output) != nullptr, arguments.output.replacing),
           m_format(chosenFormat()),
           m_settings(settingsOf(plugin, arguments)) {}
 
@@ -66,22 +82,22 @@ public:
     Outcome convert(const InputFile& input, Report& report);
 
 private:
-    [[nodiscard]] const OutputFormat* chosenFormat() const;
-    [[nodiscard]] const OutputFormat& formatFor(const PixelSource& source) const;
-    [[nodiscard]] std::unique_ptr<PixelSource> withValuesOf(const OutputFormat& format,
-                                                            std::unique_ptr<PixelSource> source, Report& report) const;
+    [[nodiscard]] const Format* chosenFormat() const;
+    [[nodiscard]] const Format& formatFor(const PixelSource& source, bool isFromPng) const;
+    [[nodiscard]] std::unique_ptr<PixelSource> withValuesOf(const Format& format, std::unique_ptr<PixelSource> source,
+                                                            Report& report) const;
 
     const Arguments& m_arguments;
     OutputPlaces m_places;
-    const OutputFormat* m_format;  // null: by what each image is
+    const Format* m_format;  // null: by what each image is
     OutputSettings m_settings;
 };
 
-const OutputFormat* Conversion::chosenFormat() const {
+const Format* Conversion::chosenFormat() const {
     const std::string& output = m_places.output();
-    if (m_places.isFolder()) return m_arguments.format.empty() ? nullptr : outputFormat(m_arguments.format);
+    if (m_places.isFolder()) return m_arguments.format.empty() ? nullptr : formatNamed(m_arguments.format);
     if (!m_arguments.format.empty()) throw UsageError("--format needs a folder; the name of a file states its format");
-    const OutputFormat* format = outputFormat(extensionOf(output));
+    const Format* format = formatOfFile(output);
     if (format != nullptr) return format;
     std::string known;
     for (const std::string& name : formatNames()) known += " ." + name;
@@ -90,19 +106,19 @@ const OutputFormat* Conversion::chosenFormat() const {
 
 InputFiles Conversion::inputs() {
     std::vector<std::string> extensions{".dds", ".png"};
-    if (m_format != nullptr && m_format->extension == "dds") std::swap(extensions[0], extensions[1]);
+    if (m_format != nullptr && m_format->name == "dds") std::swap(extensions[0], extensions[1]);
     InputFiles inputs = inputsOf(m_arguments.batch, extensions, m_places.isFolder() ? m_places.output() : "");
     m_places.protect(inputs.files);
     return inputs;
 }
 
-const OutputFormat& Conversion::formatFor(const PixelSource& source) const {
+const Format& Conversion::formatFor(const PixelSource& source, bool isFromPng) const {
     if (m_format != nullptr) return *m_format;
-    if (source.kind() == SourceKind::png) return *outputFormat("dds");
-    return *outputFormat(source.layout().isFloat && !m_arguments.exposure ? "exr" : "png");
+    if (isFromPng) return *formatNamed("dds");
+    return *formatNamed(source.layout().isFloat && !m_arguments.exposure ? "exr" : "png");
 }
 
-std::unique_ptr<PixelSource> Conversion::withValuesOf(const OutputFormat& format, std::unique_ptr<PixelSource> source,
+std::unique_ptr<PixelSource> Conversion::withValuesOf(const Format& format, std::unique_ptr<PixelSource> source,
                                                       Report& report) const {
     if (format.isFloat) return asFloats(std::move(source));
     if (!source->layout().isFloat) return source;
@@ -116,7 +132,8 @@ Outcome Conversion::convert(const InputFile& input, Report& report) {
     OpenFile file(input.path);
     const mode_t permissions = file.status().st_mode & 0777;
     Outcome outcome = Outcome::done;
-    if (!isPng(file)) {
+    const bool isFromPng = isPng(file);
+    if (!isFromPng) {
         const Explanation explanation = explain(file.facts());
         warnOfGrade(explanation, report, m_arguments.isStrict);
         outcome = outcomeOf(explanation.grade, m_arguments.isStrict);
@@ -136,8 +153,8 @@ Outcome Conversion::convert(const InputFile& input, Report& report) {
                          : m_arguments.opaque.empty() ? Opaque::no
                                                       : Opaque::whereUnused;
     source = swizzled(opaque(std::move(source), which), m_arguments.swizzle);
-    const OutputFormat& format = formatFor(*source);
-    const std::string output = m_places.of(input, format.extension);
+    const Format& format = formatFor(*source, isFromPng);
+    const std::string output = m_places.of(input, format.name);
     if (!m_places.claim(output, input.path)) {
         report.countAs("up to date");
         return outcome;

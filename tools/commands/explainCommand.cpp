@@ -1,6 +1,5 @@
 // kpximage explain: what files are, how they are read, and why they look as they do.
 #include <algorithm>
-#include <iomanip>
 
 #include "explain/Explanation.h"
 #include "explain/names.h"
@@ -18,17 +17,11 @@ struct Arguments : ListOptions {
     bool hasDetails = false;
 };
 
-// The lines below the first one.
-class Lines {
-public:
-    void add(const char* label, const std::string& text) {
-        m_text << "  " << std::left << std::setw(12) << label << text << "\n";
-    }
-    [[nodiscard]] std::string text() const { return m_text.str(); }
-
-private:
-    std::ostringstream m_text;
-};
+// Returns a line below the first one.
+std::string line(const std::string& label, const std::string& text) {
+    constexpr std::size_t width = 12;
+    return "  " + label + std::string(width - label.size(), ' ') + text + "\n";
+}
 
 std::string loaders(const Verdict& verdict) {
     const std::string first = loaderName(verdict.loader);
@@ -36,35 +29,36 @@ std::string loaders(const Verdict& verdict) {
     return handsOver ? first + ", then " + loaderName(verdict.decoder) : first;
 }
 
-void addDetails(const Explanation& file, Lines& lines) {
+std::string detailsOf(const Explanation& file) {
     const DDS_HEADER& header = file.facts.header.header;
     const Verdict& verdict = file.verdict;
     const std::string same = sameAs(file);
-    lines.add("header", namedFormat(file) + (same.empty() ? "" : ", the same as " + same));
-    lines.add("flags", "header " + headerFlagText(header.dwFlags));
-    lines.add("", "pixel format " + pixelFlagText(header.ddspf.dwFlags));
-    if (file.contents.alphaMode != nullptr) lines.add("alpha", std::string("mode ") + file.contents.alphaMode);
+    std::string lines = line("header", namedFormat(file) + (same.empty() ? "" : ", the same as " + same));
+    lines += line("flags", "header " + headerFlagText(header.dwFlags));
+    lines += line("", "pixel format " + pixelFlagText(header.ddspf.dwFlags));
+    if (file.contents.alphaMode != nullptr) lines += line("alpha", std::string("mode ") + file.contents.alphaMode);
     // The format is not decoded, so its size is not known.
     const bool isUnknown = verdict.result == Result::black && verdict.bytesExpected == 0;
     const std::uint64_t rest = verdict.bytesPresent - std::min(verdict.bytesPresent, verdict.bytesExpected);
     const std::string wanted = textOf(", ", verdict.bytesExpected, " needed, ", rest, " not read");
-    lines.add("data", textOf(verdict.bytesPresent, " bytes in the file", isUnknown ? "" : wanted));
-    lines.add("read by", loaders(verdict));
-    lines.add("host gets", textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour, ",
-                                  verdict.hasAlpha ? 1 : 0, " matte, ", verdict.bits,
-                                  layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit", ", from ",
-                                  layoutRow(verdict.layout).name));
+    lines += line("data", textOf(verdict.bytesPresent, " bytes in the file", isUnknown ? "" : wanted));
+    lines += line("read by", loaders(verdict));
+    lines += line("host gets", textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour, ",
+                                      verdict.hasAlpha ? 1 : 0, " matte, ", verdict.bits,
+                                      layoutRow(verdict.layout).isFloat ? "-bit float" : "-bit", ", from ",
+                                      layoutRow(verdict.layout).name));
+    return lines;
 }
 
 std::string textOfFile(const std::string& name, const Explanation& file, bool hasDetails) {
-    Lines lines;
-    for (const Finding& finding : file.findings) lines.add(gradeName(finding.severity), finding.sentence);
-    for (const Remark& change : file.repairs) lines.add("repair", change.sentence);
-    for (const Remark& recoding : file.recodings) lines.add("recode", recoding.sentence);
+    std::string lines;
+    for (const Finding& finding : file.findings) lines += line(gradeName(finding.severity), finding.sentence);
+    for (const Remark& change : file.repairs) lines += line("repair", change.sentence);
+    for (const Remark& recoding : file.recodings) lines += line("recode", recoding.sentence);
     const bool isRead = file.grade != Grade::unreadable;
-    if (isRead && !hasDetails) lines.add("format", formatLabel(file));
-    if (isRead && hasDetails) addDetails(file, lines);
-    return printable(name) + ": " + summaryOf(file) + "\n" + lines.text();
+    if (isRead && !hasDetails) lines += line("format", formatLabel(file));
+    if (isRead && hasDetails) lines += detailsOf(file);
+    return printable(name) + ": " + summaryOf(file) + "\n" + lines;
 }
 
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {

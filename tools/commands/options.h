@@ -40,6 +40,7 @@ template <typename Value>
 void addChoice(CLI::App& command, const std::string& name, Value& value,
                const std::vector<std::pair<std::string, Value>>& choices, const std::string& help) {
     std::vector<std::string> words;
+    words.reserve(choices.size());
     for (const auto& choice : choices) words.push_back(choice.first);
     const auto choose = [&value, choices](const std::string& word) {
         for (const auto& choice : choices) {

@@ -52,11 +52,11 @@ std::string uriOfFile(const std::string& pathOrUri) {
 }
 
 void write(const SmallPicture& picture, const std::string& path, const PixelSource& source, const Arguments& arguments,
-           const std::string& modified) {
+           const std::string& modified, bool isFromPng) {
     PngFile file(path, {picture.width, picture.height, 3, 1, false}, channels, true);
     file.writeText("Thumb::URI", uriOfFile(arguments.input));
     file.writeText("Thumb::MTime", modified);
-    file.writeText("Thumb::Mimetype", source.kind() == SourceKind::png ? "image/png" : "image/x-dds");
+    file.writeText("Thumb::Mimetype", isFromPng ? "image/png" : "image/x-dds");
     file.writeText("Thumb::Image::Width", std::to_string(source.layout().width));
     file.writeText("Thumb::Image::Height", std::to_string(source.layout().height));
     file.writeText("Software", "kpximage");
@@ -70,7 +70,8 @@ Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Re
     if (isSameFile(pathOfFile(arguments.input), arguments.output))
         throw OutputError("is the input itself", arguments.output);
     const std::string modified = std::to_string(input.status().st_mtime);
-    if (!isPng(input)) {
+    const bool isFromPng = isPng(input);
+    if (!isFromPng) {
         const Explanation explanation = explain(input.facts());
         if (explanation.grade >= Grade::black) {
             warnOfGrade(explanation, report);
@@ -84,7 +85,7 @@ Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Re
     source = asShown(std::move(source), stops);
     const SmallPicture picture = smallPicture(*source, arguments.size);
     writeWhole(arguments.output, 0600, Existing::replace,
-               [&](const PendingFile& file) { write(picture, file.path(), *source, arguments, modified); });
+               [&](const PendingFile& file) { write(picture, file.path(), *source, arguments, modified, isFromPng); });
     return Outcome::done;
 }
 

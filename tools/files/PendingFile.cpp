@@ -2,6 +2,7 @@
 #include "tools/files/PendingFile.h"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <filesystem>
 #include <random>
-#include <vector>
 
 #include "explain/text.h"
 #include "tools/files/OpenFile.h"
@@ -41,16 +41,14 @@ fs::path resolved(const std::string& destination) {
 }
 
 void copyData(int from, int to) {
-    std::vector<char> buffer(1 << 16);
+    constexpr std::size_t most = 1 << 20;  // between two checks for signals
     off_t place = 0;
-    for (;;) {
+    ssize_t count = 0;
+    do {
         stopIfInterrupted();
-        const ssize_t count = pread(from, buffer.data(), buffer.size(), place);
-        if (count == 0) return;
-        if (count < 0 || pwrite(to, buffer.data(), static_cast<std::size_t>(count), place) != count)
-            throw systemError<OutputError>("cannot be copied", errno);
-        place += count;
-    }
+        count = sendfile(to, from, &place, most);
+    } while (count > 0);
+    if (count < 0) throw systemError<OutputError>("cannot be copied", errno);
 }
 
 }  // namespace

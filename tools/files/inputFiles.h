@@ -22,6 +22,9 @@ struct Search {
     std::string leftOut;                  // a folder that is not entered; empty: none
 };
 
+// Returns the extension of a path with its dot, in lower case.
+std::string extensionOf(const std::string& path);
+
 // Returns files as they are, whether they exist or not, and for each folder its files with the first of the extensions
 // that any file has, sorted by path. Links to folders are not followed.
 InputFiles inputFiles(const std::vector<std::string>& paths, const Search& search);

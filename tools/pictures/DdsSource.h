@@ -27,7 +27,6 @@ public:
     explicit DdsSource(OpenedImage image);
     DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openThroughHost(plugin, file)) {}
 
-    [[nodiscard]] SourceKind kind() const override { return SourceKind::dds; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
     [[nodiscard]] SourceTraits traits() const override { return m_image.traits; }
     [[nodiscard]] bool isBlack() const override { return m_image.isBlack; }

@@ -18,10 +18,10 @@ struct ImageLayout {
     int mattes;
     bool isFloat;  // values are 32-bit floats, otherwise bytes
 
-    [[nodiscard]] std::size_t channels() const { return static_cast<std::size_t>(colours + mattes); }
+    [[nodiscard]] std::size_t channels() const {
+        return static_cast<std::size_t>(colours) + static_cast<std::size_t>(mattes);
+    }
 };
-
-enum class SourceKind { dds, png };
 
 // What the format of a file says about its values.
 struct SourceTraits {
@@ -35,7 +35,6 @@ class PixelSource {
 public:
     virtual ~PixelSource() = default;
 
-    [[nodiscard]] virtual SourceKind kind() const = 0;
     [[nodiscard]] virtual const ImageLayout& layout() const = 0;
 
     [[nodiscard]] virtual SourceTraits traits() const { return {}; }

@@ -7,8 +7,8 @@
 #include <new>
 #include <vector>
 
-#include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/channelUse.h"
+#include "tools/pictures/outputs.h"
 #include "tools/pictures/values.h"
 #include "tools/terminal/errors.h"
 

@@ -21,7 +21,6 @@ public:
     PngSource(const PngSource&) = delete;
     PngSource& operator=(const PngSource&) = delete;
 
-    [[nodiscard]] SourceKind kind() const override { return SourceKind::png; }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
     std::span<const unsigned char* const> nextRow() override;
 

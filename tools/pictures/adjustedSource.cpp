@@ -29,7 +29,6 @@ public:
                    Adjust adjust)
         : m_source(std::move(source)), m_layout(layout), m_traits(traits), m_adjust(std::move(adjust)) {}
 
-    [[nodiscard]] SourceKind kind() const override { return m_source->kind(); }
     [[nodiscard]] const ImageLayout& layout() const override { return m_layout; }
     [[nodiscard]] SourceTraits traits() const override { return m_traits; }
     [[nodiscard]] bool isBlack() const override { return m_source->isBlack(); }

@@ -1,8 +1,8 @@
 // DDS output through the host's writer.
 #include "explain/text.h"
 #include "host/HostError.h"
-#include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/channelUse.h"
+#include "tools/pictures/outputs.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {

@@ -8,8 +8,8 @@
 #include <memory>
 #include <numeric>
 
-#include "tools/pictures/OutputFormat.h"
 #include "tools/pictures/channelUse.h"
+#include "tools/pictures/outputs.h"
 #include "tools/pictures/values.h"
 #include "tools/terminal/errors.h"
 

@@ -86,14 +86,10 @@ void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span
 
 void writeCopy(const OpenFile& source, const std::string& output, Existing existing,
                const std::function<void(int descriptor)>& write) {
-    try {
-        PendingFile pending(output, source.status().st_mode & 0777, existing);
+    writeWhole(output, source.status().st_mode & 0777, existing, [&](const PendingFile& pending) {
         if (pending.replaces(source.status())) throw OutputError("is the input itself");
         write(pending.descriptor());
-        pending.commit();
-    } catch (const OutputError& error) {
-        throw OutputError(error.what(), output, error.code());
-    }
+    });
 }
 
 }  // namespace kpx::tool

@@ -1,10 +1,7 @@
-// The formats that the tool writes, one row each.
+// How images are written: a function for each format.
 #pragma once
 
-#include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "host/ImageWriter.h"
@@ -29,16 +26,5 @@ struct OutputSettings {
 std::string writePng(PixelSource& source, const std::string& path, const OutputSettings& settings);
 std::string writeExr(PixelSource& source, const std::string& path, const OutputSettings& settings);
 std::string writeDds(PixelSource& source, const std::string& path, const OutputSettings& settings);
-
-struct OutputFormat {
-    std::string_view extension;
-    decltype(&writePng) write;
-    bool isFloat;  // stores floats; otherwise bytes
-};
-
-std::span<const OutputFormat> outputFormats();
-
-// Returns the format with this extension (no dot, any case), or null.
-const OutputFormat* outputFormat(std::string extension);
 
 }  // namespace kpx::tool
