@@ -63,12 +63,11 @@ std::string textOfFile(const std::string& name, const Explanation& file, bool ha
 
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     if (!pluginPath.empty()) loadPlugin(pluginPath);
-    return runBatch(inputsOf(arguments.batch), arguments.batch, [&](const InputFile& input, Report& report) {
-        return withFailureAsJson(report, arguments.json, [&] {
-            const Explanation file = explain(OpenFile(input.path).facts());
-            return list(arguments, file, textOfFile(input.path, file, arguments.hasDetails), report);
-        });
-    });
+    const auto show = [&](const InputFile& input, Report& report) {
+        const Explanation file = explain(OpenFile(input.path).facts());
+        return list(arguments, file, textOfFile(input.path, file, arguments.hasDetails), report);
+    };
+    return runJsonBatch(inputsOf(arguments.batch), arguments.batch, arguments.json, show);
 }
 
 }  // namespace

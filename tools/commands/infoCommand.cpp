@@ -63,17 +63,16 @@ void checkIsAsForetold(const OpenedImage& image) {
 
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     const auto plugin = arguments.isOpening || !pluginPath.empty() ? loadPlugin(pluginPath) : nullptr;
-    return runBatch(inputsOf(arguments.batch), arguments.batch, [&](const InputFile& input, Report& report) {
-        return withFailureAsJson(report, arguments.json, [&] {
-            const OpenFile opened(input.path);
-            const Explanation file = explain(opened.facts());
-            const bool isReadable = file.grade != Grade::unreadable;
-            if (arguments.isOpening && isReadable) checkIsAsForetold(openThroughHost(*plugin, opened));
-            // `explain` says why a file is not right.
-            if (!isReadable && file.grade >= arguments.only) warnOfGrade(file, report);
-            return list(arguments, file, isReadable ? printable(input.path) + ": " + lineOf(file) + "\n" : "", report);
-        });
-    });
+    const auto show = [&](const InputFile& input, Report& report) {
+        const OpenFile opened(input.path);
+        const Explanation file = explain(opened.facts());
+        const bool isReadable = file.grade != Grade::unreadable;
+        if (arguments.isOpening && isReadable) checkIsAsForetold(openThroughHost(*plugin, opened));
+        // `explain` says why a file is not right.
+        if (!isReadable && file.grade >= arguments.only) warnOfGrade(file, report);
+        return list(arguments, file, isReadable ? printable(input.path) + ": " + lineOf(file) + "\n" : "", report);
+    };
+    return runJsonBatch(inputsOf(arguments.batch), arguments.batch, arguments.json, show);
 }
 
 }  // namespace

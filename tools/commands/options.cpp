@@ -39,6 +39,12 @@ void ListOptions::addTo(CLI::App& command) {
     command.add_flag("--strict", isStrict, "Count suspect files as bad");
 }
 
+Outcome runJsonBatch(const InputFiles& inputs, const BatchOptions& options, bool json, const Work& work) {
+    return runBatch(inputs, options, [&](const InputFile& input, Report& report) {
+        return withFailureAsJson(report, json, [&] { return work(input, report); });
+    });
+}
+
 Outcome list(const ListOptions& options, const Explanation& file, const std::string& text, Report& report) {
     report.countAs(gradeName(file.grade));
     if (file.grade < options.only) return Outcome::done;

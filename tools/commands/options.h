@@ -70,6 +70,9 @@ struct ListOptions {
     void addTo(CLI::App& command);
 };
 
+// Runs the work on every input and reports failures as JSON, too, if that is asked for.
+Outcome runJsonBatch(const InputFiles& inputs, const BatchOptions& options, bool json, const Work& work);
+
 // Prints the JSON or the text of a file and returns its outcome. Throws FileError.
 Outcome list(const ListOptions& options, const Explanation& file, const std::string& text, Report& report);
 

@@ -49,10 +49,8 @@ public:
         if (m_places) m_places->protect(inputs.files);
         BatchOptions options = m_arguments.batch;
         options.isOrdered = m_mode == Mode::inPlace || m_mode == Mode::undo;
-        return runBatch(inputs, options, [&](const InputFile& file, Report& report) {
-            return withFailureAsJson(report, m_arguments.json, [&] {
-                return m_arguments.isUndo ? undo(file.path, report) : workOn(file, report);
-            });
+        return runJsonBatch(inputs, options, m_arguments.json, [&](const InputFile& file, Report& report) {
+            return m_arguments.isUndo ? undo(file.path, report) : workOn(file, report);
         });
     }
 

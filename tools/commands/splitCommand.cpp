@@ -73,9 +73,8 @@ Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
     OutputPlaces places(folder, true, false, arguments.output.replacing);
     const InputFiles inputs = inputsOf(arguments.batch, {".dds"}, folder);
     places.protect(inputs.files);
-    return runBatch(inputs, arguments.batch, [&](const InputFile& file, Report& report) {
-        return withFailureAsJson(report, arguments.json, [&] { return split(file, arguments, places, report); });
-    });
+    return runJsonBatch(inputs, arguments.batch, arguments.json,
+                        [&](const InputFile& file, Report& report) { return split(file, arguments, places, report); });
 }
 
 }  // namespace

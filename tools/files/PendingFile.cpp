@@ -15,7 +15,6 @@
 
 #include "explain/text.h"
 #include "tools/files/OpenFile.h"
-#include "tools/files/fileAttributes.h"
 #include "tools/terminal/errors.h"
 #include "tools/terminal/interrupts.h"
 

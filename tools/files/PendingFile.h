@@ -79,6 +79,10 @@ void writeWhole(const std::string& destination, mode_t permissions, Existing exi
     }
 }
 
+// Copies owner, group, extended attributes (access lists among them) and permissions between two open files. Throws
+// OutputError if one of them cannot be kept.
+void copyAttributes(int from, int to);
+
 // An unnamed file in the system's folder for temporary files, readable by its owner alone.
 class TemporaryFile {
 public:

@@ -1,6 +1,4 @@
 // An access list is an extended attribute. Its mask is the group's permissions, which are set last.
-#include "tools/files/fileAttributes.h"
-
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -11,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/files/PendingFile.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {

@@ -95,15 +95,11 @@ void PngSource::readWholeImage() {
     guarded([](PngSource& source) { png_read_image(source.m_png, source.m_imageRows.data()); });
 }
 
-const unsigned char* PngSource::nextPixels() {
-    if (!m_imageRows.empty()) return m_imageRows[static_cast<size_t>(m_rowsRead)];
-    guarded([](PngSource& source) { png_read_row(source.m_png, source.m_row.data(), nullptr); });
-    return m_row.data();
-}
-
 std::span<const unsigned char* const> PngSource::nextRow() {
     stopIfInterrupted();
-    const unsigned char* pixels = nextPixels();
+    if (m_image == nullptr)
+        guarded([](PngSource& source) { png_read_row(source.m_png, source.m_row.data(), nullptr); });
+    const unsigned char* pixels = m_image == nullptr ? m_row.data() : m_imageRows[static_cast<size_t>(m_rowsRead)];
     const size_t channels = m_layout.channels();
     for (size_t channel = 0; channel < channels; ++channel) {
         unsigned char* to = m_channels->row(channel);

@@ -31,7 +31,6 @@ private:
     void guarded(void (*step)(PngSource&));
     void readLayout(bool reduceTo8Bits);
     void readWholeImage();
-    [[nodiscard]] const unsigned char* nextPixels();
     void release();
 
     struct Free {
