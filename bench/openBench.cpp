@@ -111,7 +111,7 @@ void readFloor(const char* path, std::size_t fileBytes, std::size_t pictureBytes
 
 // Benchmarks a small picture. Its floor reads the file in groups and writes the picture to reused memory.
 void readSmall(benchmark::State& state, const kpx::Format& format, const Bytes& data, std::uint32_t smallSide) {
-    const std::size_t fileBytes = kpx::wholeBlockBytes(smallSide, smallSide, format.blockBytes) +
+    const std::size_t fileBytes = kpx::allBlocksBytes(smallSide, smallSide, format.blockBytes) +
                                   std::size_t{format.bytesPerPixel} * smallSide * smallSide;
     const PictureFile file(testing_support::headerFor(format, smallSide, smallSide), data, fileBytes + 1200);
     const std::size_t rowBytes =

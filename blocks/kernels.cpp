@@ -46,7 +46,7 @@ namespace {
 MaskField makeMaskField(std::uint32_t mask) {
     MaskField field{};
     field.mask = mask;
-    field.fitsHalf = mask == 0;
+    field.fitsWord = mask == 0;
     if (mask == 0) return field;
     // The low 8 bits of a large mask are ignored. Shifting mask and pixel by the same number of bits keeps the
     // quotient.
@@ -86,9 +86,9 @@ MaskField makeMaskField(std::uint32_t mask) {
     const int bits = f > 255 * 256 ? 24 : 23;  // as many as leave the multiplier in 16 bits
     const std::uint64_t due = std::uint64_t{255} << bits;
     const std::uint64_t rounded = (due + f - 1) / f;
-    field.fitsHalf = (rounded * f - due) * d < std::gcd(std::uint64_t{255}, d) << bits;
-    field.halfMultiplier = static_cast<std::uint16_t>(rounded);
-    field.halfScale = static_cast<std::uint16_t>(1U << (32 - bits));
+    field.fitsWord = (rounded * f - due) * d < std::gcd(std::uint64_t{255}, d) << bits;
+    field.wordMultiplier = static_cast<std::uint16_t>(rounded);
+    field.wordScale = static_cast<std::uint16_t>(1U << (32 - bits));
     return field;
 }
 

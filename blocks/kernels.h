@@ -72,11 +72,11 @@ struct MaskField {
     std::uint32_t addend;
 
     // Whether 16-bit words are enough. True for 8,473 of the 65,535 masks of up to 16 bits, including all that span at
-    // most 7 bits and all without gaps. Then value = (h x halfMultiplier >> 16) x halfScale >> 16, where h is the upper
+    // most 7 bits and all without gaps. Then value = (h x wordMultiplier >> 16) x wordScale >> 16, where h is the upper
     // half of (pixel << lift) & field.
-    bool fitsHalf;
-    std::uint16_t halfMultiplier;
-    std::uint16_t halfScale;
+    bool fitsWord;
+    std::uint16_t wordMultiplier;
+    std::uint16_t wordScale;
 };
 MaskField makeMaskField(std::uint32_t mask);
 

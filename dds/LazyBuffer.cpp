@@ -19,7 +19,7 @@ namespace {
 // The large page of x86-64, and of aarch64 with 4 KiB pages. It is a multiple of every page size (at most 64 KiB), as
 // madvise requires of addresses.
 constexpr std::size_t largePage = std::size_t{2} << 20;
-constexpr std::size_t largestPage = std::size_t{64} << 10;
+constexpr std::size_t largestBasePage = std::size_t{64} << 10;
 constexpr std::size_t largestReused = std::size_t{8} << 20;
 
 constexpr std::size_t roundUp(std::size_t bytes, std::size_t unit) {
@@ -65,8 +65,8 @@ void LazyBuffer::zeroFrom(std::uint64_t start) {
     std::size_t end = m_size;
     if (m_size >= largePage) {
         // Discarded pages are zero, and use memory only when they are written.
-        const std::size_t firstPage = std::min(roundUp(start, largestPage), roundUp(m_size, largestPage));
-        const std::size_t bytes = roundUp(m_size, largestPage) - firstPage;
+        const std::size_t firstPage = std::min(roundUp(start, largestBasePage), roundUp(m_size, largestBasePage));
+        const std::size_t bytes = roundUp(m_size, largestBasePage) - firstPage;
         if (madvise(m_data + firstPage, bytes, MADV_DONTNEED) == 0) end = std::min(end, firstPage);
     }
     std::memset(m_data + start, 0, end - start);

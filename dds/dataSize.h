@@ -61,11 +61,11 @@ constexpr std::uint64_t pairRowBytes(std::uint32_t width) {
 
 // The row size used for the limit of a picture with a Direct3D code: the size in the file, but 6 bytes per pixel for
 // pixel pairs.
-constexpr std::uint64_t codeRowBytes(const Format& format, std::uint32_t width) {
+constexpr std::uint64_t codeLimitRowBytes(const Format& format, std::uint32_t width) {
     return std::uint64_t{format.has(pixelPairs) ? 6U : format.bytesPerPixel} * width;
 }
 constexpr std::uint64_t codeFileRowBytes(const Format& format, std::uint32_t width) {
-    return format.has(pixelPairs) ? pairRowBytes(width) : codeRowBytes(format, width);
+    return format.has(pixelPairs) ? pairRowBytes(width) : codeLimitRowBytes(format, width);
 }
 // In memory each channel is a byte.
 constexpr std::uint64_t codeStoredRowBytes(const Format& format, std::uint32_t width) {
@@ -78,7 +78,7 @@ constexpr std::uint32_t blockBytesOf(const Format* format) {
 }
 
 // The whole blocks of an image.
-constexpr std::uint64_t wholeBlockBytes(std::uint32_t width, std::uint32_t height, std::uint32_t blockBytes) {
+constexpr std::uint64_t allBlocksBytes(std::uint32_t width, std::uint32_t height, std::uint32_t blockBytes) {
     return saturatingProduct(ceilQuotient(width, 4), ceilQuotient(height, 4), blockBytes);
 }
 
@@ -88,7 +88,7 @@ constexpr std::uint64_t compressedBytes(std::uint32_t width, std::uint32_t heigh
                                         std::uint32_t linearSize) {
     const std::uint64_t pixels = std::uint64_t{width} * height;
     const std::uint64_t byArea = blockBytes == 8 ? pixels / 2 : pixels;
-    return std::max({byArea, std::uint64_t{linearSize}, wholeBlockBytes(width, height, blockBytes)});
+    return std::max({byArea, std::uint64_t{linearSize}, allBlocksBytes(width, height, blockBytes)});
 }
 
 inline constexpr std::uint32_t texelBytes = sizeof(A8R8G8B8Colour);

@@ -390,8 +390,7 @@ constexpr Format dxgiRows[] = {
     noDxgi(86, "B5G5R5A1_UNORM", "5-5-5-1 colour", asMasks("D3DFMT_A1R5G5B5")),
     dxgiMasks(87, "B8G8R8A8_UNORM", bgra8, BytesBGRA),
     dxgiMasks(88, "B8G8R8X8_UNORM", bgra8, BytesBGRA, ignoresAlpha),
-    noDxgi(89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range",
-           recoded(Recoding::xrBias)),
+    noDxgi(89, "R10G10B10_XR_BIAS_A2_UNORM", "10-bit colour of extended range", recoded(Recoding::xrBias)),
     dxgiMasks(90, "B8G8R8A8_TYPELESS", bgra8, BytesBGRA, isTypeless),
     dxgiMasks(91, "B8G8R8A8_UNORM_SRGB", bgra8, BytesBGRA, isSrgb),
     dxgiMasks(92, "B8G8R8X8_TYPELESS", bgra8, BytesBGRA, ignoresAlpha | isTypeless),
@@ -599,14 +598,14 @@ const Format* findBlockCode(std::uint32_t code) {
     return row != nullptr && row->loader == Loader::compressed ? row : nullptr;
 }
 
-const Format& namedMasks(const char* name) {
+const Format& maskRowNamed(const char* name) {
     return *std::find_if(std::begin(maskRows), std::end(maskRows),
                          [name](const Format& row) { return std::strcmp(row.name, name) == 0; });
 }
 
-const Format* masksOfDxgi(std::uint32_t dxgiFormat) {
+const Format* maskRowOfDxgi(std::uint32_t dxgiFormat) {
     const Format* row = findUndecodedDxgi(dxgiFormat);
-    return row != nullptr && row->remedy.kind == Kind::masks ? &namedMasks(row->remedy.text) : nullptr;
+    return row != nullptr && row->remedy.kind == Kind::masks ? &maskRowNamed(row->remedy.text) : nullptr;
 }
 
 const Format* findBumpMap(const DDS_PIXELFORMAT& pixelFormat) {

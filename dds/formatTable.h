@@ -110,9 +110,9 @@ const Format* findUndecodedDxgi(std::uint32_t dxgiFormat);
 const Format* findBlockCode(std::uint32_t code);
 
 // Returns the row of masks with this name. Requires: it exists.
-const Format& namedMasks(const char* name);
+const Format& maskRowNamed(const char* name);
 // Returns the row of masks that decodes the data of an undecoded DXGI format; null if there is none.
-const Format* masksOfDxgi(std::uint32_t dxgiFormat);
+const Format* maskRowOfDxgi(std::uint32_t dxgiFormat);
 // Returns the row of a signed bump map named by flags, bits and masks instead of a code; null if there is none.
 const Format* findBumpMap(const DDS_PIXELFORMAT& pixelFormat);
 // Returns the row of luminance with exactly these flags, bits and masks; null if there is none.

@@ -18,10 +18,10 @@ Draft draftOf(const FileFacts& facts);
 DDS_HEADER& headerOf(Draft& draft);
 // Returns the row of the format that the file names, if it is not decoded, or not rightly, by that name; else null, or
 // a row without a remedy.
-const Format* rowToCure(const Draft& draft);
+const Format* formatToRepair(const Draft& draft);
 
 // Writes the number, or 0, which requires nothing, if it is too large for the field.
-void stateLinearSize(DDS_HEADER& header, std::uint64_t bytes);
+void setPitchOrLinearSize(DDS_HEADER& header, std::uint64_t bytes);
 
 // Name the pixel format: by a row of masks, whose words are returned, or by a DX10 header after a legacy one.
 std::string useMasks(DDS_HEADER& header, const Format& row);

@@ -63,7 +63,7 @@ std::string unknownCode(const DDS_PIXELFORMAT& format) {
     return notDecoded(findUndecodedCode(code), "The code " + namedCode(code));
 }
 
-std::string shortText(const Verdict& verdict) {
+std::string missingDataText(const Verdict& verdict) {
     // The data of an unknown code is required all the same.
     return textOf(verdict.format == nullptr ? "The data, taken as blocks of 16 bytes, is " : "The data is ",
                   bytesText(verdict.bytesExpected - verdict.bytesPresent), " short: the header requires ",
@@ -116,13 +116,13 @@ Finding causeOf(Refusal refusal, const FileFacts& facts, const Verdict& verdict)
             return cause("row-too-large", makeSmaller,
                          tooLarge(textOf("A row of ", header.dwWidth, " pixels"), verdict.rowBytes));
         case Refusal::dataShort:
-            return cause("data-short", getWhole, shortText(verdict));
+            return cause("data-short", getWhole, missingDataText(verdict));
         case Refusal::linearSizeTooLarge:
-            return cause("linear-size-too-large", getWhole, shortText(verdict), " dwPitchOrLinearSize is ",
+            return cause("linear-size-too-large", getWhole, missingDataText(verdict), " dwPitchOrLinearSize is ",
                          header.dwPitchOrLinearSize, ", but the top level has ",
                          compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(verdict.format), 0), ".");
         case Refusal::paletteShort:
-            return cause("palette-short", getWhole, shortText(verdict));
+            return cause("palette-short", getWhole, missingDataText(verdict));
         case Refusal::none:
             break;
     }

@@ -157,11 +157,11 @@ std::string nameRecoded(Draft& draft, const RecodingRow& recoding) {
     const bool isDx10 = draft.verdict.loader == Loader::dx10;
     const bool isFloat = layoutRow(findDxgi(recoding.dxgi)->layout).isFloat;
     std::string words =
-        isDx10 || isFloat ? "DXGI " + dxgiText(recoding.dxgi) : useMasks(header, namedMasks("D3DFMT_A8R8G8B8"));
+        isDx10 || isFloat ? "DXGI " + dxgiText(recoding.dxgi) : useMasks(header, maskRowNamed("D3DFMT_A8R8G8B8"));
     if (isDx10) draft.facts.dx10Header.dxgiFormat = recoding.dxgi;
     if (!isDx10 && isFloat) nameByDxgi(draft, recoding.dxgi);
     header.dwFlags &= ~DDSD_LINEARSIZE;
-    if ((header.dwFlags & DDSD_PITCH) != 0) stateLinearSize(header, recoding.recodedRowBytes(header.dwWidth));
+    if ((header.dwFlags & DDSD_PITCH) != 0) setPitchOrLinearSize(header, recoding.recodedRowBytes(header.dwWidth));
     return words;
 }
 
@@ -198,7 +198,7 @@ void recodeUnits(const Format& format, std::span<const unsigned char> units, std
 }
 
 std::string repairing::pixelsRecoded(Draft& draft) {
-    const Format* row = rowToCure(draft);
+    const Format* row = formatToRepair(draft);
     const RecodingRow* recoding = row == nullptr ? nullptr : recodingOf(*row);
     if (recoding == nullptr || !hasPixels(draft)) return {};
     const SurfaceLayout layout = surfaceLayout(draft.facts, draft.verdict, row);
@@ -228,7 +228,7 @@ std::optional<Finding> recodingObstacle(const FileFacts& facts, const Repair& re
         const Finding cause = causesOf(recoding.facts, recoding.verdict).front();
         return obstacle("Recoded, it could not be decoded either. " + cause.sentence, cause.advice);
     }
-    const Format* row = rowToCure(draft);
+    const Format* row = formatToRepair(draft);
     const RecodingRow* known = row == nullptr ? nullptr : recodingOf(*row);
     if (known == nullptr) return std::nullopt;
     const DDS_HEADER& header = facts.header.header;

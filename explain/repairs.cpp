@@ -28,15 +28,15 @@ bool hasCause(const Draft& draft, Refusal refusal) {
 }
 
 // Sets the size of a file whose data moves from dataStart to the end of a header of another length.
-void moveData(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
+void updateFileSize(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
     draft.facts.fileBytes = draft.facts.fileBytes - dataStart + newHeaderBytes;
 }
 
 // Replaces a linear size by the length of a row, as headers of pixel rows have it.
-void stateRows(DDS_HEADER& header, std::uint64_t rowBytes) {
+void replaceLinearSizeByPitch(DDS_HEADER& header, std::uint64_t rowBytes) {
     if ((header.dwFlags & DDSD_LINEARSIZE) == 0) return;
     header.dwFlags = (header.dwFlags & ~DDSD_LINEARSIZE) | DDSD_PITCH;
-    stateLinearSize(header, rowBytes);
+    setPitchOrLinearSize(header, rowBytes);
 }
 
 // Name the pixel format by a code alone, or by flags and masks.
@@ -62,7 +62,7 @@ DDS_HEADER& headerOf(Draft& draft) {
     return draft.facts.header.header;
 }
 
-const Format* rowToCure(const Draft& draft) {
+const Format* formatToRepair(const Draft& draft) {
     const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
     const Format* bumpMap = findBumpMap(format);
     // Masks never read data as signed, whatever other flags are set.
@@ -82,7 +82,7 @@ const Format* rowToCure(const Draft& draft) {
     }
 }
 
-void stateLinearSize(DDS_HEADER& header, std::uint64_t bytes) {
+void setPitchOrLinearSize(DDS_HEADER& header, std::uint64_t bytes) {
     header.dwPitchOrLinearSize = bytes > UINT32_MAX ? 0 : static_cast<std::uint32_t>(bytes);
 }
 
@@ -90,7 +90,7 @@ std::string useMasks(DDS_HEADER& header, const Format& row) {
     const std::uint32_t bytes = std::max<std::uint32_t>(row.bytesPerPixel, 1);
     const Masks masks = masksOf(row);
     nameByMasks(header.ddspf, flagsOfMasks(row), bytes * 8, masks);
-    stateRows(header, std::uint64_t{bytes} * header.dwWidth);
+    replaceLinearSizeByPitch(header, std::uint64_t{bytes} * header.dwWidth);
     return textOf("the masks of ", row.name, " (", hex(masks.r), " ", hex(masks.g), " ", hex(masks.b), " ",
                   hex(masks.a), ", ", bytes * 8, " bits)");
 }
@@ -99,7 +99,7 @@ void nameByDxgi(Draft& draft, std::uint32_t dxgi) {
     DDS_HEADER& header = headerOf(draft);
     nameByCode(header.ddspf, dx10Code);
     draft.facts.dx10Header = dx10HeaderOf(header, dxgi);
-    moveData(draft, sizeof(DdsFileHeader), factBytes);
+    updateFileSize(draft, sizeof(DdsFileHeader), factBytes);
 }
 
 }  // namespace repairing
@@ -116,7 +116,7 @@ bool isCodeRight(const Draft& draft, const DDS_PIXELFORMAT& format) {
     return findBlockCode(format.dwFourCC) != nullptr && (isTooSmall || format.dwRGBBitCount == 0);
 }
 
-std::string flagsBesideCode(Draft& draft) {
+std::string fixFlagsBesideCode(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     const std::uint32_t flags = format.dwFlags;
     const bool isMasked = (flags & (DDPF_RGB | DDPF_ALPHA)) != 0;
@@ -143,24 +143,24 @@ void stateLegacyShape(DDS_HEADER& header, const DDS_HEADER_DXT10& dx10) {
 
 // The remedies of the table of formats. Each makes its change and returns the sentence for it.
 
-std::string byCode(Draft& draft, const Format& row) {
+std::string replaceCode(Draft& draft, const Format& row) {
     nameByCode(headerOf(draft).ddspf, row.remedy.id);
     return textOf("The code changes from ", codeText(row.id), " to ", codeText(row.remedy.id),
                   ", which names the same blocks.");
 }
 
-std::string codeByMasks(Draft& draft, const Format& row) {
+std::string replaceCodeByMasks(Draft& draft, const Format& row) {
     return textOf("The pixel format changes from code ", row.id, " to ", useMasks(headerOf(draft), row), ".");
 }
 
-std::string dxgiByMasks(Draft& draft, const Format& row) {
+std::string replaceDxgiByMasks(Draft& draft, const Format& row) {
     const DDS_HEADER_DXT10 dx10 = draft.facts.dx10Header;
     const char* alphaMode = contentsOf(draft.facts, draft.verdict).alphaMode;
     DDS_HEADER& header = headerOf(draft);
-    const std::string masks = useMasks(header, namedMasks(row.remedy.text));
+    const std::string masks = useMasks(header, maskRowNamed(row.remedy.text));
     stateLegacyShape(header, dx10);
     draft.facts.dx10Header = {};
-    moveData(draft, factBytes, sizeof(DdsFileHeader));
+    updateFileSize(draft, factBytes, sizeof(DdsFileHeader));
     std::string sentence =
         textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks, ".");
     if (dx10.arraySize > 1) sentence += textOf(" The array size ", dx10.arraySize, " is lost.");
@@ -174,44 +174,44 @@ std::string byOwnFlags(Draft& draft, const Format& row) {
     DDS_HEADER& header = headerOf(draft);
     const std::uint32_t bits = 8U * row.bytesPerPixel;
     nameByMasks(header.ddspf, row.pixelFlags, bits, row.masks);
-    stateRows(header, std::uint64_t{row.bytesPerPixel} * header.dwWidth);
+    replaceLinearSizeByPitch(header, std::uint64_t{row.bytesPerPixel} * header.dwWidth);
     return textOf("The pixel format changes from code ", namedCode(row.id), " to the flags ",
                   pixelFlagText(row.pixelFlags), " and ", bits, " bits.");
 }
 
-std::string codeByDxgi(Draft& draft, const Format& row) {
+std::string replaceCodeByDxgi(Draft& draft, const Format& row) {
     DDS_HEADER& header = headerOf(draft);
     const Format& target = *findDxgi(row.remedy.id);
     nameByDxgi(draft, target.id);
-    if (target.blockBytes == 0) stateRows(header, std::uint64_t{target.bytesPerPixel} * header.dwWidth);
+    if (target.blockBytes == 0) replaceLinearSizeByPitch(header, std::uint64_t{target.bytesPerPixel} * header.dwWidth);
     // A bump map may be named by its flags.
     const std::string name = row.pixelFlags != 0 ? row.name : "code " + namedCode(row.id);
     return textOf("The pixel format changes from ", name, " to a DX10 header, 20 bytes for DXGI ", dxgiText(target.id),
                   row.remedy.text, ".");
 }
 
-std::string dxgiByDxgi(Draft& draft, const Format& row) {
+std::string replaceDxgiByDxgi(Draft& draft, const Format& row) {
     draft.facts.dx10Header.dxgiFormat = row.remedy.id;
     return textOf("The DXGI format changes from ", dxgiText(row.id), " to ", dxgiText(row.remedy.id), ".");
 }
 
 // Names the data by a format under which it is decoded.
-Remark knownData(Draft& draft) {
-    const Format* row = rowToCure(draft);
+Remark nameKnownData(Draft& draft) {
+    const Format* row = formatToRepair(draft);
     if (row == nullptr || (row->namedBy == NamedBy::masks && draft.verdict.format == row)) return {};
     const bool isDxgi = row->namedBy == NamedBy::dxgi;
     switch (row->remedy.kind) {
         case Remedy::Kind::code:
-            return {"code-of-another-writer", byCode(draft, *row)};
+            return {"code-of-another-writer", replaceCode(draft, *row)};
         case Remedy::Kind::masks:
-            if (isDxgi) return {"dxgi-of-masks", dxgiByMasks(draft, *row)};
-            return {"code-of-masks", codeByMasks(draft, *row)};
+            if (isDxgi) return {"dxgi-of-masks", replaceDxgiByMasks(draft, *row)};
+            return {"code-of-masks", replaceCodeByMasks(draft, *row)};
         case Remedy::Kind::flags:
             return {"code-of-luminance", byOwnFlags(draft, *row)};
         case Remedy::Kind::dxgi:
-            if (isDxgi) return {"dxgi-of-depth", dxgiByDxgi(draft, *row)};
+            if (isDxgi) return {"dxgi-of-depth", replaceDxgiByDxgi(draft, *row)};
             // A format that flags name, too, is a signed bump map.
-            return {row->pixelFlags != 0 ? "signed-data" : "code-of-dxgi", codeByDxgi(draft, *row)};
+            return {row->pixelFlags != 0 ? "signed-data" : "code-of-dxgi", replaceCodeByDxgi(draft, *row)};
         case Remedy::Kind::recoding:
         case Remedy::Kind::none:
             return {};
@@ -219,7 +219,7 @@ Remark knownData(Draft& draft) {
     return {};
 }
 
-std::string luminanceAsRed(Draft& draft) {
+std::string fixLuminanceAsRed(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     if ((format.dwFlags & (DDPF_RGB | DDPF_LUMINANCE)) != (DDPF_RGB | DDPF_LUMINANCE)) return {};
     DDS_PIXELFORMAT luminance = format;
@@ -230,7 +230,7 @@ std::string luminanceAsRed(Draft& draft) {
                   ": with DDPF_RGB, luminance is shown as red.");
 }
 
-std::string alphaWithoutMask(Draft& draft) {
+std::string fixAlphaWithoutMask(Draft& draft) {
     DDS_PIXELFORMAT& format = headerOf(draft).ddspf;
     const bool isColour = draft.verdict.loader == Loader::uncompressed && maskedChannels(format) == 4;
     // With fewer than 8 bits, the count of channels decides the size of a pixel.
@@ -239,31 +239,32 @@ std::string alphaWithoutMask(Draft& draft) {
     return "DDPF_ALPHAPIXELS is removed: the alpha mask is 0, so that every pixel would be transparent.";
 }
 
-std::string linearSizeMissing(Draft& draft) {
+std::string fixMissingLinearSize(Draft& draft) {
     if (!hasCause(draft, Refusal::linearSizeNeeded)) return {};
     DDS_HEADER& header = headerOf(draft);
     header.dwFlags = (header.dwFlags & ~DDSD_PITCH) | DDSD_LINEARSIZE;
     const Format* row = findBlockCode(header.ddspf.dwFourCC);
-    stateLinearSize(header, wholeBlockBytes(header.dwWidth, header.dwHeight, blockBytesOf(row)));
+    setPitchOrLinearSize(header, allBlocksBytes(header.dwWidth, header.dwHeight, blockBytesOf(row)));
     return textOf("DDSD_LINEARSIZE is set, which ", codeText(header.ddspf.dwFourCC),
                   " requires; dwPitchOrLinearSize changes to ", header.dwPitchOrLinearSize, ".");
 }
 
-std::string codeOfRowsAsBlocks(Draft& draft) {
+std::string fixBlockFlagsOfRows(Draft& draft) {
     if (!hasCause(draft, Refusal::notABlockCode)) return {};
     DDS_HEADER& header = headerOf(draft);
     const Format* row = findCode(header.ddspf.dwFourCC);
     nameByCode(header.ddspf, header.ddspf.dwFourCC);
-    stateRows(header, codeFileRowBytes(*row, header.dwWidth));
+    replaceLinearSizeByPitch(header, codeFileRowBytes(*row, header.dwWidth));
     return textOf("The ", formatText(*row), " is not a block format: the flags change to ",
                   headerFlagText(header.dwFlags), " and ", pixelFlagText(header.ddspf.dwFlags), ".");
 }
 
-std::string linearSizeTooLarge(Draft& draft) {
+std::string fixTooLargeLinearSize(Draft& draft) {
     if (!hasCause(draft, Refusal::linearSizeTooLarge) || draft.verdict.format == nullptr) return {};
     DDS_HEADER& header = headerOf(draft);
     const std::uint32_t stated = header.dwPitchOrLinearSize;
-    stateLinearSize(header, compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(draft.verdict.format), 0));
+    setPitchOrLinearSize(header,
+                         compressedBytes(header.dwWidth, header.dwHeight, blockBytesOf(draft.verdict.format), 0));
     return textOf("dwPitchOrLinearSize changes from ", stated, " to ", header.dwPitchOrLinearSize,
                   ", the size of the top level.");
 }
@@ -276,17 +277,17 @@ struct RepairRule {
     bool isRecoding = false;  // applied only on request
 };
 constexpr RepairRule repairRules[] = {
-    {"flags-beside-code", flagsBesideCode},     {"known-data", nullptr},
-    {"luminance-as-red", luminanceAsRed},       {"alpha-without-mask", alphaWithoutMask},
-    {"linear-size-missing", linearSizeMissing}, {"code-of-rows-as-blocks", codeOfRowsAsBlocks},
-    {"pixels-converted", pixelsRecoded, true},  {"linear-size-too-large", linearSizeTooLarge},
+    {"flags-beside-code", fixFlagsBesideCode},     {"known-data", nullptr},
+    {"luminance-as-red", fixLuminanceAsRed},       {"alpha-without-mask", fixAlphaWithoutMask},
+    {"linear-size-missing", fixMissingLinearSize}, {"code-of-rows-as-blocks", fixBlockFlagsOfRows},
+    {"pixels-converted", pixelsRecoded, true},     {"linear-size-too-large", fixTooLargeLinearSize},
 };
 
 // Applies the first rule whose fault the file has. Returns false if there is none.
 bool repairOnce(Draft& draft, bool mayRecode) {
     for (const RepairRule& rule : repairRules) {
         if (rule.isRecoding && !mayRecode) continue;
-        const Remark change = rule.apply == nullptr ? knownData(draft) : Remark{rule.id, rule.apply(draft)};
+        const Remark change = rule.apply == nullptr ? nameKnownData(draft) : Remark{rule.id, rule.apply(draft)};
         if (change.sentence.empty()) continue;
         draft.changes.push_back(change);
         draft.verdict = judge(draft.facts);

@@ -94,7 +94,7 @@ std::uint64_t SurfaceLayout::surfaceBytes(std::uint32_t width, std::uint32_t hei
     const Format& format = *verdict.format;
     switch (verdict.decoder) {
         case Loader::compressed:
-            return wholeBlockBytes(width, height, format.blockBytes);
+            return allBlocksBytes(width, height, format.blockBytes);
         case Loader::uncompressed:
             return saturatingProduct(maskedRowBytes(verdict.pixelFormat, width), height);
         case Loader::d3dFormat:

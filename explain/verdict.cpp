@@ -18,13 +18,13 @@ namespace {
 bool isPlausible(const DDS_HEADER_DXT10& dx10) {
     return dx10.resourceDimension >= D3D10_RESOURCE_DIMENSION_TEXTURE1D &&
            dx10.resourceDimension <= D3D10_RESOURCE_DIMENSION_TEXTURE3D && dx10.arraySize != 0 &&
-           (findDxgi(dx10.dxgiFormat) != nullptr || masksOfDxgi(dx10.dxgiFormat) != nullptr);
+           (findDxgi(dx10.dxgiFormat) != nullptr || maskRowOfDxgi(dx10.dxgiFormat) != nullptr);
 }
 
 // Returns the size of the first picture, read as the DX10 header says.
 std::uint64_t bytesUnderDx10(FileFacts facts) {
     DDS_HEADER& header = facts.header.header;
-    const Format* masks = masksOfDxgi(facts.dx10Header.dxgiFormat);
+    const Format* masks = maskRowOfDxgi(facts.dx10Header.dxgiFormat);
     if (masks != nullptr) return saturatingProduct(masks->bytesPerPixel, header.dwWidth, header.dwHeight);
     header.dwPitchOrLinearSize = 0;
     header.ddspf = {header.ddspf.dwSize, DDPF_FOURCC, dx10Code, 0, 0, 0, 0, 0};

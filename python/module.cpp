@@ -111,12 +111,12 @@ py::str jsonText(const tool::Json& object) {
 
 // Returns the array, the names of its channels, why it is black or "", and the object of explain as JSON.
 py::tuple readPicture(const std::string& path) {
-    const host::Plugin& reading = plugin();
+    const host::Plugin& readingPlugin = plugin();
     std::optional<tool::DdsSource> source;
     Explanation explanation;
     {
         const Unlocked unlocked;
-        source.emplace(openImage(reading, path, explanation));
+        source.emplace(openImage(readingPlugin, path, explanation));
     }
     const std::string why = source->isBlack() ? tool::gradeText(explanation).sentence : "";
     handleSignals();
@@ -224,11 +224,11 @@ py::str explainFile(const std::string& path) {
 }
 
 // Returns the report of a repair. Writes nothing without an output.
-py::str repair(const std::string& path, const std::optional<std::string>& output, bool mayConvert) {
+py::str repair(const std::string& path, const std::optional<std::string>& output, bool mayRecode) {
     const tool::RepairPlan plan = [&] {
         const Unlocked unlocked;
         const tool::OpenFile file(path);
-        tool::RepairPlan planned = tool::planRepair(file.facts(), mayConvert);
+        tool::RepairPlan planned = tool::planRepair(file.facts(), mayRecode);
         if (output && planned.helps()) tool::writeRepaired(file, planned, *output, tool::Existing::replace);
         return planned;
     }();

@@ -85,7 +85,7 @@ private:
 
     // Returns the row that a loader reads by: the chosen one while open runs, else the one that the header names; null
     // if there is none.
-    const Format* rowFor(Loader loader) const;
+    const Format* formatFor(Loader loader) const;
     LoadPlan planFor(Loader loader, const Format* format) const;
     // Sets the fields from the plan and allocates the picture, which the loader fills or zeroes. Returns false if the
     // plan is a refusal or the allocation fails.

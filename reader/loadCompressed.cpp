@@ -9,7 +9,7 @@
 namespace kpx {
 
 int TddsReader::loadCompressedImage(std::FILE* stream) {
-    const Format* format = rowFor(Loader::compressed);
+    const Format* format = formatFor(Loader::compressed);
     const LoadPlan plan = planFor(Loader::compressed, format);
     if (!begin(plan)) return failWithoutMemory();
     if (!readBlocks(stream, format, plan.bytesExpected)) return -1;

@@ -6,7 +6,7 @@
 namespace kpx {
 
 int TddsReader::loadD3DFormatImage(std::FILE* stream) {
-    const Format* format = rowFor(Loader::d3dFormat);
+    const Format* format = formatFor(Loader::d3dFormat);
     if (format == nullptr) return -1;
     if (format->loader == Loader::compressed) return loadCompressedImage(stream);
     if (!begin(planFor(Loader::d3dFormat, format))) return failWithoutMemory();
@@ -46,7 +46,7 @@ int TddsReader::loadDX10Image(std::FILE* stream) {
     if (std::fread(&m_dx10Header, 1, sizeof m_dx10Header, stream) != sizeof m_dx10Header) return -1;
     const Choice choice = chooseDxgi(m_dx10Header);
     if (choice.format == nullptr) return -1;
-    describeDxgi(choice, m_header.header.ddspf);
+    rewriteForDxgi(choice, m_header.header.ddspf);
     m_format = choice.format;
     m_isSnorm = choice.format->has(isSnorm);
     return loadWith(choice.loader, stream);

@@ -38,7 +38,7 @@ int TddsReader::loadR9G9B9E5FloatingPointImage(std::FILE* stream) {
 
 // Unlike the loaders of bytes, prints no message if an allocation fails.
 int TddsReader::loadFloats(std::FILE* stream, Loader loader) {
-    const Format* format = rowFor(loader);
+    const Format* format = formatFor(loader);
     if (format == nullptr) return -1;
     const LoadPlan plan = planFor(loader, format);
     RecordReader rows(plan.fileRowBytes, m_height);

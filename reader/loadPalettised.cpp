@@ -6,7 +6,7 @@
 namespace kpx {
 
 int TddsReader::loadPalletisedImage(std::FILE* stream) {
-    const Format& format = *rowFor(Loader::palettised);
+    const Format& format = *formatFor(Loader::palettised);
     const LoadPlan plan = planFor(Loader::palettised, &format);
     const std::uint64_t indexBytes = indexRowBytes(format, m_width);
     RecordReader rows(indexBytes, m_height);

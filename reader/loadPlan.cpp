@@ -77,10 +77,10 @@ void expectRows(LoadPlan& plan, std::uint64_t fileRowBytes) {
     plan.bytesExpected = saturatingProduct(fileRowBytes, plan.height);
 }
 
-// Adds the picture in memory, or refuses it. reckonedRowBytes is the row size that the limit applies to.
-void takePicture(LoadPlan& plan, std::uint64_t storedRowBytes, std::uint64_t reckonedRowBytes, const char* printed) {
+// Adds the picture in memory, or refuses it. limitRowBytes is the row size that the limit applies to.
+void planPicture(LoadPlan& plan, std::uint64_t storedRowBytes, std::uint64_t limitRowBytes, const char* printed) {
     plan.storedRowBytes = storedRowBytes;
-    plan.pictureBytes = saturatingProduct(reckonedRowBytes, plan.height);
+    plan.pictureBytes = saturatingProduct(limitRowBytes, plan.height);
     if (isSideTooLarge(plan.width, plan.height)) return refuse(plan, Refusal::sideTooLarge, printed);
     if (plan.pictureBytes > largestBlock) refuse(plan, Refusal::pictureTooLarge, printed);
 }
@@ -93,7 +93,7 @@ void planUncompressed(LoadPlan& plan, const Format& format) {
     plan.bytesPerPixel = maskedPixelBytes(plan.pixelFormat);
     const std::uint64_t rowBytes = maskedRowBytes(plan.pixelFormat, plan.width);
     expectRows(plan, rowBytes);
-    takePicture(plan, rowBytes, rowBytes, noMemoryMessage);
+    planPicture(plan, rowBytes, rowBytes, noMemoryMessage);
     // Without a picture the flags do not change.
     if (plan.refusal == Refusal::none && row.has(setsAlpha)) plan.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
 }
@@ -104,7 +104,7 @@ void planFloats(LoadPlan& plan, const Format& format) {
     plan.rowBytes = plan.fileRowBytes;
     // A row of the file is never longer than a row of the picture. These loaders print nothing.
     const std::uint64_t rowBytes = floatRowBytes(format, plan.width);
-    takePicture(plan, rowBytes, rowBytes, nullptr);
+    planPicture(plan, rowBytes, rowBytes, nullptr);
 }
 
 void planPalettised(LoadPlan& plan, const Format& format) {
@@ -113,14 +113,14 @@ void planPalettised(LoadPlan& plan, const Format& format) {
     plan.bytesPerPixel = paletteEntryBytes;
     plan.bytesExpected = palettisedBytes(format, plan.width, plan.height);
     const std::uint64_t rowBytes = palettisedRowBytes(plan.width);
-    takePicture(plan, rowBytes, rowBytes, noMemoryMessage);
+    planPicture(plan, rowBytes, rowBytes, noMemoryMessage);
 }
 
 void planD3DFormat(LoadPlan& plan, const Format& format) {
     applyFormat(plan, format);
     plan.bytesPerPixel = format.channels;
     expectRows(plan, codeFileRowBytes(format, plan.width));
-    takePicture(plan, codeStoredRowBytes(format, plan.width), codeRowBytes(format, plan.width), noMemoryMessage);
+    planPicture(plan, codeStoredRowBytes(format, plan.width), codeLimitRowBytes(format, plan.width), noMemoryMessage);
 }
 
 void planCompressed(LoadPlan& plan, const Format* format, std::uint32_t linearSize) {
@@ -133,7 +133,7 @@ void planCompressed(LoadPlan& plan, const Format* format, std::uint32_t linearSi
     // At most 4 GiB if the picture is: a block of 16 bytes has at least one column of four 4-byte texels.
     plan.bytesExpected = compressedBytes(plan.width, plan.height, blockBytesOf(format), linearSize);
     const std::uint64_t rowBytes = compressedRowBytes(format, plan.width);
-    takePicture(plan, rowBytes, rowBytes, noMemoryMessage);
+    planPicture(plan, rowBytes, rowBytes, noMemoryMessage);
 }
 
 // The choice by the header, then by the DX10 header if there is one.
@@ -152,7 +152,7 @@ FullChoice chooseFully(const DDS_HEADER& header, const DDS_HEADER_DXT10& dx10Hea
     choice.isDx10Cut = bytesAfterHeader < sizeof dx10Header;
     if (choice.isDx10Cut) return choice;
     choice.last = chooseDxgi(dx10Header);
-    if (choice.last.format != nullptr) describeDxgi(choice.last, choice.pixelFormat);
+    if (choice.last.format != nullptr) rewriteForDxgi(choice.last, choice.pixelFormat);
     return choice;
 }
 
@@ -171,9 +171,9 @@ void countData(LoadPlan& plan) {
     } else if (plan.decoder == Loader::palettised) {
         refuse(plan, Refusal::paletteShort, noDataMessage);
     } else {
-        const bool isOwnDataThere =
+        const bool isCompleteWithoutLinearSize =
             plan.bytesPresent >= compressedBytes(plan.width, plan.height, blockBytesOf(plan.format), 0);
-        refuse(plan, isOwnDataThere ? Refusal::linearSizeTooLarge : Refusal::dataShort, noDataMessage);
+        refuse(plan, isCompleteWithoutLinearSize ? Refusal::linearSizeTooLarge : Refusal::dataShort, noDataMessage);
     }
 }
 
@@ -209,7 +209,7 @@ Choice chooseDxgi(const DDS_HEADER_DXT10& dx10Header) {
     return {row->loader, row, Refusal::none, row->code};
 }
 
-void describeDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat) {
+void rewriteForDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat) {
     const Format& format = *choice.format;
     if (format.loader != Loader::uncompressed) {
         if (choice.code != 0) pixelFormat.dwFourCC = choice.code;
@@ -227,7 +227,7 @@ void describeDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat) {
     }
 }
 
-const Format* rowFor(Loader loader, const DDS_PIXELFORMAT& pixelFormat, const DDS_HEADER_DXT10& dx10Header) {
+const Format* formatFor(Loader loader, const DDS_PIXELFORMAT& pixelFormat, const DDS_HEADER_DXT10& dx10Header) {
     constexpr std::uint32_t dxgiR11G11B10 = 26, dxgiR9G9B9E5 = 67;
     switch (loader) {
         case Loader::uncompressed:

@@ -44,11 +44,11 @@ Choice chooseLoader(const DDS_HEADER& header);
 // Returns the loader for a DX10 header; never Loader::dx10.
 Choice chooseDxgi(const DDS_HEADER_DXT10& dx10Header);
 // Describes a chosen DXGI format in the terms of its loader: by code in dwFourCC, or by masks.
-void describeDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat);
+void rewriteForDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat);
 
 // Returns the row that a loader reads by; null if it does not know the code. The DX10 header, all zero if there is
 // none, distinguishes signed BC6H from unsigned.
-const Format* rowFor(Loader loader, const DDS_PIXELFORMAT& pixelFormat, const DDS_HEADER_DXT10& dx10Header);
+const Format* formatFor(Loader loader, const DDS_PIXELFORMAT& pixelFormat, const DDS_HEADER_DXT10& dx10Header);
 
 struct LoadPlan {
     // Why there is no picture. The second is the reason that would remain without the first, such as missing data of a

@@ -7,7 +7,7 @@ namespace kpx {
 int TddsReader::loadUncompressedImage(std::FILE* stream) {
     DDS_PIXELFORMAT& pixelFormat = m_header.header.ddspf;
     const DDS_PIXELFORMAT before = pixelFormat;
-    if (!begin(planFor(Loader::uncompressed, rowFor(Loader::uncompressed)))) {
+    if (!begin(planFor(Loader::uncompressed, formatFor(Loader::uncompressed)))) {
         pixelFormat = before;
         return failWithoutMemory();
     }

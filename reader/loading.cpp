@@ -25,8 +25,8 @@ int failWithoutData() {
     return failWith(noDataMessage);
 }
 
-const Format* TddsReader::rowFor(Loader loader) const {
-    return m_format != nullptr ? m_format : kpx::rowFor(loader, m_header.header.ddspf, m_dx10Header);
+const Format* TddsReader::formatFor(Loader loader) const {
+    return m_format != nullptr ? m_format : kpx::formatFor(loader, m_header.header.ddspf, m_dx10Header);
 }
 
 LoadPlan TddsReader::planFor(Loader loader, const Format* format) const {

@@ -27,7 +27,7 @@ KPX_INLINE Wide signExtend(Wide value, Wide top) {
 // Returns the endpoints as stored.
 template <int mode>
 KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
-    constexpr const kpx::Bc6Wide& layout = kpx::bc6Wide<mode>;
+    constexpr const kpx::Bc6FieldLayout& layout = kpx::bc6Wide<mode>;
     const Wide lanes = loadTwice(block);
     Wide ends = zero();
     for (int i = 0; i < layout.passes; ++i) {
@@ -42,7 +42,7 @@ KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
 template <int mode, bool isSigned>
 KPX_INLINE Wide bc6Endpoints(const unsigned char* block) {
     constexpr const kpx::Bc6Mode& row = kpx::bc6Modes[mode];
-    constexpr const kpx::Bc6Wide& layout = kpx::bc6Wide<mode>;
+    constexpr const kpx::Bc6FieldLayout& layout = kpx::bc6Wide<mode>;
     const Wide top = spread16(1 << (row.precision - 1));
     Wide ends = gatherEndpoints<mode>(block);
     if constexpr (isSigned || row.transformed) ends = signExtend(ends, load(&layout.deltaTop));
@@ -169,15 +169,15 @@ KPX_INLINE void bc6hReservedTile(const unsigned char*, unsigned char* out, std::
 }
 
 template <bool isSigned, std::size_t... modes>
-constexpr auto makeBc6hRuns(std::index_sequence<modes...>) {
+constexpr auto makeBc6hDecoders(std::index_sequence<modes...>) {
     struct {
-        ModeRun runs[sizeof...(modes) + 1];
+        ModeDecoder runs[sizeof...(modes) + 1];
     } table{{runOf<bc6hTile<static_cast<int>(modes), isSigned>, floatTileBytes>...,
              runOf<bc6hReservedTile, floatTileBytes>}};
     return table;
 }
 template <bool isSigned>
-constexpr auto bc6hRuns = makeBc6hRuns<isSigned>(std::make_index_sequence<14>());
+constexpr auto bc6hDecoders = makeBc6hDecoders<isSigned>(std::make_index_sequence<14>());
 
 // Rows of bc6Modes by the low five bits of a block, of which the first two modes use only two; 14 for reserved blocks.
 struct Bc6ModeRows {
@@ -195,7 +195,7 @@ constexpr Bc6ModeRows bc6ModeRows = [] {
 
 template <bool isSigned>
 KPX_TARGET void bc6hStrip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
-    decodeByModes<15, floatTileBytes>(blocks, count, out, rowBytes, bc6hRuns<isSigned>.runs,
+    decodeByModes<15, floatTileBytes>(blocks, count, out, rowBytes, bc6hDecoders<isSigned>.runs,
                                       [](unsigned char first) { return bc6ModeRows.row[first & 31]; });
 }
 

@@ -19,7 +19,7 @@ struct Bc6Pass {
 
 // The words of lane 0 are R, G, B and nothing of endpoints 0 and 1; those of lane 1 are the same of endpoints 2 and 3.
 // With one region, lane 1 equals lane 0.
-struct Bc6Wide {
+struct Bc6FieldLayout {
     int passes;
     Bc6Pass pass[8];
     WideWords deltaTop;         // the top bit of a field of endpoints 1 to 3
@@ -42,7 +42,7 @@ constexpr Bc6RunParts splitRun(const Bc6Run& run) {
              static_cast<std::uint8_t>(run.shift + count)}};
 }
 
-constexpr void addRun(Bc6Wide& wide, int (&used)[12], const Bc6Run& run, int regions) {
+constexpr void addRun(Bc6FieldLayout& wide, int (&used)[12], const Bc6Run& run, int regions) {
     if (run.count == 0) return;
     const int number = used[run.field]++;
     Bc6Pass& pass = wide.pass[number];
@@ -61,8 +61,8 @@ constexpr void addRun(Bc6Wide& wide, int (&used)[12], const Bc6Run& run, int reg
     }
 }
 
-constexpr Bc6Wide makeBc6Wide(const Bc6Mode& mode) {
-    Bc6Wide wide{};
+constexpr Bc6FieldLayout makeBc6Wide(const Bc6Mode& mode) {
+    Bc6FieldLayout wide{};
     int used[12] = {};
     for (const Bc6Run* run = mode.runs; run->count != 0; ++run) {
         const Bc6RunParts parts = splitRun(*run);
@@ -79,7 +79,7 @@ constexpr Bc6Wide makeBc6Wide(const Bc6Mode& mode) {
 }
 
 template <int mode>
-inline constexpr Bc6Wide bc6Wide = makeBc6Wide(bc6Modes[mode]);
+inline constexpr Bc6FieldLayout bc6Wide = makeBc6Wide(bc6Modes[mode]);
 
 inline constexpr FieldGather bc6Indices3 = gatherIndices(3);
 

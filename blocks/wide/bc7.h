@@ -30,7 +30,7 @@ KPX_INLINE Wide interpolate(Wide pairs, Wide weights) {
 // p-bit below it, then copies of the top bits.
 template <int mode>
 KPX_INLINE Wide bc7Endpoints(Wide lanes, int half) {
-    constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
+    constexpr const kpx::Bc7FieldLayout& layout = kpx::bc7Wide[mode];
     constexpr const kpx::Bc7Mode& row = kpx::bc7Modes[mode];
     constexpr int pBit = row.pBits == kpx::PBits::none ? 0 : 1;
     Wide ends = gather(lanes, layout.endpoints[half]) & load(&layout.stored[half]);
@@ -55,7 +55,7 @@ KPX_INLINE Wide pairsOfTexels(Wide endpoints, Wide subsets) {
 
 template <int mode>
 KPX_INLINE void bc7Tile(const unsigned char* block, unsigned char* out, std::size_t rowBytes) {
-    constexpr const kpx::Bc7Wide& layout = kpx::bc7Wide[mode];
+    constexpr const kpx::Bc7FieldLayout& layout = kpx::bc7Wide[mode];
     constexpr const kpx::Bc7Mode& row = kpx::bc7Modes[mode];
     const std::uint64_t header = load64(block) >> (mode + 1);
     const std::size_t partition = header & ((1U << row.partitionBits) - 1);
@@ -108,14 +108,14 @@ KPX_INLINE void bc7ReservedTile(const unsigned char*, unsigned char* out, std::s
     for (std::size_t r = 0; r < 4; ++r) storeLanes(out + r * rowBytes, out + r * rowBytes, spread32(255));
 }
 
-constexpr ModeRun bc7Runs[9] = {
+constexpr ModeDecoder bc7Decoders[9] = {
     runOf<bc7Tile<0>, tileRowBytes>, runOf<bc7Tile<1>, tileRowBytes>, runOf<bc7Tile<2>, tileRowBytes>,
     runOf<bc7Tile<3>, tileRowBytes>, runOf<bc7Tile<4>, tileRowBytes>, runOf<bc7Tile<5>, tileRowBytes>,
     runOf<bc7Tile<6>, tileRowBytes>, runOf<bc7Tile<7>, tileRowBytes>, runOf<bc7ReservedTile, tileRowBytes>,
 };
 
 KPX_TARGET void bc7Strip(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes) {
-    decodeByModes<9, tileRowBytes>(blocks, count, out, rowBytes, bc7Runs, [](unsigned char first) {
+    decodeByModes<9, tileRowBytes>(blocks, count, out, rowBytes, bc7Decoders, [](unsigned char first) {
         return static_cast<std::uint8_t>(__builtin_ctz(first | 0x100U));
     });
 }

@@ -12,7 +12,7 @@ namespace kpx {
 
 // How a BC7 block of one mode is parsed. Endpoint fields become words: each channel, R to A, has a slot of 2, 4 or 8
 // words for one, two or three subsets. A vector has 16 words; slots of 2 are the same in both lanes.
-struct Bc7Wide {
+struct Bc7FieldLayout {
     int slot;
     FieldGather endpoints[2];        // the second (B and A) only for slots of 8
     WideWords stored[2];             // the bits of a shifted field that are stored in the block
@@ -61,10 +61,10 @@ constexpr const WideBytes* subsetsOf(const Bc7Mode& mode) {
     return mode.subsets == 1 ? oneSubset.rows : mode.subsets == 2 ? twoSubsets.rows : threeSubsets.rows;
 }
 
-constexpr Bc7Wide makeBc7Wide(int number) {
+constexpr Bc7FieldLayout makeBc7Wide(int number) {
     const Bc7Mode& mode = bc7Modes[number];
     const int pBit = mode.pBits == PBits::none ? 0 : 1;
-    Bc7Wide wide{};
+    Bc7FieldLayout wide{};
     wide.slot = mode.subsets == 1 ? 2 : mode.subsets == 2 ? 4 : 8;
     for (int half = 0; half < 2; ++half) wide.endpoints[half] = wide.pBits[half] = emptyGather();
 
@@ -103,8 +103,8 @@ constexpr Bc7Wide makeBc7Wide(int number) {
     return wide;
 }
 
-inline constexpr Bc7Wide bc7Wide[8] = {makeBc7Wide(0), makeBc7Wide(1), makeBc7Wide(2), makeBc7Wide(3),
-                                       makeBc7Wide(4), makeBc7Wide(5), makeBc7Wide(6), makeBc7Wide(7)};
+inline constexpr Bc7FieldLayout bc7Wide[8] = {makeBc7Wide(0), makeBc7Wide(1), makeBc7Wide(2), makeBc7Wide(3),
+                                              makeBc7Wide(4), makeBc7Wide(5), makeBc7Wide(6), makeBc7Wide(7)};
 
 // Returns the byte order that swaps alpha with a colour channel of texels a, r, g, b, for rotation 0 to 3.
 constexpr WideBytes makeRotation(int exchanged) {

@@ -15,8 +15,8 @@ constexpr std::size_t stretch = 64;
 constexpr std::size_t cacheLine = 64;
 
 // Decodes the blocks listed in order, all of one mode.
-using ModeRun = void (*)(const unsigned char* blocks, const std::uint8_t* order, std::size_t count, unsigned char* out,
-                         std::size_t rowBytes);
+using ModeDecoder = void (*)(const unsigned char* blocks, const std::uint8_t* order, std::size_t count,
+                             unsigned char* out, std::size_t rowBytes);
 
 template <auto tile, std::size_t tileBytes>
 KPX_TARGET void runOf(const unsigned char* blocks, const std::uint8_t* order, std::size_t count, unsigned char* out,
@@ -43,7 +43,7 @@ constexpr FileOrder fileOrder = [] {
 
 template <std::size_t modes, std::size_t tileBytes, typename ModeOf>
 KPX_INLINE void decodeByModes(const unsigned char* blocks, std::size_t count, unsigned char* out, std::size_t rowBytes,
-                              const ModeRun (&runs)[modes], ModeOf modeOf) {
+                              const ModeDecoder (&runs)[modes], ModeOf modeOf) {
     for (std::size_t n = 0; count != 0; count -= n, blocks += 16 * n, out += tileBytes * n) {
         n = std::min(count, stretch);
         std::uint8_t mode[stretch] = {};

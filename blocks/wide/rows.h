@@ -160,20 +160,20 @@ constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 // itself after every store.
 struct WideField {
     int lift;
-    bool fitsHalf;
+    bool fitsWord;
     Wide field, multiplier, addend;
-    Wide halfLift, halfField, halfMultiplier, halfScale;
+    Wide halfLift, halfField, wordMultiplier, wordScale;
 };
 KPX_INLINE WideField wideField(const kpx::MaskField& field) {
     return {field.lift,
-            field.fitsHalf,
+            field.fitsWord,
             spread32(static_cast<int>(field.field)),
             spread32(static_cast<int>(field.multiplier)),
             spread64(field.addend),
             spread16(1 << (field.lift & 15)),
             spread16(static_cast<int>(field.field >> 16)),
-            spread16(field.halfMultiplier),
-            spread16(field.halfScale)};
+            spread16(field.wordMultiplier),
+            spread16(field.wordScale)};
 }
 
 // Computes the formulas of kpx::MaskField.
@@ -181,13 +181,13 @@ KPX_INLINE Wide scaleField(Wide pixel, const WideField& field) {
     const Wide w = shiftLeft32(pixel, field.lift) & field.field;
     return shiftRight32<23>(mulAddHigh32(w, field.multiplier, field.addend));
 }
-KPX_INLINE Wide scaleHalfField(Wide lifted, const WideField& field) {
-    return mulHigh16(mulHigh16(lifted & field.halfField, field.halfMultiplier), field.halfScale);
+KPX_INLINE Wide scaleWordField(Wide lifted, const WideField& field) {
+    return mulHigh16(mulHigh16(lifted & field.halfField, field.wordMultiplier), field.wordScale);
 }
-KPX_INLINE Wide scaleHalfField(Wide pixel0, Wide pixel1, const WideField& field) {
+KPX_INLINE Wide scaleWordField(Wide pixel0, Wide pixel1, const WideField& field) {
     const Wide lifted =
         packWords(shiftRight32<16>(shiftLeft32(pixel0, field.lift)), shiftRight32<16>(shiftLeft32(pixel1, field.lift)));
-    return scaleHalfField(lifted, field);
+    return scaleWordField(lifted, field);
 }
 
 // Extracts the rest of a row after its last whole vector.
@@ -210,9 +210,9 @@ KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fi
         loadPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
             const WideField& field = wide[f];
-            if (field.fitsHalf) {
-                const Wide low = scaleHalfField(words[0], words[1], field);
-                store(rows[f] + x, packBytes(low, scaleHalfField(words[2], words[3], field)));
+            if (field.fitsWord) {
+                const Wide low = scaleWordField(words[0], words[1], field);
+                store(rows[f] + x, packBytes(low, scaleWordField(words[2], words[3], field)));
             } else {
                 const Wide low = packWords(scaleField(words[0], field), scaleField(words[1], field));
                 const Wide high = packWords(scaleField(words[2], field), scaleField(words[3], field));
@@ -224,7 +224,7 @@ KPX_TARGET void extractFields(const kpx::PixelRow& row, const kpx::MaskField* fi
 }
 
 template <std::size_t bytesPerPixel>
-KPX_TARGET void extractHalfFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
+KPX_TARGET void extractWordFields(const kpx::PixelRow& row, const kpx::MaskField* fields, std::size_t fieldCount,
                                   unsigned char* const* rows) {
     WideField wide[4];
     for (std::size_t f = 0; f < fieldCount; ++f) wide[f] = wideField(fields[f]);
@@ -235,16 +235,17 @@ KPX_TARGET void extractHalfFields(const kpx::PixelRow& row, const kpx::MaskField
         loadShortPixels<bytesPerPixel>(row.pixels + bytesPerPixel * x, words);
         for (std::size_t f = 0; f < fieldCount; ++f) {
             const WideField& field = wide[f];
-            store(rows[f] + x, packBytes(scaleHalfField(mulLow16(words[0], field.halfLift), field),
-                                         scaleHalfField(mulLow16(words[1], field.halfLift), field)));
+            store(rows[f] + x, packBytes(scaleWordField(mulLow16(words[0], field.halfLift), field),
+                                         scaleWordField(mulLow16(words[1], field.halfLift), field)));
         }
     }
     extractRest(row, x, bytesPerPixel, fields, fieldCount, rows);
 }
 
 // Extracts the fields of pixels wider than four bytes. Only the first four count, and are gathered first.
-KPX_TARGET void extractFarFields(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
-                                 std::size_t fieldCount, unsigned char* const* rows) {
+KPX_TARGET void extractFieldsOfWidePixels(const kpx::PixelRow& row, std::size_t bytesPerPixel,
+                                          const kpx::MaskField* fields, std::size_t fieldCount,
+                                          unsigned char* const* rows) {
     constexpr std::size_t some = 256;
     unsigned char words[4 * some];
     for (std::size_t x = 0; x < row.count; x += some) {
@@ -263,13 +264,13 @@ constexpr FieldExtraction byPixelBytes[5] = {nullptr, extractFields<1>, extractF
 
 void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx::MaskField* fields,
                   std::size_t fieldCount, unsigned char* const* rows) {
-    const bool areHalfs = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
-        return field.mask <= 0xFFFF && field.fitsHalf;
+    const bool areWords = std::all_of(fields, fields + fieldCount, [](const kpx::MaskField& field) {
+        return field.mask <= 0xFFFF && field.fitsWord;
     });
     if (bytesPerPixel > 4) {
-        extractFarFields(row, bytesPerPixel, fields, fieldCount, rows);
-    } else if (areHalfs && bytesPerPixel <= 2) {
-        (bytesPerPixel == 1 ? extractHalfFields<1> : extractHalfFields<2>)(row, fields, fieldCount, rows);
+        extractFieldsOfWidePixels(row, bytesPerPixel, fields, fieldCount, rows);
+    } else if (areWords && bytesPerPixel <= 2) {
+        (bytesPerPixel == 1 ? extractWordFields<1> : extractWordFields<2>)(row, fields, fieldCount, rows);
     } else {
         byPixelBytes[bytesPerPixel](row, fields, fieldCount, rows);
     }

@@ -73,13 +73,13 @@ void writeSurface(const OpenFile& source, const SurfaceLayout& layout, const Sur
 }
 
 void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
-                  int descriptor, std::uint64_t mostPictures) {
+                  int descriptor, std::uint64_t maxPictures) {
     restart(descriptor);
     writeAll(header, descriptor);
     std::uint64_t written = 0;
     forEachWholeSurface(layout, [&](const Surface& surface) {
         recodeSurface(source, *layout.recoded, surface, descriptor);
-        return ++written < mostPictures;
+        return ++written < maxPictures;
     });
     source.checkIsUnchanged();
 }

@@ -27,10 +27,10 @@ void writeParts(const OpenFile& source, std::initializer_list<ByteRange> ranges,
 // Writes a surface of the source as a file of its own. Throws like writeParts.
 void writeSurface(const OpenFile& source, const SurfaceLayout& layout, const Surface& surface, int descriptor);
 
-// Writes the header and the recoded pixels of the source's whole pictures, at most mostPictures (at least 1) of them.
+// Writes the header and the recoded pixels of the source's whole pictures, at most maxPictures (at least 1) of them.
 // Throws like writeParts.
 void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span<const unsigned char> header,
-                  int descriptor, std::uint64_t mostPictures);
+                  int descriptor, std::uint64_t maxPictures);
 
 // Writes a file that appears whole or not at all, with the permissions that cp gives a copy of the source. `write`
 // fills the open file. Throws what it throws, and OutputError with the output's name.

@@ -11,12 +11,12 @@ namespace kpx::tool {
 namespace {
 
 // Returns the size of the data of the first pictures of the repaired file, at least what its loader reads of the first.
-std::uint64_t bytesOfPictures(const Repair& repair, std::uint64_t mostPictures) {
+std::uint64_t bytesOfPictures(const Repair& repair, std::uint64_t maxPictures) {
     std::uint64_t bytes = repair.verdict.bytesExpected, visited = 0;
     const SurfaceLayout layout = surfaceLayout(repair.facts, repair.verdict);
     forEachWholeSurface(layout, [&](const Surface& surface) {
         bytes = std::max(bytes, surface.start + surface.bytes - layout.headerBytes);
-        return ++visited < mostPictures;
+        return ++visited < maxPictures;
     });
     return bytes;
 }
@@ -50,25 +50,25 @@ RepairPlan planRepair(const FileFacts& facts, bool mayRecode) {
             std::move(causes)};
 }
 
-std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t mostPictures) {
+std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t maxPictures) {
     const Repair& repair = plan.repair;
     if (!repair.recoded) {
         const std::uint64_t present = plan.facts.fileBytes - repair.dataStart;
-        return mostPictures == UINT64_MAX ? present : std::min(present, bytesOfPictures(repair, mostPictures));
+        return maxPictures == UINT64_MAX ? present : std::min(present, bytesOfPictures(repair, maxPictures));
     }
     std::uint64_t bytes = 0, visited = 0;
     forEachWholeSurface(*repair.recoded, [&](const Surface& surface) {
         bytes += recodingOf(*repair.recoded->recoded)->recodedRowBytes(surface.width) * surface.height;
-        return ++visited < mostPictures;
+        return ++visited < maxPictures;
     });
     return bytes;
 }
 
-void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor, std::uint64_t mostPictures) {
+void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor, std::uint64_t maxPictures) {
     const Repair& repair = plan.repair;
     const std::vector<unsigned char> header = headerBytes(repair.facts);
-    if (repair.recoded) return writeRecoded(input, *repair.recoded, header, descriptor, mostPictures);
-    writeParts(input, {{repair.dataStart, repairedBytes(plan, mostPictures)}}, header, descriptor);
+    if (repair.recoded) return writeRecoded(input, *repair.recoded, header, descriptor, maxPictures);
+    writeParts(input, {{repair.dataStart, repairedBytes(plan, maxPictures)}}, header, descriptor);
 }
 
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::string& output, Existing existing) {

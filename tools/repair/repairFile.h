@@ -39,13 +39,13 @@ struct RepairPlan {
 RepairPlan planRepair(const FileFacts& facts, bool mayRecode = false);
 
 // Returns how many bytes of data writeRepaired copies.
-std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t mostPictures);
+std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t maxPictures);
 
-// Writes the repaired file to an open file. Requires a plan that helps. Writes the data of the first mostPictures (at
+// Writes the repaired file to an open file. Requires a plan that helps. Writes the data of the first maxPictures (at
 // least 1) mipmaps, faces, slices and elements only, whatever the header says. Throws FileError for the input,
 // OutputError for the output, and Interrupted after a signal.
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor,
-                   std::uint64_t mostPictures = UINT64_MAX);
+                   std::uint64_t maxPictures = UINT64_MAX);
 // Writes the same to a file that appears whole or not at all.
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::string& output, Existing existing);
 
