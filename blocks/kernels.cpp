@@ -38,7 +38,7 @@ const KernelSet& bestKernels() {
 
 namespace {
 
-// Chosen when the program or plug-in is loaded: a child of fork would wait forever for a thread that was choosing.
+// Chosen at load time. If one thread chose on first use while another called fork, the child would wait forever.
 [[maybe_unused]] const KernelSet& chosenAtLoad = bestKernels();
 
 }  // namespace
@@ -56,8 +56,8 @@ MaskField makeMaskField(std::uint32_t mask) {
 
     // Claim: floor(q) = (p x m + a) >> 55, where q = 255 x p / f, f the field, p a lifted pixel, m the multiplier and a
     // the addend.
-    // 1. p <= f and 2^31 <= f < 2^32. Both are multiples of 2^8, so q is a multiple of 2^8 / f: unless q is whole, the
-    //    next whole number is at least 2^8 / f > 2^-24 above it.
+    // 1. p <= f and 2^31 <= f < 2^32. p and f are multiples of 2^8, since at most 24 bits count. So q is a multiple of
+    //    2^8 / f: unless q is whole, the next whole number is at least 2^8 / f > 2^-24 above it.
     // 2. m is the whole number nearest to 255 x 2^55 / f, at most 1/2 away. So p x m / 2^55 differs from q by at most
     //    p / 2^56 <= f / 2^56 < 2^-24.
     // 3. If m was rounded up, a = 0 and q <= p x m / 2^55 < q + 2^-24: the same whole part, by 1.

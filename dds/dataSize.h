@@ -59,8 +59,8 @@ constexpr std::uint64_t pairRowBytes(std::uint32_t width) {
     return 4 * ceilQuotient(width, 2);
 }
 
-// The row size used for the limit of a picture with a Direct3D code: the size in the file, but 6 bytes per pixel for
-// pixel pairs.
+// The row size that is compared with largestBlock, for formats with a Direct3D code: the size in the file, but 6 bytes
+// per pixel for pixel pairs.
 constexpr std::uint64_t codeLimitRowBytes(const Format& format, std::uint32_t width) {
     return std::uint64_t{format.has(pixelPairs) ? 6U : format.bytesPerPixel} * width;
 }
@@ -77,7 +77,7 @@ constexpr std::uint32_t blockBytesOf(const Format* format) {
     return format == nullptr ? 16 : format->blockBytes;
 }
 
-// The whole blocks of an image.
+// All blocks of an image, including those that an edge cuts.
 constexpr std::uint64_t allBlocksBytes(std::uint32_t width, std::uint32_t height, std::uint32_t blockBytes) {
     return saturatingProduct(ceilQuotient(width, 4), ceilQuotient(height, 4), blockBytes);
 }

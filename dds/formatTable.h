@@ -54,7 +54,8 @@ struct Masks {
 // The ways of recoding the pixels of formats that are not decoded.
 enum class Recoding : std::uint8_t { swizzledBlocks, xrBias, l6v5u5, x8l8v8u8, a2w10v10u10, uyvy, yuy2 };
 
-// How to decode data whose format, as the file names it, is not decoded or decodes wrongly.
+// Another way to name or convert the data of a format which, under the file's name for it, is not decoded or decodes
+// wrongly.
 struct Remedy {
     enum class Kind : std::uint8_t {
         none,      // impossible; Format::what says why
@@ -76,18 +77,18 @@ struct Format {
     NamedBy namedBy = NamedBy::code;
     std::uint32_t id = 0;  // the code, DXGI number or flag; for masks the Direct3D number, or 0
     const char* name = "";
-    const char* what = "";           // a clause that describes a format which is not decoded by this id
-    Loader loader = Loader::none;    // none: not decoded
-    std::uint32_t code = 0;          // the dwFourCC that the loader works by; 0 if it does not use it
-    std::uint32_t pixelFlags = 0;    // DDPF flags that name the format without its code, with bits and masks
-    Masks masks{};                   // for bit-mask formats, and for pixelFlags
+    const char* what = "";         // a clause that describes a format which is not decoded by this id
+    Loader loader = Loader::none;  // none: not decoded
+    std::uint32_t code = 0;        // the dwFourCC that the loader works by; 0 if it does not use it
+    std::uint32_t pixelFlags = 0;  // DDPF flags that name the format without a code, together with bit count and masks
+    Masks masks{};                 // for bit-mask formats, and for pixelFlags
     std::uint8_t bytesPerPixel = 0;  // in the file; 0: as the header says, or block-compressed
     PixelLayout layout = MaskedBits;
     std::uint8_t channels = 0;  // 0: as the header says
     std::uint16_t traits = 0;   // Trait bits
     BlockKernel kernel = BlockKernel::none;
     std::uint8_t blockBytes = 0;  // of a 4 by 4 block; 0: not block-compressed
-    std::uint32_t sameDxgi = 0;   // the DXGI format of the same data if the two share no code; 0: none
+    std::uint32_t sameDxgi = 0;   // the DXGI format of the same data, if its row has another code; 0: none
     Remedy remedy{};
 
     constexpr bool has(unsigned anyOf) const { return (traits & anyOf) != 0; }
@@ -124,7 +125,7 @@ const Format* findUndecodedFlag(std::uint32_t pixelFormatFlags);
 std::uint32_t maskedChannels(const DDS_PIXELFORMAT& pixelFormat);
 // Returns the bytes of a bit-mask pixel. A pixel of fewer than 8 bits counts as one byte per channel.
 std::uint32_t maskedPixelBytes(const DDS_PIXELFORMAT& pixelFormat);
-// Returns the row of bit-mask data; one for any masks if none has a row of its own.
+// Returns the row with these masks, or the general row for any masks.
 const Format& findMasks(const DDS_PIXELFORMAT& pixelFormat);
 // Returns the DDS_PIXELFORMAT.dwFlags for a row of masks.
 std::uint32_t flagsOfMasks(const Format& row);

@@ -30,7 +30,7 @@ std::string remedyText(const Explanation& file);
 std::string summaryOf(const Explanation& file);
 
 // Returns the one name of the file's format by which files can be grouped: "BC1 (DXT1)", "BC7 sRGB (DXGI 99)" or
-// "R8G8B8A8". It names the data, however the file does; "none" if the file names no format.
+// "R8G8B8A8". The name is the same whichever way the file names the format; "none" if it names none.
 std::string formatLabel(const Explanation& file);
 // Returns what the file calls its format, decoded or not, with masks if they name it.
 std::string namedFormat(const Explanation& file);

@@ -1,4 +1,5 @@
-// A sentence for each cause and each surprise, with the numbers of the file in it.
+// Writes a sentence for each reason why a file has no picture, and for each surprise in a decoded one, with values from
+// its header.
 #include "explain/findings.h"
 
 #include <algorithm>
@@ -64,7 +65,7 @@ std::string unknownCode(const DDS_PIXELFORMAT& format) {
 }
 
 std::string missingDataText(const Verdict& verdict) {
-    // The data of an unknown code is required all the same.
+    // The data must be complete even if its code is unknown.
     return textOf(verdict.format == nullptr ? "The data, taken as blocks of 16 bytes, is " : "The data is ",
                   bytesText(verdict.bytesExpected - verdict.bytesPresent), " short: the header requires ",
                   verdict.bytesExpected, ", the file has ", verdict.bytesPresent, ".");
@@ -277,7 +278,7 @@ Grade gradeOf(const std::vector<Finding>& findings) {
 
 std::vector<Finding> causesOf(const FileFacts& facts, const Verdict& verdict) {
     const std::string notDds = notDdsText(facts);
-    // In another format, what is in the place of the header means nothing.
+    // If the file is not DDS, the bytes in the place of the header have no meaning.
     if (!notDds.empty() && facts.fileBytes != 0) {
         const char* id = otherFileText(facts).empty() ? "not-recognised" : "other-file";
         return {{id, "The file " + notDds + ".", Grade::unreadable}};

@@ -27,7 +27,7 @@ bool hasCause(const Draft& draft, Refusal refusal) {
     return draft.verdict.refusal == refusal || draft.verdict.secondRefusal == refusal;
 }
 
-// Sets the size of a file whose data moves from dataStart to the end of a header of another length.
+// Updates the file size after the length of the headers changed from dataStart to newHeaderBytes.
 void updateFileSize(Draft& draft, std::uint64_t dataStart, std::uint64_t newHeaderBytes) {
     draft.facts.fileBytes = draft.facts.fileBytes - dataStart + newHeaderBytes;
 }
@@ -65,7 +65,7 @@ DDS_HEADER& headerOf(Draft& draft) {
 const Format* formatToRepair(const Draft& draft) {
     const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
     const Format* bumpMap = findBumpMap(format);
-    // Masks never read data as signed, whatever other flags are set.
+    // Decoding by masks always gives unsigned values, so a signed bump map needs its remedy even if it is decoded.
     if (bumpMap != nullptr && bumpMap->remedy.kind == Remedy::Kind::dxgi) return bumpMap;
     switch (draft.verdict.refusal) {
         case Refusal::dxgiRejected:
@@ -108,8 +108,8 @@ namespace {
 
 // Each rule fixes its fault and returns a sentence for the change, or an empty one if the file does not have the fault.
 
-// Returns whether the code is to be trusted rather than the flags: a block code if the file is too small for what the
-// flags say.
+// Returns whether to trust the code and not the flags: "DX10" if a DX10 header can follow; a block code if the data is
+// too short for the flags, or if the bit count is 0.
 bool isCodeRight(const Draft& draft, const DDS_PIXELFORMAT& format) {
     if (format.dwFourCC == dx10Code) return canHaveDx10Header(draft.facts);
     const bool isTooSmall = draft.verdict.bytesPresent < draft.verdict.bytesExpected;
@@ -164,7 +164,7 @@ std::string replaceDxgiByMasks(Draft& draft, const Format& row) {
     std::string sentence =
         textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks, ".");
     if (dx10.arraySize > 1) sentence += textOf(" The array size ", dx10.arraySize, " is lost.");
-    // Masks mean straight alpha, the mode below premultiplied.
+    // Masks imply straight alpha, so the modes from premultiplied on would be lost.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
         sentence += textOf(" The alpha mode, ", alphaMode, ", is lost.");
     return sentence;
@@ -210,7 +210,7 @@ Remark nameKnownData(Draft& draft) {
             return {"code-of-luminance", byOwnFlags(draft, *row)};
         case Remedy::Kind::dxgi:
             if (isDxgi) return {"dxgi-of-depth", replaceDxgiByDxgi(draft, *row)};
-            // A format that flags name, too, is a signed bump map.
+            // A format that flags can name as well is a signed bump map.
             return {row->pixelFlags != 0 ? "signed-data" : "code-of-dxgi", replaceCodeByDxgi(draft, *row)};
         case Remedy::Kind::recoding:
         case Remedy::Kind::none:

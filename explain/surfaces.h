@@ -49,16 +49,16 @@ SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict, cons
 // Visits the surfaces that the file has in full, in their order, until a visit returns false.
 void forEachWholeSurface(const SurfaceLayout& layout, const std::function<bool(const Surface&)>& visit);
 
-// Visits each size of these surfaces with the count that has it, in as many steps as there are levels.
+// Calls visit with each size of these surfaces and their number. The time depends on the number of mipmap levels only.
 void forEachWholeSize(const SurfaceLayout& layout,
                       const std::function<void(std::uint32_t width, std::uint32_t height, std::uint64_t count)>& visit);
-// Returns the count of these surfaces.
+// Returns the number of these surfaces.
 std::uint64_t wholeSurfaces(const SurfaceLayout& layout);
 
 // Returns "-array00-face0+x-mip00-slice000" without the parts that do not vary.
 std::string surfaceName(const SurfaceLayout& layout, const Surface& surface);
 
-// Returns the facts of a file of that surface alone.
+// Returns the facts that a file with only this surface would have.
 FileFacts factsOfSurface(const SurfaceLayout& layout, const Surface& surface);
 
 }  // namespace kpx

@@ -97,7 +97,7 @@ int imageReadOpen(ImageHandle* handle) {
         isDescribed = describe(*handle->descriptor, *reader);
     }
     if (!isDescribed) {
-        // While the host handles the report, the reader is still in its slot.
+        // Report first: while the host handles the report, it still finds the reader in pluginData.
         kpx::reportNoMemory();
         reader.reset();
         kpx::detachPrivateBlock(handle);

@@ -1,6 +1,6 @@
-// The extension module _kpximage under the package kpximage: paths are bytes, channels a string of one letter each,
-// objects JSON. An error of a file is a Failure with the tool's sentence, errno or None, and whether the file is the
-// output.
+// The extension module _kpximage, below the package kpximage. Paths are passed as bytes, channels as a string with one
+// letter each, and dictionaries as JSON text. An error of a file is a Failure with a sentence, errno or None, and
+// whether the file is the output.
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <pybind11/functional.h>
@@ -36,9 +36,9 @@ namespace {
 
 namespace py = pybind11;
 
-// Releases the interpreter lock while it lives. If the interpreter has ended by then, it unwinds the stacks of the
-// threads that ask for the lock. These stacks hold Python objects, which must not be touched any more, so the thread
-// sleeps until the process ends, as later versions of Python do.
+// Releases the interpreter lock for its lifetime. If the interpreter has ended when the destructor requests the lock,
+// Python unwinds the stack of this thread. The stack has Python objects, which must not be touched any more, so the
+// thread sleeps until the process ends, as later versions of Python do.
 class Unlocked {
 public:
     Unlocked() : m_state(PyEval_SaveThread()) {}
@@ -191,8 +191,8 @@ host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& va
     throw tool::UsageError(std::string("alpha: ") + error.what());
 }
 
-// Writes a DDS file. `tell` is called with the note about a complete file, if there is one; if it raises, no file is
-// left.
+// Writes a DDS file. Before the complete file gets its name, `tell` is called with the writer's note, if it has one. If
+// `tell` raises, no file is left.
 void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
                   const std::function<void(const std::string&)>& tell) {
     if (pixels.ndim() != 3 || pixels.shape(2) != static_cast<py::ssize_t>(names.size()))

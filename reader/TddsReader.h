@@ -40,15 +40,15 @@ public:
     // overwrites them. Null if y is outside the picture.
     unsigned char** getScanlineChannelsAsBytes(int y);
 
-    // The members from here to the last loader, and those in decoderMembers.cpp, are steps of open for callers of the
-    // class. The plug-in only calls open.
+    // The members from here to the last loader, and those in decoderMembers.cpp, are steps of open. They are public
+    // only for other users of the class: the plug-in just calls open.
 
     // Converts the first width() x height() x channels bytes of the picture from signed-normalised to unsigned. Does
     // nothing to floats.
     void convertSnorm();
 
-    // The loaders read the image from the stream's position and return 0, or -1 on failure. A loader that fails leaves
-    // its buffer and fields to open. Pixels missing from a short file are zero.
+    // The loaders read the image from the stream's position and return 0, or -1 on failure. A loader that fails does
+    // not clean up; open does. Pixels missing from a short file are zero.
     int loadUncompressedImage(std::FILE* stream);
     int loadFloatingPointImage(std::FILE* stream);
     int loadR11G11B10FloatingPointImage(std::FILE* stream);
@@ -83,7 +83,7 @@ private:
     int prepareChannelRows();
     int finishOpen(std::FILE* stream, Loader loader);
 
-    // Returns the row that a loader reads by: the chosen one while open runs, else the one that the header names; null
+    // Returns the format that a loader reads: the chosen one while open runs, else the one that the header names; null
     // if there is none.
     const Format* formatFor(Loader loader) const;
     LoadPlan planFor(Loader loader, const Format* format) const;
@@ -92,7 +92,7 @@ private:
     bool begin(const LoadPlan& plan);
     // Reads into the pixel buffer and counts the bytes.
     void readPixels(std::FILE* stream, std::uint64_t bytes);
-    // Counts bytes of the pixel buffer that the file supplied, after making signed ones unsigned.
+    // Adds bytes that the file supplied to m_arrivedBytes, after converting signed ones to unsigned.
     void noteArrived(std::uint64_t bytes);
     int loadPixelPairs(std::FILE* stream, bool greenFirst);
     int loadHighBytes(std::FILE* stream);
@@ -106,7 +106,7 @@ private:
     void outputFloats(const PixelRow& row, const LayoutRow& layout);
     bool isBC6HSigned() const { return m_dx10Header.dxgiFormat == dxgiBC6HSigned; }
 
-    // The fields up to m_isSnorm have the order and names that callers of the class know.
+    // Do not rename or reorder the fields up to m_isSnorm: other code depends on them.
     std::uint32_t m_width;
     std::uint32_t m_height;
     std::uint32_t m_rowBytes;  // bytes of a stored row; for float layouts the number of floats

@@ -8,8 +8,8 @@
 namespace kpx {
 namespace {
 
-// The Direct3D float codes, which are read as floats whatever the flags say. CODE_RGB_FLOAT32 is not one of them: this
-// system uses it for a DX10 header.
+// The Direct3D float codes, which are read as floats whatever the flags say. CODE_RGB_FLOAT32 is not one of them: no
+// file has it; rewriteForDxgi sets it for a DXGI format.
 constexpr std::uint32_t firstFloatCode = 111;
 constexpr std::uint32_t lastFloatCode = 116;
 
@@ -86,7 +86,7 @@ void planPicture(LoadPlan& plan, std::uint64_t storedRowBytes, std::uint64_t lim
 }
 
 void planUncompressed(LoadPlan& plan, const Format& format) {
-    // Alpha-only data is selected by the file's own mask, also under a DX10 header.
+    // For alpha-only data the file's alpha mask chooses the row, also under a DX10 header.
     const Format& row = format.channels == 1 ? findMasks(plan.pixelFormat) : format;
     plan.channels = maskedChannels(plan.pixelFormat);
     plan.layout = row.layout;
@@ -102,7 +102,8 @@ void planFloats(LoadPlan& plan, const Format& format) {
     applyFormat(plan, format);
     expectRows(plan, floatFileRowBytes(format, plan.width));
     plan.rowBytes = plan.fileRowBytes;
-    // A row of the file is never longer than a row of the picture. These loaders print nothing.
+    // A row of the file is never longer than a row of the picture, so one limit covers both. These loaders print
+    // nothing.
     const std::uint64_t rowBytes = floatRowBytes(format, plan.width);
     planPicture(plan, rowBytes, rowBytes, nullptr);
 }
@@ -130,7 +131,8 @@ void planCompressed(LoadPlan& plan, const Format* format, std::uint32_t linearSi
     plan.channels = 4;
     plan.layout = BytesARGB;
     if (format != nullptr) applyFormat(plan, *format);
-    // At most 4 GiB if the picture is: a block of 16 bytes has at least one column of four 4-byte texels.
+    // If the picture fits 4 GiB, so does its data: a block has at most 16 bytes, and a single column of its texels
+    // already takes 16 bytes in memory.
     plan.bytesExpected = compressedBytes(plan.width, plan.height, blockBytesOf(format), linearSize);
     const std::uint64_t rowBytes = compressedRowBytes(format, plan.width);
     planPicture(plan, rowBytes, rowBytes, noMemoryMessage);

@@ -78,7 +78,7 @@ struct LoadPlan {
     std::uint64_t storedRowBytes;  // of a row in memory
     std::uint64_t pictureBytes;    // in memory; pixel pairs count as 6 bytes per pixel
     std::uint64_t wholeRows;       // rows of the decoded picture that the file supplies in full
-    std::uint64_t rowBytes;        // the larger of the two row buffers: of the file, and the channel rows
+    std::uint64_t rowBytes;        // the larger of two buffers: a row of the file, and the channel rows of a scanline
 
     std::uint32_t colourChannels() const { return channels - (hasAlpha ? 1 : 0); }
 };

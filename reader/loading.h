@@ -10,7 +10,7 @@
 
 namespace kpx {
 
-// Data that is converted while it is read is read in groups of rows of about this many bytes, which fit in the cache.
+// Data that needs conversion is read in groups of rows. A group has about this many bytes, which fit in the cache.
 inline constexpr std::uint64_t readGroupBytes = std::uint64_t{256} << 10;
 
 // Reads up to count records of recordBytes bytes each, in groups.

@@ -7,7 +7,7 @@
 namespace kpx {
 namespace {
 
-// Finds the channel row of each byte of a pixel whose masks are whole bytes: three or four of its first bytes, one per
+// If every mask is exactly one of the first bytes of a pixel, sets the row of each of these bytes to that of its
 // channel. Returns false for other masks.
 bool rowsOfWholeBytes(const std::uint32_t (&masks)[4], std::uint32_t channels, std::uint32_t bytesPerPixel,
                       unsigned char* const* channelRows, unsigned char* (&rows)[4]) {

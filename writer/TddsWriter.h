@@ -30,8 +30,8 @@ public:
     bool lacksMemory() const { return m_lacksMemory; }
 
     // Stores scanline y (0 is the bottom of the picture) from one row per channel, in the order red, green, blue,
-    // matte. Each row has width values. The file gets channels 2, 1, 0 and 3 of four, else the last to the first.
-    // Returns 0, or -1 if y is outside the image.
+    // matte. Each row has width values. With four channels the file has them in the order 2, 1, 0, 3; else in reverse
+    // order. Returns 0, or -1 if y is outside the image.
     int setScanlineChannelsAsBytes(int y, unsigned char** rows);
 
     // Writes the file and releases everything; safe to call repeatedly. Write errors are not reported.

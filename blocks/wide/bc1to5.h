@@ -25,7 +25,7 @@ KPX_INLINE void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wi
               {unpackLow16(ar0, gb0), unpackHigh16(ar0, gb0), unpackLow16(ar1, gb1), unpackHigh16(ar1, gb1)});
 }
 
-// Returns the four texels of a BC1 colour block, which is bytes 0 to 7 of each lane.
+// Returns the four palette colours of a BC1 colour block, which is bytes 0 to 7 of each lane.
 //
 // Widening a channel c of n bits to floor(c x 255 / (2^n - 1)) takes two multiplications:
 // 1. The first aligns the channel to c << 4 (n = 5) or c << 3 (n = 6).
@@ -89,7 +89,7 @@ KPX_INLINE void storeColourAndAlpha(unsigned char* out, std::size_t rowBytes, Wi
 // 3. v x e / 2^16 < v / 2^16 < 1 / a, since v x a <= 255 x 255 < 2^16: the sum has the same whole part.
 // Alpha 0 has R = 2^16. R of alpha 1 is 2^24, so that R >> 16 = 256 still fits a word.
 //
-// R >> 16 and R mod 2^16 of sixteen alphas per lane: those of texels 0 to 7, then those of 8 to 15.
+// whole is R >> 16, rest is R mod 2^16. Element 0 is for texels 0 to 7 of each lane, element 1 for texels 8 to 15.
 struct Reciprocals {
     Wide whole[2], rest[2];
 };
@@ -170,7 +170,7 @@ constexpr int seventh = 9363;
 constexpr int fifth = 13108;
 constexpr LaneWords lastEntry{{0, 0, 0, 0, 0, 0, 0, 255}};
 constexpr LaneBytes endpointPairs{{0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1}};
-// Byte orders that copy an endpoint to the high byte of every word.
+// Shuffle masks that copy an endpoint to the high byte of every word.
 constexpr LaneBytes firstEndpoint{
     {zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0, zeroByte, 0}};
 constexpr LaneBytes secondEndpoint{
@@ -206,7 +206,7 @@ KPX_INLINE Wide signedPalette(Wide block) {
     return packBytes(entries, entries);
 }
 
-// Returns the sixteen 3-bit indices from bit 16 of each lane on as bytes.
+// Returns, as bytes, the sixteen 3-bit indices that start at bit 16 of each lane.
 KPX_INLINE Wide threeBitIndices(Wide block) {
     constexpr LaneBytes low{{2, 3, 2, 3, 2, 3, 3, 4, 3, 4, 3, 4, 4, 5, 4, 5}};
     constexpr LaneBytes high{{5, 6, 5, 6, 5, 6, 6, 7, 6, 7, 6, 7, 7, zeroByte, 7, zeroByte}};
@@ -232,7 +232,7 @@ KPX_INLINE Reciprocals reciprocalsOfPalette(Wide palette, Wide indices) {
     const Wide low = spread32(0xFFFF);
     const Wide whole = packWords(shiftRight32<16>(first), shiftRight32<16>(second));
     const Wide rest = packWords(first & low, second & low);
-    // Orders for the two bytes of a word.
+    // Shuffle masks that pick both bytes of the word of each index.
     const Wide twofold = shiftLeft16<1>(indices);
     const Wide next = twofold | spread8(1);
     const Wide order[2] = {unpackLow8(twofold, next), unpackHigh8(twofold, next)};

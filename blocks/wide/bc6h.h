@@ -1,6 +1,5 @@
 // Decodes BC6H. All endpoint fields of a block are gathered in words, each channel gets a palette of sixteen half
-// floats, and texels are picked from it byte by byte. Each mode is an instance of one routine for its row of the mode
-// table.
+// floats, and texels are picked from it byte by byte. One template is instantiated for each row of the mode table.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +23,7 @@ KPX_INLINE Wide signExtend(Wide value, Wide top) {
     return sub16(value ^ top, top);
 }
 
-// Returns the endpoints as stored.
+// Returns the endpoints as stored: R, G, B and nothing of region n's two endpoints in lane n.
 template <int mode>
 KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
     constexpr const kpx::Bc6FieldLayout& layout = kpx::bc6Wide<mode>;
@@ -91,8 +90,8 @@ constexpr PaletteWeights paletteWeights(const std::uint16_t (&weights)[entries])
 constexpr PaletteWeights paletteWeights3 = paletteWeights(kpx::bcWeights3);
 constexpr PaletteWeights paletteWeights4 = paletteWeights(kpx::bcWeights4);
 
-// Returns the sixteen values of a channel as half floats. Scaling by 31 / 64 or 31 / 32 is a high multiplication, and
-// exact.
+// Returns the sixteen values of a channel as half floats. Unsigned values are scaled by 31 / 64, signed ones by 31 /
+// 32, by taking the high word of a product, which truncates as the format requires.
 template <bool isSigned>
 KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
     if constexpr (isSigned) {
@@ -102,7 +101,7 @@ KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
         const Wide halfs = mulHigh16(abs16(values), spread16(31 << 11));
         return halfs | (sign16(halfs, values) & spread16(0x8000));
     } else {
-        // The multiplication is signed, so 0x8000 was subtracted from the endpoints, that is 64 x 0x8000 from each sum.
+        // The multiplication is signed, so bc6hTile subtracted 0x8000 from the endpoints; base adds 64 x 0x8000 again.
         const Wide base = spread32((64 << 15) + 32);
         const Wide first = add32(mulAddSigned16(pairs, load(&weights.pairs[0])), base);
         const Wide second = add32(mulAddSigned16(pairs, load(&weights.pairs[1])), base);
@@ -119,12 +118,12 @@ KPX_INLINE Wide pickChannel(Wide ends, const PaletteWeights& weights, Wide indic
     constexpr LaneBytes apart{{0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15}};
     constexpr LaneBytes together{{0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15}};
     const Wide palette = makePalette<isSigned>(shuffle8(ends, loadTwice(&pair)), weights);
-    // Low bytes in lane 0 and high bytes in lane 1, so that both use the same index.
+    // Lane 0 gets the low bytes of all entries, lane 1 the high bytes, so that one index vector picks both.
     const Wide bytes = crossHalves(shuffle8(palette, loadTwice(&apart)));
     return shuffle8(crossHalves(shuffle8(bytes, indices)), loadTwice(&together));
 }
 
-// Returns the palette entry of each texel, in both lanes.
+// Returns the palette index of each texel, in both lanes.
 template <int regions>
 KPX_INLINE Wide bc6Indices(std::uint64_t high) {
     if constexpr (regions == 1) {
@@ -150,7 +149,7 @@ KPX_INLINE void bc6hTile(const unsigned char* block, unsigned char* out, std::si
     const Wide g = pickChannel<isSigned, 1>(ends, weights, indices);
     const Wide b = pickChannel<isSigned, 2>(ends, weights, indices);
 
-    // Only endpoints of 16 bits reach -65536.0, whose exponent means infinity in IEEE 754.
+    // Only a signed endpoint of 16 bits can become 0xFC00, which is -65536.0 here and minus infinity in IEEE 754.
     constexpr bool finite = !(isSigned && row.precision == 16);
     const Wide one = spread16(0x3C00);
     for (std::size_t i = 0; i < 2; ++i) {

@@ -77,7 +77,7 @@ KPX_TARGET void splitBytes4(const kpx::PixelRow& row, unsigned char* const* rows
     }
 }
 
-// Returns the bytes of vector v that belong to a channel, for pixels of three bytes.
+// Returns the shuffle mask that moves the bytes of a channel from a vector to their pixels, of three bytes each.
 constexpr LaneBytes threeByteOrder(int vector, int channel) {
     LaneBytes order{};
     for (int i = 0; i < 16; ++i) {
@@ -120,7 +120,7 @@ KPX_TARGET void splitFloats4(const kpx::PixelRow& row, float* const* rows) {
     kpx::plainKernels.splitFloats4(restOf(row, x, 16), rest);
 }
 
-// Loads 32 pixels of 1 or 2 bytes as 16-bit words. Vector v has pixels 8v to 8v + 7 in lane 0, and those 16 further on
+// Loads 32 pixels of 1 or 2 bytes as 16-bit words. Vector v has pixels 8v to 8v + 7 in lane 0, and 16 + 8v to 23 + 8v
 // in lane 1.
 template <std::size_t bytesPerPixel>
 KPX_INLINE void loadShortPixels(const unsigned char* pixels, Wide (&words)[2]) {
@@ -156,8 +156,8 @@ KPX_INLINE void loadPixels(const unsigned char* pixels, Wide (&words)[4]) {
 template <std::size_t bytesPerPixel>
 constexpr std::size_t pixelsRead = bytesPerPixel == 3 ? 34 : 32;
 
-// kpx::MaskField as vectors. This local copy cannot alias a row: the compiler would reload the members of the field
-// itself after every store.
+// kpx::MaskField as vectors. A local copy, because a row may alias the field: the compiler would reload its members
+// after every store.
 struct WideField {
     int lift;
     bool fitsWord;
@@ -276,7 +276,7 @@ void extractMasks(const kpx::PixelRow& row, std::size_t bytesPerPixel, const kpx
     }
 }
 
-// Returns which of sixteen bytes of a row go into vector v, for pixels of three bytes.
+// Returns the shuffle mask that moves the bytes of a row to their places in a vector of pixels of three bytes.
 constexpr LaneBytes joinedOrder(int vector, int unit) {
     LaneBytes order{};
     for (int i = 0; i < 16; ++i) {

@@ -1,4 +1,4 @@
-// The repair of one file: the plan, and the repaired copy; or the file itself, whose original is kept as FILE.orig.
+// Plans the repair of a file, writes a repaired copy, or repairs the file in place and keeps its original as FILE.orig.
 #pragma once
 
 #include <cstdint>
@@ -41,9 +41,9 @@ RepairPlan planRepair(const FileFacts& facts, bool mayRecode = false);
 // Returns how many bytes of data writeRepaired copies.
 std::uint64_t repairedBytes(const RepairPlan& plan, std::uint64_t maxPictures);
 
-// Writes the repaired file to an open file. Requires a plan that helps. Writes the data of the first maxPictures (at
-// least 1) mipmaps, faces, slices and elements only, whatever the header says. Throws FileError for the input,
-// OutputError for the output, and Interrupted after a signal.
+// Writes the repaired file to an open file. Requires a plan that helps. Writes at most maxPictures (at
+// least 1) pictures, of which every mipmap, face, slice and element counts as one. The header is the same for all.
+// Throws FileError for the input, OutputError for the output, and Interrupted after a signal.
 void writeRepaired(const OpenFile& input, const RepairPlan& plan, int descriptor,
                    std::uint64_t maxPictures = UINT64_MAX);
 // Writes the same to a file that appears whole or not at all.
@@ -52,9 +52,9 @@ void writeRepaired(const OpenFile& input, const RepairPlan& plan, const std::str
 // Appended to the name of the file for its original.
 inline constexpr const char* originalEnding = ".orig";
 
-// Replaces a file by its repaired copy if repair helps. The original is kept first, next to the file that a link points
-// to. At any moment the file is the old one or the new one. Throws FileError, also if another original is already kept,
-// and OutputError.
+// Replaces a file by its repaired copy if repair helps. Before that, the original is kept next to the file; for a link,
+// next to its target. At any moment the file is the old one or the new one. Throws FileError, also if another original
+// is already kept, and OutputError.
 RepairPlan repairInPlace(const std::string& path);
 
 // Puts the original back, unless this is a dry run. Returns false if none is kept. Throws FileError and OutputError.
