@@ -218,9 +218,11 @@ void BatchOptions::addTo(CLI::App& command, const char* whatPathsAre) {
     command.add_option("--files-from", list, "Read a list of paths from FILE, one per line")->type_name("FILE");
     command.add_flag("-r,--recursive", isRecursive, "Include the folders below a folder");
     command.add_option("-j,--jobs", jobs, "Number of files processed in parallel (default: one per CPU)")
-        ->check(CLI::Range(1, 256));
+        ->check(CLI::Range(1, 256, "1 to 256"))
+        ->type_name("N");
     command.add_flag("-q,--quiet", isQuiet, "Print no notes, no progress and no summary");
-    command.add_flag("-v,--verbose", isVerbose, "Print every message of every file instead of one for all alike");
+    command.add_flag("-v,--verbose", isVerbose,
+                     "Print every message; without this, one that several files share is printed once");
 }
 
 bool BatchOptions::isSingle() const {

@@ -18,21 +18,21 @@ struct BatchOptions {
     bool isRecursive = false;
     bool isQuiet = false;    // neither notes, progress nor summary
     bool isVerbose = false;  // every message of every file
-    bool isNaming = false;   // outputs have the inputs' names; the first of several gets a name
-    bool isOrdered = false;  // each file is reported before the work on the next
+    bool isNaming = false;   // outputs are named after their inputs; of equal names only the first is written
+    bool isOrdered = false;  // one file at a time, each reported before the next
     unsigned jobs = 0;       // files processed in parallel; 0: one per CPU
 
     // Adds PATH and the options to a command.
     void addTo(CLI::App& command, const char* whatPathsAre);
-    // Whether the run is about one file, named itself.
+    // Returns whether there is exactly one path, and it is a file.
     [[nodiscard]] bool isSingle() const;
 };
 
 // Works on one file and fills its report. What it throws becomes a message about the file.
 using Work = std::function<Outcome(const InputFile&, Report&)>;
 
-// Returns the files that the options name. Folders stand for their files with the first of these extensions that any
-// file has. The folder `leftOut` is not entered. Throws UsageError if there are no paths.
+// Returns the files that the options name. A folder stands for its files with the first of these extensions that occurs
+// in it. The folder `leftOut` is not entered. Throws UsageError if there are no paths.
 InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>& extensions = {".dds"},
                     const std::string& leftOut = "");
 

@@ -15,13 +15,13 @@
 namespace kpx::tool {
 namespace {
 
-// Findings of what is in the file and not in the output.
+// Ids of the findings about data that the output loses.
 constexpr const char* losses[] = {"first-of-many", "high-byte-only"};
 
 struct Arguments {
     BatchOptions batch;
     OutputOptions output;
-    std::string format;                // of files in a folder; empty: by what each image is
+    std::string format;                // of files in an output folder; empty: chosen for each image
     std::vector<std::string> options;  // of the plug-in, NAME=VALUE
     std::optional<double> exposure;    // in stops; none: chosen for each image
     std::optional<int> depth;          // 8: 16-bit channels may be reduced
@@ -147,7 +147,7 @@ Outcome Conversion::convert(const InputFile& input, Report& report) {
         }
     }
     auto source = openSource(m_settings.plugin, std::move(file), m_arguments.depth.has_value());
-    // The headers do not show a lack of memory.
+    // The headers promise a picture: if it is black all the same, memory was insufficient.
     if (source->isBlack() && outcome == Outcome::done) throw std::bad_alloc();
     const Opaque which = m_arguments.opaque == "all"  ? Opaque::all
                          : m_arguments.opaque.empty() ? Opaque::no
@@ -187,41 +187,46 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     arguments.batch.isNaming = true;
     arguments.batch.addTo(command.app, "DDS or PNG files, or folders of them");
     arguments.output.addTo(
-        command.app, "File ending in .png, .exr or .dds, or folder (created if PATH is a folder or OUT ends in \"/\")");
+        command.app, "Output file (.png, .exr or .dds), or folder (created if PATH is a folder or OUT ends in \"/\")");
     command.app
         .add_option("--format", arguments.format,
-                    "Format in a folder (default: EXR for floating-point textures, else PNG; DDS for PNG files)")
+                    "Format of files in an output folder (default: DDS for PNG files, EXR for floating-point textures, "
+                    "PNG for others)")
         ->check(CLI::IsMember(formatNames()));
     addExposure(command.app, arguments.exposure,
-                "Brighten floating-point textures by STOPS in 8-bit formats (default: auto, what fits each)");
+                "Exposure of floating-point textures in 8-bit files; auto (default) chooses it for each");
     command.app
         .add_option("--swizzle", arguments.swizzle,
-                    "Output channels, one to four of r g b a 0 1 z (z: third component of a unit normal). rgz "
-                    "completes a two-channel normal map, agz1 unpacks DXT5nm, agb1 RXGB")
+                    "Output channels, one to four of r g b a 0 1 z; z is computed as the third component of a unit "
+                    "normal. Use rgz "
+                    "for two-channel normal maps, agz1 for DXT5nm, agb1 for RXGB")
         ->check(CLI::Validator(complaintAboutSwizzle, "LETTERS"));
     command.app
         .add_flag("--opaque{unused}", arguments.opaque,
-                  "Drop alpha where the format does not use it (X8 formats); `all` drops it everywhere")
+                  "Drop alpha that the format does not use (X8 formats); `--opaque=all` drops all alpha")
         ->check(CLI::IsMember({"unused", "all"}));
-    command.app.add_option("--depth", arguments.depth, "Reduce PNG files of 16 bits per channel to 8")
+    command.app.add_option("--depth", arguments.depth, "Accept PNG input of 16 bits per channel, reduced to 8")
         ->check(CLI::IsMember({8}));
-    addChoice<ExrValues>(
-        command.app, "--exr", arguments.exr,
-        {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
-        "OpenEXR values: half (16 bits), float (32 bits) or source (default); PIZ compresses them, lossless");
+    addChoice<ExrValues>(command.app, "--exr", arguments.exr,
+                         {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
+                         "OpenEXR values: half (16 bits), float (32 bits) or source (default: as in the input); always "
+                         "compressed by PIZ, "
+                         "lossless");
     addChoice<PngEffort>(command.app, "--png", arguments.png,
                          {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
                          "PNG compression: fast (default) or smallest (usually 10 % smaller, up to 20 times slower)");
     command.app.add_flag("--pad", arguments.isPadded,
-                         "Repeat the last column in DDS files whose width is not a multiple of 4");
+                         "Widen DDS output to a multiple of 4 by repeating the last column");
     command.app
-        .add_option("--option", arguments.options,
-                    "Plug-in option for DDS files, such as \"Alpha=Output alpha\" (list: `kpximage formats`). "
-                    "Compression has no effect")
+        .add_option(
+            "--option", arguments.options,
+            "Plug-in option for DDS output, such as \"Alpha=Output alpha\" (list: `kpximage formats`). The option "
+            "Compression does nothing")
         ->type_name("NAME=VALUE");
     command.app.add_flag("--keep-black", arguments.keepsBlack,
                          "Also write the black pictures of files that cannot be decoded");
-    command.app.add_flag("--strict", arguments.isStrict, "Write no output for files that are wrong or suspect");
+    command.app.add_flag("--strict", arguments.isStrict,
+                         "Write no output for files graded wrong or suspect, and exit with 3");
 }
 
 }  // namespace kpx::tool

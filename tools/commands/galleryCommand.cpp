@@ -43,7 +43,7 @@ void addGalleryCommand(CLI::App& app, Invocation& invocation) {
         ->required()
         ->type_name("FOLDER");
     addExposure(command.app, arguments.settings.exposure,
-                "Brighten floating-point textures by STOPS (default: auto, what fits each)");
+                "Exposure of floating-point textures; auto (default) chooses it for each");
     command.app.add_option("--max-side", arguments.settings.maxSide, "Reduce larger pictures to this width or height")
         ->check(CLI::Range(16, 4096))
         ->capture_default_str();

@@ -24,9 +24,10 @@ void addExposure(CLI::App& command, std::optional<double>& stops, const std::str
 
 void OutputOptions::addTo(CLI::App& command, const std::string& whatItIs) {
     command.add_option("-o,--output", output, whatItIs)->type_name("OUT");
-    CLI::Option* force = command.add_flag("-f,--force", replacing.isForced, "Replace existing output files");
+    CLI::Option* force = command.add_flag("-f,--force", replacing.isForced, "Overwrite existing output files");
     command
-        .add_flag("-u,--update", replacing.isUpdating, "Replace output files older than their input and skip others")
+        .add_flag("-u,--update", replacing.isUpdating,
+                  "Write only output files that are missing or older than their input")
         ->excludes(force);
 }
 
@@ -36,7 +37,7 @@ void ListOptions::addTo(CLI::App& command) {
     std::vector<std::pair<std::string, Grade>> grades;
     for (int i = 0; i <= static_cast<int>(Grade::unreadable); ++i) grades.emplace_back(gradeName(Grade(i)), Grade(i));
     addChoice(command, "--only", only, grades, "Show only files of this grade or a worse one");
-    command.add_flag("--strict", isStrict, "Count suspect files as bad");
+    command.add_flag("--strict", isStrict, "Exit with 3 also if a file is suspect");
 }
 
 Outcome runJsonBatch(const InputFiles& inputs, const BatchOptions& options, bool json, const Work& work) {

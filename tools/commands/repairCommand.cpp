@@ -125,9 +125,9 @@ Command<Arguments> addRepairing(CLI::App& app, Invocation& invocation, const cha
     Arguments& arguments = command.arguments;
     arguments.batch.addTo(command.app, "DDS files, or folders of them");
     arguments.output.addTo(command.app,
-                           "Copy, or folder for copies (created if PATH is a folder or OUT ends in \"/\")");
+                           "File or folder for the changed copies (created if PATH is a folder or OUT ends in \"/\")");
     command.app.add_flag("--dry-run", arguments.isDryRun,
-                         "Write nothing and report what would change; exit with 3 if anything");
+                         "Only report what would change; exit with 3 if anything would");
     command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
     arguments.batch.isNaming = true;
     return command;
@@ -141,12 +141,12 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
         "Fix the headers of DDS files that cannot be decoded or decode wrongly. Pixel data is not changed");
     command.app.add_flag("--in-place", command.arguments.isInPlace,
                          "Repair the files themselves and keep the originals as FILE.orig");
-    command.app.add_flag("--undo", command.arguments.isUndo, "Put back the originals kept by --in-place");
+    command.app.add_flag("--undo", command.arguments.isUndo, "Restore the originals kept by --in-place");
 }
 
 void addRecodeCommand(CLI::App& app, Invocation& invocation) {
     addRepairing(app, invocation, "recode",
-                 "Convert the pixels of DDS files in a format that cannot be decoded to one that can")
+                 "Convert DDS files whose format cannot be decoded to one that can be; repairs headers as well")
         .arguments.isRecoding = true;
 }
 

@@ -85,9 +85,10 @@ void addSplitCommand(CLI::App& app, Invocation& invocation) {
                    "Write every mipmap, cube face, slice and array element of DDS files to its own file", run);
     Arguments& arguments = command.arguments;
     arguments.batch.addTo(command.app, "DDS files, or folders of them");
-    arguments.output.addTo(command.app,
-                           "Folder, created if needed, for files named NAME-array00-face0+x-mip00-slice000.dds without "
-                           "what does not vary");
+    arguments.output.addTo(
+        command.app,
+        "Folder, created if needed. Files are named NAME-array00-face0+x-mip00-slice000.dds; parts that are "
+        "the same for all are left out");
     command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
     arguments.batch.isNaming = true;
 }

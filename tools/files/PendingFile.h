@@ -32,7 +32,7 @@ public:
 
     // Whether commit() replaces this very file.
     [[nodiscard]] bool replaces(const struct stat& file) const;
-    // Keeps the file to be replaced under its name with this ending: as a hard link, or as a copy if links are not
+    // Keeps the file to be replaced, under its name plus this ending: as a hard link, or as a copy if links are not
     // possible. Throws OutputError, also if another file has that name.
     void keepEarlier(const std::string& ending);
     // Throws OutputError if the file to be replaced has been written or replaced since this file was created.

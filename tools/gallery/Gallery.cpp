@@ -1,4 +1,5 @@
-// The record of a file is JSON for the page's script: name, grade, findings, facts, versions of its picture, a strip.
+// Makes the record of each file, JSON for the page's script: name, grade, findings, facts, versions of its picture, and
+// a strip of its mipmaps, faces and slices.
 #include "tools/gallery/Gallery.h"
 
 #include <glib.h>
@@ -124,7 +125,7 @@ private:
     std::string m_prefix;  // of the names of its pictures
     Json m_record;
     double m_exposure = 0.0;  // of the latest version
-    bool m_isAdded = false;   // the file itself is in the page: later failures are of the page alone
+    bool m_isAdded = false;   // the file's own picture is in the page: later failures do not change its outcome
 };
 
 Outcome Entry::add(const OpenFile& file, Report& report) {

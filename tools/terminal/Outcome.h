@@ -12,10 +12,10 @@ enum class Outcome { done = 0, failed = 1, usage = 2, bad = 3 };
 inline constexpr const char* exitStatuses =
     "Exit status:\n"
     "  0  every file is fine\n"
-    "  1  a file could not be worked on\n"
+    "  1  a file could not be opened, read or written\n"
     "  2  wrong usage; nothing was done\n"
-    "  3  a file is graded black or wrong; with --strict, also suspect\n"
-    "If several apply, 2 comes before 1 and 1 before 3.";
+    "  3  a file is black (cannot be decoded) or wrong; with --strict, also suspect\n"
+    "If both 1 and 3 apply, the status is 1.";
 
 // Returns the outcome that counts for both.
 constexpr Outcome worse(Outcome a, Outcome b) {
