@@ -1,7 +1,6 @@
 // Looks names up in the table of formats and in a table of the flags.
 #include "explain/names.h"
 
-#include <cctype>
 #include <span>
 
 #include "dds/ddsFile.h"

@@ -2,7 +2,6 @@
 #include "explain/repairs.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 #include "dds/dataSize.h"

@@ -6,11 +6,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 
 #include "dds/checkedSize.h"
-#include "explain/FileError.h"
 
 namespace kpx {
 namespace {

@@ -22,12 +22,10 @@
 #include "tools/json/fileJson.h"
 #include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
-#include "tools/pictures/channelUse.h"
-#include "tools/pictures/keptMemory.h"
+#include "tools/pictures/PixelSource.h"
 #include "tools/pictures/outputs.h"
 #include "tools/pictures/values.h"
 #include "tools/plugin/pluginChoice.h"
-#include "tools/plugin/pluginOptions.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
 
@@ -109,7 +107,7 @@ py::str jsonText(const tool::Json& object) {
     return object.dump(-1, ' ', false, tool::Json::error_handler_t::replace);
 }
 
-// Returns the array, the names of its channels, why it is black or "", and the object of explain as JSON.
+// Returns the array, the names of its channels, why it is black or "", the grade, and the findings as JSON.
 py::tuple readPicture(const std::string& path) {
     const host::Plugin& readingPlugin = plugin();
     std::optional<tool::DdsSource> source;
@@ -129,7 +127,8 @@ py::tuple readPicture(const std::string& path) {
         const Unlocked unlocked;
         source.reset();
     }
-    return py::make_tuple(array, names, why, jsonText(tool::fileAsJson(path, explanation)));
+    return py::make_tuple(array, names, why, gradeName(explanation.grade),
+                          jsonText(tool::findingsAsJson(explanation.findings)));
 }
 
 // An array in memory as a picture that is written: bytes along the axes height, width and channels, with any strides.

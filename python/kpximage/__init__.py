@@ -162,12 +162,11 @@ def read(path: Path) -> Image:
     name = _file_name(path)
     plugin_path()
     with _errors_of(path):
-        array, channels, why_black, explained = _kpximage.read(name)
+        array, channels, why_black, grade, findings = _kpximage.read(name)
     picture: Image = array.view(Image)
     picture._names = tuple(channels)
     picture.is_black = bool(why_black)
-    file: "dict[str, Any]" = json.loads(explained)
-    picture.grade, picture.findings = file["grade"], tuple(file["findings"])
+    picture.grade, picture.findings = grade, tuple(json.loads(findings))
     if why_black:
         warnings.warn(_text(path, why_black), ImageWarning, stacklevel=2)
     return picture

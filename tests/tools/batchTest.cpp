@@ -12,7 +12,7 @@
 #include "tools/commands/Batch.h"
 #include "tools/files/PendingFile.h"
 #include "tools/plugin/StdoutGate.h"
-#include "tools/terminal/interrupts.h"
+#include "tools/terminal/errors.h"
 
 using namespace kpx;
 using namespace testing_support;

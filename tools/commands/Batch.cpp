@@ -19,9 +19,7 @@
 #include <thread>
 
 #include "explain/text.h"
-#include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "tools/files/inputFiles.h"
 #include "tools/terminal/Outcome.h"
-#include "tools/terminal/Report.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 

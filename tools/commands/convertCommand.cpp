@@ -1,6 +1,5 @@
 // kpximage convert: images to PNG, OpenEXR or DDS.
 #include <algorithm>
-#include <filesystem>
 
 #include "explain/text.h"
 #include "tools/commands/options.h"
@@ -9,7 +8,6 @@
 #include "tools/pictures/adjustedSource.h"
 #include "tools/pictures/outputs.h"
 #include "tools/plugin/pluginChoice.h"
-#include "tools/plugin/pluginOptions.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {

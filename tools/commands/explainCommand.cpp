@@ -8,7 +8,7 @@
 #include "tools/files/OpenFile.h"
 #include "tools/json/fileJson.h"
 #include "tools/plugin/pluginChoice.h"
-#include "tools/terminal/console.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

@@ -6,7 +6,7 @@
 #include "explain/names.h"
 #include "explain/text.h"
 #include "tools/commands/options.h"
-#include "tools/json/json.h"
+#include "tools/json/fileJson.h"
 #include "tools/plugin/pluginChoice.h"
 
 namespace kpx::tool {

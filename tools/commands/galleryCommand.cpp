@@ -2,8 +2,8 @@
 #include "tools/commands/options.h"
 #include "tools/gallery/Gallery.h"
 #include "tools/plugin/pluginChoice.h"
-#include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

@@ -8,8 +8,8 @@
 #include "tools/json/gradeText.h"
 #include "tools/pictures/DdsSource.h"
 #include "tools/plugin/pluginChoice.h"
-#include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

@@ -1,12 +1,10 @@
 // kpximage: inspects, converts and repairs DDS images through the host and its plug-in.
 #include <clocale>
-#include <iostream>
 
 #include "tools/commands/commands.h"
-#include "tools/pictures/keptMemory.h"
-#include "tools/terminal/console.h"
+#include "tools/pictures/PixelSource.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

@@ -6,8 +6,8 @@
 #include "tools/commands/options.h"
 #include "tools/json/fileJson.h"
 #include "tools/repair/repairFile.h"
-#include "tools/terminal/console.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

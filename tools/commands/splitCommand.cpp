@@ -5,11 +5,11 @@
 #include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/commands/options.h"
+#include "tools/json/fileJson.h"
 #include "tools/json/gradeText.h"
-#include "tools/json/json.h"
-#include "tools/repair/ddsCopy.h"
-#include "tools/terminal/console.h"
+#include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

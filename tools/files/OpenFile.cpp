@@ -5,10 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
-#include <utility>
-
-#include "explain/FileError.h"
 
 namespace kpx::tool {
 

@@ -5,18 +5,13 @@
 #include <sys/sendfile.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <random>
 
 #include "explain/text.h"
-#include "tools/files/OpenFile.h"
-#include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

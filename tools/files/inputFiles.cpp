@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <map>
 
-#include "explain/FileError.h"
-#include "tools/terminal/console.h"
+#include "explain/verdict.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 namespace {

@@ -12,15 +12,12 @@
 #include "explain/text.h"
 #include "explain/verdict.h"
 #include "tools/files/PendingFile.h"
-#include "tools/gallery/surfaceStrip.h"
 #include "tools/json/gradeText.h"
-#include "tools/json/json.h"
 #include "tools/pictures/DdsSource.h"
+#include "tools/pictures/PixelSource.h"
 #include "tools/pictures/adjustedSource.h"
-#include "tools/pictures/channelUse.h"
 #include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

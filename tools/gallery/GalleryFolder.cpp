@@ -17,7 +17,6 @@
 #include "assets.h"
 #include "tools/pictures/PngFile.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

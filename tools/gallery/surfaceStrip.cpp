@@ -1,13 +1,12 @@
 // Surfaces become files of their own, as "split" makes them.
-#include "tools/gallery/surfaceStrip.h"
+#include "tools/gallery/Gallery.h"
 
 #include "explain/surfaces.h"
 #include "explain/text.h"
 #include "tools/files/PendingFile.h"
 #include "tools/pictures/DdsSource.h"
-#include "tools/repair/ddsCopy.h"
+#include "tools/repair/repairFile.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

@@ -7,16 +7,6 @@
 namespace kpx::tool {
 namespace {
 
-Json findingsAsJson(const std::vector<Finding>& findings) {
-    Json array = Json::array();
-    for (const Finding& finding : findings) {
-        array.push_back(
-            {{"id", finding.id}, {"severity", gradeName(finding.severity)}, {"sentence", finding.sentence}});
-        if (*finding.advice != '\0') array.back()["advice"] = finding.advice;
-    }
-    return array;
-}
-
 Json remarksAsJson(const std::vector<Remark>& remarks) {
     Json array = Json::array();
     for (const Remark& remark : remarks) array.push_back({{"id", remark.id}, {"sentence", remark.sentence}});
@@ -57,6 +47,16 @@ Json pictureAsJson(const Verdict& verdict) {
 }
 
 }  // namespace
+
+Json findingsAsJson(const std::vector<Finding>& findings) {
+    Json array = Json::array();
+    for (const Finding& finding : findings) {
+        array.push_back(
+            {{"id", finding.id}, {"severity", gradeName(finding.severity)}, {"sentence", finding.sentence}});
+        if (*finding.advice != '\0') array.back()["advice"] = finding.advice;
+    }
+    return array;
+}
 
 std::string jsonText(const Json& object) {
     constexpr const char* digits = "0123456789abcdef";

@@ -5,7 +5,7 @@
 
 #include "explain/Explanation.h"
 #include "tools/terminal/Outcome.h"
-#include "tools/terminal/Report.h"
+#include "tools/terminal/messages.h"
 
 namespace kpx::tool {
 

@@ -3,11 +3,9 @@
 
 #include "dds/dataSize.h"
 #include "explain/text.h"
-#include "explain/verdict.h"
 #include "host/HostError.h"
 #include "tools/plugin/StdoutGate.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

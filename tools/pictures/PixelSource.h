@@ -1,9 +1,13 @@
 // An open image, whatever file it comes from, read row by row from the top.
 #pragma once
 
+#include <malloc.h>
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/Plugin.h"
@@ -82,5 +86,44 @@ bool isPng(const OpenFile& file);
 // Opens a PNG file or an image of the plug-in's format. PNG files of 16 bits per channel are refused unless they may
 // be reduced to 8. Throws FileError or host::HostError.
 std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, OpenFile file, bool reduceTo8Bits);
+
+// Where the channels of an image go in each output format.
+
+// The rows of an image that become the channels of an output.
+struct Pick {
+    static constexpr std::int8_t zero = -1;  // not a row: the channel is 0 everywhere
+
+    std::uint8_t count;
+    std::array<std::int8_t, 4> rows;  // their places in the image
+
+    // Returns the row of a channel of the output; `zeros` for one that is 0.
+    [[nodiscard]] const unsigned char* row(std::size_t channel, std::span<const unsigned char* const> source,
+                                           const unsigned char* zeros) const {
+        return rows[channel] == zero ? zeros : source[static_cast<std::size_t>(rows[channel])];
+    }
+};
+
+struct ChannelUse {
+    int colours;
+    int mattes;
+    Pick png;                // grey, grey and alpha, RGB or RGBA, by its count
+    Pick dds;                // RGB or RGBA
+    std::string_view names;  // of the image's channels in order, one letter each
+};
+
+// Returns the channels with these names, in any order; null if no image has them.
+const ChannelUse* channelUse(std::string_view names);
+
+// Throws FileError for a set of channels that no image has.
+const ChannelUse& channelUse(const ImageLayout& layout);
+
+// Makes the C allocator keep the buffers of one picture for the next. By default it returns them to the system after
+// each file, and faulting in fresh memory, 4 KiB at a time, makes 500 pictures of 256 by 256 take 1.5 times as long.
+// For programs and modules that are about pictures; a library leaves this to its host.
+inline void keepMemoryBetweenPictures() {
+    constexpr int largestKept = 8 << 20;
+    mallopt(M_MMAP_THRESHOLD, largestKept);
+    mallopt(M_TRIM_THRESHOLD, 8 * largestKept);
+}
 
 }  // namespace kpx::tool

@@ -7,7 +7,6 @@
 #include <new>
 #include <vector>
 
-#include "tools/pictures/channelUse.h"
 #include "tools/pictures/outputs.h"
 #include "tools/pictures/values.h"
 #include "tools/terminal/errors.h"

@@ -4,7 +4,6 @@
 #include <png.h>
 
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "tools/pictures/PixelSource.h"

@@ -5,7 +5,6 @@
 
 #include "explain/text.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

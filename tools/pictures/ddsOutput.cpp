@@ -1,7 +1,7 @@
 // DDS output through the host's writer.
 #include "explain/text.h"
 #include "host/HostError.h"
-#include "tools/pictures/channelUse.h"
+#include "tools/pictures/PixelSource.h"
 #include "tools/pictures/outputs.h"
 #include "tools/terminal/errors.h"
 

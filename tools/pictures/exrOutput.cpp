@@ -8,7 +8,7 @@
 #include <memory>
 #include <numeric>
 
-#include "tools/pictures/channelUse.h"
+#include "tools/pictures/PixelSource.h"
 #include "tools/pictures/outputs.h"
 #include "tools/pictures/values.h"
 #include "tools/terminal/errors.h"

@@ -1,10 +1,11 @@
-// Which plug-in file is loaded.
+// Which plug-in file is loaded, and its options for writing.
 #pragma once
 
 #include <filesystem>
 #include <memory>
 #include <string>
 
+#include "host/ImageWriter.h"
 #include "host/Plugin.h"
 
 namespace kpx::tool {
@@ -32,5 +33,9 @@ PluginChoice choosePlugin(const std::string& option, const Searcher& searcher = 
 
 // Loads the chosen plug-in. Throws FileError or host::HostError.
 std::unique_ptr<host::Plugin> loadPlugin(const std::string& option);
+
+// Returns the choice named by "NAME=VALUE": names as the plug-in has or translates them, in any case. Throws UsageError
+// with the names that exist.
+host::OptionChoice optionChoice(const host::Plugin& plugin, const std::string& text);
 
 }  // namespace kpx::tool

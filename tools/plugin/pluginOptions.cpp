@@ -1,5 +1,5 @@
 // Options and values by their own names or translations, in any case.
-#include "tools/plugin/pluginOptions.h"
+#include "tools/plugin/pluginChoice.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,17 +1,15 @@
 // Copies in blocks. Each must be read and written whole.
-#include "tools/repair/ddsCopy.h"
+#include "tools/repair/repairFile.h"
 
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <vector>
 
 #include "explain/recoding.h"
 #include "tools/terminal/errors.h"
-#include "tools/terminal/interrupts.h"
 
 namespace kpx::tool {
 namespace {

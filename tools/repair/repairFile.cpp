@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "explain/recoding.h"
-#include "tools/repair/ddsCopy.h"
 
 namespace kpx::tool {
 namespace {

@@ -1,5 +1,5 @@
 // A signal handler notes the signal; the work checks for it between files.
-#include "tools/terminal/interrupts.h"
+#include "tools/terminal/errors.h"
 
 #include <csignal>
 

@@ -1,5 +1,5 @@
 // Every line is written in one piece.
-#include "tools/terminal/console.h"
+#include "tools/terminal/messages.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <iostream>
 #include <mutex>
 
-#include "explain/FileError.h"
+#include "explain/verdict.h"
 #include "tools/terminal/characters.h"
 
 namespace kpx::tool {
