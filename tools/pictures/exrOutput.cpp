@@ -57,7 +57,7 @@ void writeChunk(exr_context_t file, int firstRow, const std::vector<float>& rows
     exr_chunk_info_t chunk{};
     errno = 0;
     check(exr_write_scanline_chunk_info(file, part, firstRow, &chunk));
-    exr_encode_pipeline_t pipeline = EXR_ENCODE_PIPELINE_INITIALIZER;
+    exr_encode_pipeline_t pipeline{};
     exr_result_t result = exr_encoding_initialize(file, part, &chunk, &pipeline);
     for (std::int16_t i = 0; result == EXR_ERR_SUCCESS && i < pipeline.channel_count; ++i) {
         exr_coding_channel_info_t& channel = pipeline.channels[i];
@@ -66,7 +66,8 @@ void writeChunk(exr_context_t file, int firstRow, const std::vector<float>& rows
         channel.user_data_type = EXR_PIXEL_FLOAT;
         channel.user_bytes_per_element = sizeof(float);
         channel.user_pixel_stride = sizeof(float);
-        channel.user_line_stride = static_cast<std::int32_t>(pipeline.channel_count * width * sizeof(float));
+        channel.user_line_stride =
+            static_cast<std::int32_t>(static_cast<std::size_t>(pipeline.channel_count) * width * sizeof(float));
     }
     if (result == EXR_ERR_SUCCESS) result = exr_encoding_choose_default_routines(file, part, &pipeline);
     if (result == EXR_ERR_SUCCESS) result = exr_encoding_run(file, part, &pipeline);
