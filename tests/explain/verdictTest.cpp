@@ -1,10 +1,9 @@
-// The verdict on a file: the data that it expects. The causes that it names are in explained.txt; whether it foretells
-// what the reader does is held against the model by readerTest.
+// Tests the data that the verdict on a file expects. Its causes are in explained.txt; readerTest compares it with the
+// reader and the model.
 #include <gtest/gtest.h>
 
 #include "explain/verdict.h"
 #include "tests/support/families.h"
-#include "tests/support/likeModel.h"
 
 using namespace kpx;
 using namespace testing_support;
@@ -17,7 +16,7 @@ Verdict judgeBytes(const Bytes& file) {
 
 }  // namespace
 
-// The least data that makes a whole picture is what the verdict expects, neither more nor less.
+// The verdict expects exactly the least data of a complete picture.
 TEST(Verdict, CountsTheRowsThatTheFileSupplies) {
     for (const Format& format : formatTable()) {
         const Bytes header = headerFor(format, 13, 9);
@@ -27,9 +26,6 @@ TEST(Verdict, CountsTheRowsThatTheFileSupplies) {
         const Verdict whole = judgeBytes(withData(header, empty.bytesExpected));
         const Verdict cut = judgeBytes(withData(header, empty.bytesExpected - 1));
         EXPECT_EQ(whole.wholeRows, 9U) << format.name;
-        for (const std::uint64_t bytes : {empty.bytesExpected / 2, empty.bytesExpected - 1, empty.bytesExpected})
-            EXPECT_TRUE(readsLikeModel(withData(header, bytes)))
-                << format.name << " with " << bytes << " bytes of data";
         EXPECT_EQ(cut.bytesPresent, empty.bytesExpected - 1) << format.name;
         if (format.blockBytes != 0 || format.namedBy == NamedBy::palette) {
             EXPECT_EQ(cut.result, Result::black) << format.name;

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <nl_types.h>
 
-#include <cstdint>
 #include <map>
 #include <regex>
 #include <utility>

@@ -7,7 +7,6 @@
 #include <functional>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace model {
 

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <utility>
 
 #include "tests/support/ddsFiles.h"
 #include "tests/support/pluginFixture.h"

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "dds/ddsFile.h"

@@ -3,7 +3,6 @@
 
 #include <map>
 #include <sstream>
-#include <stdexcept>
 
 #include "tests/support/ddsFiles.h"
 

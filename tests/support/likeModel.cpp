@@ -1,7 +1,6 @@
 #include "tests/support/likeModel.h"
 
 #include <sstream>
-#include <string_view>
 
 #include "tests/support/memoryFile.h"
 
