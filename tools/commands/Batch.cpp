@@ -220,7 +220,7 @@ void BatchOptions::addTo(CLI::App& command, const char* whatPathsAre) {
         ->type_name("N");
     command.add_flag("-q,--quiet", isQuiet, "Print no notes, no progress and no summary");
     command.add_flag("-v,--verbose", isVerbose,
-                     "Print every message; without this, one that several files share is printed once");
+                     "Print every message of every file (default: a repeated message only once)");
 }
 
 bool BatchOptions::isSingle() const {

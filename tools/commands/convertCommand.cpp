@@ -185,14 +185,15 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     arguments.batch.isNaming = true;
     arguments.batch.addTo(command.app, "DDS or PNG files, or folders of them");
     arguments.output.addTo(
-        command.app, "Output file (.png, .exr or .dds), or folder (created if PATH is a folder or OUT ends in \"/\")");
+        command.app,
+        "Output file (.png, .exr or .dds) or folder; a new folder is created if PATH is a folder or OUT ends in \"/\"");
     command.app
         .add_option("--format", arguments.format,
                     "Format of files in an output folder (default: DDS for PNG files, EXR for floating-point textures, "
                     "PNG for others)")
         ->check(CLI::IsMember(formatNames()));
     addExposure(command.app, arguments.exposure,
-                "Exposure of floating-point textures in 8-bit files; auto (default) chooses it for each");
+                "Exposure for writing floating-point textures to 8-bit files; auto (default) chooses one per texture");
     command.app
         .add_option("--swizzle", arguments.swizzle,
                     "Output channels, one to four of r g b a 0 1 z; z is computed as the third component of a unit "
@@ -203,7 +204,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
         .add_flag("--opaque{unused}", arguments.opaque,
                   "Drop alpha that the format does not use (X8 formats); `--opaque=all` drops all alpha")
         ->check(CLI::IsMember({"unused", "all"}));
-    command.app.add_option("--depth", arguments.depth, "Accept PNG input of 16 bits per channel, reduced to 8")
+    command.app.add_option("--depth", arguments.depth, "Reduce 16-bit PNG input to 8 bits (default: refuse it)")
         ->check(CLI::IsMember({8}));
     addChoice<ExrValues>(command.app, "--exr", arguments.exr,
                          {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
@@ -214,17 +215,17 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
                          {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
                          "PNG compression: fast (default) or smallest (usually 10 % smaller, up to 20 times slower)");
     command.app.add_flag("--pad", arguments.isPadded,
-                         "Widen DDS output to a multiple of 4 by repeating the last column");
+                         "Widen DDS output to a multiple of 4 pixels by repeating the last column");
     command.app
         .add_option(
             "--option", arguments.options,
             "Plug-in option for DDS output, such as \"Alpha=Output alpha\" (list: `kpximage formats`). The option "
-            "Compression does nothing")
+            "Compression is accepted but ignored")
         ->type_name("NAME=VALUE");
     command.app.add_flag("--keep-black", arguments.keepsBlack,
                          "Also write the black pictures of files that cannot be decoded");
     command.app.add_flag("--strict", arguments.isStrict,
-                         "Write no output for files graded wrong or suspect, and exit with 3");
+                         "Write no output for files graded wrong or suspect; exit with 3 if there are any");
 }
 
 }  // namespace kpx::tool

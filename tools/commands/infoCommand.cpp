@@ -82,7 +82,7 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
         addCommand(app, invocation, "info", "Show size, format and grade of DDS files, one line each", run);
     command.arguments.addTo(command.app);
     command.app.add_flag("--open", command.arguments.isOpening,
-                         "Decode each picture and compare it with its header (default: read headers only)");
+                         "Also decode each picture, and check its size and channels");
 }
 
 }  // namespace kpx::tool

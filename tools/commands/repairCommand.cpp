@@ -125,7 +125,7 @@ Command<Arguments> addRepairing(CLI::App& app, Invocation& invocation, const cha
     Arguments& arguments = command.arguments;
     arguments.batch.addTo(command.app, "DDS files, or folders of them");
     arguments.output.addTo(command.app,
-                           "File or folder for the changed copies (created if PATH is a folder or OUT ends in \"/\")");
+                           "Output file or folder; a new folder is created if PATH is a folder or OUT ends in \"/\"");
     command.app.add_flag("--dry-run", arguments.isDryRun,
                          "Only report what would change; exit with 3 if anything would");
     command.app.add_flag("--json", arguments.json, "Print one JSON object per line");
@@ -146,7 +146,7 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
 
 void addRecodeCommand(CLI::App& app, Invocation& invocation) {
     addRepairing(app, invocation, "recode",
-                 "Convert DDS files whose format cannot be decoded to one that can be; repairs headers as well")
+                 "Convert DDS files from a format that cannot be decoded into a readable one; also repairs headers")
         .arguments.isRecoding = true;
 }
 
