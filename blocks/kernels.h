@@ -71,9 +71,9 @@ struct MaskField {
     std::uint32_t multiplier;
     std::uint32_t addend;
 
-    // Whether 16-bit words are enough. True for 8,473 of the 65,535 masks of up to 16 bits, including all that span at
-    // most 7 bits and all without gaps. Then value = (h x wordMultiplier >> 16) x wordScale >> 16, where h is the upper
-    // half of (pixel << lift) & field.
+    // Whether 16-bit words are enough. True for 8,473 of the 65,535 masks of up to 16 bits, including all whose bits
+    // are contiguous, and all with at most 7 bits from the lowest to the highest. Then value = (h x wordMultiplier >>
+    // 16) x wordScale >> 16, where h is the upper half of (pixel << lift) & field.
     bool fitsWord;
     std::uint16_t wordMultiplier;
     std::uint16_t wordScale;
@@ -109,7 +109,7 @@ struct KernelSet {
     void (*joinBytes3)(const unsigned char* const* rows, std::size_t count, unsigned char* pixels);
     void (*joinBytes4)(const unsigned char* const* rows, std::size_t count, unsigned char* pixels);
 
-    // Look up entries of four bytes by index. An index is a byte, or 4 bits, the low ones first.
+    // Look up entries of four bytes by index. An index is a byte or half a byte; the low half comes first.
     void (*pickByteEntries)(const unsigned char* indices, std::size_t count, const unsigned char* entries,
                             unsigned char* pixels);
     void (*pickNibbleEntries)(const unsigned char* indices, std::size_t count, const unsigned char* entries,

@@ -1,8 +1,8 @@
-// Memory that a process uses for the first time is slow: the kernel clears it, and a fault of 4 KiB takes several times
-// as long as filling the page. So blocks smaller than a large page come from the C allocator, which reuses the memory
-// of the previous picture, and larger ones are aligned to large pages and advised to use them. Blocks of up to 8 MiB
-// that need not be zero come from the C allocator as well, which saves a third of the time of a 1024 by 1024 picture.
-// All others are mapped.
+// Memory that a process uses for the first time is slow: the operating system clears it, and the page fault for 4 KiB
+// takes several times as long as filling them. So blocks smaller than a large page come from the C allocator, which
+// reuses the memory of the previous picture, and larger ones are aligned to large pages, which madvise asks for. Blocks
+// of up to 8 MiB that need not be zero come from the C allocator as well, which saves a third of the time of a 1024 by
+// 1024 picture. Blocks above 8 MiB, and large ones that must be zero, are mapped.
 #include "dds/LazyBuffer.h"
 
 #include <sys/mman.h>
@@ -60,11 +60,11 @@ bool LazyBuffer::allocate(std::uint64_t bytes, Content content) {
 }
 
 void LazyBuffer::zeroFrom(std::uint64_t start) {
-    // Nothing has been written from start on, so a mapping is still zero there.
+    // The caller has written nothing at or after `start`, where a mapping is still zero.
     if (m_mappedBytes != 0 || start >= m_size) return;
     std::size_t end = m_size;
     if (m_size >= largePage) {
-        // Discarded pages are zero, and use memory only when they are written.
+        // Whole pages are discarded instead of cleared: they read as zero, and use memory only when written.
         const std::size_t firstPage = std::min(roundUp(start, largestBasePage), roundUp(m_size, largestBasePage));
         const std::size_t bytes = roundUp(m_size, largestBasePage) - firstPage;
         if (madvise(m_data + firstPage, bytes, MADV_DONTNEED) == 0) end = std::min(end, firstPage);

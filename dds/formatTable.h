@@ -35,7 +35,7 @@ enum Trait : std::uint16_t {
     isSnorm = 0x0004,         // bytes are signed-normalised; loading makes them unsigned
     isHalf = 0x0008,          // 16-bit floats
     pixelPairs = 0x0010,      // two pixels in four bytes
-    linearSizeOnly = 0x0020,  // with DDPF_FOURCC, decoded only if the header has DDSD_LINEARSIZE
+    linearSizeOnly = 0x0020,  // if DDPF_FOURCC is set, decoded only with DDSD_LINEARSIZE
     nibbleIndices = 0x0040,   // 4-bit palette indices
     smallPalette = 0x0080,    // 16 palette entries instead of 256
     isSrgb = 0x0100,          // sRGB colour
@@ -54,8 +54,8 @@ struct Masks {
 // The ways of recoding the pixels of formats that are not decoded.
 enum class Recoding : std::uint8_t { swizzledBlocks, xrBias, l6v5u5, x8l8v8u8, a2w10v10u10, uyvy, yuy2 };
 
-// Another way to name or convert the data of a format which, under the file's name for it, is not decoded or decodes
-// wrongly.
+// What helps a format that is not decoded, or decoded wrongly, by the name that the file gives it: another name, or the
+// conversion of its data.
 struct Remedy {
     enum class Kind : std::uint8_t {
         none,      // impossible; Format::what says why
@@ -68,8 +68,8 @@ struct Remedy {
     Kind kind = Kind::none;
     std::uint32_t id = 0;  // the code or DXGI number
     Recoding recoding{};
-    // masks: the name of the row of masks. dxgi: the loss, as a clause after a semicolon, or empty. swizzledBlocks: the
-    // channel that each of the decoded red, green, blue and alpha holds, or '-'.
+    // masks: the name of the row of masks. dxgi: what is lost, worded to follow a semicolon, or empty. swizzledBlocks:
+    // the channel that each of the decoded red, green, blue and alpha holds, or '-'.
     const char* text = "";
 };
 
@@ -103,8 +103,8 @@ const Format* findCode(std::uint32_t code);
 const Format* findDxgi(std::uint32_t dxgiFormat);
 // Like findDxgi, for BC3 that the DX10 header marks as premultiplied; null for every other format.
 const Format* findPremultipliedDxgi(std::uint32_t dxgiFormat);
-// Return the row of a code or DXGI format that is known but not decoded by that name; null if there is none. For the
-// Direct3D number of a bit-mask format it is the row of masks.
+// Return the row of a code or DXGI format that is known but not decoded by that name; null if there is none. For a code
+// that is the Direct3D number of a bit-mask format, the first returns the row of its masks.
 const Format* findUndecodedCode(std::uint32_t code);
 const Format* findUndecodedDxgi(std::uint32_t dxgiFormat);
 // Returns the row of a code for block-compressed data; null if there is none.

@@ -29,7 +29,7 @@ std::string remedyText(const Explanation& file);
 // Returns the file in one line, without its name: what it is, whether it decodes correctly, and what to do.
 std::string summaryOf(const Explanation& file);
 
-// Returns the one name of the file's format by which files can be grouped: "BC1 (DXT1)", "BC7 sRGB (DXGI 99)" or
+// Returns a name that is the same for all files of a format, for grouping: "BC1 (DXT1)", "BC7 sRGB (DXGI 99)" or
 // "R8G8B8A8". The name is the same whichever way the file names the format; "none" if it names none.
 std::string formatLabel(const Explanation& file);
 // Returns what the file calls its format, decoded or not, with masks if they name it.

@@ -23,7 +23,7 @@ void add(Findings& findings, Grade severity, const char* id, const char* advice,
     findings.push_back({id, textOf(parts...), severity, advice});
 }
 
-// The same for a cause, whose severity its caller sets.
+// Likewise for a cause. The caller sets the severity.
 template <typename... Parts>
 Finding cause(const char* id, const char* advice, const Parts&... parts) {
     return {id, textOf(parts...), black, advice};

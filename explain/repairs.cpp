@@ -1,4 +1,5 @@
-// The repair rules, one for each fault. They are tried in turn until none finds its fault.
+// The repair rules, one for each fault. The first one that finds its fault is applied, then all are tried again, until
+// none finds a fault.
 #include "explain/repairs.h"
 
 #include <algorithm>
@@ -64,7 +65,7 @@ DDS_HEADER& headerOf(Draft& draft) {
 const Format* formatToRepair(const Draft& draft) {
     const DDS_PIXELFORMAT& format = draft.facts.header.header.ddspf;
     const Format* bumpMap = findBumpMap(format);
-    // Decoding by masks always gives unsigned values, so a signed bump map needs its remedy even if it is decoded.
+    // Masks decode to unsigned values, so a signed bump map that is decoded by masks is wrong and needs the remedy.
     if (bumpMap != nullptr && bumpMap->remedy.kind == Remedy::Kind::dxgi) return bumpMap;
     switch (draft.verdict.refusal) {
         case Refusal::dxgiRejected:
@@ -163,7 +164,7 @@ std::string replaceDxgiByMasks(Draft& draft, const Format& row) {
     std::string sentence =
         textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks, ".");
     if (dx10.arraySize > 1) sentence += textOf(" The array size ", dx10.arraySize, " is lost.");
-    // Masks imply straight alpha, so the modes from premultiplied on would be lost.
+    // Masks imply straight alpha, so premultiplied and the modes numbered above it are lost.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
         sentence += textOf(" The alpha mode, ", alphaMode, ", is lost.");
     return sentence;
@@ -209,7 +210,7 @@ Remark nameKnownData(Draft& draft) {
             return {"code-of-luminance", byOwnFlags(draft, *row)};
         case Remedy::Kind::dxgi:
             if (isDxgi) return {"dxgi-of-depth", replaceDxgiByDxgi(draft, *row)};
-            // A format that flags can name as well is a signed bump map.
+            // Only signed bump maps have both a code and flags that name them.
             return {row->pixelFlags != 0 ? "signed-data" : "code-of-dxgi", replaceCodeByDxgi(draft, *row)};
         case Remedy::Kind::recoding:
         case Remedy::Kind::none:
@@ -268,8 +269,8 @@ std::string fixTooLargeLinearSize(Draft& draft) {
                   ", the size of the top level.");
 }
 
-// One rule for each fault; a null function stands for the remedies of the table of formats. Fixing one fault may reveal
-// another.
+// One rule for each fault; if the function is null, the remedy in the table of formats is applied. Fixing one fault may
+// reveal another.
 struct RepairRule {
     const char* id;
     std::string (*apply)(Draft&);

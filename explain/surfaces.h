@@ -49,7 +49,8 @@ SurfaceLayout surfaceLayout(const FileFacts& facts, const Verdict& verdict, cons
 // Visits the surfaces that the file has in full, in their order, until a visit returns false.
 void forEachWholeSurface(const SurfaceLayout& layout, const std::function<bool(const Surface&)>& visit);
 
-// Calls visit with each size of these surfaces and their number. The time depends on the number of mipmap levels only.
+// For each size among these surfaces, calls visit with the size and the number of surfaces of that size. The time
+// depends on the number of mipmap levels only.
 void forEachWholeSize(const SurfaceLayout& layout,
                       const std::function<void(std::uint32_t width, std::uint32_t height, std::uint64_t count)>& visit);
 // Returns the number of these surfaces.

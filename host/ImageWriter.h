@@ -27,7 +27,8 @@ public:
     // writer.
     ImageWriter(const Plugin& plugin, std::string path, const ImageShape& shape,
                 const std::vector<OptionChoice>& choices);
-    // Closes the image. If close was not called, the plug-in writes a file of full size, which is not checked.
+    // Closes the image. If close was not called, the plug-in still writes a file of full size, perhaps with rows
+    // missing.
     ~ImageWriter();
     ImageWriter(const ImageWriter&) = delete;
     ImageWriter& operator=(const ImageWriter&) = delete;

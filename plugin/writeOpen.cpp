@@ -106,7 +106,7 @@ bool isOption(std::uint16_t code) {
     return false;
 }
 
-// Reads the settings in order, up to the first with a code that is not an option, which is reported.
+// Reads the settings in order. At the first with an unknown code, reports it and stops.
 Choices readOptions(OptionSetting* const* settings) {
     Choices choices;
     if (settings == nullptr) return choices;
@@ -125,8 +125,8 @@ Choices readOptions(OptionSetting* const* settings) {
     return choices;
 }
 
-// Returns the number of pixels from first to last, inclusive; 0 if last is before first. The only span that does not
-// fit 32 bits becomes one that the writer refuses as too large.
+// Returns the number of pixels from first to last, inclusive; 0 if last is before first. Only the full range of 2^32
+// pixels does not fit 32 bits; it becomes a number that the writer refuses as too large.
 unsigned pixelsFromTo(std::int32_t first, std::int32_t last) {
     if (last < first) return 0;
     const std::int64_t pixels = std::int64_t{last} - first + 1;

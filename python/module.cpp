@@ -1,6 +1,6 @@
 // The extension module _kpximage, below the package kpximage. Paths are passed as bytes, channels as a string with one
-// letter each, and dictionaries as JSON text. An error of a file is a Failure with a sentence, errno or None, and
-// whether the file is the output.
+// letter each, and dictionaries as JSON text. File errors raise Failure(sentence, code, isOutput): code is errno or
+// None, isOutput tells whether the output failed.
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <pybind11/functional.h>

@@ -83,8 +83,8 @@ private:
     int prepareChannelRows();
     int finishOpen(std::FILE* stream, Loader loader);
 
-    // Returns the format that a loader reads: the chosen one while open runs, else the one that the header names; null
-    // if there is none.
+    // Returns the format that a loader reads. Inside open it is the chosen one; for a loader that is called directly,
+    // it is the one that the header names. Null if there is none.
     const Format* formatFor(Loader loader) const;
     LoadPlan planFor(Loader loader, const Format* format) const;
     // Sets the fields from the plan and allocates the picture, which the loader fills or zeroes. Returns false if the

@@ -8,8 +8,8 @@
 namespace kpx {
 namespace {
 
-// The Direct3D float codes, which are read as floats whatever the flags say. CODE_RGB_FLOAT32 is not one of them: no
-// file has it; rewriteForDxgi sets it for a DXGI format.
+// The Direct3D float codes, which are read as floats whatever the flags say. CODE_RGB_FLOAT32 is not among them,
+// because it never occurs in a file. Only rewriteForDxgi sets it.
 constexpr std::uint32_t firstFloatCode = 111;
 constexpr std::uint32_t lastFloatCode = 116;
 
@@ -71,7 +71,7 @@ void applyFormat(LoadPlan& plan, const Format& format) {
     if (format.has(setsAlpha)) plan.pixelFormat.dwFlags |= DDPF_ALPHAPIXELS;
 }
 
-// Expects rows; a file may have fewer.
+// Sets the expected bytes of a format that is stored in rows. A file with fewer rows is not refused.
 void expectRows(LoadPlan& plan, std::uint64_t fileRowBytes) {
     plan.fileRowBytes = fileRowBytes;
     plan.bytesExpected = saturatingProduct(fileRowBytes, plan.height);

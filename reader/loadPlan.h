@@ -51,8 +51,8 @@ void rewriteForDxgi(const Choice& choice, DDS_PIXELFORMAT& pixelFormat);
 const Format* formatFor(Loader loader, const DDS_PIXELFORMAT& pixelFormat, const DDS_HEADER_DXT10& dx10Header);
 
 struct LoadPlan {
-    // Why there is no picture. The second is the reason that would remain without the first, such as missing data of a
-    // code that is not decoded.
+    // Why there is no picture. The second is the reason that would remain without the first: the code is not decoded,
+    // say, and the data is too short as well.
     Refusal refusal;
     Refusal secondRefusal;
     const char* printed;  // the loader's message on standard output; null: none
@@ -71,7 +71,7 @@ struct LoadPlan {
     bool hasAlpha;
     DDS_PIXELFORMAT pixelFormat;  // as the loader leaves it in the reader's copy of the header
 
-    // The picture that the headers declare. Unknown sizes, of formats that nothing decodes, are 0.
+    // The picture that the headers declare. If nothing decodes the format, its sizes are unknown and are 0.
     std::uint64_t bytesPresent;    // in the file, after all headers
     std::uint64_t bytesExpected;   // in the file, after all headers
     std::uint64_t fileRowBytes;    // of a row in the file; 0 for block-compressed and palettised data

@@ -29,9 +29,11 @@ KPX_INLINE void storePlanes(unsigned char* out, std::size_t rowBytes, Wide a, Wi
 //
 // Widening a channel c of n bits to floor(c x 255 / (2^n - 1)) takes two multiplications:
 // 1. The first aligns the channel to c << 4 (n = 5) or c << 3 (n = 6).
-// 2. The second multiplies by s = ceil(255 / (2^n - 1) x 2^16 / 16) = 33693, or with 8 in place of 16 s = 33159, and
-//    shifts right by 16. Since s is rounded up by less than 1, the result is too large by less than 504 / 2^16 = 0.008.
-// 3. Unless the quotient is whole, the next whole number is at least 1 / 63 = 0.015 above it: the same whole part.
+// 2. The second multiplies by s and shifts right by 16. n = 5: s = ceil(255 / 31 x 2^16 / 16) = 33693. n = 6:
+//    s = ceil(255 / 63 x 2^16 / 8) = 33159. Since s is rounded up by less than 1 and the aligned channel is at most
+//    63 << 3 = 504, the result is too large by less than 504 / 2^16 = 0.008.
+// 3. Unless the quotient is whole, the next whole number is at least 1 / 63 = 0.015 above it. The error is smaller, so
+//    the whole part is right.
 // The blends divide sums of at most 765 by 3 in the same way: 21846 / 2^16 exceeds 1 / 3 by 0.0000102, so the result is
 // too large by at most 0.008, less than 1 / 3.
 template <bool opaque, bool isDXT1>
@@ -128,7 +130,7 @@ KPX_INLINE void storeDividedColour(unsigned char* out, std::size_t rowBytes, Wid
     storePlanes(out, rowBytes, alpha, r, g, b);
 }
 
-// R of the sixteen alphas of BC2, 17 x n, as a lookup table for each of its three bytes.
+// The reciprocals R of the sixteen alphas of BC2, 17 x n: a lookup table for each of the three bytes of R.
 struct NibbleReciprocals {
     LaneBytes byte[3];
 };
@@ -189,7 +191,8 @@ KPX_INLINE Wide unsignedPalette(Wide block) {
     return packBytes(entries, entries);
 }
 
-// Divides magnitudes and restores their sign, which truncates toward zero. A value v becomes the byte v + 128.
+// Divides the magnitudes, so that results are truncated toward zero, then restores the signs. A value v becomes the
+// byte v + 128.
 KPX_INLINE Wide signedPalette(Wide block) {
     constexpr LaneWords interpolated{{0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 0}};
     const Wide endpoints = maxSigned8(block, spread8(-127));

@@ -23,7 +23,7 @@ KPX_INLINE Wide signExtend(Wide value, Wide top) {
     return sub16(value ^ top, top);
 }
 
-// Returns the endpoints as stored: R, G, B and nothing of region n's two endpoints in lane n.
+// Returns the endpoints as stored. Lane n has the two endpoints of region n, each as R, G, B and an unused word.
 template <int mode>
 KPX_INLINE Wide gatherEndpoints(const unsigned char* block) {
     constexpr const kpx::Bc6FieldLayout& layout = kpx::bc6Wide<mode>;
@@ -90,8 +90,8 @@ constexpr PaletteWeights paletteWeights(const std::uint16_t (&weights)[entries])
 constexpr PaletteWeights paletteWeights3 = paletteWeights(kpx::bcWeights3);
 constexpr PaletteWeights paletteWeights4 = paletteWeights(kpx::bcWeights4);
 
-// Returns the sixteen values of a channel as half floats. Unsigned values are scaled by 31 / 64, signed ones by 31 /
-// 32, by taking the high word of a product, which truncates as the format requires.
+// Returns the sixteen values of a channel as half floats. Unsigned values are scaled by 31 / 64, signed ones by 31
+// / 32. The high word of a product is taken, which truncates as the format requires.
 template <bool isSigned>
 KPX_INLINE Wide makePalette(Wide pairs, const PaletteWeights& weights) {
     if constexpr (isSigned) {
@@ -178,7 +178,8 @@ constexpr auto makeBc6hDecoders(std::index_sequence<modes...>) {
 template <bool isSigned>
 constexpr auto bc6hDecoders = makeBc6hDecoders<isSigned>(std::make_index_sequence<14>());
 
-// Rows of bc6Modes by the low five bits of a block, of which the first two modes use only two; 14 for reserved blocks.
+// The row of bc6Modes for the low five bits of a block. The first two modes use only the low two bits. Reserved blocks
+// have 14.
 struct Bc6ModeRows {
     std::uint8_t row[32];
 };

@@ -35,7 +35,7 @@ KPX_TARGET void splitFloats3(const kpx::PixelRow& row, float* const* rows) {
 
 constexpr std::size_t laneBytes = 16;
 
-// Loads vectors of 16 bytes per lane: lane 0 from pixels, lane 1 from `apart` bytes further.
+// Loads vectors of 16 bytes per lane: lane 0 starts at pixels, lane 1 `apart` bytes later.
 template <int vectors>
 KPX_INLINE void loadApart(const void* pixels, std::size_t apart, Wide (&to)[vectors]) {
     const auto* from = static_cast<const unsigned char*>(pixels);

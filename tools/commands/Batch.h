@@ -37,7 +37,7 @@ InputFiles inputsOf(const BatchOptions& options, const std::vector<std::string>&
                     const std::string& leftOut = "");
 
 // Works on every file and returns the worst outcome. A failure does not stop the others; UsageError and Interrupted do,
-// and are thrown on. Messages that several files have alike are printed once.
+// and are thrown on. A message that is the same for several files is printed once.
 Outcome runBatch(const InputFiles& inputs, const BatchOptions& options, const Work& work);
 
 }  // namespace kpx::tool

@@ -74,7 +74,7 @@ public:
           m_format(chosenFormat()),
           m_settings(settingsOf(plugin, arguments)) {}
 
-    // Returns the inputs, and keeps them from being replaced.
+    // Returns the inputs, and makes sure that no output overwrites one.
     [[nodiscard]] InputFiles inputs();
     // Converts an input. Thread-safe.
     Outcome convert(const InputFile& input, Report& report);

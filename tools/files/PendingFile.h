@@ -64,8 +64,8 @@ private:
     std::string m_path;
 };
 
-// Writes a file whole or not at all: work(file) writes it. Throws OutputError with the destination as its file, and
-// what the work throws.
+// Writes a file whole or not at all: work(file) writes it. Throws OutputError, whose file is the destination.
+// Exceptions of the work pass through.
 template <typename Work>
 void writeWhole(const std::string& destination, mode_t permissions, Existing existing, Work work) {
     std::string path;

@@ -170,7 +170,8 @@ void Entry::addVersion(const char* version, const OpenFile& file) {
                                    m_settings.exposure ? "" : ", chosen automatically");
 }
 
-// Adds the repaired or recoded copy, if there is one, and the strip of its pictures, or of the file's own.
+// If the file can be repaired or recoded, adds the copy and the strip of its pictures; else the strip of the file's
+// own.
 void Entry::addRepaired(const OpenFile& file) {
     const RepairPlan plan = planRepair(file.facts(), true);
     if (!plan.helps()) return addStrip(file, file.facts());

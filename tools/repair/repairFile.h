@@ -34,7 +34,8 @@ void writeRecoded(const OpenFile& source, const SurfaceLayout& layout, std::span
                   int descriptor, std::uint64_t maxPictures);
 
 // Writes a file that appears whole or not at all, with the permissions that cp gives a copy of the source. `write`
-// fills the open file. Throws what it throws, and OutputError with the output's name.
+// fills the open file. Exceptions of `write` pass through. Also throws OutputError with the
+// output's name.
 void writeCopy(const OpenFile& source, const std::string& output, Existing existing,
                const std::function<void(int descriptor)>& write);
 
@@ -58,7 +59,7 @@ struct RepairPlan {
 
     // Returns whether a copy can be made that decodes.
     [[nodiscard]] bool helps() const { return result == RepairResult::repaired || result == RepairResult::recoded; }
-    // Returns the changes in order; none unless they help.
+    // Returns the changes in the order in which they were made; empty if they do not help.
     [[nodiscard]] std::vector<Remark> changes() const { return helps() ? repair.changes : std::vector<Remark>(); }
 };
 
