@@ -7,7 +7,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -64,10 +63,15 @@ void LazyBuffer::zeroFrom(std::uint64_t start) {
     if (m_mappedBytes != 0 || start >= m_size) return;
     std::size_t end = m_size;
     if (m_size >= largePage) {
-        // Whole pages are discarded instead of cleared: they read as zero, and use memory only when written.
-        const std::size_t firstPage = std::min(roundUp(start, largestBasePage), roundUp(m_size, largestBasePage));
-        const std::size_t bytes = roundUp(m_size, largestBasePage) - firstPage;
-        if (madvise(m_data + firstPage, bytes, MADV_DONTNEED) == 0) end = std::min(end, firstPage);
+        // Whole pages are discarded instead of cleared: they read as zero, and use memory only when written. The mark
+        // shows whether they were: a host's allocator may have shared memory, which keeps its content.
+        const std::size_t firstPage = roundUp(start, largestBasePage);
+        if (firstPage < m_size) {
+            m_data[firstPage] = 1;
+            const std::size_t bytes = roundUp(m_size, largestBasePage) - firstPage;
+            const bool isDone = madvise(m_data + firstPage, bytes, MADV_DONTNEED) == 0;
+            if (isDone && m_data[firstPage] == 0) end = firstPage;
+        }
     }
     std::memset(m_data + start, 0, end - start);
 }
