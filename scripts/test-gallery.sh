@@ -34,7 +34,7 @@ header() {
     printf '\40\0\0\0\4\0\0\0DX10'
     head -c 40 /dev/zero
     printf '\125\0\0\0\3\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0\370\340\7\37\0\340\377'
-} >mendable.dds
+} >repairable.dds
 cp dxt5.dds "<img src=x onerror=alert(1)>.dds"
 cp dxt5.dds "\"' onload=alert(2) & <b>&lt;.dds"
 cp header-cut.dds "<script>alert(3)<!--.dds"

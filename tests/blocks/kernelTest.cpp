@@ -77,7 +77,7 @@ model::PackedBlock channelBlock(int e0, int e1) {
 
 }  // namespace
 
-TEST_P(EveryLevel, DecodesRandomAndExtremeBlocksAsTheModelDoes) {
+TEST_P(EveryLevel, DecodesRandomAndExtremeBlocksLikeTheModel) {
     model::Random random(seed);
     for (const Decoder& decoder : decoders) {
         Tile special;
@@ -99,7 +99,7 @@ TEST_P(EveryLevel, DecodesRandomAndExtremeBlocksAsTheModelDoes) {
     }
 }
 
-TEST_P(EveryLevel, DecodesEveryPairOfEndpointsAsTheModelDoes) {
+TEST_P(EveryLevel, DecodesEveryPairOfEndpointsLikeTheModel) {
     for (int e0 = 0; e0 < 256; ++e0) {
         Tile singles;
         Tile doubles;
@@ -148,7 +148,7 @@ TEST_P(EveryLevel, DividesEveryPremultipliedPair) {
     }
 }
 
-TEST_P(EveryLevel, PutsImagesOfEverySmallSizeTogetherFromTheirBlocks) {
+TEST_P(EveryLevel, DecodesImagesOfEverySmallSize) {
     model::Random random(seed);
     for (const Decoder& decoder : decoders) {
         for (std::uint32_t height = 1; height <= 9; ++height) {
@@ -176,7 +176,7 @@ TEST_P(EveryLevel, PutsImagesOfEverySmallSizeTogetherFromTheirBlocks) {
     }
 }
 
-TEST_P(EveryLevel, WidensEveryHalfAndUnsignsEveryByte) {
+TEST_P(EveryLevel, ConvertsEveryHalfAndEverySignedByte) {
     std::vector<std::uint16_t> halfs(65536);
     for (std::size_t i = 0; i < halfs.size(); ++i) halfs[i] = static_cast<std::uint16_t>(i);
     std::vector<float> floats(halfs.size() + 1, 7.0F);
@@ -238,7 +238,7 @@ testing::AssertionResult extractsLikeDivision(const KernelSet& set, const std::v
     return testing::AssertionSuccess();
 }
 
-TEST_P(EveryLevel, ScalesFieldsOfEveryWidthAndPlaceAsTheDivisionDoes) {
+TEST_P(EveryLevel, ScalesFieldsOfEveryWidthAndShiftLikeTheDivision) {
     for (int bits = 0; bits <= 32; ++bits) {
         for (int shift = 0; shift + bits <= 32 && shift < 32; ++shift) {
             const auto largest = static_cast<std::uint32_t>((std::uint64_t{1} << bits) - 1);
@@ -258,7 +258,7 @@ TEST_P(EveryLevel, ScalesFieldsOfEveryWidthAndPlaceAsTheDivisionDoes) {
     }
 }
 
-TEST_P(EveryLevel, ScalesFieldsOfEveryShapeAsTheDivisionDoes) {
+TEST_P(EveryLevel, ScalesFieldsOfEveryShapeLikeTheDivision) {
     model::Random random(seed);
     const auto word = [&random] { return static_cast<std::uint32_t>(random.next()); };
     std::vector<std::uint32_t> pixels(130);
@@ -333,7 +333,7 @@ constexpr RowKernel rowKernels[] = {
      }},
 };
 
-TEST_P(EveryLevel, ConvertsRowsOfEveryLengthAsThePlainKernelsDo) {
+TEST_P(EveryLevel, ConvertsRowsOfEveryLengthLikeThePlainKernels) {
     model::Random random(seed);
     for (const RowKernel& kernel : rowKernels) {
         for (std::size_t count = 0; count < 300; ++count) {
@@ -352,13 +352,13 @@ TEST_P(EveryLevel, ConvertsRowsOfEveryLengthAsThePlainKernelsDo) {
 INSTANTIATE_TEST_SUITE_P(Kernels, EveryLevel, testing::ValuesIn(allSets()),
                          [](const auto& instance) { return std::string(instance.param->name); });
 
-TEST(KernelSets, AreChosenByWhatTheProcessorHas) {
+TEST(KernelSets, AreChosenByTheProcessor) {
     EXPECT_EQ(kernelSets().front(), &plainKernels);
     EXPECT_TRUE(bestKernels().runsHere());
     EXPECT_EQ(&bestKernels(), &bestKernels());
 }
 
-TEST(SharedHelpers, DoAsTheModelDoes) {
+TEST(SharedHelpers, MatchTheModel) {
     for (int subsets = 1; subsets <= 3; ++subsets) {
         for (int place = 0; place < 64 * 16; ++place)
             ASSERT_EQ(isFixup(subsets, place / 16, place % 16), model::isAnchor(subsets, place / 16, place % 16));

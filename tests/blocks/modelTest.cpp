@@ -86,7 +86,7 @@ void expectBlock(const Decoder& decoder, const Bytes& block, const Bytes& expect
     });
 }
 
-TEST(WorkedBlocks, ComeOutOfTheModelAndOfEveryKernel) {
+TEST(WorkedBlocks, MatchTheModelAndEveryKernel) {
     for (std::istringstream& row : model::rowsOf("tests/blocks/worked.tsv")) {
         std::string name, what, digits, expected;
         for (std::string* column : {&name, &what, &digits, &expected}) std::getline(row, *column, '\t');

@@ -105,7 +105,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(, Explained, testing::ValuesIn(entries()), nameOf);
 
-TEST_P(Explained, IsExplainedAsAgreed) {
+TEST_P(Explained, MatchesTheFile) {
     AgreedEntry entry = GetParam().agreed;
     const Bytes bytes = describedFile(entry.question);
     EXPECT_TRUE(readsLikeModel(bytes));
@@ -149,7 +149,7 @@ TEST_P(Explained, IsExplainedAsAgreed) {
 }
 
 // Each id with the first sentence that any file has it with, so that a reworded sentence is one line of a diff.
-TEST(Sentences, StandOnce) {
+TEST(Sentences, MatchTheFile) {
     std::map<std::string, std::string> sentences;
     for (const Entry& entry : entries()) {
         const Bytes bytes = describedFile(entry.agreed.question);
@@ -186,7 +186,7 @@ protected:
 };
 
 // Every command names a file of another kind, with or without the plug-in.
-TEST_F(Explain, NamesWhatIsNoDdsFileAsTheOtherCommandsDo) {
+TEST_F(Explain, NamesOtherFileTypesLikeOtherCommands) {
     int named = 0;
     for (const Entry& entry : entries()) {
         const Bytes bytes = describedFile(entry.agreed.question);
@@ -225,7 +225,7 @@ TEST_F(Explain, JsonFollowsTheSchema) {
     }
 }
 
-TEST_F(Tool, ExplainGoesOnAfterAFileThatFailsAndEndsWithTheWorst) {
+TEST_F(Tool, ExplainContinuesAfterAFailure) {
     file("black.dds", describedFile("size=4x4 dxgi=89"));
     file("good.dds", describedFile("size=4x4 dxgi=28 zeros=64"));
     file("short.dds", "DDS ");
@@ -242,7 +242,7 @@ TEST_F(Tool, ExplainGoesOnAfterAFileThatFailsAndEndsWithTheWorst) {
               "kpximage: 4 files: 1 black, 2 failed, 1 unreadable\n");
 }
 
-TEST_F(Tool, RepairWritesNeitherInADryRunNorOverItsInput) {
+TEST_F(Tool, RepairNeverOverwritesItsInput) {
     file("a.dds", describedFile("size=1x1 code=25 data=007C"));
     const RunResult dry = run("repair a.dds -o b.dds --dry-run");
     EXPECT_EQ(dry.status, 3);

@@ -17,7 +17,7 @@ Verdict judgeBytes(const Bytes& file) {
 }  // namespace
 
 // The verdict expects exactly the least data of a complete picture.
-TEST(Verdict, CountsTheRowsThatTheFileSupplies) {
+TEST(Verdict, CountsCompleteRows) {
     for (const Format& format : formatTable()) {
         const Bytes header = headerFor(format, 13, 9);
         const Verdict empty = judgeBytes(header);

@@ -71,14 +71,14 @@ std::string conversionsOf(const std::string& text) {
     return all;
 }
 
-TEST(Catalogue, InEnglishHasTheTextsOfThePluginAndNoOthers) {
+TEST(Catalogue, HasExactlyTheTextsOfThePlugin) {
     const Texts texts = textsOfPlugin();
     EXPECT_EQ(texts.at({textSet, 131}), "unknown");
     EXPECT_EQ(texts.at({errorSet, 75}), "%s cannot handle image channel format, \"%s\"");
     EXPECT_EQ(textsOfCatalogue("en"), texts);
 }
 
-TEST(Catalogue, InGermanHasEveryTextWithItsConversions) {
+TEST(Catalogue, HasEveryTextInGerman) {
     const Texts german = textsOfCatalogue("de");
     const Texts english = textsOfCatalogue("en");
     ASSERT_EQ(german.size(), english.size());
@@ -91,7 +91,7 @@ TEST(Catalogue, InGermanHasEveryTextWithItsConversions) {
     }
 }
 
-TEST_F(Tool, SpeaksTheLanguageOfTheCatalogue) {
+TEST_F(Tool, UsesTheLanguageOfTheCatalogue) {
     const std::string german = "NLSPATH='" KPX_CATALOGUES "/de/%N'";
     const struct {
         const char* what;
@@ -109,7 +109,7 @@ TEST_F(Tool, SpeaksTheLanguageOfTheCatalogue) {
 }
 
 // In a German locale, the system's reasons stay English like the sentences around them.
-TEST_F(Tool, SpeaksOneLanguageInASentence) {
+TEST_F(Tool, PrintsSystemErrorsInEnglish) {
     const std::string german = "LOCPATH='" + at("") + "' LC_ALL=de_DE.UTF-8";
     (void)shell("localedef -i de_DE -f UTF-8 ./de_DE.UTF-8");
     if (shell(german + " cat missing").err.find("nicht gefunden") == std::string::npos) {

@@ -31,7 +31,7 @@ std::string frame(const char* pattern, intptr_t number) {
     return path == nullptr ? "none" : path;
 }
 
-TEST(FrameName, HasTheNumberInPlaceOfTheLastMarkOfTheFileName) {
+TEST(FrameName, ReplacesTheLastMarkOfTheFileName) {
     const struct {
         const char* pattern;
         intptr_t number;
@@ -47,13 +47,13 @@ TEST(FrameName, HasTheNumberInPlaceOfTheLastMarkOfTheFileName) {
     for (const auto& each : cases) EXPECT_EQ(frame(each.pattern, each.number), each.name);
 }
 
-TEST(FrameName, IsKeptForEachThread) {
+TEST(FrameName, BelongsToItsThread) {
     const char* mine = kpx__build_handle(0, "mine#.dds", reinterpret_cast<void*>(1));
     std::thread([] { EXPECT_EQ(frame("other#.dds", 2), "other2.dds"); }).join();
     EXPECT_STREQ(mine, "mine1.dds");
 }
 
-TEST(HeldStrings, AreCopiesThatOutliveTheirSource) {
+TEST(HeldStrings, OutliveTheirSource) {
     std::string text = "unknown";
     char* saved = STR_save(text.c_str());
     char* defined = STR_define(text.c_str());
@@ -66,7 +66,7 @@ TEST(HeldStrings, AreCopiesThatOutliveTheirSource) {
     EXPECT_EQ(STR_define(nullptr), nullptr);
 }
 
-TEST(Handle, GetsADescriptorWithoutAnyOldByteAndIsFreedWithWhateverHangsOnIt) {
+TEST(Handle, IsInitialisedAndFreedCompletely) {
     std::string path = "a.dds";
     ImageHandle* handle = newHandle(path, "DDS");
     EXPECT_EQ(handle->name, path);
@@ -94,7 +94,7 @@ TEST(Handle, GetsADescriptorWithoutAnyOldByteAndIsFreedWithWhateverHangsOnIt) {
     EXPECT_EQ(kpx__free_obj(nullptr), 0);
 }
 
-TEST(Reports, ArePrintedAsOneLineWithSetNumberAndSeverity) {
+TEST(Reports, ArePrintedWithSetNumberAndSeverity) {
     testing::internal::CaptureStderr();
     ERR_report_cat(nullptr, 902, 52, 3, "Cannot open file %s; %s", "bad\nname\x1b[m", "No such file");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -104,7 +104,7 @@ TEST(Reports, ArePrintedAsOneLineWithSetNumberAndSeverity) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "KPX, level 3: imageIsFile, can't open `x'. why\n");
 }
 
-TEST(Reports, AreGatheredByTheInnermostCollectorOfTheThread) {
+TEST(Reports, AreCollectedByTheInnermostCollectorOfTheThread) {
     testing::internal::CaptureStderr();
     {
         ReportCollector outer;
@@ -136,7 +136,7 @@ std::string reported(int number, const char* format, const char* argument) {
     return reports.take("nothing");
 }
 
-TEST_F(InFolder, ReportsTakeItsTextUnlessItHasOtherConversions) {
+TEST_F(InFolder, ReportsUseTheCatalogueIfItsArgumentsMatch) {
     openCatalogue(
         catalogue("$set 902\n52 Datei %s fehlt\n61 %s %s %n\n62 %d kaputt\n63 100%% %-5s|\n64 %2$s\n65 %*s\n"));
     EXPECT_EQ(reported(52, "Cannot open %s", "a.dds"), "Datei a.dds fehlt");
@@ -144,7 +144,7 @@ TEST_F(InFolder, ReportsTakeItsTextUnlessItHasOtherConversions) {
     for (const int number : {61, 62, 64, 65, 99}) EXPECT_EQ(reported(number, "default %s", "x"), "default x");
 }
 
-TEST_F(InFolder, ACatalogueThatCannotBeOpenedIsNone) {
+TEST_F(InFolder, AMissingCatalogueIsIgnored) {
     openCatalogue(catalogue("$set 901\n423 Textur\n"));
     EXPECT_NE(kpx__msg_cat, nullptr);
     EXPECT_THROW(openCatalogue(at("missing.cat")), HostError);
@@ -152,7 +152,7 @@ TEST_F(InFolder, ACatalogueThatCannotBeOpenedIsNone) {
     EXPECT_EQ(catalogueText(901, 423, "DDS"), "DDS");
 }
 
-TEST_F(InFolder, ThePluginIsNamedInTheLanguageOfTheEnvironment) {
+TEST_F(InFolder, ThePluginNameIsInTheLanguageOfTheEnvironment) {
     const std::string path = catalogue("$set 901\n423 Textur\n429 Deckung\n431 Deckung schreiben\n");
     setenv("KPX_CATALOG", path.c_str(), 1);
     const Plugin plugin(KPX_PLUGIN_PATH);
@@ -176,7 +176,7 @@ std::string hostError(const Work& work) {
     }
 }
 
-TEST_F(InFolder, AFileThatIsNoPluginIsRefusedWithASentence) {
+TEST_F(InFolder, OtherFilesAreRefusedAsPlugins) {
     // A copy of the plug-in with another text in place of its version.
     std::string bytes = testing_support::textOfFile(KPX_PLUGIN_PATH);
     const std::string version("\0003.2\0", 5);
@@ -218,7 +218,7 @@ void writeSamples(const Plugin& plugin, const std::string& path, bool hasMatte,
     EXPECT_EQ(writer.close(), 8U);
 }
 
-TEST_F(InFolder, WhatIsWrittenIsReadBackScanlineByScanline) {
+TEST_F(InFolder, WrittenImagesAreReadBack) {
     const Plugin plugin(KPX_PLUGIN_PATH);
     for (const bool hasMatte : {false, true}) {
         testing::internal::CaptureStderr();
@@ -242,7 +242,7 @@ TEST_F(InFolder, WhatIsWrittenIsReadBackScanlineByScanline) {
     }
 }
 
-TEST_F(InFolder, RefusedOpensPassOnThePluginsMessage) {
+TEST_F(InFolder, ErrorsHaveTheMessageOfThePlugin) {
     const Plugin plugin(KPX_PLUGIN_PATH);
     const std::string path = at("no/a.dds");
     const std::string sentence = "Cannot open file " + path + "; No such file or directory";

@@ -119,7 +119,7 @@ std::string manifestLine(std::span<const unsigned char> file) {
 
 }  // namespace
 
-TEST(Manifest, SaysWhatComesOfEachFile) {
+TEST(Manifest, MatchesEveryExampleFile) {
     const bool isRewriting = std::getenv("KPX_REWRITE") != nullptr;
     const Manifest agreed = agreedManifest();
     Manifest found;
@@ -143,7 +143,7 @@ TEST(Manifest, SaysWhatComesOfEachFile) {
 }
 
 // The generator of the examples states the outcome of each file.
-TEST(Manifest, SaysOfExampleFilesWhatTheirMakerSays) {
+TEST(Manifest, MatchesTheExampleGenerator) {
     const Manifest agreed = agreedManifest();
     for (const kpx::example::Example& example : kpx::example::examples()) {
         constexpr const char* results[] = {"decoded\t", "black\t", "refused\t"};
@@ -153,7 +153,7 @@ TEST(Manifest, SaysOfExampleFilesWhatTheirMakerSays) {
 }
 
 // The list beside the samples was made independently of this project. Its columns are those of the manifest, but fewer.
-TEST(Manifest, SaysOfSampleFilesWhatTheirOwnListSays) {
+TEST(Manifest, MatchesTheListOfSamples) {
     std::ifstream list(KPX_SAMPLES_DIR "/expected.tsv");
     if (!list) GTEST_SKIP() << "there are no sample files in " KPX_SAMPLES_DIR;
     const Manifest agreed = agreedManifest();
@@ -170,7 +170,7 @@ TEST(Manifest, SaysOfSampleFilesWhatTheirOwnListSays) {
 }
 
 // Compares `kpximage info` by headers alone with `info --open`, through the plug-in.
-TEST_F(Tool, InfoOfEveryFileIsAsThePluginOpensIt) {
+TEST_F(Tool, InfoAgreesWithThePlugin) {
     const std::map<std::string, Bytes> files = allFiles();
     for (const auto& [path, bytes] : files) {
         std::string name = path + (path.ends_with(".dds") ? "" : ".dds");

@@ -106,7 +106,7 @@ Outcomes expectedOfReading(const Format& format, bool hasMatte) {
     return expected;
 }
 
-TEST_F(FailingAllocation, OfReadingEndsAsStated) {
+TEST_F(FailingAllocation, IsHandledInReading) {
     model::Random random(1);
     std::set<Loader> seen;
     for (const Format& format : kpx::formatTable()) {
@@ -151,7 +151,7 @@ TEST_F(FailingAllocation, OfReadingEndsAsStated) {
 
 // Both buffers are allocated before anything is read, so a file without its palette is only reported as short if that
 // succeeds.
-TEST_F(FailingAllocation, OfPalettisedReadingComesBeforeShortData) {
+TEST_F(FailingAllocation, IsReportedBeforeShortPalettes) {
     model::Random random(1);
     m_folder.file("a.dds", randomFile(random, kpx::findPalette(kpx::DDPF_PALETTEINDEXED8), 9, 7, 10));
     const auto attempt = [&](auto start) -> std::string {
@@ -169,7 +169,7 @@ TEST_F(FailingAllocation, OfPalettisedReadingComesBeforeShortData) {
     EXPECT_EQ(outcomes.at("Insufficient memory to load DDS file\n"), 2);
 }
 
-TEST_F(FailingAllocation, OfWritingEndsAsStated) {
+TEST_F(FailingAllocation, IsHandledInWriting) {
     for (const int width : {8, 800}) {  // the larger image is mapped
         const std::size_t samples = 4 * static_cast<std::size_t>(width * (width - 3));
         const auto attempt = [&](auto start) -> std::string {
@@ -197,7 +197,7 @@ TEST_F(FailingAllocation, OfWritingEndsAsStated) {
     }
 }
 
-TEST_F(FailingAllocation, OfRecognitionEndsAsStated) {
+TEST_F(FailingAllocation, IsHandledInRecognition) {
     m_folder.file("a.dds", fileOf(headerOf(1, 1)));
     const auto attempt = [&](auto start) -> std::string {
         start();
@@ -211,7 +211,7 @@ TEST_F(FailingAllocation, OfRecognitionEndsAsStated) {
 }
 
 // The texts before the one that cannot be allocated are set.
-TEST_F(FailingAllocation, OfInitialisationIsToldByItsResult) {
+TEST_F(FailingAllocation, IsHandledInInitialisation) {
     const auto attempt = [&](auto start) -> std::string {
         for (const char* name : {"imageName", "imageExtension", "imageNameSyntax"}) {
             *m_plugin.find<const char*>(name) = nullptr;

@@ -155,7 +155,7 @@ std::vector<Bytes> wholeFiles() {
     return files;
 }
 
-TEST(MisbehavingStreams, GiveWhatArrivedOfThePicture) {
+TEST(MisbehavingStreams, LeaveTheRestOfThePictureZero) {
     for (const Bytes& bytes : wholeFiles()) {
         const auto expectPart = [&](const Source& made, std::size_t readable) {
             EXPECT_TRUE(misreading(bytes, made, [&] { return readsLikeModel(sourcePath, cutTo(bytes, readable)); }))
@@ -170,20 +170,20 @@ TEST(MisbehavingStreams, GiveWhatArrivedOfThePicture) {
 
 class Hostile : public PluginFixture {};
 
-TEST_F(Hostile, StreamsAreReportedWithTheirErrorWhereTheHeaderFails) {
+TEST_F(Hostile, ReportsTheErrorOfAStreamInItsHeader) {
     TestHandle handle(sourcePath);
     EXPECT_EQ(misreading(Bytes(100), {.failingFrom = 60}, [&] { return m_plugin.imageReadOpen(&handle); }), 0);
     EXPECT_EQ(hostCalls(), cannotOpen(sourcePath, EIO));
     EXPECT_EQ(kpx__err, -5);
 }
 
-TEST(OddFiles, AreReadAsFarAsTheyGo) {
+TEST(OddFiles, MatchTheModel) {
     const TemporaryFile empty({});
     EXPECT_TRUE(readsLikeModel("/dev/zero", Bytes(4096)));
     for (const char* path : {"/", "/dev/null", empty.path()}) EXPECT_TRUE(readsLikeModel(path, Bytes())) << path;
 }
 
-TEST_F(Hostile, FifosAreReadUntilTheirWriterStops) {
+TEST_F(Hostile, ReadsFifosUntilTheirWriterStops) {
     const std::string path = m_folder.at("fifo");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     std::signal(SIGPIPE, SIG_IGN);
@@ -203,7 +203,7 @@ TEST_F(Hostile, FifosAreReadUntilTheirWriterStops) {
     std::signal(SIGPIPE, SIG_DFL);
 }
 
-TEST_F(Hostile, OpensAreReportedWhereNoMoreFilesCanBeOpened) {
+TEST_F(Hostile, ReportsTooManyOpenFiles) {
     const std::string path = m_folder.file("a.dds", fileOf(headerOf(1, 1)));
     // One outcome for each entry point that opens a file.
     const auto openEverything = [&] {

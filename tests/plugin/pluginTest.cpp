@@ -54,7 +54,7 @@ TEST_F(Plugin, ExportsItsDescription) {
     EXPECT_EQ(hostCalls(), "");
 }
 
-TEST_F(Plugin, InitialisesItsTextsAndNobodyElses) {
+TEST_F(Plugin, InitialisesOnlyItsOwnTexts) {
     EXPECT_EQ(m_plugin.imageInit(), 1);
     EXPECT_EQ(m_plugin.translatedTexts(), "DDS .dds Name#.Ext");
     EXPECT_EQ(hostCalls(), "STR_define DDS\nSTR_define .dds\nSTR_save Name#.Ext\n");
@@ -63,7 +63,7 @@ TEST_F(Plugin, InitialisesItsTextsAndNobodyElses) {
     EXPECT_EQ(imageOrientation, -1);
 }
 
-TEST_F(Plugin, TakesItsTextsFromTheCatalogueWhereItHasThem) {
+TEST_F(Plugin, TakesItsTextsFromTheCatalogue) {
     const std::string texts = "$set 901\n422 .tex\n423 Textur\n131 unbekannt\n$set 902\n424 of another set\n52 -\n";
     kpx__msg_cat = catopen(m_folder.catalogue(texts).c_str(), 0);
     EXPECT_EQ(m_plugin.imageInit(), 1);
@@ -101,7 +101,7 @@ std::string rowText(const CapabilityEntry& row) {
     return text;
 }
 
-TEST_F(Plugin, HandsOutItsOptionTable) {
+TEST_F(Plugin, ReturnsItsOptionTable) {
     CapabilityEntry* tables[2] = {};
     for (const int twin : {0, 1}) {
         int counts[3] = {-1, -1, -1};
@@ -145,7 +145,7 @@ TEST_F(Plugin, RecognisesFilesByTheirFirstBytes) {
     EXPECT_EQ(hostCalls(), "");
 }
 
-TEST_F(Plugin, ReportsWhatItCannotOpenToRecognise) {
+TEST_F(Plugin, ReportsAFileThatItCannotRecognise) {
     const std::string path = m_folder.at("missing");
     EXPECT_EQ(m_plugin.imageIsFile(path.c_str(), nullptr), 0);
     EXPECT_EQ(hostCalls(), cannotRecognise(path, ENOENT));
@@ -186,7 +186,7 @@ ImageFileDescriptor descriptorOf(const Described& image, const ImageFileDescript
     return expected;
 }
 
-TEST_F(Plugin, DescribesTheImageThatItReads) {
+TEST_F(Plugin, DescribesTheImage) {
     const Described images[] = {
         {dx10File(87, 256, 128), 256, 128, 2, 3, 8, true},
         {fileOf(rowOfBytes(256, 128)), 256, 128, 2, 3, 8, false},
@@ -221,7 +221,7 @@ TEST_F(Plugin, DescribesTheImageThatItReads) {
     }
 }
 
-TEST_F(Plugin, LeavesTheDescriptorAsFarAsItCameWhenAStringCannotBeHeld) {
+TEST_F(Plugin, StopsFillingTheDescriptorAtAStringThatFails) {
     const auto isUntouched = [](const auto& field) { return bytesOf(field) == Bytes(sizeof field, descriptorFill); };
     const std::string path = m_folder.file("a.dds", dx10File(87, 8, 2));
     for (const int failing : {1, 2}) {
@@ -251,7 +251,7 @@ TEST_F(Plugin, LeavesTheDescriptorAsFarAsItCameWhenAStringCannotBeHeld) {
     }
 }
 
-TEST_F(Plugin, ReportsWhatItCannotRead) {
+TEST_F(Plugin, ReportsAFileThatItCannotRead) {
     const std::string missing = m_folder.at("missing");
     const std::string tooShort = m_folder.file("short.dds", Bytes(10, 'D'));
     const struct {
@@ -285,7 +285,7 @@ TEST_F(Plugin, ReportsWhatItCannotRead) {
     EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-TEST_F(Plugin, HandsOutScanlinesFromTheBottomOfAPatternsFile) {
+TEST_F(Plugin, ReturnsScanlinesFromTheBottom) {
     const std::string path = m_folder.file("a.dds", dx10File(87, 2, 3, {{1,  2,  3,  4,  5,  6,  7,  8,   //
                                                                          11, 12, 13, 14, 15, 16, 17, 18,  //
                                                                          21, 22, 23, 24, 25, 26, 27, 28}}));
@@ -314,7 +314,7 @@ TEST_F(Plugin, HandsOutScanlinesFromTheBottomOfAPatternsFile) {
     handle.close();
 }
 
-TEST_F(Plugin, ClosesWhateverHangsOnAHandle) {
+TEST_F(Plugin, ClosesHandlesInEveryState) {
     TestHandle read(m_folder.file("a.dds", fileOf(rowOfBytes(2, 2))));
     ASSERT_EQ(m_plugin.imageReadOpen(&read), 1);
     TestHandle write(m_folder.at("b.dds"));

@@ -110,7 +110,7 @@ std::string reportsOf(unsigned flawSet) {
     return reports;
 }
 
-TEST_F(PluginWriting, ReportsEverySetOfReasonsToRefuseAnImageInOrder) {
+TEST_F(PluginWriting, ReportsAllReasonsToRefuseAnImageInOrder) {
     for (unsigned flawSet = 1; flawSet < 1U << std::size(flaws); ++flawSet) {
         TestHandle handle(m_path);
         handle.describe(4, 4);
@@ -130,7 +130,7 @@ TEST_F(PluginWriting, ReportsEverySetOfReasonsToRefuseAnImageInOrder) {
 }
 
 // Values next to a limit, beyond those of the table above.
-TEST_F(PluginWriting, RefusesByTheStatedLimits) {
+TEST_F(PluginWriting, RefusesValuesBeyondTheLimits) {
     static char sameText[] = "colours of this host";
     const struct {
         void (*change)(TestHandle& handle);
@@ -164,7 +164,7 @@ TEST_F(PluginWriting, RefusesByTheStatedLimits) {
 
 // The bytes of the file.
 
-TEST_F(PluginWriting, WritesTheWindowInPaddedRowsFromTheTop) {
+TEST_F(PluginWriting, WritesTheWindowInPaddedRows) {
     const PixelWindow windows[] = {
         {0, 0, 0, 0}, {0, 1, 0, 0},  {1, 3, -1, 0},     {0, 3, 0, 3},       {0, 4, 0, 1},
         {0, 7, 0, 3}, {0, 30, 0, 6}, {10, 109, 20, 69}, {-5, 94, -60, -11}, {INT_MAX - 99, INT_MAX, 0, 49}};
@@ -182,7 +182,7 @@ TEST_F(PluginWriting, WritesTheWindowInPaddedRowsFromTheTop) {
     }
 }
 
-TEST_F(PluginWriting, WritesZerosForRowsThatNeverArrived) {
+TEST_F(PluginWriting, WritesZerosForMissingRows) {
     TestHandle handle(m_path);
     handle.describe(5, 6);
     ASSERT_EQ(m_plugin.imageWriteOpen(&handle), 1);
@@ -207,7 +207,7 @@ std::string unknownOption(int code) {
     return "902.92, severity 2: " + text.replace(text.find('#'), 1, std::to_string(code)) + "\n";
 }
 
-TEST_F(PluginWriting, WritesAsTheOptionsChoose) {
+TEST_F(PluginWriting, FollowsTheOptions) {
     const struct {
         std::vector<OptionSetting> settings;
         bool alpha;
@@ -240,7 +240,7 @@ TEST_F(PluginWriting, WritesAsTheOptionsChoose) {
     }
 }
 
-TEST_F(PluginWriting, LooksForOptionsInTheTableAsTheHostHasChangedIt) {
+TEST_F(PluginWriting, UsesTheOptionTableThatTheHostChanged) {
     CapabilityEntry* rows = nullptr;
     int count[3];
     m_plugin.imageCapability(&rows, &count[0], &count[1], &count[2]);
@@ -262,7 +262,7 @@ TEST_F(PluginWriting, LooksForOptionsInTheTableAsTheHostHasChangedIt) {
 }
 
 // Windows and paths for which no file can be created.
-TEST_F(PluginWriting, ReportsWhatItCannotWrite) {
+TEST_F(PluginWriting, ReportsAFileThatItCannotWrite) {
     const std::string existing = m_folder.file("existing.dds", std::string("kept"));
     const std::string shutFolder = m_folder.at("shut");
     fs::create_directory(shutFolder);
@@ -311,7 +311,7 @@ TEST_F(PluginWriting, ReportsWhatItCannotWrite) {
     EXPECT_EQ(fs::file_size(existing), 4U);
 }
 
-TEST_F(PluginWriting, EndsQuietlyWhereTheFileDoesNotFit) {
+TEST_F(PluginWriting, IgnoresAFullDisk) {
     for (const rlim_t limit : {rlim_t{100}, rlim_t{20000}}) {  // in the header, in the rows
         std::signal(SIGXFSZ, SIG_IGN);
         const LoweredLimit fileSize(RLIMIT_FSIZE, limit);

@@ -27,7 +27,7 @@ protected:
 
 }  // namespace
 
-TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
+TEST_P(EveryFormat, MatchesTheModelInEverySize) {
     model::Random random(1);
     using Sides = std::pair<std::uint32_t, std::uint32_t>;
     for (const Format& format : formatTable()) {
@@ -58,7 +58,7 @@ TEST_P(EveryFormat, IsReadAsTheModelSaysInEverySize) {
 }
 
 // A picture of exactly 4 GiB is read; one with another row or column is not.
-TEST_P(EveryFormat, EndsAtFourGibibytes) {
+TEST_P(EveryFormat, IsLimitedTo4GiB) {
     for (const std::uint32_t width : {1U << 14, (1U << 14) + 1}) {
         const Bytes floats = dx10File(2, width, 1 << 14);
         EXPECT_TRUE(readsLikeModel(TemporaryFile(floats).path(), floats, *GetParam(), 1 << 14)) << width;
@@ -69,7 +69,7 @@ TEST_P(EveryFormat, EndsAtFourGibibytes) {
     }
 }
 
-TEST_P(EveryFormat, OfATooShortFileIsReadAsTheModelSays) {
+TEST_P(EveryFormat, MatchesTheModelInShortFiles) {
     model::Random random(2);
     for (const Format& format : formatTable()) {
         for (const std::size_t bytes : {0U, 1U, 3U, 17U, 64U, 97U, 130U, 200U, 255U, 1090U}) {
@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(Kernels, EveryFormat, testing::ValuesIn(kernelSets().be
                          [](const auto& instance) { return std::string(instance.param->name); });
 
 // The picture of a truncated file may get the memory of a larger one, of which nothing must remain.
-TEST(Reader, LeavesNothingOfTheLastPicture) {
+TEST(Reader, ClearsReusedMemory) {
     std::set<std::pair<Loader, std::uint32_t>> seen;
     const Bytes data(std::size_t{1024} * 600 * 16, 0x77);
     for (const Format& format : formatTable()) {
@@ -101,7 +101,7 @@ TEST(Reader, LeavesNothingOfTheLastPicture) {
 }
 
 // All combinations of format flags, codes of every loader and of none, and DDSD_LINEARSIZE.
-TEST(ChoiceOfLoader, FollowsFlagsThenCodes) {
+TEST(ChoiceOfLoader, DependsOnFlagsThenCodes) {
     std::vector<std::uint32_t> codes = {0, 25, 34, 36, 50, 110, 111, 113, 116, 117, 134, 135, 136, 1116};
     for (const char* name : {"DXT1", "DXT5", "DXT6", "DXT7", "BC5U", "BC5S", "BC4U", "ATI1", "ATI2", "RGBG", "DX10"}) {
         codes.push_back(load32(reinterpret_cast<const unsigned char*>(name)));
@@ -121,7 +121,7 @@ TEST(ChoiceOfLoader, FollowsFlagsThenCodes) {
     }
 }
 
-TEST(Dx10Header, WithEveryNumberIsReadOrRefused) {
+TEST(Dx10Header, MatchesTheModelForEveryNumber) {
     model::Random random(4);
     const Bytes data = randomBytes(random, 6 * 4 * 16);
     for (std::uint32_t number = 0; number < 140; ++number) {
@@ -132,7 +132,7 @@ TEST(Dx10Header, WithEveryNumberIsReadOrRefused) {
     }
 }
 
-TEST(MaskedPixels, OfAnyMasksAndBitCountAreReadAsTheModelSays) {
+TEST(MaskedPixels, MatchTheModelForAnyMasks) {
     model::Random random(5);
     const auto randomMask = [&random]() -> std::uint32_t {
         const auto any = static_cast<std::uint32_t>(random.next());
@@ -156,7 +156,7 @@ TEST(MaskedPixels, OfAnyMasksAndBitCountAreReadAsTheModelSays) {
     }
 }
 
-TEST(BlockData, IsReadByTheLargestOfItsSizes) {
+TEST(BlockData, HasTheLargestOfItsSizes) {
     model::Random random(6);
     for (const std::uint32_t linearSize : {0U, 8U, 32U, 63U, 64U, 65U, 128U, 129U, 0xFFFFFFFFU}) {
         for (const std::size_t bytes : {8U, 32U, 64U, 100U, 128U}) {
@@ -171,7 +171,7 @@ TEST(BlockData, IsReadByTheLargestOfItsSizes) {
     }
 }
 
-TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
+TEST(Reader, CanBeReopened) {
     TddsReader reader;
     const TemporaryFile first(dx10File(10, 6, 4, Bytes(6 * 4 * 8, 0x3C)));
     const TemporaryFile second(dx10File(61, 9, 2, Bytes(18, 7)));
@@ -193,7 +193,7 @@ TEST(Reader, ForgetsTheFirstFileWhenItOpensAnother) {
 }
 
 // convertSnorm does not depend on the loader, or on files read before.
-TEST(Reader, ConvertsSignedBytesOfAnyPicture) {
+TEST(Reader, ConvertsSignedBytes) {
     TddsReader reader;
     DdsFileHeader palette = headerOf(9, 2);
     palette.header.ddspf.dwFlags = DDPF_PALETTEINDEXED8;
@@ -249,7 +249,7 @@ const BlockMember blockMembers[] = {
 
 }  // namespace
 
-TEST(DecoderMembers, OfWholePicturesDecodeAsTheLoaderDoes) {
+TEST(DecoderMembers, DecodePicturesLikeTheLoader) {
     model::Random random(8);
     for (const WholeDecoder& decoder : wholeDecoders) {
         Bytes blocks = randomBytes(random, 4 * 3 * 16);
@@ -270,7 +270,7 @@ TEST(DecoderMembers, OfWholePicturesDecodeAsTheLoaderDoes) {
     }
 }
 
-TEST(DecoderMembers, OfSingleBlocksUseTheWidthOfThePicture) {
+TEST(DecoderMembers, DecodeBlocksByTheWidthOfThePicture) {
     constexpr std::size_t width = 8;
     model::Random random(9);
     Bytes block = randomBytes(random, 16);

@@ -17,7 +17,7 @@
 using namespace kpx;
 using namespace testing_support;
 
-TEST_F(Tool, ASignalLeavesNoHalfMadeFile) {
+TEST_F(Tool, LeavesNoIncompleteFileAfterASignal) {
     const auto makeFile = [this](int signal) {
         tool::noteInterrupts();
         try {
@@ -49,7 +49,7 @@ TEST_F(Tool, ASignalLeavesNoHalfMadeFile) {
 }
 
 // What another thread prints passes, as what std::cout prints does; what this one prints passes after the last gate.
-TEST(StdoutGate, DropsWhatItsThreadPrints) {
+TEST(StdoutGate, DropsOnlyTheOutputOfItsThread) {
     testing::internal::CaptureStdout();
     auto first = std::make_unique<tool::StdoutGate>(), second = std::make_unique<tool::StdoutGate>();
     std::puts("with two");
@@ -63,7 +63,7 @@ TEST(StdoutGate, DropsWhatItsThreadPrints) {
 }
 
 // A terminal is what script(1) makes of a pipe.
-TEST_F(Tool, ProgressIsShownOnATerminalOnly) {
+TEST_F(Tool, ShowsProgressOnlyOnATerminal) {
     if (std::system("command -v script >/dev/null") != 0) GTEST_SKIP() << "there is no script(1)";
     file("a.dds", describedFile("size=4x4 dxgi=28 zeros=64"));
     file("b.dds", describedFile("size=64x64 code=DXT1 zeros=3"));

@@ -47,7 +47,7 @@ protected:
     }
 };
 
-TEST_F(Documents, AreAcceptedByThoseWhoReadThem) {
+TEST_F(Documents, AreAcceptedByTheirReaders) {
     const struct {
         const char *program, *reading;
     } cases[] = {
@@ -68,7 +68,7 @@ TEST_F(Documents, AreAcceptedByThoseWhoReadThem) {
     if (!missing.empty()) GTEST_SKIP() << "not installed:" << missing;
 }
 
-TEST_F(Documents, EveryCommandHasAPageWithEveryOption) {
+TEST_F(Documents, DescribeEveryOptionOfEveryCommand) {
     const auto has = [](const std::string& text, const std::string& part) { return text.find(part) != text.npos; };
     ASSERT_TRUE(commands().contains("convert"));
     ASSERT_TRUE(options("convert").contains("--swizzle"));
@@ -81,7 +81,7 @@ TEST_F(Documents, EveryCommandHasAPageWithEveryOption) {
     }
 }
 
-TEST_F(Documents, BashCompletes) {
+TEST_F(Documents, CompleteInBash) {
     const struct {
         const char* words;
         int last;

@@ -48,7 +48,7 @@ void addSteps(std::vector<float>& values, Function byte) {
     }
 }
 
-TEST(AsBytes, IsTheFormulaAtEveryStepAndThroughoutTheFloats) {
+TEST(AsBytes, MatchesTheFormulaForAllFloats) {
     for (const double stops : {0.0, -3.3, 5.5, 64.0, -64.0}) {
         std::vector<float> values;
         for (std::uint32_t upper = 0; upper <= 0xFFFF; ++upper) {

@@ -52,7 +52,7 @@ protected:
     [[nodiscard]] std::string picture(const json& url) const { return textOfFile(at("out/" + url.get<std::string>())); }
 };
 
-TEST_F(Gallery, HasEveryFileWithItsGrade) {
+TEST_F(Gallery, ListsEveryFileWithItsGrade) {
     for (const char* name : {"fine.dds", "in/a.dds", "in/below/b.dds"}) {
         fs::create_directories(fs::path(at(name)).parent_path());
         file(name, decoded);
@@ -86,7 +86,7 @@ TEST_F(Gallery, HasEveryFileWithItsGrade) {
 }
 
 // The folder is replaced as a whole, and only if it is a gallery; where there is nothing to show it stays as it is.
-TEST_F(Gallery, ReplacesAnEarlierGalleryAndNothingElse) {
+TEST_F(Gallery, ReplacesOnlyAnEarlierGallery) {
     file("a.dds", decoded);
     file("b.dds", decoded);
     EXPECT_EQ(gallery("a.dds b.dds").size(), 2U);
@@ -118,7 +118,7 @@ TEST_F(Gallery, ReplacesAnEarlierGalleryAndNothingElse) {
     EXPECT_EQ(run("gallery a.dds -o new/below/out").status, 0);
 }
 
-TEST_F(Gallery, PageHasNothingOfAFileInItsMarkup) {
+TEST_F(Gallery, EscapesTheDataOfFiles) {
     const std::string hostile[] = {"<img src=x onerror=alert(1)>.dds", "\"' onload=\"x\" & &lt;.dds",
                                    "-->]]><!--<script>.dds"};
     for (const std::string& name : hostile) file(name, decoded);
@@ -143,7 +143,7 @@ TEST_F(Gallery, PageHasNothingOfAFileInItsMarkup) {
     EXPECT_TRUE(std::regex_search(bare, policy));
 }
 
-TEST_F(Gallery, ShowsFloatsAtAnExposureThatItStates) {
+TEST_F(Gallery, StatesTheExposureOfFloats) {
     struct Case {
         const char* options;
         std::vector<float> values;
@@ -163,7 +163,7 @@ TEST_F(Gallery, ShowsFloatsAtAnExposureThatItStates) {
     }
 }
 
-TEST_F(Gallery, ReducesPicturesAndHoldsAlphaApart) {
+TEST_F(Gallery, ReducesPicturesAndSeparatesAlpha) {
     DdsFileHeader header = headerOf(800, 400);
     header.header.ddspf = {32, DDPF_RGB | DDPF_ALPHAPIXELS, 0, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
     file("a.dds", fileOf(header, Bytes(4 * 800 * 400, 9)));
@@ -181,7 +181,7 @@ TEST_F(Gallery, ReducesPicturesAndHoldsAlphaApart) {
 }
 
 // The command stands in the page as a shell takes it, whatever the name; what it makes is what the page has shown.
-TEST_F(Gallery, ShowsTheRepairedPictureAndTheCommandThatMakesIt) {
+TEST_F(Gallery, ShowsTheRepairedPictureAndItsCommand) {
     struct Case {
         std::string name, description, command;
     };
@@ -217,7 +217,7 @@ TEST_F(Gallery, ShowsTheRepairedPictureAndTheCommandThatMakesIt) {
 }
 
 // As split makes files of them.
-TEST_F(Gallery, ShowsTheOtherPicturesOfAFileAsAStrip) {
+TEST_F(Gallery, ShowsTheOtherPicturesOfAFileInAStrip) {
     struct Case {
         const char* description;
         std::vector<const char*> notes;

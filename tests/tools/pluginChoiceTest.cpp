@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(PluginChoice, TakesTheFirstPlaceOfTheOrder) {
+TEST_F(PluginChoice, TakesTheFirstPlaceInOrder) {
     const struct {
         const char *there, *environment, *option;
         char loaded;
@@ -63,7 +63,7 @@ TEST_F(PluginChoice, TakesTheFirstPlaceOfTheOrder) {
     }
 }
 
-TEST_F(PluginChoice, OfANamedFileThatIsNotThereIsNoOther) {
+TEST_F(PluginChoice, FailsIfTheNamedFileIsMissing) {
     install("1bi");
     for (const char* environment : {"KPX_PLUGIN=missing.so", "KPX_PLUGIN=missing.so KPX_PLUGIN_PATH=first"}) {
         const RunResult result = formats(environment, "");
@@ -72,7 +72,7 @@ TEST_F(PluginChoice, OfANamedFileThatIsNotThereIsNoOther) {
     }
 }
 
-TEST_F(PluginChoice, NamesEveryPlaceWhereNoneIs) {
+TEST_F(PluginChoice, NamesEveryPlaceThatWasSearched) {
     if (fs::exists(KPX_INSTALLED "/KPXDDS.so")) GTEST_SKIP() << "a plug-in is installed in " KPX_INSTALLED;
     install("");
     const RunResult result = formats("KPX_PLUGIN_PATH=first:second", "");

@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(, Shell, testing::ValuesIn(runsOf(path)), nameOf);
 }  // namespace
 
 // "file NAME DESCRIPTION" makes a file, "$ COMMAND" is run. Lines of standard error are marked by "!".
-TEST_P(Shell, GoesAsAgreed) {
+TEST_P(Shell, MatchesTheFile) {
     const std::string prelude =
         "export LC_ALL=C.UTF-8 KPX_PLUGIN='" KPX_PLUGIN_PATH "'; kpximage() { '" KPX_TOOL_PATH "' \"$@\"; }; ";
     std::vector<AgreedEntry> entries = GetParam().entries;

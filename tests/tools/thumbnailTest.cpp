@@ -24,7 +24,7 @@ protected:
     }
 };
 
-TEST_F(Thumbnail, FitsIntoTheSquareWithoutBeingEnlarged) {
+TEST_F(Thumbnail, FitsTheSquareAndIsNeverEnlarged) {
     const struct {
         int width, height, size, smallWidth, smallHeight;
     } cases[] = {{8, 8, 4, 4, 4},           {8, 4, 4, 4, 2},  {5, 3, 4, 4, 2},   {3, 7, 4, 2, 4},
@@ -40,7 +40,7 @@ TEST_F(Thumbnail, FitsIntoTheSquareWithoutBeingEnlarged) {
 }
 
 // Where it is smaller, the mean of the light, weighted by alpha: 188 (BC) is the byte of half the light of 255.
-TEST_F(Thumbnail, HasTheColoursOfItsPicture) {
+TEST_F(Thumbnail, HasTheMeanColoursOfThePicture) {
     const std::string grey = "pf=0x20000 bits=8 masks=FF,0,0,0";
     const struct {
         std::string file;
@@ -77,7 +77,7 @@ TEST_F(Thumbnail, HasTheColoursOfItsPicture) {
     }
 }
 
-TEST_F(Thumbnail, OfASmallerPictureIsThePicture) {
+TEST_F(Thumbnail, EqualsASmallerPicture) {
     Bytes all;
     for (unsigned value = 0; value < 256; ++value) {
         for (const unsigned byte : {value, 255 - value, value ^ 90, 255U})
@@ -87,7 +87,7 @@ TEST_F(Thumbnail, OfASmallerPictureIsThePicture) {
     EXPECT_EQ(thumbnail("a.dds -s 256").rows, textOf(all));
 }
 
-TEST_F(Thumbnail, SaysWhatItIsOf) {
+TEST_F(Thumbnail, NamesItsPictureAndTime) {
     file("a ü;%#.dds", dx10File(28, 40, 20, Bytes(3200, 255)));
     ASSERT_EQ(shell("touch -d @1234567890 'a ü;%#.dds'").status, 0);
     const std::string folder = std::regex_replace(at(""), std::regex(" "), "%20");
@@ -99,7 +99,7 @@ TEST_F(Thumbnail, SaysWhatItIsOf) {
         EXPECT_EQ(thumbnail("-s 16 '" + input + "'").texts, texts) << input;
 }
 
-TEST_F(Thumbnail, IsMadeByTheLineOfItsThumbnailer) {
+TEST_F(Thumbnail, IsMadeByTheCommandOfTheThumbnailer) {
     file("a b.dds", dx10File(28, 300, 100, Bytes(120000, 255)));
     const std::string entry = textOfFile(KPX_SOURCE_DIR "/tools/commands/kpximage.thumbnailer");
     EXPECT_NE(entry.find("\nMimeType=image/x-dds;\n"), std::string::npos);

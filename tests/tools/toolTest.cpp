@@ -130,7 +130,7 @@ Bytes dx10Pixel(uint32_t dxgi, const Bytes& pixel) {
     return textOf(testing_support::dx10File(dxgi, 1, 1)) + pixel;
 }
 
-TEST_F(Convert, EveryPictureHasItsPng) {
+TEST_F(Convert, WritesEveryPictureAsPng) {
     const float notANumber = std::numeric_limits<float>::quiet_NaN();
     const Bytes lights = dds(2, 1, named(116), floats({0.25F, 0.001F, 9.0F, 0.5F, notANumber, -1.0F, 0.5F, 2.0F}));
     // Endpoints of both blocks alike, so that red and green are the same everywhere.
@@ -178,7 +178,7 @@ TEST_F(Convert, EveryPictureHasItsPng) {
     EXPECT_FLOAT_EQ(readExr(at("a.exr")).at("B").values.at(0), 0.8F);
 }
 
-TEST_F(Convert, PngHasTheSamePixelsFastAndSmallest) {
+TEST_F(Convert, WritesTheSamePixelsFastAndSmallest) {
     const PixelFormat* formats[] = {&grey8, &greyAlpha16, &rgb24, &rgba32};
     for (size_t channels = 1; channels <= 4; ++channels) {
         file("a.dds", dds(300, 300, *formats[channels - 1], noise(45'000 * channels) + Bytes(45'000 * channels, 7)));
@@ -189,7 +189,7 @@ TEST_F(Convert, PngHasTheSamePixelsFastAndSmallest) {
     }
 }
 
-TEST_F(Convert, ThePictureThatStandsForTheUndecodableIsOpaqueBlack) {
+TEST_F(Convert, WritesTheBlackPictureOpaque) {
     file("a.dds", dds(2, 2, named(kpx::fourCC("????")), ""));
     EXPECT_EQ(run("convert a.dds -o a.png --keep-black").status, 3);
     Bytes rows;
@@ -198,7 +198,7 @@ TEST_F(Convert, ThePictureThatStandsForTheUndecodableIsOpaqueBlack) {
 }
 
 // A limit on memory, which the headers do not foretell: the picture of 63 MiB does not fit in it.
-TEST_F(Tool, LackOfMemoryIsAFailure) {
+TEST_F(Tool, ReportsLackOfMemory) {
     if (testing_support::underAddressSanitizer || testing_support::underThreadSanitizer)
         GTEST_SKIP() << "a sanitizer needs more addresses than the limit leaves";
     std::filesystem::resize_file(file("a.dds", dds(8192, 2688, rgb24, "")), 128 + 8192 * 2688 * 3);
@@ -215,7 +215,7 @@ TEST_F(Tool, LackOfMemoryIsAFailure) {
     EXPECT_EQ(run("info --open a.dds").status, 0);
 }
 
-TEST_F(Convert, FloatsBecomeOpenExrUnchangedWithTheTopRowFirst) {
+TEST_F(Convert, WritesFloatsToOpenExrUnchanged) {
     // The channels in the order of the DDS file.
     for (const auto& [code, names] : {std::pair{114U, Bytes("Y")}, {115U, Bytes("RG")}, {116U, Bytes("RGBA")}}) {
         std::vector<float> values;
@@ -231,7 +231,7 @@ TEST_F(Convert, FloatsBecomeOpenExrUnchangedWithTheTopRowFirst) {
     }
 }
 
-TEST_F(Convert, OpenExrHasTheBitsOfTheSourceOrThoseAskedFor) {
+TEST_F(Convert, WritesOpenExrWithTheBitsOfTheSourceOrTheOption) {
     const struct {
         uint32_t code;
         const char* options;
@@ -250,7 +250,7 @@ TEST_F(Convert, OpenExrHasTheBitsOfTheSourceOrThoseAskedFor) {
     }
 }
 
-TEST_F(Convert, PngFilesOfSrgbFormatsSaySo) {
+TEST_F(Convert, MarksPngFilesOfSrgbFormats) {
     for (const auto& [dxgi, isSrgb] : {std::pair{28U, false}, {29U, true}, {91U, true}}) {
         file("a.dds", dx10Pixel(dxgi, "abcd"));
         convert("a.png a.dds");
@@ -258,7 +258,7 @@ TEST_F(Convert, PngFilesOfSrgbFormatsSaySo) {
     }
 }
 
-TEST_F(Convert, PngAndDdsGoRoundWithColumnsOfPadding) {
+TEST_F(Convert, ConvertsPngToDdsAndBack) {
     const Png image{5, 2, PNG_COLOR_TYPE_RGBA, 8, noise(40)};
     writePng(at("a.png"), image);
     convert("a.dds a.png --pad", "kpximage: a.png: note: the width 5 is stored as 8\n");
@@ -273,7 +273,7 @@ TEST_F(Convert, PngAndDdsGoRoundWithColumnsOfPadding) {
     EXPECT_EQ(back.rows.substr(32, 20), image.rows.substr(20, 20));
 }
 
-TEST_F(Convert, PngOfAnyKindIsExpanded) {
+TEST_F(Convert, ExpandsEveryKindOfPng) {
     const Bytes rgb = noise(24);
     const Bytes expandedPalette = "\x04\x05\x06\xFF\x01\x02\x03\x07\x04\x05\x06\xFF\x01\x02\x03\x07";
     const struct {

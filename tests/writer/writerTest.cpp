@@ -11,7 +11,7 @@ namespace {
 
 using testing_support::Bytes;
 
-TEST(Writer, StoresChannelsInTheOrderOfTheirNumber) {
+TEST(Writer, OrdersChannelsByTheirNumber) {
     const struct {
         unsigned channels, alpha;
         Bytes pixel;
@@ -41,7 +41,7 @@ TEST(Writer, StoresChannelsInTheOrderOfTheirNumber) {
 }
 
 // Images that the plug-in refuses before it calls the writer: without pixels, and with sizes that a header cannot hold.
-TEST(Writer, MakesAHeaderAloneOfAnImageWithoutPixels) {
+TEST(Writer, WritesOnlyAHeaderForAnImageWithoutPixels) {
     for (const auto& [width, height] : {std::pair{0U, 5U}, {5U, 0U}, {0U, 0U}, {0U, 0xFFFFFFFFU}}) {
         const testing_support::TemporaryFile file({});
         kpx::TddsWriter writer;

@@ -44,6 +44,15 @@ std::vector<std::string> formatNames() {
     return names;
 }
 
+// Removes the findings whose advice the user has followed by an option.
+void dropAnswered(Explanation& file, const Arguments& arguments) {
+    std::erase_if(file.findings, [&arguments](const Finding& finding) {
+        if (finding.id == "x-as-alpha") return !arguments.opaque.empty();
+        return (finding.id == "normal-map" || finding.id == "masks-reversed") && !arguments.swizzle.empty();
+    });
+    file.grade = gradeOf(file.findings);
+}
+
 // Returns null if there is no such format.
 const Format* formatNamed(const std::string& name) {
     for (const Format& format : formats) {
@@ -132,7 +141,8 @@ Outcome Conversion::convert(const InputFile& input, Report& report) {
     Outcome outcome = Outcome::done;
     const bool isFromPng = isPng(file);
     if (!isFromPng) {
-        const Explanation explanation = explain(file.facts());
+        Explanation explanation = explain(file.facts());
+        dropAnswered(explanation, m_arguments);
         warnOfGrade(explanation, report, m_arguments.isStrict);
         outcome = outcomeOf(explanation.grade, m_arguments.isStrict);
         if (outcome == Outcome::failed) return outcome;
@@ -197,8 +207,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     command.app
         .add_option("--swizzle", arguments.swizzle,
                     "Output channels, one to four of r g b a 0 1 z; z is computed as the third component of a unit "
-                    "normal. Use rgz "
-                    "for two-channel normal maps, agz1 for DXT5nm, agb1 for RXGB")
+                    "normal. Use rgz for two-channel normal maps, agz1 for DXT5nm, agb1 for RXGB")
         ->check(CLI::Validator(complaintAboutSwizzle, "LETTERS"));
     command.app
         .add_flag("--opaque{unused}", arguments.opaque,
@@ -209,8 +218,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     addChoice<ExrValues>(command.app, "--exr", arguments.exr,
                          {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
                          "OpenEXR values: half (16 bits), float (32 bits) or source (default: as in the input); always "
-                         "compressed by PIZ, "
-                         "lossless");
+                         "compressed by PIZ, lossless");
     addChoice<PngEffort>(command.app, "--png", arguments.png,
                          {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
                          "PNG compression: fast (default) or smallest (usually 10 % smaller, up to 20 times slower)");

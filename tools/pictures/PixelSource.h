@@ -2,6 +2,7 @@
 #pragma once
 
 #include <malloc.h>
+
 #include <array>
 #include <cstdint>
 #include <memory>
