@@ -1,5 +1,5 @@
-"""The Python package against the manifest, the model of all that is read, and against the tool: the same pictures, the
-same sentences, the same files."""
+"""Compares the Python package with the manifest, the model of every picture, and with the tool: pictures, sentences and
+files must be the same."""
 
 import copy
 import hashlib
@@ -22,7 +22,7 @@ import pytest
 
 import kpximage
 
-# The caller's umask and choice of a plug-in change no result.
+# The results must not depend on the caller's umask and choice of plug-in.
 os.umask(0o22)
 for variable in [name for name in os.environ if name.startswith("KPX_") and name != "KPX_BUILD"]:
     del os.environ[variable]
@@ -58,7 +58,7 @@ def python(code, *arguments, **options):
 
 
 def warned(work, *arguments, **options):
-    """The texts of the warnings that come of it."""
+    """Returns the texts of the warnings."""
     with warnings.catch_warnings(record=True) as caught:
         warnings.simplefilter("always")
         work(*arguments, **options)
@@ -67,7 +67,7 @@ def warned(work, *arguments, **options):
 
 
 @pytest.mark.parametrize("name", MANIFEST)
-def test_reads_what_the_manifest_says(name, examples):
+def test_pictures_match_the_manifest(name, examples):
     file = examples / f"{name[9:]}.dds" if name.startswith("examples/") else SAMPLES / name[8:]
     if not file.exists():
         assert name.startswith("samples/")
@@ -96,7 +96,7 @@ def test_names_channels(file, names, examples):
     assert kpximage.read(examples / f"{file}.dds").channels == tuple(names)
 
 
-def test_red_may_have_alpha(examples, tmp_path):
+def test_reads_red_with_alpha(examples, tmp_path):
     file = bytearray((examples / "dx10-49-rg8.dds").read_bytes())
     file[80] |= 1  # DDPF_ALPHAPIXELS
     (tmp_path / "a.dds").write_bytes(file)
@@ -106,7 +106,7 @@ def test_red_may_have_alpha(examples, tmp_path):
     assert np.array_equal(kpximage.read(tmp_path / "b.dds"), picture[..., [0, 0, 0, 1]])
 
 
-def test_pictures_keep_what_is_known_of_them(examples):
+def test_derived_arrays_keep_attributes(examples):
     picture = kpximage.read(examples / "bad/ati1-code.dds")
     for same in (picture.copy(), picture[8:, ::2], picture.astype(float), picture + 1, copy.deepcopy(picture),
                  pickle.loads(pickle.dumps(picture)), picture[..., [2, 1, 0, 3]], picture.copy("F")):
@@ -116,7 +116,7 @@ def test_pictures_keep_what_is_known_of_them(examples):
         assert other.channels is None
 
 
-def test_threads_do_not_hold_the_end_of_the_interpreter(examples):
+def test_interpreter_ends_while_threads_read(examples):
     for _ in range(5):
         run = python("import kpximage, sys, threading, time\n"
                      "def work():\n  while True: kpximage.read(sys.argv[1]); kpximage.explain(sys.argv[1])\n"
@@ -125,7 +125,7 @@ def test_threads_do_not_hold_the_end_of_the_interpreter(examples):
         assert (run.returncode, run.stderr) == (0, "")
 
 
-def test_no_memory_is_no_black_picture(tmp_path):
+def test_lack_of_memory_is_an_error(tmp_path):
     kpximage.write(tmp_path / "a.dds", np.zeros((4096, 4096, 4), np.uint8))
     run = python("import kpximage, resource, sys\nkpximage.plugin_path()\n"
                  "free = int(open('/proc/self/statm').read().split()[0]) * 4096 + (30 << 20)\n"
@@ -134,7 +134,7 @@ def test_no_memory_is_no_black_picture(tmp_path):
     assert run.stdout == "none\n", run.stderr
 
 
-def test_says_what_the_tool_says(examples, tmp_path):
+def test_sentences_match_the_tool(examples, tmp_path):
     os.mkfifo(tmp_path / "pipe")
     for name, start in (("empty", b""), ("text", b"text" * 99), ("png", b"\x89PNG\r\n\x1a\n"), ("n\udcff", b"DDS ")):
         (tmp_path / name).write_bytes(start)
@@ -153,7 +153,7 @@ def test_says_what_the_tool_says(examples, tmp_path):
         kpximage.read("a\0b")
 
 
-def test_errors_are_those_of_the_system_and_can_be_pickled(tmp_path):
+def test_errors_have_the_kinds_of_the_system_and_pickle(tmp_path):
     work = {"missing": FileNotFoundError, "no/a.dds": FileNotFoundError, ".": None, "text": None}
     (tmp_path / "text").write_text("text")
     for name, kind in work.items():
@@ -168,7 +168,7 @@ def test_errors_are_those_of_the_system_and_can_be_pickled(tmp_path):
         pytest.raises(TypeError, kpximage.repair, *wrong)
 
 
-def test_processes_can_be_forked_while_threads_read(examples):
+def test_forked_processes_read_while_threads_read(examples):
     run = python("import kpximage, os, signal, sys, threading\n"
                  "def work():\n  while True: kpximage.read(sys.argv[1])\n"
                  "for _ in range(4): threading.Thread(target=work, daemon=True).start()\n"
@@ -178,7 +178,7 @@ def test_processes_can_be_forked_while_threads_read(examples):
     assert run.stdout == "done\n", run.stderr
 
 
-def test_floats_are_converted_by_the_recipe_of_write(examples, tmp_path):
+def test_recipe_for_floats_matches_the_tool(examples, tmp_path):
     file = examples / "dx10-67-rgb9e5.dds"
     recipe = re.findall(r"^ {8}(.*)$", kpximage.write.__doc__, re.M)
     assert len(recipe) == 3
@@ -194,7 +194,7 @@ def test_metadata_is_found():
     assert importlib.metadata.requires("kpximage") == ["numpy"]
 
 
-def test_explains_as_the_tool_does(examples):
+def test_explain_matches_the_tool(examples):
     files = [*map(str, examples.glob("**/*.dds"))]
     lines = tool("explain", "--json", *files).stdout.splitlines()
     assert [kpximage.explain(file) for file in files] == [json.loads(line) for line in lines]
@@ -203,7 +203,7 @@ def test_explains_as_the_tool_does(examples):
 
 
 @pytest.mark.parametrize("options", [{}, {"convert": True}])
-def test_repairs_as_the_tool_does(examples, tmp_path, options):
+def test_repair_matches_the_tool(examples, tmp_path, options):
     for folder in ("own", "tool"):
         (tmp_path / folder).mkdir()
     files = [*examples.glob("bad/*.dds"), examples / "dxt5.dds"]
@@ -222,7 +222,7 @@ def test_repairs_as_the_tool_does(examples, tmp_path, options):
         kpximage.repair(examples / "bad/ati1-code.dds", "/dev/full")
 
 
-def test_writes_the_files_that_the_tool_writes(examples, tmp_path):
+def test_written_files_match_the_tool(examples, tmp_path):
     files = [file for file in examples.glob("*.dds") if MANIFEST[f"examples/{file.stem}"][5] == "8"]
     assert len(files) > 50
     tool("convert", "--format", "dds", "--pad", "--keep-black", *files, "-o", tmp_path)
@@ -233,7 +233,7 @@ def test_writes_the_files_that_the_tool_writes(examples, tmp_path):
     assert said and all(" is stored as " in text for text in said)
 
 
-def test_writes_arrays_of_any_strides_and_names(tmp_path):
+def test_writes_arrays_of_any_strides_and_channels(tmp_path):
     texels = np.random.default_rng(1).integers(0, 256, (6, 8, 4), dtype=np.uint8)
     r, g, b, a = np.moveaxis(texels, 2, 0)
     o = np.zeros_like(r)
@@ -250,7 +250,7 @@ def test_writes_arrays_of_any_strides_and_names(tmp_path):
         assert np.array_equal(kpximage.read(tmp_path / "a.dds"), np.stack(channels, axis=2)), names
 
 
-def test_refuses_what_cannot_be_written_and_leaves_nothing(tmp_path):
+def test_refused_arrays_leave_no_file(tmp_path):
     good = np.zeros((4, 7, 3), np.uint8)
     for array, options, error, text in (
             (good.astype(np.float32), {}, TypeError, "array must have values of uint8, not float32"),
@@ -282,7 +282,7 @@ def test_refuses_what_cannot_be_written_and_leaves_nothing(tmp_path):
     assert not [*tmp_path.iterdir()]
 
 
-def test_writes_whole_or_not_at_all(tmp_path):
+def test_failed_writes_leave_no_file(tmp_path):
     file = tmp_path / "a.dds"
     file.write_text("earlier")
     full = python("import kpximage, numpy, resource, sys\nresource.setrlimit(resource.RLIMIT_FSIZE, (9999, 9999))\n"
@@ -296,12 +296,12 @@ def test_writes_whole_or_not_at_all(tmp_path):
     assert file.read_text() == "earlier" and len([*tmp_path.iterdir()]) == 1
 
 
-def test_the_interpreter_runs_on_while_files_are_read_and_written(tmp_path):
+def test_interpreter_runs_during_reading_and_writing(tmp_path):
     steps, done = [], threading.Event()
 
     def step():
         while not done.is_set():
-            steps.append(time.sleep(0))  # lets go of the interpreter, which else nobody does for an hour
+            steps.append(time.sleep(0))  # releases the interpreter lock; the switch interval is an hour
 
     interval = sys.getswitchinterval()
     sys.setswitchinterval(3600)
@@ -317,7 +317,7 @@ def test_the_interpreter_runs_on_while_files_are_read_and_written(tmp_path):
     thread.join()
 
 
-def test_threads_read_at_once(examples):
+def test_threads_read_in_parallel(examples):
     files = [*examples.glob("*.dds")]
     alone = [kpximage.read(file) for file in files]
     with ThreadPoolExecutor(8) as threads:
@@ -325,8 +325,8 @@ def test_threads_read_at_once(examples):
             assert np.array_equal(first, second, equal_nan=first.dtype.kind == "f")
 
 
-def test_what_others_print_is_whole(examples):
-    """Through C's stream and Python's, by other threads, while the plug-in prints of what is cut short."""
+def test_output_of_other_threads_is_complete(examples):
+    """Other threads print by C and by Python while the plug-in prints about short files."""
     printing = [name for name, columns in MANIFEST.items() if name.startswith("examples/") and "Error" in columns[6]]
     run = python("import ctypes, kpximage, sys, threading, warnings\nwarnings.simplefilter('ignore')\nlibc = ctypes.CDLL(None)\n"
                  "def reading():\n  for _ in range(300): kpximage.read(sys.argv[1])\n"
@@ -337,7 +337,7 @@ def test_what_others_print_is_whole(examples):
     assert len(run.stdout) == 2000 * 9 + 4 and run.stderr == ""
 
 
-def test_a_thousand_readings_keep_nothing(examples, tmp_path):
+def test_a_thousand_readings_leak_nothing(examples, tmp_path):
     (tmp_path / "a.dds").write_bytes((examples / "dxt5.dds").read_bytes())
 
     def work():
@@ -368,7 +368,7 @@ def test_finds_the_plugin():
         assert python(say, env={**environment, **change}).stdout.startswith(text)
 
 
-def test_the_example_of_the_readme_runs(examples, monkeypatch):
+def test_readme_example_runs(examples, monkeypatch):
     monkeypatch.chdir(examples.parents[1])
     Path("build").mkdir()
     section = (SOURCE / "README.md").read_text().split("## From Python\n")[1].split("\n## ")[0]
@@ -378,7 +378,7 @@ def test_the_example_of_the_readme_runs(examples, monkeypatch):
     assert [*Path("build").iterdir()]
 
 
-def test_images_carry_their_grade_and_findings(examples):
+def test_images_have_grade_and_findings(examples):
     for name in ("dxt5.dds", "bad/rows-missing.dds", "bad/ati1-code.dds"):
         with warnings.catch_warnings():
             warnings.simplefilter("ignore")
@@ -389,7 +389,7 @@ def test_images_carry_their_grade_and_findings(examples):
     assert np.zeros(3).view(kpximage.Image).grade is None
 
 
-def test_a_farm_says_and_makes_what_the_tool_does(examples, tmp_path):
+def test_farm_matches_the_tool(examples, tmp_path):
     pytest.importorskip("distributed", reason="there is no Dask")
     folder = tmp_path / "textures"
     (folder / "below").mkdir(parents=True)
