@@ -38,8 +38,8 @@ Points<3> coloursOf(const Tile& tile) {
 
 constexpr std::uint32_t transparentIndex = 3;
 
-// Two ends of 5:6:5 bits and sixteen indices. Unless all texels are opaque the first end is not above the second,
-// which leaves three colours and a transparent index.
+// Encodes two endpoints of 5:6:5 bits and sixteen indices. Unless all texels are opaque, the first endpoint does not
+// exceed the second, which selects three colours and a transparent index.
 void encodeColours(Bytes& bytes, const Tile& tile, TexelSet opaque) {
     const Points<3> colours = coloursOf(tile);
     std::uint32_t ends[2] = {0, 0};
@@ -49,7 +49,7 @@ void encodeColours(Bytes& bytes, const Tile& tile, TexelSet opaque) {
         ends[1] = to565(colours[other]);
     }
     const bool isFourColour = opaque == allTexels;
-    // Equal ends may stay as they are: they make three colours; only the first is used.
+    // Equal endpoints select three equal colours; only the first is used.
     if ((ends[0] < ends[1]) == isFourColour) std::swap(ends[0], ends[1]);
 
     const Colour from = from565(ends[0]);
@@ -78,8 +78,8 @@ void encodeNibbleAlpha(Bytes& bytes, const Tile& tile) {
     }
 }
 
-// Two ends and 3-bit indices of one channel. With from > to there are six values between the ends; with from < to
-// there are four, and the least and the greatest value.
+// Two endpoints and 3-bit indices of one channel. If from > to, there are six values between the endpoints; if
+// from < to, there are four, and the least and the greatest value.
 struct ChannelFit {
     int from, to;
     std::uint64_t indices = 0;

@@ -1,4 +1,4 @@
-// An encoder of BC6H: the four one-region modes of the published format, for each tile the one that fits best.
+// Encodes BC6H, each tile in the best of the four one-region modes of the published format.
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -9,7 +9,8 @@
 namespace kpx::example {
 namespace {
 
-// The first end has precision bits; the second is stored as a difference of deltaBits where it is transformed.
+// The first endpoint has `precision` bits; the second is stored as a difference of deltaBits if the mode is
+// transformed.
 struct Mode {
     std::uint32_t modeField;
     int precision;
@@ -25,10 +26,10 @@ constexpr Mode modes[] = {
 };
 
 constexpr int indexBits = 4;
-constexpr int baseBits = 10;  // of the first end, which stand before the differences; the others stand after them
+constexpr int baseBits = 10;  // of the first endpoint, before the differences; the other bits follow them
 
-// Colours as decoding interpolates them: 0 to 65535, or -32767 to 32767. The bits of a half float are 31/64 of that,
-// or 31/32.
+// Colours in the scale of the interpolation: 0 to 65535, or -32767 to 32767. The bits of a half float are 31/64 of
+// that, or 31/32.
 using Ints = std::array<int, 3>;
 
 int interpolated(float value, bool isSigned) {
@@ -75,7 +76,7 @@ Fit fitIndices(const Points<3>& colours, const Ints& from, const Ints& to, int p
         fit.indices[t] = static_cast<int>(best);
         fit.error += squaredDistance(colours[t], line[best]);
     }
-    // Of the first texel's index the top bit is not stored.
+    // The top bit of the first texel's index is not stored.
     constexpr int largest = (1 << indexBits) - 1;
     if (fit.indices[0] > largest / 2) {
         std::swap(fit.ends[0], fit.ends[1]);

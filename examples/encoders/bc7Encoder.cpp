@@ -1,5 +1,4 @@
-// An encoder of BC7: all eight modes of the published format, each with a few partitions; for each tile the block
-// that fits best.
+// Encodes BC7, each tile as the best block of all eight modes of the published format, with a few partitions each.
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -33,7 +32,7 @@ constexpr Mode modes[] = {
     {1, 0, 0, 0, 7, 7, PBits::unique, 4, 0}, {2, 6, 0, 0, 5, 5, PBits::unique, 2, 0},
 };
 
-// Some of the published partitions: the texels of each subset, and its anchor, whose index has one bit less.
+// Some of the published partitions, with the texels of each subset and its anchor, whose index has one bit less.
 struct Partition {
     int subsets, number;
     TexelSet texels[3];
@@ -50,7 +49,7 @@ constexpr Partition partitions[] = {
 using Point = std::array<double, 4>;  // red, green, blue, alpha, 0 to 255
 using Ends = std::array<std::array<int, 4>, 2>;
 
-// What a subset's texels become in some channels.
+// The encoded texels of a subset, in some channels.
 struct Fit {
     Ends stored{};
     std::array<int, 2> pBits{};
@@ -58,12 +57,12 @@ struct Fit {
     double error = 0.0;
 };
 
-// The published widening to 8 bits.
+// Widens a value to 8 bits by the published formula.
 int widened(int value, int bits) {
     return bits == 8 ? value : value << (8 - bits) | value >> (2 * bits - 8);
 }
 
-// The end as stored with the given p-bit (0 where the mode has none), and how far it decodes from the point.
+// Quantises an endpoint with a p-bit (0 if the mode has none), and returns its distance from the point when decoded.
 double quantise(const Mode& mode, const Point& point, int pBit, std::size_t first, std::size_t last,
                 std::array<int, 4>& stored, Point& decoded) {
     const int shift = mode.pBits == PBits::none ? 0 : 1;
@@ -77,7 +76,7 @@ double quantise(const Mode& mode, const Point& point, int pBit, std::size_t firs
     return squaredDistance(point, decoded, first, last);
 }
 
-// Both ends, with the p-bits that bring them closest.
+// Quantises both endpoints, with the p-bits that bring them closest.
 std::array<Point, 2> quantiseEnds(const Mode& mode, const std::array<Point, 2>& ends, std::size_t first,
                                   std::size_t last, Fit& fit) {
     const int combinations = mode.pBits == PBits::none ? 1 : 4;
@@ -101,7 +100,7 @@ std::array<Point, 2> quantiseEnds(const Mode& mode, const std::array<Point, 2>& 
     return best;
 }
 
-// Channels first to last - 1 of a subset's texels.
+// Encodes channels first to last - 1 of a subset's texels.
 Fit fitSubset(const Mode& mode, const Points<4>& colours, TexelSet set, std::size_t anchor, std::size_t first,
               std::size_t last, int indexBits) {
     Fit fit;
@@ -137,7 +136,7 @@ struct Candidate {
     std::size_t mode;
     const Partition* partition;
     int rotation, selection;
-    std::array<Fit, 3> colour;  // a subset each; with alpha where that has no indices of its own
+    std::array<Fit, 3> colour;  // one per subset; with alpha if that has no indices of its own
     Fit alpha;
     double error;
 };

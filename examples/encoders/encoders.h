@@ -1,4 +1,4 @@
-// The encoders: a picture in, the data of its file out.
+// The encoders, which return the data of a file for a picture.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ Bytes channels(const Picture& picture, const Naming& /*naming*/) {
     return bytes;
 }
 
-// Bit fields, by the naming's masks or by those given.
+// Encode bit fields, by the naming's masks or by those given.
 Bytes masked(const Picture& picture, const Naming& naming);
 Bytes packed(const Picture& picture, std::uint32_t bitCount, const Masks& masks);
 template <std::uint32_t bitCount, std::uint32_t r, std::uint32_t g, std::uint32_t b, std::uint32_t a>
@@ -24,20 +24,20 @@ Bytes fields(const Picture& picture, const Naming& /*naming*/) {
     return packed(picture, bitCount, {r, g, b, a});
 }
 
-// A palette of colours of heights, and the heights of the picture as indices into it.
+// Encode a palette of height colours, and the heights of the picture as indices.
 Bytes palette8(const Picture& picture, const Naming& naming);
 Bytes palette4(const Picture& picture, const Naming& naming);
 Bytes palette4Of256(const Picture& picture, const Naming& naming);
 
-// Pairs of pixels with a green each and common red and blue.
+// Encode pairs of pixels with a green each and a common red and blue.
 Bytes pairsRGBG(const Picture& picture, const Naming& naming);
 Bytes pairsGRGB(const Picture& picture, const Naming& naming);
 
-// Three floats in a word.
+// Encode three floats in a word.
 Bytes r11g11b10(const Picture& picture, const Naming& naming);
 Bytes r9g9b9e5(const Picture& picture, const Naming& naming);
 
-// Blocks of 4 by 4 texels. Texels with an alpha below 0.5 become the transparent ones of BC1.
+// Encode blocks of 4 by 4 texels. In BC1, texels with an alpha below 0.5 become transparent.
 Bytes bc1(const Picture& picture, const Naming& naming);
 Bytes bc2(const Picture& picture, const Naming& naming);
 Bytes bc2Premultiplied(const Picture& picture, const Naming& naming);

@@ -1,4 +1,4 @@
-// Encoders of what is not block-compressed.
+// Encoders of formats that are not block-compressed.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -15,7 +15,7 @@ std::uint32_t field(float value, std::uint32_t mask) {
     return unorm(value, mask >> shift) << shift;
 }
 
-// Sea, whose water can be seen through, shore, grass, rock and snow.
+// Returns the colour of a height: transparent sea, shore, grass, rock or snow.
 Texel heightColour(float height) {
     constexpr struct {
         float height;
@@ -35,7 +35,7 @@ Texel heightColour(float height) {
     return colour;
 }
 
-// Of the entries of the palette only the first ones have a use, as many as an index can tell apart.
+// Only the first entries of the palette are used, as many as an index can select.
 Bytes paletteOf(std::uint32_t entries, std::uint32_t used) {
     Bytes bytes;
     for (std::uint32_t i = 0; i < entries; ++i) {
@@ -45,7 +45,7 @@ Bytes paletteOf(std::uint32_t entries, std::uint32_t used) {
     return bytes;
 }
 
-// The left pixel of two in the low half of a byte; a row ends with a whole byte.
+// The low half of a byte is the left pixel; a row ends with a whole byte.
 Bytes nibblePalette(const Picture& picture, std::uint32_t entries) {
     Bytes bytes = paletteOf(entries, 16);
     const auto index = [&picture](unsigned x, unsigned y) {
@@ -59,7 +59,7 @@ Bytes nibblePalette(const Picture& picture, std::uint32_t entries) {
     return bytes;
 }
 
-// The last pixel of an odd row has no partner; its pair is whole all the same.
+// The last pixel of an odd row has no partner, but its pair is complete.
 Bytes pairs(const Picture& picture, bool greenFirst) {
     Bytes bytes;
     for (unsigned y = 0; y < picture.height; ++y) {
@@ -116,7 +116,7 @@ Bytes pairsGRGB(const Picture& picture, const Naming& /*naming*/) {
     return pairs(picture, true);
 }
 
-// The small floats are half floats without a sign and without their last bits.
+// The small floats are half floats without their sign and their last bits.
 Bytes r11g11b10(const Picture& picture, const Naming& /*naming*/) {
     Bytes bytes;
     for (const Texel& texel : picture.texels) {

@@ -1,4 +1,4 @@
-// Tiles of 4 by 4 texels, and what the block encoders have in common.
+// Tiles of 4 by 4 texels, and functions that the block encoders share.
 #pragma once
 
 #include <algorithm>
@@ -14,8 +14,8 @@ namespace kpx::example {
 
 using Tile = std::array<Texel, 16>;  // row by row
 
-// Appends the block of each tile, made by encodeTile(bytes, tile), to the data. Beyond the edges of the picture its
-// last texels go on.
+// Appends the block of each tile, made by encodeTile(bytes, tile), to the data. Beyond the edges of the picture, its
+// last texels are repeated.
 template <typename EncodeTile>
 Bytes encodeTiles(const Picture& picture, EncodeTile encodeTile) {
     Bytes bytes;
@@ -31,7 +31,7 @@ Bytes encodeTiles(const Picture& picture, EncodeTile encodeTile) {
     return bytes;
 }
 
-// A set of texels of a tile, a bit each.
+// A set of texels of a tile, one bit per texel.
 using TexelSet = std::uint16_t;
 inline constexpr TexelSet allTexels = 0xFFFF;
 
@@ -43,7 +43,7 @@ constexpr bool contains(TexelSet set, std::size_t texel) {
 template <std::size_t dimensions>
 using Points = std::array<std::array<double, dimensions>, 16>;
 
-// The squared distance in dimensions first to last - 1.
+// Returns the squared distance in dimensions first to last - 1.
 template <std::size_t dimensions>
 double squaredDistance(const std::array<double, dimensions>& a, const std::array<double, dimensions>& b,
                        std::size_t first = 0, std::size_t last = dimensions) {
@@ -52,8 +52,8 @@ double squaredDistance(const std::array<double, dimensions>& a, const std::array
     return sum;
 }
 
-// The two points of the set that lie farthest apart: good ends of the line that a block's colours lie on. Twice the
-// same texel where there is but one colour.
+// Returns the two points of the set that are farthest apart, which are good endpoints of a block's colours. Both are
+// the same texel if there is only one colour.
 template <std::size_t dimensions>
 std::pair<std::size_t, std::size_t> farthestPair(const Points<dimensions>& points, TexelSet set, std::size_t first = 0,
                                                  std::size_t last = dimensions) {
@@ -73,7 +73,7 @@ std::pair<std::size_t, std::size_t> farthestPair(const Points<dimensions>& point
     return ends;
 }
 
-// The published interpolation weight of BC6H and BC7, in 64ths.
+// Returns the published interpolation weight of BC6H and BC7, in 64ths.
 constexpr int weight(int index, int indexBits) {
     const int largest = (1 << indexBits) - 1;
     return (64 * index + largest / 2) / largest;

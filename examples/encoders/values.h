@@ -1,4 +1,4 @@
-// A texel's value in the number formats of a file, each appended to its bytes.
+// Functions that append a texel's value to the bytes of a file, one for each number format.
 #pragma once
 
 #include <algorithm>
@@ -10,22 +10,22 @@
 
 namespace kpx::example {
 
-// The low bytes of value, the lowest first.
+// Appends the low bytes of value, little-endian.
 inline void appendWord(Bytes& bytes, std::uint32_t value, unsigned size) {
     for (unsigned i = 0; i < size; ++i) bytes.push_back(static_cast<unsigned char>(value >> 8 * i));
 }
 
-// 0 to 1 as 0 to largest.
+// Scales 0..1 to 0..largest, rounded to nearest.
 inline std::uint32_t unorm(float value, std::uint32_t largest) {
     return static_cast<std::uint32_t>(std::lround(std::clamp(double{value}, 0.0, 1.0) * largest));
 }
 
-// 0 to 1 as -largest to largest.
+// Scales 0..1 to -largest..largest, rounded to nearest.
 inline int snorm(float value, int largest) {
     return static_cast<int>(std::lround((2.0 * std::clamp(double{value}, 0.0, 1.0) - 1.0) * largest));
 }
 
-// The nearest half float; magnitudes beyond 65504 become 65504.
+// Returns the nearest half float; magnitudes beyond 65504 become 65504.
 inline std::uint16_t halfOf(float value) {
     const std::uint32_t sign = std::signbit(value) ? 0x8000 : 0;
     const double magnitude = std::min(std::fabs(double{value}), 65504.0);

@@ -1,5 +1,5 @@
-// What is known of the files that explained.txt describes, in this process: ids and numbers, and what repair and recode
-// make of each. The sentences stand once, in sentences.txt. Then kpximage explain and repair as a user runs them.
+// Compares, for the files that explained.txt describes, the ids and numbers of findings and the results of repair and
+// recode. sentences.txt has each sentence once. Other tests run kpximage explain and repair.
 #include <cctype>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -33,8 +33,8 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-// The first pixel of the bottom row as the plug-in delivers it, colours and then alpha: "0 128 255, 64". "black" is
-// the picture that replaces what is not decoded.
+// Returns the first pixel of the bottom row that the plug-in delivers, colours and then alpha: "0 128 255, 64"; or
+// "black" for the picture that replaces one that cannot be decoded.
 std::string pixelOf(const std::string& path) {
     static const host::Plugin plugin(KPX_PLUGIN_PATH);
     host::ImageReader reader(plugin, path);
@@ -56,7 +56,7 @@ Bytes dataOf(const Bytes& file) {
     return {file.begin() + (isDx10 ? 148 : 128), file.end()};
 }
 
-// The numbers of a sentence, in their order, each after a space.
+// Returns the numbers of a sentence in order, with a space before each.
 std::string numbersIn(const std::string& sentence) {
     static const std::regex number("\\b(0x[0-9A-F]+|[0-9]+)\\b");
     std::string text;
@@ -76,7 +76,7 @@ std::vector<Entry> entries() {
     return all;
 }
 
-// "size=4x4 dxgi=28" as far as test names may have it.
+// Returns a description such as "size=4x4 dxgi=28" as a test name.
 std::string nameOf(const testing::TestParamInfo<Entry>& entry) {
     std::string name = std::to_string(entry.param.number) + "_";
     for (const char c : entry.param.agreed.question) name += std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
@@ -148,14 +148,14 @@ TEST_P(Explained, MatchesTheFile) {
     expectAgreed(agreedPath, {entry}, GetParam().number);
 }
 
-// Each id with the first sentence that any file has it with, so that a reworded sentence is one line of a diff.
+// Each id has the first sentence of any file, so that a reworded sentence is one line of a diff.
 TEST(Sentences, MatchTheFile) {
     std::map<std::string, std::string> sentences;
     for (const Entry& entry : entries()) {
         const Bytes bytes = describedFile(entry.agreed.question);
         const FileFacts facts = factsOf(std::span(bytes).first(std::min(bytes.size(), factBytes)), bytes.size());
         const Explanation explanation = explain(facts);
-        // Every kind of file that is something else has its sentence.
+        // Every other file type has its own sentence.
         for (const Finding& finding : explanation.findings)
             sentences.emplace(
                 finding.id == "other-file" ? finding.id + " " + otherFileText(facts).substr(0, 20) : finding.id,
@@ -178,14 +178,14 @@ TEST(Sentences, MatchTheFile) {
 
 class Explain : public Tool {
 protected:
-    // In the order of their names.
+    // Sorted by name.
     void SetUp() override {
         for (const Entry& entry : entries()) file(nameOf(entry.number), describedFile(entry.agreed.question));
     }
     static std::string nameOf(std::size_t i) { return std::to_string(1000 + i) + ".dds"; }
 };
 
-// Every command names a file of another kind, with or without the plug-in.
+// Every command names the type of a file that is not DDS, with or without the plug-in.
 TEST_F(Explain, NamesOtherFileTypesLikeOtherCommands) {
     int named = 0;
     for (const Entry& entry : entries()) {
@@ -211,12 +211,12 @@ TEST_F(Explain, JsonFollowsTheSchema) {
     const std::string repairs = run("recode --json --dry-run nowhere *.dds").out;
     for (const std::string& text : {explained, info, repairs}) EXPECT_EQ(linesOf(text).size(), entries().size() + 1);
     file("lines", explained + info + repairs);
-    // The interpreter that Debian's packages are for.
+    // Debian's packages are for this interpreter.
     const std::string validate =
         "/usr/bin/python3 -W ignore -m jsonschema '" KPX_SOURCE_DIR "/docs/kpximage.schema.json' -i ";
     const RunResult valid = shell("split -a 3 -l 1 lines line- && " + validate + "$(echo line-* | sed 's/ / -i /g')");
     EXPECT_EQ(valid.status, 0) << valid.err;
-    // The schema itself can refuse.
+    // The schema refuses unknown fields.
     for (const char* change : {R"({"grade": "grey"})", R"({"picture": {"bits": 9}})", R"({"findings": [{"id": 1}]})"}) {
         json wrong = json::parse(explained.substr(0, explained.find('\n')));
         wrong.merge_patch(json::parse(change));
@@ -253,7 +253,7 @@ TEST_F(Tool, RepairNeverOverwritesItsInput) {
               "kpximage: ./a.dds: is an input of this run and is not replaced\n");
     EXPECT_EQ(pixelOf(at("a.dds")), "black");
     EXPECT_EQ(run("repair a.dds").status, 2);
-    // A limit on the size of files replaces a full disk.
+    // A limit on the size of files simulates a full disk.
     file("large.dds", describedFile("size=256x256 code=25 zeros=131072"));
     EXPECT_EQ(run("repair large.dds -f -o b.dds", "ulimit -f 1;").err,
               "kpximage: b.dds: cannot be written: File too large\n");

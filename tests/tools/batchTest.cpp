@@ -1,4 +1,4 @@
-// What kpximage leaves behind when a signal ends it, and what it shows meanwhile on a terminal and on standard output.
+// Tests interrupts, progress on a terminal and standard output during a batch.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -48,7 +48,7 @@ TEST_F(Tool, LeavesNoIncompleteFileAfterASignal) {
     EXPECT_EQ(names(), "");
 }
 
-// What another thread prints passes, as what std::cout prints does; what this one prints passes after the last gate.
+// Output of other threads and of std::cout passes; that of this thread is dropped until its last gate is gone.
 TEST(StdoutGate, DropsOnlyTheOutputOfItsThread) {
     testing::internal::CaptureStdout();
     auto first = std::make_unique<tool::StdoutGate>(), second = std::make_unique<tool::StdoutGate>();
@@ -62,7 +62,7 @@ TEST(StdoutGate, DropsOnlyTheOutputOfItsThread) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "another thread\nthe tool\nwith none\n");
 }
 
-// A terminal is what script(1) makes of a pipe.
+// script(1) provides the terminal.
 TEST_F(Tool, ShowsProgressOnlyOnATerminal) {
     if (std::system("command -v script >/dev/null") != 0) GTEST_SKIP() << "there is no script(1)";
     file("a.dds", describedFile("size=4x4 dxgi=28 zeros=64"));
@@ -75,7 +75,7 @@ TEST_F(Tool, ShowsProgressOnlyOnATerminal) {
     const std::string shown = onTerminal("convert a.dds b.dds -o .");
     EXPECT_NE(shown.find("\r\x1B[K1 of 2 files"), std::string::npos) << shown;
     EXPECT_TRUE(shown.ends_with("2 files: 1 done, 1 black\r\n")) << shown;
-    // It is removed before data is printed, whichever file is done first.
+    // Progress is erased before data is printed, whichever file is done first.
     const std::string mixed = onTerminal("info a.dds b.dds");
     for (const char* data : {"filesa.dds", "filesb.dds"}) EXPECT_EQ(mixed.find(data), std::string::npos) << mixed;
     for (const std::string& other :

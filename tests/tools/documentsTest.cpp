@@ -1,4 +1,4 @@
-// The manual pages and the completions: well-formed, complete by the program's own help, and working in bash.
+// Tests that manual pages and completions are well-formed, have everything that the help has, and work in bash.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -18,7 +18,7 @@ protected:
         return shell("command -v " + program).status == 0;
     }
 
-    // What a command's help offers: the names in the first column below the heading.
+    // Returns the names in the first column of a command's help, below the heading.
     [[nodiscard]] std::set<std::string> offered(const std::string& command, const std::string& heading,
                                                 const std::string& pattern) const {
         std::string help = run(command + " --help").out;
@@ -37,7 +37,7 @@ protected:
         return offered(command, "Options:", "-[a-z,-]+");
     }
 
-    // What bash completes a line of words to; the last word is the unfinished one.
+    // Returns what bash offers to complete the last word of a line.
     [[nodiscard]] std::string completed(const std::string& words, int last) const {
         const std::string path = std::filesystem::path(KPX_TOOL_PATH).parent_path();
         return shell("PATH='" + path +
@@ -97,7 +97,7 @@ TEST_F(Documents, CompleteInBash) {
         {"kpximage info --swiz", 2, "\n"},
         {"kpximage info --only bl", 3, "black\n"},
         {"kpximage help spl", 2, "split\n"},
-        // Files are completed by bash itself.
+        // bash itself completes files.
         {"kpximage convert con", 2, "\n"},
     };
     for (const auto& c : cases) EXPECT_EQ(completed(c.words, c.last), c.expected) << c.words;

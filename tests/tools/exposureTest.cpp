@@ -1,4 +1,4 @@
-// Floats as bytes, held against the formula of IEC 61966-2-1.
+// Compares the conversion of floats to bytes with the formula of IEC 61966-2-1.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@ int colourOf(double light) {
     return byteOf(light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(std::min(light, 1.0), 1 / 2.4) - 0.055);
 }
 
-// A row of the same values as colour and alpha.
+// A picture of one row, with the same values as colour and alpha.
 class Row : public PixelSource {
 public:
     explicit Row(const std::vector<float>& values)
@@ -35,7 +35,7 @@ private:
     std::vector<const unsigned char*> m_rows;
 };
 
-// The first float, and the one before it, of each byte.
+// Returns, for each byte, the first float that becomes it, and the float before that.
 template <typename Function>
 void addSteps(std::vector<float>& values, Function byte) {
     for (int value = 1; value <= 255; ++value) {

@@ -1,4 +1,4 @@
-// kpximage gallery as a user runs it, and its page as a text; scripts/test-gallery.sh looks at it in a browser.
+// Tests kpximage gallery and the text of its page; scripts/test-gallery.sh tests it in a browser.
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <regex>
@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// One pixel of a code, with the data of floats.
+// Returns a file of one pixel of floats with a format code.
 std::string floatFile(std::uint32_t code, const std::vector<float>& values) {
     Bytes file = fileOf(codeHeader(code, 1, 1));
     for (const float value : values) append(file, value);
@@ -24,7 +24,7 @@ std::string floatFile(std::uint32_t code, const std::vector<float>& values) {
 const std::string decoded = floatFile(116, {0.5F, 0.25F, 0.0F, 1.0F});
 const std::string undecodable = textOf(fileOf(codeHeader(fourCC("????"), 8, 4)));
 
-// The width and height of a PNG file.
+// Returns the width and height of a PNG file.
 std::pair<int, int> sizeOf(const std::string& png) {
     const auto word = [&](std::size_t place) {
         return static_cast<unsigned char>(png.at(place + 2)) << 8 | static_cast<unsigned char>(png.at(place + 3));
@@ -34,7 +34,7 @@ std::pair<int, int> sizeOf(const std::string& png) {
 
 class Gallery : public Tool {
 protected:
-    // Makes the gallery of files and options in the folder out, and returns the records of its files.
+    // Makes a gallery in the folder out, and returns the records of its files.
     [[nodiscard]] std::vector<json> gallery(const std::string& arguments, int status = 0) const {
         const RunResult result = run("gallery -o out " + arguments);
         EXPECT_EQ(result.status, status) << arguments << ": " << result.err;
@@ -85,7 +85,7 @@ TEST_F(Gallery, ListsEveryFileWithItsGrade) {
     }
 }
 
-// The folder is replaced as a whole, and only if it is a gallery; where there is nothing to show it stays as it is.
+// The folder is replaced as a whole, only if it is a gallery, and only if there is something to show.
 TEST_F(Gallery, ReplacesOnlyAnEarlierGallery) {
     file("a.dds", decoded);
     file("b.dds", decoded);
@@ -128,7 +128,7 @@ TEST_F(Gallery, EscapesTheDataOfFiles) {
     for (const std::string& name : hostile) EXPECT_EQ(std::count(found.begin(), found.end(), name), 1) << name;
     EXPECT_EQ(found.back(), "\uFFFD\uFFFD.dds");
 
-    // Without the blocks of JSON nothing is left but the page itself.
+    // The page without its blocks of JSON.
     const std::regex blocks("<script type=\"application/json\"[^<]*</script>\n");
     const std::string bare = std::regex_replace(page(), blocks, "");
     file("plain.dds", decoded);
@@ -175,12 +175,12 @@ TEST_F(Gallery, ReducesPicturesAndSeparatesAlpha) {
             EXPECT_EQ(sizeOf(picture(told[what])), std::pair(width, width / 2)) << what;
         EXPECT_EQ(sizeOf(picture(told["thumbnail"])), std::pair(256, 128));
     }
-    // Opaque pictures are one.
+    // Opaque pictures have no separate alpha.
     file("a.dds", decoded);
     EXPECT_FALSE(gallery("a.dds").at(0)["versions"]["original"].contains("alpha"));
 }
 
-// The command stands in the page as a shell takes it, whatever the name; what it makes is what the page has shown.
+// The command on the page is quoted for a shell, whatever the name, and makes the picture that the page shows.
 TEST_F(Gallery, ShowsTheRepairedPictureAndItsCommand) {
     struct Case {
         std::string name, description, command;
@@ -190,7 +190,7 @@ TEST_F(Gallery, ShowsTheRepairedPictureAndItsCommand) {
                           {"my file.dds", repairable, "kpximage repair 'my file.dds' -o 'my file-repaired.dds'"},
                           {"it's $HOME`ls`.dds", repairable,
                            "kpximage repair 'it'\\''s $HOME`ls`.dds' -o 'it'\\''s $HOME`ls`-repaired.dds'"},
-                          {"\xC3\xA9\n.dds", repairable, ""},  // a page cannot show it as a shell takes it
+                          {"\xC3\xA9\n.dds", repairable, ""},  // a page cannot show this name quoted
                           {"-dash.dds", repairable, "kpximage repair ./-dash.dds -o ./-dash-repaired.dds"},
                           {"earlier.dds", repairable, "kpximage repair earlier.dds -o earlier-repaired-2.dds"},
                           {"x.dds", "size=4x4 dxgi=89 zeros=64", "kpximage recode x.dds -o x-recoded.dds"}};
@@ -216,7 +216,7 @@ TEST_F(Gallery, ShowsTheRepairedPictureAndItsCommand) {
     }
 }
 
-// As split makes files of them.
+// They are the pictures that split writes.
 TEST_F(Gallery, ShowsTheOtherPicturesOfAFileInAStrip) {
     struct Case {
         const char* description;
@@ -231,7 +231,7 @@ TEST_F(Gallery, ShowsTheOtherPicturesOfAFileInAStrip) {
         {"size=2x2 dxgi=28 dimension=4 depth=60 flags=0x800000 caps2=0x200000 zeros=960",
          {"48 of 60 are shown. `kpximage split` writes all of them."},
          48},
-        {"size=2x2 dxgi=85 levels=2 data=00F8E0071F00FFFFF00F", {}, 2},  // of the repaired copy
+        {"size=2x2 dxgi=85 levels=2 data=00F8E0071F00FFFFF00F", {}, 2},  // the pictures of the repaired copy
         {"size=2x2 pf=0x20 bits=8 levels=2 zeros=1029", {}, 2},
         {"size=2x2 dxgi=28 zeros=16", {}, 0},
         {"size=2x2 code=???? levels=2 zeros=16", {}, 0}};

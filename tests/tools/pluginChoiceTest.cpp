@@ -1,4 +1,5 @@
-// Where kpximage finds its plug-in: the order of the five places, on a copy of the program in an installed tree.
+// Tests the order of the five places where kpximage searches its plug-in, with a copy of the program in an installed
+// tree.
 #include <map>
 
 #include "tests/support/Tool.h"
@@ -11,7 +12,7 @@ using testing_support::Tool;
 
 class PluginChoice : public Tool {
 protected:
-    // What the place of a plug-in file is called in a case's list, and where that is.
+    // Returns the path of a place by its letter in a case.
     [[nodiscard]] std::string placeOf(char letter) const {
         const std::map<char, const char*> places = {{'o', "option.so"},
                                                     {'e', "environment.so"},
@@ -23,7 +24,7 @@ protected:
         return fs::path(at(places.at(letter))).lexically_normal();
     }
 
-    // An installed tree with plug-ins in the places of the letters alone.
+    // Makes an installed tree with plug-ins only in the places of the letters.
     void install(const std::string& letters) const {
         fs::create_directories(at("usr/bin"));
         fs::copy_file(KPX_TOOL_PATH, at("usr/bin/kpximage"));

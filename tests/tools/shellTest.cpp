@@ -1,4 +1,4 @@
-// kpximage in a shell as a user runs it: the commands of shell.txt, and all that they print.
+// Runs the commands of shell.txt in a shell, and compares all that they print.
 #include "tests/support/Tool.h"
 #include "tests/support/agreedText.h"
 #include "tests/support/describedFile.h"
@@ -7,7 +7,7 @@ using namespace testing_support;
 
 namespace {
 
-// Lines with a mark before each; what names the test's own folder is no part of it.
+// Returns the lines with a mark before each, and the test's own folder replaced.
 std::string marked(std::string text, const char* mark, const std::string& folder) {
     for (std::size_t i = 0; (i = text.find(folder, i)) != text.npos;) text.replace(i, folder.size(), "/folder/");
     std::istringstream stream(text);
@@ -33,10 +33,10 @@ std::vector<Run> runsOf(const std::string& path) {
     return runs;
 }
 
-// The first clause of the heading, as far as test names may have it.
+// Returns the first clause of the heading as a test name.
 std::string nameOf(const testing::TestParamInfo<Run>& run) {
     const std::string& heading = run.param.entries[0].heading;
-    // The comments above the first run say what the file is.
+    // The comments above the first run describe the file.
     const std::size_t paragraph = heading.rfind("\n\n");
     std::string name;
     bool isStart = true;

@@ -1,4 +1,4 @@
-// kpximage thumbnail as a file manager runs it, and the pixels that it makes.
+// Tests kpximage thumbnail as a file manager runs it, and the pixels of its pictures.
 #include <regex>
 
 #include "tests/support/Tool.h"
@@ -39,7 +39,7 @@ TEST_F(Thumbnail, FitsTheSquareAndIsNeverEnlarged) {
     }
 }
 
-// Where it is smaller, the mean of the light, weighted by alpha: 188 (BC) is the byte of half the light of 255.
+// A reduced pixel is the mean of linear light, weighted by alpha: 188 (BC) has half the light of 255.
 TEST_F(Thumbnail, HasTheMeanColoursOfThePicture) {
     const std::string grey = "pf=0x20000 bits=8 masks=FF,0,0,0";
     const struct {
@@ -53,11 +53,11 @@ TEST_F(Thumbnail, HasTheMeanColoursOfThePicture) {
         {"size=1x1 dxgi=49 data=0A14", 8, "0A1400FF"},
         {"size=1x1 pf=0x40 bits=24 masks=FF,FF00,FF0000,0 data=0A141E", 8, "0A141EFF"},
         {"size=1x1 dxgi=28 data=0A141E28", 8, "0A141E28"},
-        // Alpha without a meaning.
+        // Unused alpha.
         {"size=1x1 dxgi=88 data=1E140A00", 8, "0A141EFF"},
         {"size=2x1 data=00FF " + grey, 1, "BCBCBCFF"},
         {"size=1x2 data=FF00 " + grey, 1, "BCBCBCFF"},
-        // What is transparent has no colour.
+        // Transparent pixels have no colour.
         {"size=2x1 dxgi=28 data=C86432FF00FF0000", 1, "C8643280"},
         {"size=2x1 dxgi=28 data=C864320009090900", 1, "00000000"},
         // A third of the light is 156 (0.3333), and the middle pixel belongs to both halves.

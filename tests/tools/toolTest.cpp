@@ -1,4 +1,4 @@
-// Pictures that kpximage converts, read back with the libraries of their formats.
+// Reads the pictures that kpximage converts with the libraries of their formats.
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
@@ -25,7 +25,7 @@ using testing_support::textOf;
 using testing_support::textOfFile;
 using testing_support::Tool;
 
-// Files in memory.
+// Makes PNG files in memory.
 
 constexpr PixelFormat rgb24{32, 0x40, 0, 24, 0xFF0000, 0xFF00, 0xFF, 0};
 constexpr PixelFormat rgba32{32, 0x41, 0, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
@@ -50,7 +50,7 @@ Bytes floats(const std::vector<float>& values) {
     return bytes;
 }
 
-// Bytes without a pattern that a compressor could use, the same in every run.
+// Returns incompressible bytes, the same in every run.
 Bytes noise(size_t size) {
     model::Random random(1);
     return textOf(testing_support::randomBytes(random, size));
@@ -88,7 +88,7 @@ struct ExrChannel {
     std::vector<float> values;
 };
 
-// The channels of an OpenEXR file by their names.
+// Returns the channels of an OpenEXR file by their names.
 std::map<std::string, ExrChannel> readExr(const std::string& path) {
     Imf::InputFile file(path.c_str());
     const Imath::Box2i window = file.header().dataWindow();
@@ -108,7 +108,7 @@ std::map<std::string, ExrChannel> readExr(const std::string& path) {
 
 class Convert : public Tool {
 protected:
-    // Runs "convert" and holds all that it says against the message.
+    // Runs "convert" and compares all that it prints with the message.
     void convert(const std::string& arguments, const std::string& message = "", int status = 0) const {
         const RunResult result = run((message.empty() ? "convert -q -f -o " : "convert -f -o ") + arguments);
         EXPECT_EQ(result.status, status) << arguments;
@@ -133,13 +133,13 @@ Bytes dx10Pixel(uint32_t dxgi, const Bytes& pixel) {
 TEST_F(Convert, WritesEveryPictureAsPng) {
     const float notANumber = std::numeric_limits<float>::quiet_NaN();
     const Bytes lights = dds(2, 1, named(116), floats({0.25F, 0.001F, 9.0F, 0.5F, notANumber, -1.0F, 0.5F, 2.0F}));
-    // Endpoints of both blocks alike, so that red and green are the same everywhere.
+    // The endpoints of both blocks are equal, so that red and green are the same everywhere.
     const Bytes flat("\x80\x80\0\0\0\0\0\0\x80\x80\0\0\0\0\0\0", 16);
     const struct {
         Bytes file;
         const char* options;
         int type;
-        Bytes rows;  // as far as they are looked at
+        Bytes rows;  // the first of them
     } cases[] = {
         {dds(2, 2, rgb24, "abcdefABCDEF"), "", PNG_COLOR_TYPE_RGB, "cbafedCBAFED"},
         {dds(2, 2, rgba32, "abcdefghABCDEFGH"), "", PNG_COLOR_TYPE_RGBA, "cbadgfehCBADGFEH"},
@@ -155,7 +155,7 @@ TEST_F(Convert, WritesEveryPictureAsPng) {
         {dds(1, 1, greyAlpha16, "aA"), "--opaque=all", PNG_COLOR_TYPE_GRAY, "a"},
         {dds(1, 1, rgb24, "abc"), "--opaque=all", PNG_COLOR_TYPE_RGB, "cba"},
         {dds(1, 1, twoOf16Bits, Bytes("\0\x80\0\x80", 4)), "--swizzle rgz", PNG_COLOR_TYPE_RGB, "\x80\x80\xFF"},
-        // Lies in the plane; and is longer than a unit vector.
+        // One lies in the plane, one is longer than a unit vector.
         {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\x80", 4)), "--swizzle rgz", PNG_COLOR_TYPE_RGB, "\xFF\x80\x80"},
         {dds(1, 1, twoOf16Bits, Bytes("\0\xFF\0\xFF", 4)), "--swizzle rgz", PNG_COLOR_TYPE_RGB, "\xFF\xFF\x80"},
         {dds(4, 4, named(kpx::fourCC("ATI2")), flat), "--swizzle rgz", PNG_COLOR_TYPE_RGB, "\x80\x80\xFF\x80"},
@@ -197,7 +197,7 @@ TEST_F(Convert, WritesTheBlackPictureOpaque) {
     EXPECT_EQ(readPng(at("a.png")), (Png{64, 64, PNG_COLOR_TYPE_RGBA, 8, rows}));
 }
 
-// A limit on memory, which the headers do not foretell: the picture of 63 MiB does not fit in it.
+// A picture of 63 MiB does not fit the limit on memory, which the headers cannot predict.
 TEST_F(Tool, ReportsLackOfMemory) {
     if (testing_support::underAddressSanitizer || testing_support::underThreadSanitizer)
         GTEST_SKIP() << "a sanitizer needs more addresses than the limit leaves";
@@ -216,7 +216,7 @@ TEST_F(Tool, ReportsLackOfMemory) {
 }
 
 TEST_F(Convert, WritesFloatsToOpenExrUnchanged) {
-    // The channels in the order of the DDS file.
+    // In the order of the DDS file.
     for (const auto& [code, names] : {std::pair{114U, Bytes("Y")}, {115U, Bytes("RG")}, {116U, Bytes("RGBA")}}) {
         std::vector<float> values;
         std::map<std::string, std::vector<float>> expected, found;
