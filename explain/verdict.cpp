@@ -1,11 +1,7 @@
 // The facts of a file, read from its first bytes, and the plan of loading that follows from them.
 #include "explain/verdict.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 
 #include "dds/checkedSize.h"
 
@@ -37,14 +33,6 @@ FileFacts factsOf(std::span<const unsigned char> start, std::uint64_t fileBytes)
     std::memcpy(&facts.header, bytes.data(), sizeof facts.header);
     std::memcpy(&facts.dx10Header, bytes.data() + sizeof facts.header, sizeof facts.dx10Header);
     return facts;
-}
-
-FileFacts readFacts(int descriptor) {
-    struct stat status {};
-    std::array<unsigned char, factBytes> start{};
-    const ssize_t count = fstat(descriptor, &status) == 0 ? pread(descriptor, start.data(), start.size(), 0) : -1;
-    if (count < 0) throw systemError("cannot be read", errno);
-    return factsOf(std::span(start).first(static_cast<std::size_t>(count)), static_cast<std::uint64_t>(status.st_size));
 }
 
 bool hasDx10Header(const FileFacts& facts) {

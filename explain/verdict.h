@@ -2,7 +2,6 @@
 // that is no DDS file.
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -56,9 +55,6 @@ inline constexpr std::size_t factBytes = sizeof(DdsFileHeader) + sizeof(DDS_HEAD
 
 // Requires: start has at least factBytes bytes, or is the whole of a shorter file.
 FileFacts factsOf(std::span<const unsigned char> start, std::uint64_t fileBytes);
-
-// Reads the facts of an open file. Throws FileError if it cannot be read.
-FileFacts readFacts(int descriptor);
 
 // Returns whether the reader takes what follows the header for a DX10 header, and the file has all of it.
 bool hasDx10Header(const FileFacts& facts);

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 
 namespace kpx::tool {
@@ -12,26 +13,32 @@ OpenFile::OpenFile(const std::string& path, std::string name)
     : m_name(std::move(name)), m_descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
     // The error of a socket.
     if (m_descriptor < 0 && errno == ENXIO) throw FileError("is not a regular file");
-    if (m_descriptor < 0 || fstat(m_descriptor, &m_status) != 0) {
-        const int cause = errno;
-        if (m_descriptor >= 0) close(m_descriptor);
-        throw systemError("cannot open the file", cause);
+    if (m_descriptor < 0) throw systemError("cannot open the file", errno);
+    try {
+        if (fstat(m_descriptor, &m_status) != 0) throw systemError("cannot open the file", errno);
+        if (S_ISDIR(m_status.st_mode)) throw FileError("is a folder");
+        if (!S_ISREG(m_status.st_mode)) throw FileError("is not a regular file");
+        std::array<unsigned char, factBytes> start{};
+        m_facts = factsOf(std::span(start).first(readSome(0, start)), size());
+    } catch (...) {
+        close(m_descriptor);
+        throw;
     }
-    if (S_ISREG(m_status.st_mode)) return;
-    close(m_descriptor);
-    throw FileError(S_ISDIR(m_status.st_mode) ? "is a folder" : "is not a regular file");
 }
 
 OpenFile::OpenFile(OpenFile&& other) noexcept
-    : m_name(std::move(other.m_name)), m_descriptor(std::exchange(other.m_descriptor, -1)), m_status(other.m_status) {}
+    : m_name(std::move(other.m_name)),
+      m_descriptor(std::exchange(other.m_descriptor, -1)),
+      m_status(other.m_status),
+      m_facts(other.m_facts) {}
 
 OpenFile::~OpenFile() {
     if (m_descriptor >= 0) close(m_descriptor);
 }
 
 std::string OpenFile::path() const {
-    std::string path = "/proc/self/fd/" + std::to_string(m_descriptor);
-    return access(path.c_str(), F_OK) == 0 ? path : m_name;
+    static const bool hasProc = access("/proc/self/fd", F_OK) == 0;
+    return hasProc ? "/proc/self/fd/" + std::to_string(m_descriptor) : m_name;
 }
 
 std::size_t OpenFile::readSome(std::uint64_t place, std::span<unsigned char> bytes) const {

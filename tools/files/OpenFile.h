@@ -14,7 +14,7 @@ namespace kpx::tool {
 
 class OpenFile {
 public:
-    // Opens a regular file for reading, without waiting for pipes and devices. Throws FileError.
+    // Opens a regular file and reads its headers, without waiting for pipes and devices. Throws FileError.
     explicit OpenFile(const std::string& path) : OpenFile(path, path) {}
     // The same, with another name for messages.
     OpenFile(const std::string& path, std::string name);
@@ -34,8 +34,8 @@ public:
     // Returns a path to this very file, for libraries that open files themselves. No message may show it.
     [[nodiscard]] std::string path() const;
 
-    // Returns the facts of the file's header. Throws FileError.
-    [[nodiscard]] FileFacts facts() const { return readFacts(m_descriptor); }
+    // The headers and the size when the file was opened.
+    [[nodiscard]] const FileFacts& facts() const { return m_facts; }
     // Reads up to bytes.size() bytes from a place and returns their number. Throws FileError.
     std::size_t readSome(std::uint64_t place, std::span<unsigned char> bytes) const;
     // Reads bytes.size() bytes from a place. Throws FileError, also if the file ends before.
@@ -48,6 +48,7 @@ private:
     std::string m_name;
     int m_descriptor;
     struct stat m_status {};
+    FileFacts m_facts{};
 };
 
 // Whether both are the same file on disk.

@@ -46,7 +46,7 @@ void checkIsThere(const Verdict& verdict) {
 }  // namespace
 
 OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file) {
-    const FileFacts facts = file.facts();
+    const FileFacts& facts = file.facts();
     const Verdict verdict = judge(facts);
     std::unique_ptr<host::ImageReader> reader;
     const std::string path = file.path();

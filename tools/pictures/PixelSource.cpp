@@ -46,8 +46,9 @@ const ChannelUse& channelUse(const ImageLayout& layout) {
 }
 
 bool isPng(const OpenFile& file) {
-    std::array<unsigned char, 8> start{};
-    return file.readSome(0, start) == start.size() && png_sig_cmp(start.data(), 0, start.size()) == 0;
+    constexpr std::size_t signatureBytes = 8;
+    const DdsFileHeader& start = file.facts().header;
+    return png_sig_cmp(reinterpret_cast<png_const_bytep>(&start), 0, signatureBytes) == 0;
 }
 
 std::unique_ptr<PixelSource> openSource(const host::Plugin& plugin, OpenFile file, bool reduceTo8Bits) {
