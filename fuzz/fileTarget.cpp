@@ -40,7 +40,8 @@ void checkRepair(std::span<const unsigned char> file, bool mayRecode) {
     fuzz::claim(kpx::judge(repair.facts).result == kpx::Result::decoded, "a repaired file is decoded");
     fuzz::claim(kpx::repairOf(repair.facts, mayRecode).changes.empty(), "a repaired file needs no repair");
     const std::uint64_t data = repair.recoded ? recodedBytes(file, *repair.recoded) : file.size() - repair.dataStart;
-    fuzz::claim(repair.facts.fileBytes == kpx::headerBytes(repair.facts).size() + data, "the size is the one told");
+    fuzz::claim(repair.facts.fileBytes == kpx::headerBytes(repair.facts).size() + data,
+                "the size is the announced one");
 }
 
 }  // namespace

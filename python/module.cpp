@@ -190,10 +190,10 @@ host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& va
     throw tool::UsageError(std::string("alpha: ") + error.what());
 }
 
-// Writes a DDS file. Before the complete file gets its name, `tell` is called with the writer's note, if it has one. If
-// `tell` raises, no file is left.
+// Writes a DDS file. Before the complete file gets its name, `warn` is called with the writer's note, if it has one. If
+// `warn` raises, no file is left.
 void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
-                  const std::function<void(const std::string&)>& tell) {
+                  const std::function<void(const std::string&)>& warn) {
     if (pixels.ndim() != 3 || pixels.shape(2) != static_cast<py::ssize_t>(names.size()))
         throw tool::UsageError("array must have three axes, and channels a name for each place of the last");
     if (pixels.dtype().kind() != 'u' || pixels.itemsize() != 1) throw py::type_error("array must have values of uint8");
@@ -208,7 +208,7 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
         file.emplace(path);
         note = tool::writeDds(source, file->path(), settings);
     }
-    if (!note.empty()) tell(note);
+    if (!note.empty()) warn(note);
     handleSignals();
     const Unlocked unlocked;
     file->commit();

@@ -31,9 +31,9 @@ def answered(guide, folder, build):
     def answer(block):
         start, text, end = block.groups()
         if start.startswith("<!--"):
-            told = run("set -e\n" + text, folder, build)
-            if told:
-                sys.exit(f"{text}{told}")
+            output = run("set -e\n" + text, folder, build)
+            if output:
+                sys.exit(f"{text}{output}")
             return block.group()
         commands = [line for line in text.splitlines(keepends=True) if line.startswith("$ ")]
         return start + "\n".join(line + run(line[2:], folder, build) for line in commands) + end

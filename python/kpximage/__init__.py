@@ -223,12 +223,12 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
     elif alpha is not None and not isinstance(alpha, str):
         raise TypeError(f"alpha must be a bool, a str or None, not {type(alpha).__name__}")
 
-    def tell(sentence: str) -> None:
+    def warn(sentence: str) -> None:
         warnings.warn(_text(path, sentence), ImageWarning, stacklevel=3)
 
     plugin_path()
     with _errors_of(path):
-        _kpximage.write(name, pixels, "".join(names), alpha or "", tell)
+        _kpximage.write(name, pixels, "".join(names), alpha or "", warn)
 
 
 def explain(path: Path) -> "dict[str, Any]":

@@ -82,13 +82,14 @@ testing::AssertionResult readsLikeModel(const char* path, std::span<const unsign
     // The verdict is computed without opening the file.
     const kpx::Verdict verdict =
         kpx::judge(kpx::factsOf(file.first(std::min(file.size(), kpx::factBytes)), file.size()));
-    const std::string foretold = inWords(
+    const std::string predicted = inWords(
         verdict.result, lineOf(verdict.printed == nullptr ? "" : verdict.printed), verdict.width, verdict.height,
         verdict.colourChannels() + (verdict.hasAlpha ? 1 : 0), verdict.hasAlpha, static_cast<unsigned>(verdict.bits));
 
     std::ostringstream differences;
-    if (actual != expected) differences << "the reader gives " << actual << " and not " << expected << "; ";
-    if (foretold != expected) differences << "the verdict foretells " << foretold << " and not " << expected << "; ";
+    if (actual != expected) differences << "the reader returns " << actual << " instead of " << expected << "; ";
+    if (predicted != expected)
+        differences << "the verdict predicts " << predicted << " instead of " << expected << "; ";
     if (differences.str().empty() && !isRefused) comparePixels(differences, reader, picture, mostPixels);
     if (differences.str().empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << differences.str() << "with the kernels " << kernels.name;

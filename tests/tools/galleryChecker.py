@@ -118,9 +118,9 @@ class Gallery:
             item = self.files[title]
             expect(self.detail("details-name"), title, "name in the details")
             expect(self.detail("details-grade"), item["grade"], f"{title}: grade in the details")
-            told = self.detail("findings")
+            shown = self.detail("findings")
             for finding in item["findings"]:
-                expect(finding["sentence"] in told, True, f"{title}: tells {finding['sentence']}")
+                expect(finding["sentence"] in shown, True, f"{title}: shows {finding['sentence']}")
             hasHelp = bool(item["repairs"] or item["recodings"])
             expect(not self.run("return document.getElementById('help').hidden"), hasHelp, f"{title}: help")
             hasPicture = self.run("return !document.getElementById('picture').hidden")

@@ -75,11 +75,11 @@ TEST_F(Gallery, ListsEveryFileWithItsGrade) {
                            {"unreadable", "black", "unreadable", "unreadable", "right"}}};
     for (const Case& each : cases) {
         std::vector<std::string> grades;
-        for (const json& told : gallery(each.files, each.status)) {
-            grades.push_back(told["grade"]);
-            EXPECT_EQ(told["versions"].contains("original"), grades.back() == "right" || grades.back() == "wrong")
-                << told;
-            EXPECT_EQ(told["findings"].empty(), grades.back() == "right") << told;
+        for (const json& record : gallery(each.files, each.status)) {
+            grades.push_back(record["grade"]);
+            EXPECT_EQ(record["versions"].contains("original"), grades.back() == "right" || grades.back() == "wrong")
+                << record;
+            EXPECT_EQ(record["findings"].empty(), grades.back() == "right") << record;
         }
         EXPECT_EQ(grades, each.grades) << each.files;
     }
@@ -124,7 +124,7 @@ TEST_F(Gallery, EscapesTheDataOfFiles) {
     for (const std::string& name : hostile) file(name, decoded);
     file("\xFF\xE2\x80.dds", decoded);
     std::vector<std::string> found;
-    for (const json& told : gallery(". -q")) found.push_back(told["name"]);
+    for (const json& record : gallery(". -q")) found.push_back(record["name"]);
     for (const std::string& name : hostile) EXPECT_EQ(std::count(found.begin(), found.end(), name), 1) << name;
     EXPECT_EQ(found.back(), "\uFFFD\uFFFD.dds");
 
@@ -168,12 +168,12 @@ TEST_F(Gallery, ReducesPicturesAndSeparatesAlpha) {
     header.header.ddspf = {32, DDPF_RGB | DDPF_ALPHAPIXELS, 0, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
     file("a.dds", fileOf(header, Bytes(4 * 800 * 400, 9)));
     for (const auto& [options, width] : {std::pair("a.dds", 512), {"a.dds --max-side 100", 100}}) {
-        const json told = gallery(options).at(0)["versions"]["original"];
-        EXPECT_EQ(told["width"], 800);
-        EXPECT_EQ(told["shown"], json::array({width, width / 2}));
+        const json record = gallery(options).at(0)["versions"]["original"];
+        EXPECT_EQ(record["width"], 800);
+        EXPECT_EQ(record["shown"], json::array({width, width / 2}));
         for (const char* what : {"all", "colour", "alpha"})
-            EXPECT_EQ(sizeOf(picture(told[what])), std::pair(width, width / 2)) << what;
-        EXPECT_EQ(sizeOf(picture(told["thumbnail"])), std::pair(256, 128));
+            EXPECT_EQ(sizeOf(picture(record[what])), std::pair(width, width / 2)) << what;
+        EXPECT_EQ(sizeOf(picture(record["thumbnail"])), std::pair(256, 128));
     }
     // Opaque pictures have no separate alpha.
     file("a.dds", decoded);
@@ -201,12 +201,12 @@ TEST_F(Gallery, ShowsTheRepairedPictureAndItsCommand) {
         if (each.name == "earlier.dds") file("earlier-repaired.dds", "earlier");
         EXPECT_NE(run("gallery -o out -q -- ./*").status, 0);
         (void)run("gallery -o out -q -- '" + std::regex_replace(each.name, std::regex("'"), "'\\''") + "'");
-        const json told = records().back();
-        ASSERT_EQ(told.value("command", ""), each.command) << each.name;
-        EXPECT_TRUE(told["versions"].contains("repaired"));
-        EXPECT_FALSE(told["changes"].empty());
+        const json record = records().back();
+        ASSERT_EQ(record.value("command", ""), each.command) << each.name;
+        EXPECT_TRUE(record["versions"].contains("repaired"));
+        EXPECT_FALSE(record["changes"].empty());
         if (each.command.empty()) continue;
-        const std::string shownPicture = picture(told["versions"]["repaired"]["all"]);
+        const std::string shownPicture = picture(record["versions"]["repaired"]["all"]);
         file("paste.sh", "kpximage() { '" KPX_TOOL_PATH "' \"$@\"; }\n" + each.command + "\n");
         ASSERT_EQ(shell("bash paste.sh").status, 0) << each.command;
         fs::remove(at(each.name));
@@ -238,11 +238,11 @@ TEST_F(Gallery, ShowsTheOtherPicturesOfAFileInAStrip) {
     for (const Case& each : cases) {
         file("a.dds", describedFile(each.description));
         (void)run("gallery -o out -q a.dds");
-        const json told = records().at(0);
-        EXPECT_EQ(told.contains("strip"), each.shown > 0) << each.description;
+        const json record = records().at(0);
+        EXPECT_EQ(record.contains("strip"), each.shown > 0) << each.description;
         if (each.shown == 0) continue;
-        EXPECT_EQ(told["strip"]["notes"], json(each.notes));
-        const json& surfaces = told["strip"]["surfaces"];
+        EXPECT_EQ(record["strip"]["notes"], json(each.notes));
+        const json& surfaces = record["strip"]["surfaces"];
         ASSERT_EQ(surfaces.size(), each.shown) << each.description;
         std::vector<std::string> pictures;
         for (const json& surface : surfaces) pictures.push_back(picture(surface["picture"]));

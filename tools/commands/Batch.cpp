@@ -36,7 +36,7 @@ public:
 
     void add(const Message& message) {
         if (message.kind == Message::Kind::note && m_options.isQuiet) return;
-        if (!m_isGrouping) return tell(message.file, message.sentence);
+        if (!m_isGrouping) return printMessage(message.file, message.sentence);
         const auto [group, isNew] = m_places.try_emplace(message.group, m_groups.size());
         if (isNew) m_groups.push_back({message, 0});
         ++m_groups[group->second].files;
@@ -44,7 +44,7 @@ public:
 
     void tellGroups() const {
         for (const auto& [first, files] : m_groups)
-            files == 1 ? tell(first.file, first.sentence) : tell(textOf(files, " files"), first.group);
+            files == 1 ? printMessage(first.file, first.sentence) : printMessage(textOf(files, " files"), first.group);
     }
 
 private:
@@ -87,7 +87,7 @@ public:
         }
         m_messages.tellGroups();
         if (m_error != nullptr) end();
-        if (m_hasCount) tell(count());
+        if (m_hasCount) printMessage(count());
         return m_worst;
     }
 
@@ -158,7 +158,7 @@ private:
         try {
             std::rethrow_exception(m_error);
         } catch (const Interrupted&) {
-            tell(
+            printMessage(
                 textOf("stopped after ", m_finished, " of ", m_files.size(), m_files.size() == 1 ? " file" : " files"));
             throw;
         }

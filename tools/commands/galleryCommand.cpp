@@ -22,10 +22,10 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
         const Outcome outcome = runBatch(inputs, arguments.batch, [&](const InputFile& input, Report& report) {
             return gallery.add(static_cast<std::size_t>(&input - inputs.files.data()), input.path, report);
         });
-        if (!gallery.finish()) tell(arguments.output, "is not written: there is nothing to show");
+        if (!gallery.finish()) printMessage(arguments.output, "is not written: there is nothing to show");
         return outcome;
     } catch (const OutputError& error) {
-        tell(arguments.output, error.what());
+        printMessage(arguments.output, error.what());
         return Outcome::failed;
     }
 }

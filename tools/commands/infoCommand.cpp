@@ -50,15 +50,15 @@ std::string lineOf(const Explanation& file) {
 }
 
 // Throws FileError if the plug-in's picture is not what the headers promise.
-void checkIsAsForetold(const OpenedImage& image) {
+void checkMatchesHeaders(const OpenedImage& image) {
     const host::ImageReader& reader = *image.reader;
     const Verdict& verdict = image.verdict;
     const auto opened = textOf(reader.width(), " x ", reader.height(), ", ", reader.colourChannels(), " colour and ",
                                reader.matteChannels(), " alpha channels of ", reader.descriptor().channelBits, " bits");
-    const auto foretold = textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour and ",
+    const auto expected = textOf(verdict.width, " x ", verdict.height, ", ", verdict.colourChannels(), " colour and ",
                                  verdict.hasAlpha ? 1 : 0, " alpha channels of ", verdict.bits, " bits");
-    if (opened == foretold && image.isBlack == (verdict.result == Result::black)) return;
-    throw FileError("is " + opened + " through the plug-in, but " + foretold + " by its headers");
+    if (opened == expected && image.isBlack == (verdict.result == Result::black)) return;
+    throw FileError("is " + opened + " through the plug-in, but " + expected + " by its headers");
 }
 
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
@@ -67,7 +67,7 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
         const OpenFile opened(input.path);
         const Explanation file = explain(opened.facts());
         const bool isReadable = file.grade != Grade::unreadable;
-        if (arguments.isOpening && isReadable) checkIsAsForetold(openThroughHost(*plugin, opened));
+        if (arguments.isOpening && isReadable) checkMatchesHeaders(openThroughHost(*plugin, opened));
         // `explain` says why a file is not right.
         if (!isReadable && file.grade >= arguments.only) warnOfGrade(file, report);
         return list(arguments, file, isReadable ? printable(input.path) + ": " + lineOf(file) + "\n" : "", report);

@@ -14,12 +14,12 @@ Outcome runReporting(const std::function<Outcome()>& command) {
     try {
         return command();
     } catch (const UsageError& error) {
-        tell(error.what());
+        printMessage(error.what());
         return Outcome::usage;
     } catch (const Interrupted&) {
         return Outcome::failed;
     } catch (const std::exception& error) {
-        tell(error.what());
+        printMessage(error.what());
         return Outcome::failed;
     }
 }
@@ -42,7 +42,7 @@ Outcome runProgram(int argc, char** argv) {
         app.exit(help);
         return Outcome::done;
     } catch (const CLI::ParseError& error) {
-        tell(complaint(app, error) + " (see --help)");
+        printMessage(complaint(app, error) + " (see --help)");
         return Outcome::usage;
     }
     return runReporting(invocation.run);

@@ -39,7 +39,7 @@ void list(const fs::path& folder, const fs::path& top, const Search& search, Lis
         listing.files[extension].push_back({entry->path().string(), place == "." ? "" : place});
     }
     if (!error) return;
-    tell(folder.string(), "cannot be listed: " + systemErrorText(error.value()));
+    printMessage(folder.string(), "cannot be listed: " + systemErrorText(error.value()));
     listing.isComplete = false;
 }
 
@@ -68,7 +68,8 @@ InputFiles inputFiles(const std::vector<std::string>& paths, const Search& searc
             names += (names.empty() ? "" : " or ") + extension;
         }
         if (files.empty() && listing.isComplete)
-            tell(path, "contains no " + names + " files" + (search.isRecursive ? "" : " (-r includes subfolders)"));
+            printMessage(path,
+                         "contains no " + names + " files" + (search.isRecursive ? "" : " (-r includes subfolders)"));
         if (files.empty() || !listing.isComplete) all.isComplete = false;
         std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
         all.files.insert(all.files.end(), files.begin(), files.end());

@@ -31,14 +31,14 @@ std::string printable(const std::string& text) {
     return safe;
 }
 
-void tell(const std::string& message) {
+void printMessage(const std::string& message) {
     const std::string line = "kpximage: " + printable(message) + "\n";
     const std::lock_guard lock(mutex);
     std::cerr << (progress.empty() ? line : clearedLine + line + progress);
 }
 
-void tell(const std::string& file, const std::string& message) {
-    tell(file + ": " + message);
+void printMessage(const std::string& file, const std::string& message) {
+    printMessage(file + ": " + message);
 }
 
 void showProgress(const std::string& text) {
@@ -69,7 +69,7 @@ bool flushOutput() {
     std::cout.flush();
     std::fflush(stdout);
     if (outputError == 0 && !std::cout) outputError = errno == 0 ? EIO : errno;
-    if (outputError != 0) tell("standard output", systemErrorText(outputError));
+    if (outputError != 0) printMessage("standard output", systemErrorText(outputError));
     return outputError == 0;
 }
 

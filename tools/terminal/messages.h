@@ -52,8 +52,8 @@ private:
 std::string printable(const std::string& text);
 
 // Prints "kpximage: MESSAGE" or "kpximage: FILE: MESSAGE" as one line.
-void tell(const std::string& message);
-void tell(const std::string& file, const std::string& message);
+void printMessage(const std::string& message);
+void printMessage(const std::string& file, const std::string& message);
 
 // Replaces the text below the messages on a terminal; "" removes it. Thread-safe.
 void showProgress(const std::string& text);
