@@ -81,7 +81,8 @@ void PendingFile::release() {
 void PendingFile::openEarlier() {
     if (m_name.empty() || m_name == "." || m_name == "..") throw OutputError("is the name of a folder");
     struct stat status {};
-    if (fstatat(m_folder, m_name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || S_ISLNK(status.st_mode)) return;
+    // Fails for a dangling link. A link that could not be resolved may still lead to a pipe.
+    if (fstatat(m_folder, m_name.c_str(), &status, 0) != 0) return;
     if (!S_ISREG(status.st_mode)) throw OutputError("exists and is not a regular file");
     if (m_existing == Existing::refuse) throw OutputError("exists already; --force replaces it");
     m_earlier = openat(m_folder, m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
