@@ -46,8 +46,12 @@ void OutputPlaces::protect(const std::vector<InputFile>& inputs) {
 
 bool OutputPlaces::claim(const std::string& place, const std::string& input) {
     {
+        // Two places may lead to the same file through links.
+        std::error_code error;
+        const fs::path file = fs::weakly_canonical(fs::absolute(place), error);
         const std::lock_guard lock(m_mutex);
-        if (!m_claimed.insert(place).second) throw OutputError("is the output of another input already", place);
+        if (!m_claimed.insert(error ? place : file.string()).second)
+            throw OutputError("is the output of another input already", place);
     }
     struct stat output {
     }, source{};
