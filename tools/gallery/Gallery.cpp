@@ -57,11 +57,9 @@ bool isOpaque(const SmallPicture& picture) {
     return true;
 }
 
-// Whether a page can show the text as it is: valid UTF-8 without control characters.
-bool isShowable(const std::string& text) {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
-    return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != 0 &&
-           std::none_of(text.begin(), text.end(), isControl);
+// Whether the text can be copied from a page to a terminal: valid UTF-8 without characters that act on it.
+bool isCopyable(const std::string& text) {
+    return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != 0 && printable(text) == text;
 }
 
 std::string shellWord(const std::string& text) {
@@ -122,7 +120,7 @@ private:
     std::string m_prefix;  // of the names of its pictures
     Json m_record;
     double m_exposure = 0.0;  // of the latest version
-    bool m_isAdded = false;   // the file's own picture is in the page: later failures do not change its outcome
+    bool m_isAdded = false;   // the file's own picture is in the page, if it has one
 };
 
 Outcome Entry::add(const OpenFile& file, Report& report) {
@@ -140,8 +138,8 @@ Outcome Entry::add(const OpenFile& file, Report& report) {
 }
 
 void Entry::fail(const std::string& message, Report& report) {
-    if (m_isAdded) return addFinding(m_record, Grade::noted, "Some of its pictures are missing here: " + message + ".");
     report.warn(message);
+    if (m_isAdded) return addFinding(m_record, Grade::noted, "Some of its pictures are missing here: " + message + ".");
     if (m_record["findings"].empty()) addFinding(m_record, Grade::unreadable, message + ".");
 }
 
@@ -175,7 +173,7 @@ void Entry::addVersion(const char* version, const OpenFile& file) {
 void Entry::addRepaired(const OpenFile& file) {
     const RepairPlan plan = planRepair(file.facts(), true);
     if (!plan.helps()) return addStrip(file, file.facts());
-    if (isShowable(file.name()))
+    if (isCopyable(file.name()))
         m_record["command"] = helpingCommand(file.name(), plan.result == RepairResult::recoded);
     for (const Remark& change : plan.changes()) m_record["changes"].push_back(change.sentence);
     const std::uint64_t pictures = std::max<std::uint64_t>(stripCount(plan.repair.facts), 1);
