@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "explain/text.h"
 #include "tools/commands/options.h"
 #include "tools/files/PendingFile.h"
 #include "tools/json/gradeText.h"
@@ -65,6 +66,14 @@ void write(const SmallPicture& picture, const std::string& path, const PixelSour
     file.finish();
 }
 
+// Throws FileError for pictures that take more than seconds: file managers run this unasked.
+void checkSize(std::uint64_t width, std::uint64_t height) {
+    constexpr std::uint64_t side = 16384;
+    if (width * height > side * side)
+        throw FileError(textOf("is too large for a thumbnail: ", width, " x ", height, " is more than ", side, " x ",
+                               side, " pixels"));
+}
+
 Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Report& report) {
     OpenFile input(pathOfFile(arguments.input), arguments.input);
     if (isSameFile(pathOfFile(arguments.input), arguments.output))
@@ -77,8 +86,10 @@ Outcome makeThumbnail(const host::Plugin& plugin, const Arguments& arguments, Re
             warnOfGrade(explanation, report);
             return outcomeOf(explanation.grade, false);
         }
+        checkSize(explanation.verdict.width, explanation.verdict.height);
     }
     auto source = openSource(plugin, std::move(input), true);
+    checkSize(static_cast<std::uint64_t>(source->layout().width), static_cast<std::uint64_t>(source->layout().height));
     if (source->isBlack()) throw std::bad_alloc();
     if (!source->isWhole()) throw FileError("is incomplete: it does not contain every row of its picture");
     const double stops = source->layout().isFloat ? fittingExposure(*source) : 0.0;

@@ -1,6 +1,8 @@
 // Opens images through the host. The verdict on the file says what the plug-in's picture means.
 #include "tools/pictures/DdsSource.h"
 
+#include <algorithm>
+
 #include "dds/dataSize.h"
 #include "explain/text.h"
 #include "host/HostError.h"
@@ -34,11 +36,13 @@ bool isStandIn(const Verdict& verdict, const host::ImageReader& reader) {
     return reader.width() == side && reader.height() == side;
 }
 
-// Refuses small files that declare huge pictures: what is made of them takes the memory that they declare.
+// Refuses small files that declare huge pictures: what is made of them takes the memory that they declare. Writers hold
+// at least 4 bytes per pixel, and several rows.
 void checkIsThere(const Verdict& verdict) {
     if (verdict.result != Result::decoded || verdict.wholeRows >= verdict.height) return;
-    const std::uint64_t missing = verdict.pictureBytes / verdict.height * (verdict.height - verdict.wholeRows);
-    if (missing <= mostMissingBytes) return;
+    const std::uint64_t rowBytes = std::max(verdict.pictureBytes / verdict.height, std::uint64_t{verdict.width} * 4);
+    const bool isBounded = rowBytes * (verdict.height - verdict.wholeRows) <= mostMissingBytes;
+    if (isBounded && std::max(verdict.width, verdict.height) <= largestIncompleteSide) return;
     throw FileError(textOf("is incomplete: it declares ", verdict.width, " x ", verdict.height, " pixels and holds ",
                            verdict.wholeRows, " of these rows"));
 }

@@ -18,12 +18,14 @@ struct OpenedImage {
 // changes the file.
 OpenedImage openThroughHost(const host::Plugin& plugin, const OpenFile& file);
 
-// The most bytes of a picture that its file may lack.
+// The most bytes of a picture that its file may lack, at 4 bytes per pixel or more, and the largest side of such a
+// picture, which is the largest of Direct3D.
 inline constexpr std::uint64_t mostMissingBytes = std::uint64_t{64} << 20;
+inline constexpr std::uint32_t largestIncompleteSide = 16384;
 
 class DdsSource : public PixelSource {
 public:
-    // Throws FileError if the image has no pixels or its file lacks more than mostMissingBytes.
+    // Throws FileError if the image has no pixels or its file lacks too much of it.
     explicit DdsSource(OpenedImage image);
     DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openThroughHost(plugin, file)) {}
 

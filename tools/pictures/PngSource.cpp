@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "dds/checkedSize.h"
 #include "explain/text.h"
 #include "tools/terminal/errors.h"
 
@@ -81,13 +82,12 @@ void PngSource::readLayout(bool reduceTo8Bits) {
     m_channels.emplace(m_layout);
     if (png_get_interlace_type(m_png, m_info) == PNG_INTERLACE_NONE)
         m_row.resize(m_channels->width() * m_layout.channels());
-    else
-        readWholeImage();
 }
 
 void PngSource::readWholeImage() {
     const size_t rowSize = m_channels->width() * m_layout.channels();
     const auto height = static_cast<size_t>(m_layout.height);
+    if (height * rowSize > largestBlock) throw std::bad_alloc();
     m_image.reset(static_cast<unsigned char*>(std::calloc(height, rowSize)));
     if (m_image == nullptr) throw std::bad_alloc();
     for (size_t y = 0; y < height; ++y) m_imageRows.push_back(m_image.get() + y * rowSize);
@@ -96,8 +96,10 @@ void PngSource::readWholeImage() {
 
 std::span<const unsigned char* const> PngSource::nextRow() {
     stopIfInterrupted();
-    if (m_image == nullptr)
+    if (!m_row.empty())
         guarded([](PngSource& source) { png_read_row(source.m_png, source.m_row.data(), nullptr); });
+    else if (m_image == nullptr)
+        readWholeImage();
     const unsigned char* pixels = m_image == nullptr ? m_row.data() : m_imageRows[static_cast<size_t>(m_rowsRead)];
     const size_t channels = m_layout.channels();
     for (size_t channel = 0; channel < channels; ++channel) {
