@@ -217,15 +217,18 @@ TEST_F(Tool, ReportsLackOfMemory) {
 
 TEST_F(Convert, WritesFloatsToOpenExrUnchanged) {
     // In the order of the DDS file.
-    for (const auto& [code, names] : {std::pair{114U, Bytes("Y")}, {115U, Bytes("RG")}, {116U, Bytes("RGBA")}}) {
+    const std::tuple<unsigned, Bytes, unsigned> cases[] = {
+        {114, "Y", 2}, {115, "RG", 2}, {116, "RGBA", 2}, {114, "Y", 16385}};
+    for (const auto& [code, names, width] : cases) {
         std::vector<float> values;
         std::map<std::string, std::vector<float>> expected, found;
-        for (size_t i = 0; i < 6 * names.size(); ++i) {
+        for (size_t i = 0; i < 3 * width * names.size(); ++i) {
             values.push_back(1e-7F * static_cast<float>(i * i) - 1.0F);
             expected[names.substr(i % names.size(), 1)].push_back(values.back());
         }
-        file("a.dds", dds(2, 3, named(code), floats(values)));
+        file("a.dds", dds(width, 3, named(code), floats(values)));
         convert("a.exr a.dds");
+        EXPECT_EQ(Imf::InputFile(at("a.exr").c_str()).header().compression() == Imf::PIZ_COMPRESSION, width <= 16384);
         for (const auto& [name, channel] : readExr(at("a.exr"))) found[name] = channel.values;
         EXPECT_EQ(found, expected);
     }

@@ -218,7 +218,7 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     addChoice<ExrValues>(command.app, "--exr", arguments.exr,
                          {{"half", ExrValues::half}, {"float", ExrValues::float32}, {"source", ExrValues::source}},
                          "OpenEXR values: half (16 bits), float (32 bits) or source (default: as in the input); always "
-                         "compressed by PIZ, lossless");
+                         "compressed without loss");
     addChoice<PngEffort>(command.app, "--png", arguments.png,
                          {{"fast", PngEffort::fast}, {"smallest", PngEffort::smallest}},
                          "PNG compression: fast (default) or smallest (usually 10 % smaller, up to 20 times slower)");
