@@ -206,7 +206,11 @@ void writePicture(const std::string& path, const py::array& pixels, const std::s
     {
         const Unlocked unlocked;
         file.emplace(path);
-        note = tool::writeDds(source, file->path(), settings);
+        try {
+            note = tool::writeDds(source, file->path(), settings);
+        } catch (const tool::OutputError& error) {
+            throw tool::OutputError(tool::withName(error.what(), file->path(), path), error.code());
+        }
     }
     if (!note.empty()) warn(note);
     handleSignals();

@@ -288,6 +288,8 @@ def test_failed_writes_leave_no_file(tmp_path):
     full = python("import kpximage, numpy, resource, sys\nresource.setrlimit(resource.RLIMIT_FSIZE, (9999, 9999))\n"
                   "try: kpximage.write(sys.argv[1], numpy.zeros((99, 99, 4), 'u1'))\nexcept kpximage.Error as e: print(e)", file)
     assert full.stdout.startswith(f"{file}: could not be written: ") and full.stdout.endswith("is it full?\n")
+    with pytest.raises(kpximage.Error, match=r"Cannot open file .*a\.dds; "):
+        kpximage.write(file, np.broadcast_to(np.uint8(0), (70000, 70000, 3)))
     previous = signal.signal(signal.SIGALRM, lambda *_: signal.raise_signal(signal.SIGINT))
     with pytest.raises(KeyboardInterrupt):
         signal.setitimer(signal.ITIMER_REAL, 0.002)
