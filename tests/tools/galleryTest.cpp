@@ -5,6 +5,7 @@
 
 #include "tests/support/Tool.h"
 #include "tests/support/describedFile.h"
+#include "tools/gallery/GalleryFolder.h"
 
 using namespace kpx;
 using namespace testing_support;
@@ -116,6 +117,21 @@ TEST_F(Gallery, ReplacesOnlyAnEarlierGallery) {
     EXPECT_EQ(page(), before);
     EXPECT_EQ(shell("ls -A").out.find(".kpximage-"), std::string::npos);
     EXPECT_EQ(run("gallery a.dds -o new/below/out").status, 0);
+}
+
+// Others who may write in the parent folder can replace the temporary folder by one with links.
+TEST_F(Gallery, WritesOnlyToTheFolderThatItHasCreated) {
+    file("own.txt", "own");
+    {
+        const tool::GalleryFolder folder(at("out"));
+        const RunResult trap = shell(
+            "t=$(ls -d .kpximage-*) && mv $t moved && mkdir -p $t/pictures && "
+            "ln -s ../../own.txt $t/pictures/a.png && ln -s ../own.txt $t/index.html");
+        ASSERT_EQ(trap.status, 0) << trap.err;
+        EXPECT_EQ(folder.write("a", {1, 1, {1, 2, 3, 4}}), "pictures/a.png");
+        folder.writePage({});
+    }
+    EXPECT_EQ(textOfFile(at("own.txt")), "own");
 }
 
 TEST_F(Gallery, EscapesTheDataOfFiles) {

@@ -15,10 +15,40 @@
 #include <string_view>
 
 #include "assets.h"
+#include "tools/files/PendingFile.h"
 #include "tools/pictures/PngFile.h"
 #include "tools/terminal/errors.h"
 
 namespace kpx::tool {
+
+// A folder opened once, without following a link. Others who may write in its parent can rename it.
+class OpenFolder {
+public:
+    // Throws OutputError.
+    explicit OpenFolder(const std::string& name)
+        : m_descriptor(open(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)),
+          m_path("/proc/self/fd/" + std::to_string(m_descriptor)) {
+        if (m_descriptor < 0) throw systemError<OutputError>("cannot be opened", errno);
+        if (access(m_path.c_str(), F_OK) != 0) m_path = name;
+    }
+    ~OpenFolder() { close(m_descriptor); }
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+
+    // Returns the path of an entry, or of the folder itself.
+    [[nodiscard]] std::string path(std::string_view entry = ".") const { return m_path + "/" + std::string(entry); }
+    // Returns whether it belongs to the owner of the file.
+    [[nodiscard]] bool isOfOwner(int file) const {
+        struct stat own {
+        }, other{};
+        return fstat(m_descriptor, &own) == 0 && fstat(file, &other) == 0 && own.st_uid == other.st_uid;
+    }
+
+private:
+    int m_descriptor;
+    std::string m_path;
+};
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -56,6 +86,13 @@ void checkIsGallery(const fs::path& folder) {
                 refuse(name + "/" + picture.path().filename().string());
         }
     }
+}
+
+// Deletes a gallery, and its folder unless it contains more.
+void remove(const OpenFolder& folder, const std::string& name) {
+    fs::remove(folder.path(pageName));
+    fs::remove_all(folder.path(picturesName));
+    fs::remove(name);
 }
 
 // Throws OutputError unless the path is free, an empty folder or a gallery.
@@ -101,19 +138,27 @@ GalleryFolder::GalleryFolder(const std::string& path) : m_path(withoutSlash(path
         std::string name = (parent / ".kpximage-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) throw systemError<OutputError>("cannot be created", errno);
         m_temporary = name;
-        fs::create_directory(fs::path(m_temporary) / picturesName);
+        m_open = std::make_unique<OpenFolder>(name);
+        // Another user may have exchanged the folder before it was opened. A new file shows which owner the file system
+        // gives to the files of this user.
+        const PendingFile own(name + "-", 0600, Existing::refuse);
+        if (!m_open->isOfOwner(own.descriptor())) throw OutputError("was exchanged by another user");
+        fs::create_directory(m_open->path(picturesName));
     });
 }
 
 GalleryFolder::~GalleryFolder() {
-    std::error_code error;
-    if (!m_temporary.empty()) fs::remove_all(m_temporary, error);
+    try {
+        if (!m_temporary.empty()) remove(*m_open, m_temporary);
+    } catch (const fs::filesystem_error&) {
+        // It is left behind.
+    }
 }
 
 std::string GalleryFolder::write(const std::string& name, const SmallPicture& picture, std::size_t first,
                                  std::size_t channels) const {
     std::string url = std::string(picturesName) + "/" + name + ".png";
-    PngFile png(m_temporary + "/" + url, {picture.width, picture.height, 3, 1, false}, channels, false);
+    PngFile png(m_open->path(url), {picture.width, picture.height, 3, 1, false}, channels, false);
     std::vector<unsigned char> row(static_cast<std::size_t>(picture.width) * channels);
     const unsigned char* pixel = picture.pixels.data() + first;
     for (int y = 0; y < picture.height; ++y) {
@@ -139,7 +184,7 @@ void GalleryFolder::writePage(const std::vector<std::string>& records) const {
     replace(page, "{{style}}", gallery::style);
     replace(page, "{{script}}", gallery::script);
     replace(page, "{{files}}", files);
-    std::ofstream stream(m_temporary + "/" + pageName, std::ios::binary);
+    std::ofstream stream(m_open->path(pageName), std::ios::binary);
     stream << mark << page;
     stream.close();
     if (!stream) throw systemError<OutputError>("cannot be written", errno);
@@ -150,20 +195,21 @@ void GalleryFolder::commit() {
     withOutputErrors([&] {
         // mkdtemp creates a folder for its owner alone; the one in it has the permissions of the user's umask.
         const bool isReplacing = fs::exists(fs::symlink_status(m_path));
-        const fs::path model = isReplacing ? fs::path(m_path) : fs::path(m_temporary) / picturesName;
-        fs::permissions(m_temporary, fs::status(model).permissions());
+        const std::string model = isReplacing ? m_path : m_open->path(picturesName);
+        fs::permissions(m_open->path(), fs::status(model).permissions());
         const unsigned how = isReplacing ? RENAME_EXCHANGE : RENAME_NOREPLACE;
         const auto exchange = [&] { return renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_path.c_str(), how); };
         if (exchange() != 0) throw systemError<OutputError>("cannot be replaced", errno);
         if (isReplacing) {
+            const OpenFolder earlier(m_temporary);
             try {
-                checkIsGallery(m_temporary);
+                checkIsGallery(earlier.path());
             } catch (...) {
                 // Something was added to the earlier gallery during the run: put it back.
                 (void)exchange();
                 throw;
             }
-            fs::remove_all(m_temporary);
+            remove(earlier, m_temporary);
         }
         m_temporary.clear();
     });

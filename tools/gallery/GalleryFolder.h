@@ -1,12 +1,15 @@
 // The folder of a gallery, which appears whole or not at all.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "tools/pictures/smallPicture.h"
 
 namespace kpx::tool {
+
+class OpenFolder;
 
 // The gallery is written to a folder with a temporary name beside its destination. Committing renames the folder and
 // deletes an earlier gallery; anything else at the destination is never touched.
@@ -34,6 +37,7 @@ public:
 private:
     std::string m_path;
     std::string m_temporary;
+    std::unique_ptr<OpenFolder> m_open;  // the temporary folder, whatever gets its name
 };
 
 }  // namespace kpx::tool
