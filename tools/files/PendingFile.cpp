@@ -120,7 +120,9 @@ void PendingFile::createNamed(mode_t permissions) {
         m_temporaryName.clear();
         throw systemError<OutputError>("cannot be created", errno);
     }
-    m_path = m_folderPath + "/" + m_temporaryName;
+    // Others who may write in the folder could give the name to a link.
+    m_path = pathOf(m_descriptor);
+    if (access(m_path.c_str(), F_OK) != 0) m_path = m_folderPath + "/" + m_temporaryName;
 }
 
 // Names an unnamed file in the folder.
