@@ -1,4 +1,6 @@
 // kpximage gallery: a folder with a page that shows files, what is wrong with them and what helps.
+#include <csignal>
+
 #include "tools/commands/options.h"
 #include "tools/gallery/Gallery.h"
 #include "tools/plugin/pluginChoice.h"
@@ -15,6 +17,8 @@ struct Arguments {
 };
 
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
+    // A closed pipe loses messages, not the gallery.
+    std::signal(SIGPIPE, SIG_IGN);
     const auto plugin = loadPlugin(pluginPath);
     try {
         const InputFiles inputs = inputsOf(arguments.batch, {".dds"}, arguments.output);
