@@ -24,6 +24,8 @@ struct Arguments {
 
 SurfaceLayout layoutOf(const FileFacts& facts) {
     const Verdict verdict = judge(facts);
+    const std::string notDds = notDdsText(facts);
+    if (!notDds.empty()) throw FileError(notDds);
     if (verdict.format == nullptr) throw FileError("cannot be split. It " + gradeText(explain(facts)).sentence);
     const DDS_HEADER& header = facts.header.header;
     if (header.dwWidth == 0 || header.dwHeight == 0)
