@@ -1,6 +1,6 @@
 #!/bin/bash
 # Checks that every #include is allowed by the table in docs/architecture.md. A folder may include itself, its subfolders
-# and those of its row. Tests may include everything.
+# and those of its row. Tests may include everything. Also checks that the documents for developers name existing files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 git rev-parse --git-dir >/dev/null
@@ -34,5 +34,12 @@ for folder in $folders; do
 done
 for row in $rows; do
     [ -d "$row" ] || { echo "docs/architecture.md: no folder $row" >&2; wrong=1; }
+done
+
+for document in README.md CONTRIBUTING.md docs/architecture.md; do
+    for file in $(grep -oE '`[A-Za-z0-9_./-]+/[A-Za-z0-9_-]+\.[a-z0-9]+`' "$document" | tr -d '`' | sort -u); do
+        case "$file" in *NAME* | build/*) continue ;; esac
+        [ -e "$file" ] || { echo "$document: no file $file" >&2; wrong=1; }
+    done
 done
 exit $wrong

@@ -53,6 +53,16 @@ void dropAnswered(Explanation& file, const Arguments& arguments) {
     file.grade = gradeOf(file.findings);
 }
 
+// Returns the extensions of all formats: ".png, .exr or .dds".
+std::string extensionList() {
+    std::string list;
+    for (const Format& format : formats) {
+        if (!list.empty()) list += &format + 1 == std::end(formats) ? " or " : ", ";
+        list += "." + format.name;
+    }
+    return list;
+}
+
 // Returns null if there is no such format.
 const Format* formatNamed(const std::string& name) {
     for (const Format& format : formats) {
@@ -106,9 +116,7 @@ const Format* Conversion::chosenFormat() const {
     if (!m_arguments.format.empty()) throw UsageError("--format needs a folder; the name of a file states its format");
     const Format* format = formatOfFile(output);
     if (format != nullptr) return format;
-    std::string known;
-    for (const std::string& name : formatNames()) known += " ." + name;
-    throw UsageError(output + ": the name of the output must end in one of" + known);
+    throw UsageError(output + ": the name of the output must end in " + extensionList());
 }
 
 InputFiles Conversion::inputs() {
@@ -194,9 +202,9 @@ void addConvertCommand(CLI::App& app, Invocation& invocation) {
     Arguments& arguments = command.arguments;
     arguments.batch.isNaming = true;
     arguments.batch.addTo(command.app, "DDS or PNG files, or folders of them");
-    arguments.output.addTo(
-        command.app,
-        "Output file (.png, .exr or .dds) or folder; a new folder is created if PATH is a folder or OUT ends in \"/\"");
+    arguments.output.addTo(command.app,
+                           "Output file (" + extensionList() +
+                               ") or folder; a new folder is created if PATH is a folder or OUT ends in \"/\"");
     command.app
         .add_option("--format", arguments.format,
                     "Format of files in an output folder (default: DDS for PNG files, EXR for floating-point textures, "
