@@ -3,6 +3,7 @@
  *   host PLUGIN FILE    prints the size, the channels and the sum of all bytes
  * To build it: cc -rdynamic host.c -o host $(pkg-config --cflags kpxbase) -ldl
  */
+#define _POSIX_C_SOURCE 200809L /* declares strdup, also with -std=c99 */
 #include <dlfcn.h>
 #include <kpxbase.h>
 #include <stdarg.h>
