@@ -28,9 +28,12 @@ extern "C" {
 struct ImageHandle;
 struct ImageFileDescriptor;
 
-/* Reading: stores an array of row pointers, one per channel, in *rows. Returns 0, or -2 on failure. */
+/*
+ * Reading: stores an array of row pointers, one per channel, in *rows: the colour channels, then the matte. They are
+ * valid until the next call. Returns 0, or -2 on failure.
+ */
 typedef int (*ScanlineReadFunction)(void* object, int y, unsigned char*** rows);
-/* Writing: takes one row pointer per channel. Returns 0, or -2 on failure. */
+/* Writing: takes one row pointer per channel, in the same order. Returns 0, or -2 on failure. */
 typedef int (*ScanlineWriteFunction)(void* object, int y, unsigned char** rows);
 /* The type of the slot in ImageHandle, for either of the two. */
 typedef void (*ScanlineFunction)(void);
@@ -94,7 +97,7 @@ typedef struct ImageFileDescriptor {
     uint8_t m_host3[4];
     int32_t orientation; /* 2: scanline 0 is the bottom row of the picture */
     char* channelFormat;
-    int32_t channelCount;
+    int32_t channelCount; /* 0 to 4 in reading, 3 in writing */
     int32_t channelBytes; /* 1 or 2; 2 also stands beside channelBits 32 */
     int32_t channelBits;
     uint8_t m_host4[4];
@@ -210,7 +213,7 @@ KPX_CHECK_SIZE(CapabilityEntry, 56);
 
 /* Services of the host. */
 
-extern nl_catd kpx__msg_cat;                         /* the host's message catalogue; null when none is open */
+extern nl_catd kpx__msg_cat;                         /* the host's message catalogue, null or opened before imageInit */
 extern int kpx__err;                                 /* code of an error, set by some calls only; see below */
 extern const char* KPX_LITERAL_HARD_FORMAT_TYPE_RGB; /* name of the 8-bit RGB channel format */
 
@@ -228,7 +231,10 @@ char* kpx__build_handle(int zero, const char* name, void* nameContext);
  * The caller owns name, formatName and options.
  */
 int kpx__free_obj(ImageHandle* handle);
-/* Reports an error by the catalogue's message, or by the format if there is none. Arguments as for printf. */
+/*
+ * Reports an error (severity 3) or a warning (2) by the catalogue's message, or by the format if there is none.
+ * Arguments as for printf.
+ */
 void ERR_report_cat(nl_catd catalogue, int set, int number, int severity, const char* format, ...);
 /* Prints an error. Arguments as for printf. */
 void ERR_printf(int level, const char* format, ...);
@@ -259,13 +265,16 @@ ImageInitFunction imageInit;
 /* Returns the first row of the option table, the numbers of rows with flag 1 and with flag 2, and that of all rows. */
 ImageCapabilityFunction imageCapability;
 ImageCapabilityFunction KPX_dds_capability; /* the same under the name of the format, here DDS */
-/* Returns 1 if the stream, or if that is null the file at path, has this format; else 0. Does not close the stream. */
+/*
+ * Returns 1 if the stream, or if that is null the file at path, has this format; else 0. Reads the stream from its
+ * start, and leaves it open.
+ */
 ImageIsFileFunction imageIsFile;
 /*
  * Return 1 if the image is open and its callbacks are in the handle; 0 after a message. A plug-in may lack
- * imageWriteOpen. Scanline 0 is the bottom row, for reading and writing. The width in a DDS file is a multiple of 4. No
- * call reports a failed write: closeFunction returns 0 on a full disk too. Check the size of the file, as
- * docs/protocol.md describes.
+ * imageWriteOpen, which empties an existing file. Scanline 0 is the bottom row, for reading and writing. The width in
+ * a DDS file is a multiple of 4. No call reports a failed write: closeFunction returns 0 on a full disk too. Check the
+ * size of the file, as docs/protocol.md describes.
  */
 ImageOpenFunction imageReadOpen;
 ImageOpenFunction imageWriteOpen;
