@@ -192,14 +192,14 @@ host::OptionChoice alphaChoice(const host::Plugin& plugin, const std::string& va
 
 // Writes a DDS file. Before the complete file gets its name, `warn` is called with the writer's note, if it has one. If
 // `warn` raises, no file is left.
-void writePicture(const std::string& path, const py::array& pixels, const std::string& names, const std::string& alpha,
-                  const std::function<void(const std::string&)>& warn) {
+void writePicture(const std::string& path, const py::array& pixels, const std::string& names,
+                  const std::optional<std::string>& alpha, const std::function<void(const std::string&)>& warn) {
     if (pixels.ndim() != 3 || pixels.shape(2) != static_cast<py::ssize_t>(names.size()))
         throw tool::UsageError("array must have three axes, and channels a name for each place of the last");
     if (pixels.dtype().kind() != 'u' || pixels.itemsize() != 1) throw py::type_error("array must have values of uint8");
     tool::OutputSettings settings{plugin()};
     settings.isPadded = true;
-    if (!alpha.empty()) settings.options.push_back(alphaChoice(settings.plugin, alpha));
+    if (alpha) settings.options.push_back(alphaChoice(settings.plugin, *alpha));
     ArraySource source(pixels, names);
     std::optional<tool::PendingFile> file;
     std::string note;

@@ -99,6 +99,10 @@ class Image(_Array):
         self.grade = getattr(source, "grade", None)
         self.findings = getattr(source, "findings", ())
 
+    def __array_wrap__(self, array: Any, *context: Any) -> Any:
+        # A single value, such as picture.max(), is a scalar, as for other arrays.
+        return array[()] if array.ndim == 0 else super().__array_wrap__(array, *context)
+
     def __reduce__(self) -> Tuple[Any, ...]:
         make, arguments, state = super().__reduce__()  # type: ignore[misc]
         return make, arguments, (state, self._names, self.is_black, self.grade, self.findings)
@@ -122,7 +126,7 @@ def _file_name(path: Path, argument: str = "path") -> bytes:
 
 
 def _channel_names(channels: Any) -> Tuple[str, ...]:
-    names = tuple(channels) if hasattr(channels, "__iter__") else (channels,)
+    names = tuple(channels) if hasattr(channels, "__getitem__") else (channels,)
     if any(not isinstance(name, str) for name in names):
         raise TypeError(f"channels must be a str or a sequence of str, not {channels!r}")
     return names
@@ -228,7 +232,7 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
 
     plugin_path()
     with _errors_of(path):
-        _kpximage.write(name, pixels, "".join(names), alpha or "", warn)
+        _kpximage.write(name, pixels, "".join(names), alpha, warn)
 
 
 def explain(path: Path) -> "dict[str, Any]":

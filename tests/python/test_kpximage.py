@@ -111,6 +111,7 @@ def test_derived_arrays_keep_attributes(examples):
     for same in (picture.copy(), picture[8:, ::2], picture.astype(float), picture + 1, copy.deepcopy(picture),
                  pickle.loads(pickle.dumps(picture)), picture[..., [2, 1, 0, 3]], picture.copy("F")):
         assert (same.channels, same.is_black) == (tuple("RGBA"), True)
+    assert {type(one) for one in (picture.max(), picture.mean(), picture[0, 0, 0])} <= {np.uint8, np.float64}
     for other in (picture[..., :3], picture[0], picture[..., 3], picture[picture > 3], picture[:4].mean(axis=2),
                   np.moveaxis(picture, 2, 0)[:, :, np.r_[0:40]], np.zeros(4).view(kpximage.Image)):
         assert other.channels is None
@@ -260,6 +261,7 @@ def test_refused_arrays_leave_no_file(tmp_path):
             (good[:0], {}, ValueError, "array has no pixels: it is 7 x 0"), (good, {"channels": "RG"}, ValueError, "RG"),
             (good, {"channels": "RGG"}, ValueError, "RGG"), (good, {"channels": ["R", "G", "\ud800"]}, ValueError, "R, G"),
             (good, {"channels": b"RGB"}, TypeError, "channels must"), (good, {"channels": 3}, TypeError, "channels must"),
+            (good, {"channels": {*"RGB"}}, TypeError, "channels must"), (good, {"alpha": ""}, ValueError, "is not a value"),
             (good, {"alpha": "none"}, ValueError, "is not a value of Alpha"), (good, {"alpha": 1}, TypeError, "alpha must"),
             (np.broadcast_to(good[:1, :1], (70000, 70000, 3)), {}, kpximage.Error, "File too large")):
         with pytest.raises(error, match=re.escape(text)):
