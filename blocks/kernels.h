@@ -40,9 +40,14 @@ public:
     };
     // Requires each format once: a table that lacks one does not compile.
     consteval StripTable(std::initializer_list<Entry> entries) {
-        for (const Entry& entry : entries) m_strips[static_cast<std::size_t>(entry.kernel)] = entry.strip;
+        // With -fsanitize=undefined, g++ compares no function with null at compile time.
+        bool hasStrip[blockKernelCount] = {};
+        for (const Entry& entry : entries) {
+            m_strips[static_cast<std::size_t>(entry.kernel)] = entry.strip;
+            hasStrip[static_cast<std::size_t>(entry.kernel)] = true;
+        }
         for (std::size_t i = 1; i < blockKernelCount; ++i) {
-            if (m_strips[i] == nullptr) throw "a format has no kernel";
+            if (!hasStrip[i]) throw "a format has no kernel";
         }
     }
     // Returns null for BlockKernel::none.
