@@ -7,6 +7,8 @@
 #include <array>
 #include <cerrno>
 
+#include "explain/text.h"
+
 namespace kpx::tool {
 
 OpenFile::OpenFile(const std::string& path, std::string name)
@@ -77,6 +79,12 @@ bool isSameFile(const std::string& a, const std::string& b) {
 
 bool hasSameContents(const struct stat& a, const struct stat& b) {
     return a.st_size == b.st_size && timeOf(a.st_mtim) == timeOf(b.st_mtim);
+}
+
+void checkWidth(std::uint32_t width) {
+    constexpr std::uint32_t widest = 1 << 19;
+    if (width > widest)
+        throw FileError(textOf("is too wide: only pictures of up to ", widest, " columns are converted"));
 }
 
 std::string withName(std::string message, const std::string& path, const std::string& name) {

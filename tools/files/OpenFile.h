@@ -62,6 +62,10 @@ inline std::pair<long, long> timeOf(const struct timespec& time) {
 // Whether the size and the time of the last change to the contents are the same.
 bool hasSameContents(const struct stat& a, const struct stat& b);
 
+// Throws FileError for pictures that are too wide to be converted: several copies of a row must fit in memory, 16 bytes
+// per pixel each.
+void checkWidth(std::uint32_t width);
+
 // Returns the message with the path, which only this program knows, replaced by the name that the user knows.
 std::string withName(std::string message, const std::string& path, const std::string& name);
 

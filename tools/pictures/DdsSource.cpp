@@ -76,6 +76,7 @@ DdsSource::DdsSource(OpenedImage image) : m_image(std::move(image)) {
     m_layout = {reader.width(), reader.height(), reader.colourChannels(), reader.matteChannels(), reader.isFloat()};
     if (m_layout.width < 1 || m_layout.height < 1)
         throw FileError(textOf("has no pixels: it is ", m_layout.width, " x ", m_layout.height));
+    checkWidth(static_cast<std::uint32_t>(m_layout.width));
     m_scanline = m_layout.height;
 }
 

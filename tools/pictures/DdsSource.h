@@ -25,7 +25,7 @@ inline constexpr std::uint32_t largestIncompleteSide = 16384;
 
 class DdsSource : public PixelSource {
 public:
-    // Throws FileError if the image has no pixels or its file lacks too much of it.
+    // Throws FileError if the image has no pixels or is too wide, or its file lacks too much of it.
     explicit DdsSource(OpenedImage image);
     DdsSource(const host::Plugin& plugin, const OpenFile& file) : DdsSource(openThroughHost(plugin, file)) {}
 

@@ -70,6 +70,7 @@ void PngSource::readLayout(bool reduceTo8Bits) {
         throw FileError(textOf("is a broken PNG file: its ", m_file.size(), " bytes cannot hold ",
                                png_get_image_width(m_png, m_info), " x ", png_get_image_height(m_png, m_info),
                                " pixels"));
+    checkWidth(png_get_image_width(m_png, m_info));
     guarded([](PngSource& source) {
         png_set_expand(source.m_png);
         png_set_gray_to_rgb(source.m_png);

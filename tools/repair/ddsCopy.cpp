@@ -42,6 +42,7 @@ void copyRange(const OpenFile& from, const ByteRange& range, int to) {
 }
 
 void recodeSurface(const OpenFile& from, const Format& format, const Surface& surface, int to) {
+    checkWidth(surface.width);
     const RecodingRow& recoding = *recodingOf(format);
     const std::uint64_t rowBytes = recoding.recodedRowBytes(surface.width);
     std::vector<unsigned char> units(recoding.rowBytes(surface.width)), rows(rowBytes * recoding.unitHeight);
