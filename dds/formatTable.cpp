@@ -58,7 +58,7 @@ constexpr const char* bump = "a signed bump map";
 constexpr const char* otherOrder = "DXT5 with its channels in another order";
 constexpr const char* bc6h = "not a published code; BC6H is read under a DX10 header";
 constexpr const char* bc7 = "not a published code; BC7 is read under a DX10 header";
-constexpr const char* mobile = "blocks of mobile graphics; export the texture again for desktop graphics";
+constexpr const char* mobile = "a block format for mobile GPUs; export the texture again for desktop GPUs";
 
 // Makers of rows.
 constexpr std::uint16_t traitsOf(unsigned traits) {
@@ -411,7 +411,7 @@ constexpr Format dxgiRows[] = {
     noDxgi(107, "YUY2", packedVideo, recoded(Recoding::yuy2)),
     noDxgi(108, "Y210", video),
     noDxgi(109, "Y216", video),
-    noDxgi(110, "NV11", "YUV video in planes whose lengths of rows in files are not published"),
+    noDxgi(110, "NV11", "YUV video in planes whose row pitch in files is not published"),
     noDxgi(111, "AI44", noPalette),
     noDxgi(112, "IA44", noPalette),
     noDxgi(113, "P8", noPalette),

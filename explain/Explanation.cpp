@@ -22,8 +22,7 @@ Explanation explain(const FileFacts& facts) {
     for (const Finding& surprise : surprisesOf(facts, verdict)) file.findings.push_back(surprise);
     // What repair changes in a file that is decoded makes another picture of it.
     if (!file.repairs.empty() && gradeOf(file.findings) < Grade::wrong)
-        file.findings.push_back(
-            {"named-wrongly", "The header names another format than that of the data.", Grade::wrong});
+        file.findings.push_back({"named-wrongly", "The format in the header is not that of the data.", Grade::wrong});
     file.grade = gradeOf(file.findings);
     return file;
 }

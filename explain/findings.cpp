@@ -29,7 +29,7 @@ Finding cause(const char* id, const char* advice, const Parts&... parts) {
     return {id, textOf(parts...), black, advice};
 }
 
-constexpr const char* getWhole = "get a whole copy of it";
+constexpr const char* getWhole = "get a complete copy";
 constexpr const char* exportOther = "export it in another format, such as BC7 or BC3";
 constexpr const char* makeSmaller = "export it smaller";
 
@@ -140,7 +140,7 @@ void addDataSurprises(const FileFacts& facts, const Verdict& verdict, Findings& 
     const std::uint32_t pitch = header.dwPitchOrLinearSize, height = verdict.height;
     if (verdict.wholeRows != height && verdict.width != 0)
         add(findings, wrong, "rows-missing", getWhole, "Only ", verdict.wholeRows, " of ", height,
-            " rows are whole in the file; missing values are 0.");
+            " rows are complete; missing values are 0.");
     const bool isPadded = rowBytes != 0 && (header.dwFlags & DDSD_PITCH) != 0 && pitch > rowBytes && height >= 2;
     // Padded rows take at least this much.
     if (isPadded && verdict.bytesPresent >= std::uint64_t{pitch} * (height - 1) + rowBytes)
@@ -178,7 +178,7 @@ void addColourMasks(const DDS_PIXELFORMAT& format, const Format& row, std::uint3
     }
     if (!names.empty())
         add(findings, suspect, "mask-empty", "if colour is missing, export it again",
-            "Some masks select no bit of the pixel, so that their channels are 0 everywhere: ", names, ".");
+            "Some masks select no bit of the pixel, so their channels are 0 everywhere: ", names, ".");
 }
 
 void addMaskSurprises(const FileFacts& facts, const Verdict& verdict, Findings& findings) {
@@ -191,10 +191,10 @@ void addMaskSurprises(const FileFacts& facts, const Verdict& verdict, Findings& 
     if (hasColour) addColourMasks(format, *verdict.format, bytes >= 4 ? UINT32_MAX : (1U << 8 * bytes) - 1, findings);
     if (verdict.channels != 3 && format.dwABitMask == 0)
         add(findings, wrong, "alpha-mask-zero", "export it again with the mask of its alpha",
-            "The header promises alpha, but the alpha mask is 0, so that alpha is 0 everywhere.");
+            "The header declares alpha, but the alpha mask is 0, so alpha is 0 everywhere.");
     if (!isDx10 && named.dwRGBBitCount < 8)
         add(findings, suspect, "bit-count-too-small", "if it is garbled, export it again", "dwRGBBitCount is ",
-            named.dwRGBBitCount, ", so that a pixel is assumed to have a byte for each channel, ", bytes, " in all.");
+            named.dwRGBBitCount, ", so each pixel is assumed to have one byte per channel, ", bytes, " in all.");
     const bool isReversed = named.dwRBitMask == 0x3FF00000 && named.dwGBitMask == 0xFFC00 && named.dwBBitMask == 0x3FF;
     if (isReversed && hasColour && !isDx10 && bytes >= 4)
         add(findings, suspect, "masks-reversed", "if red and blue are swapped, export it again",
@@ -237,7 +237,7 @@ void addValueSurprises(const FileFacts& facts, const Verdict& verdict, Findings&
         add(findings, noted, "blue-missing", "`kpximage convert --swizzle rgz` reconstructs blue",
             "Only red and green are stored, as in a normal map; blue is 0.");
     if ((facts.header.header.ddspf.dwFlags & DDPF_NORMAL) != 0)
-        add(findings, suspect, "normal-map", "if x is in alpha, `kpximage convert --swizzle agz` unpacks it",
+        add(findings, suspect, "normal-map", "if x is in alpha, `kpximage convert --swizzle agz1` unpacks it",
             "The file is flagged as a normal map (0x80000000), in which x may be stored as alpha; the "
             "channels are delivered as stored.");
 }
@@ -254,7 +254,7 @@ void addPictureSurprises(const FileFacts& facts, const Verdict& verdict, Finding
     const std::uint64_t whole = wholeSurfaces(layout);
     if (whole != 0 && whole != layout.count)
         add(findings, suspect, "pictures-missing", getWhole, "Only ", whole, " of the ", countText(layout.count),
-            " pictures that the header declares, mipmaps included, are whole in the file.");
+            " pictures declared in the header (mipmaps included) are complete.");
     const std::uint32_t levels = facts.header.header.dwMipMapCount;
     if (levels > layout.contents.levels)
         add(findings, suspect, "levels-impossible", "", "The header declares ", levels,

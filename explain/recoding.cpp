@@ -80,11 +80,11 @@ using enum Number;
 constexpr const char* asSigned = "signed values become -1 to 1";
 constexpr const char* asSignedLuminance = "signed values become -1 to 1, and the luminance becomes blue, 0 to 1";
 constexpr const char* asYuv =
-    "YUV of studio range becomes full-range colour by ITU-R BT.601, and pixels that share a colour keep sharing it";
+    "studio-range YUV becomes full-range colour by ITU-R BT.601, and shared chroma is not interpolated";
 
 constexpr RecodingRow rows[] = {
-    {Recoding::swizzledBlocks, 4, 4, 16, 87, 4,
-     "the blocks are decoded as \"DXT5\" and each channel is put in its place", recodeBlock},
+    {Recoding::swizzledBlocks, 4, 4, 16, 87, 4, "the blocks are decoded as \"DXT5\" and the channels are reordered",
+     recodeBlock},
     {Recoding::xrBias,
      1,
      1,
@@ -135,7 +135,7 @@ bool hasPixels(const Draft& draft) {
 }
 
 struct RecodedSize {
-    std::uint64_t pictures;     // that are whole in the file
+    std::uint64_t pictures;     // that are complete in the file
     std::uint64_t sourceBytes;  // that they have
     std::uint64_t bytes;        // that they become
 };
@@ -215,7 +215,7 @@ std::string repairing::pixelsRecoded(Draft& draft) {
     std::string sentence = textOf("The pixels are recoded from ", source, " to ", target, ": ", recoding->words, ".",
                                   padding, " ", bytesText(size.sourceBytes), " of data become ", size.bytes, ".");
     if (size.pictures < layout.count)
-        sentence += textOf(" Only ", size.pictures, " of ", layout.count, " pictures are whole and recoded.");
+        sentence += textOf(" Only ", size.pictures, " of ", layout.count, " pictures are complete and recoded.");
     if (behind != 0) sentence += textOf(" The ", bytesText(behind), " after them are dropped.");
     return sentence;
 }
@@ -226,7 +226,7 @@ std::optional<Finding> recodingObstacle(const FileFacts& facts, const Repair& re
     if (!isBlack || recoding.helps()) return std::nullopt;
     if (recoding.recoded) {
         const Finding cause = causesOf(recoding.facts, recoding.verdict).front();
-        return obstacle("Recoded, it could not be decoded either. " + cause.sentence, cause.advice);
+        return obstacle("It could not be decoded even after recoding. " + cause.sentence, cause.advice);
     }
     const Format* row = formatToRepair(draft);
     const RecodingRow* known = row == nullptr ? nullptr : recodingOf(*row);
@@ -240,7 +240,7 @@ std::optional<Finding> recodingObstacle(const FileFacts& facts, const Repair& re
     return obstacle(textOf("It cannot be recoded, as its data is incomplete: a picture of ", size, " has ",
                            known->pictureBytes(header.dwWidth, header.dwHeight), " bytes, the file has ",
                            facts.fileBytes - draft.dataStart, "."),
-                    "get a whole copy of it");
+                    "get a complete copy");
 }
 
 }  // namespace kpx

@@ -162,7 +162,7 @@ std::string replaceDxgiByMasks(Draft& draft, const Format& row) {
     draft.facts.dx10Header = {};
     updateFileSize(draft, factBytes, sizeof(DdsFileHeader));
     std::string sentence =
-        textOf("The DX10 header, 20 bytes for DXGI ", dxgiText(dx10.dxgiFormat), ", is replaced by ", masks, ".");
+        textOf("The 20-byte DX10 header with DXGI ", dxgiText(dx10.dxgiFormat), " is replaced by ", masks, ".");
     if (dx10.arraySize > 1) sentence += textOf(" The array size ", dx10.arraySize, " is lost.");
     // Masks imply straight alpha, so premultiplied and the modes numbered above it are lost.
     if ((dx10.miscFlags2 & alphaModeMask) >= alphaModePremultiplied)
@@ -186,7 +186,7 @@ std::string replaceCodeByDxgi(Draft& draft, const Format& row) {
     if (target.blockBytes == 0) replaceLinearSizeByPitch(header, std::uint64_t{target.bytesPerPixel} * header.dwWidth);
     // A bump map may be named by its flags.
     const std::string name = row.pixelFlags != 0 ? row.name : "code " + namedCode(row.id);
-    return textOf("The pixel format changes from ", name, " to a DX10 header, 20 bytes for DXGI ", dxgiText(target.id),
+    return textOf("The pixel format changes from ", name, " to a 20-byte DX10 header with DXGI ", dxgiText(target.id),
                   row.remedy.text, ".");
 }
 
@@ -236,7 +236,7 @@ std::string fixAlphaWithoutMask(Draft& draft) {
     // With fewer than 8 bits, the count of channels decides the size of a pixel.
     if (!isColour || format.dwABitMask != 0 || format.dwRGBBitCount < 8) return {};
     format.dwFlags &= ~DDPF_ALPHAPIXELS;
-    return "DDPF_ALPHAPIXELS is removed: the alpha mask is 0, so that every pixel would be transparent.";
+    return "DDPF_ALPHAPIXELS is removed: the alpha mask is 0, so every pixel would be transparent.";
 }
 
 std::string fixMissingLinearSize(Draft& draft) {

@@ -40,14 +40,14 @@ uint32_t widthOfWholeFile(const std::string& path) {
     file.read(header.data(), headerSize);
     if (file.gcount() != headerSize) {
         throw HostError("could not be written: only " + std::to_string(file.gcount()) +
-                        " bytes arrived on the disk; is it full?");
+                        " bytes were written; is the disk full?");
     }
     const uint64_t expected = headerSize + word(header, heightOffset) * word(header, pitchOffset);
     std::error_code error;
     const uint64_t actual = std::filesystem::file_size(path, error);
     if (error || actual != expected) {
         throw HostError("could not be written: " + std::to_string(error ? 0 : actual) + " of " +
-                        std::to_string(expected) + " bytes arrived on the disk; is it full?");
+                        std::to_string(expected) + " bytes were written; is the disk full?");
     }
     return static_cast<uint32_t>(word(header, widthOffset));
 }

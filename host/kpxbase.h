@@ -35,7 +35,7 @@ struct ImageFileDescriptor;
 typedef int (*ScanlineReadFunction)(void* object, int y, unsigned char*** rows);
 /* Writing: takes one row pointer per channel, in the same order. Returns 0, or -2 on failure. */
 typedef int (*ScanlineWriteFunction)(void* object, int y, unsigned char** rows);
-/* The type of the slot in ImageHandle, for either of the two. */
+/* The type of ImageHandle.scanlineFunction; cast it to one of the two types above. */
 typedef void (*ScanlineFunction)(void);
 typedef int (*CloseFunction)(struct ImageHandle* handle);
 
@@ -54,13 +54,13 @@ typedef struct OptionSetting {
  */
 typedef struct ImageHandle {
     void** pluginData;      /* the plug-in's private block: one pointer to its reader or writer */
-    const char* formatName; /* the format's name, the subject of messages; the caller's */
-    char* name;             /* the path, or the pattern for kpx__build_handle; the caller's */
+    const char* formatName; /* the format's name, used in messages; owned by the caller */
+    char* name;             /* the path, or the pattern for kpx__build_handle; owned by the caller */
     uint8_t nameIsPath;     /* non-zero: name is the path itself */
     uint8_t m_host0[15];
     void* nameContext; /* handed to kpx__build_handle by value */
     uint8_t m_host1[64];
-    OptionSetting** options; /* null, or pointers ended by a null pointer; the caller's */
+    OptionSetting** options; /* null, or a null-terminated array; owned by the caller */
     uint8_t m_host2[8];
     void* channelFormatData; /* non-null: the plug-in refuses to write the image */
     uint8_t m_host3[4];
@@ -98,7 +98,7 @@ typedef struct ImageFileDescriptor {
     int32_t orientation; /* 2: scanline 0 is the bottom row of the picture */
     char* channelFormat;
     int32_t channelCount; /* 0 to 4 in reading, 3 in writing */
-    int32_t channelBytes; /* 1 or 2; 2 also stands beside channelBits 32 */
+    int32_t channelBytes; /* 1 or 2; also 2 if channelBits is 32 */
     int32_t channelBits;
     uint8_t m_host4[4];
     char* matteFormat;
@@ -118,7 +118,7 @@ typedef struct CapabilityValue {
     uint16_t code;
     uint8_t zero[6];
     void* reserved;
-    int32_t catalogSet; /* with messageNumber and defaultText: a catgets look-up of the display name */
+    int32_t catalogSet; /* with messageNumber and defaultText: the catgets arguments for the display name */
     int32_t messageNumber;
     const char* defaultText;
 } CapabilityValue;
@@ -232,8 +232,8 @@ char* kpx__build_handle(int zero, const char* name, void* nameContext);
  */
 int kpx__free_obj(ImageHandle* handle);
 /*
- * Reports an error (severity 3) or a warning (2) by the catalogue's message, or by the format if there is none.
- * Arguments as for printf.
+ * Reports an error (severity 3) or a warning (2) with the catalogue's message, or with `format` if the catalogue has
+ * none. Further arguments as for printf.
  */
 void ERR_report_cat(nl_catd catalogue, int set, int number, int severity, const char* format, ...);
 /* Prints an error. Arguments as for printf. */
@@ -262,19 +262,19 @@ typedef int ImageOpenFunction(ImageHandle* handle);
  * before other threads use the plug-in. Returns 1, or 0 if a text cannot be allocated.
  */
 ImageInitFunction imageInit;
-/* Returns the first row of the option table, the numbers of rows with flag 1 and with flag 2, and that of all rows. */
+/* Stores the first row of the option table, and the numbers of rows with flag 1, with flag 2, and of all rows. */
 ImageCapabilityFunction imageCapability;
 ImageCapabilityFunction KPX_dds_capability; /* the same under the name of the format, here DDS */
 /*
- * Returns 1 if the stream, or if that is null the file at path, has this format; else 0. Reads the stream from its
- * start, and leaves it open.
+ * Returns 1 if the stream has this format, else 0. If the stream is null, tests the file at path. Reads the stream from
+ * its start, and leaves it open.
  */
 ImageIsFileFunction imageIsFile;
 /*
- * Return 1 if the image is open and its callbacks are in the handle; 0 after a message. A plug-in may lack
- * imageWriteOpen, which empties an existing file. Scanline 0 is the bottom row, for reading and writing. The width in
- * a DDS file is a multiple of 4. No call reports a failed write: closeFunction returns 0 on a full disk too. Check the
- * size of the file, as docs/protocol.md describes.
+ * Return 1 if the image is open and its callbacks are in the handle, or 0 after a message. imageWriteOpen truncates an
+ * existing file; a plug-in may lack this function. Scanline 0 is the bottom row, for reading and writing. The width of
+ * a written DDS file is rounded up to a multiple of 4. No call reports a failed write: closeFunction returns 0 on a
+ * full disk too. Check the size of the file, as docs/protocol.md describes.
  */
 ImageOpenFunction imageReadOpen;
 ImageOpenFunction imageWriteOpen;

@@ -38,11 +38,11 @@ _default_names = {1: "Y", 3: "RGB", 4: "RGBA"}
 class Error(OSError):
     """Raised if a file cannot be read or written, or no plug-in can be loaded. Its text is "PATH: SENTENCE".
 
-    If a system call failed, errno is its error number, and the exception is also the built-in one for that number, such
-    as FileNotFoundError or PermissionError. Otherwise errno is None.
+    If a system call failed, errno is its error number, and the exception is also an instance of the matching built-in
+    class, such as FileNotFoundError or PermissionError. Otherwise errno is None.
 
-    path: the file, as it was passed; filename is the same as str or bytes. None if no plug-in can be loaded.
-    sentence: the message of the tool kpximage for the same failure.
+    path: the path, as it was passed, or None if no plug-in can be loaded; filename is the same path as str or bytes.
+    sentence: the message that the tool kpximage prints for the same failure.
     """
 
     def __init__(self, path: Optional[Path], sentence: str, code: Optional[int] = None) -> None:
@@ -70,14 +70,14 @@ def _error(path: Optional[Path], sentence: str, code: Optional[int]) -> Error:
 
 
 class ImageWarning(UserWarning):
-    """A picture is not what it seems: black because it cannot be decoded, or stored with another width."""
+    """Says that a picture is black because it cannot be decoded, or that it is stored with a different width."""
 
 
 class Image(_Array):
-    """A picture and what is known of its file.
+    """A picture, with information about its file.
 
-    channels: the names of the last axis in order, such as ("R", "G", "B", "A"), ("Y",) or ("A",). An array derived from
-    the picture keeps them if it has three axes and the last has the same length; otherwise they are None.
+    channels: the channel names along the last axis, such as ("R", "G", "B", "A"), ("Y",) or ("A",). An array derived
+    from the picture keeps them if it has three axes and the last has the same length; otherwise they are None.
     is_black: whether it is the 64 by 64 black picture that replaces one that cannot be decoded.
     grade: the grade of the file, from "right" to "black"; None for arrays that were not read.
     findings: dicts with "id", "severity", "sentence" and perhaps "advice".
@@ -161,7 +161,7 @@ def read(path: Path) -> Image:
     the picture is black, 64 by 64, its is_black is true, and an ImageWarning says why.
 
     Raises Error if the file cannot be opened, is not a DDS file or has no pixels, and MemoryError if the picture cannot
-    be allocated. Signals are handled after a picture has been decoded, not in between.
+    be allocated. Signals are handled only after a picture has been decoded.
     """
     name = _file_name(path)
     plugin_path()
@@ -178,13 +178,13 @@ def read(path: Path) -> Image:
 
 def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
           alpha: Union[bool, str, None] = None) -> None:
-    """Writes an uncompressed DDS file of 24-bit BGR or, with alpha, 32-bit BGRA, whole or not at all.
+    """Writes an uncompressed DDS file, completely or not at all: 24-bit BGR or, with alpha, 32-bit BGRA.
 
     path: a name that ends in .dds.
     array: uint8 of shape (height, width) or (height, width, 1 to 4), the top row first.
     channels: the name of each channel, in any order, from one of the sets Y, R, A, YA, RA, RG, RGA, RGB and RGBA. R
     without G is written as grey. Default: the channels of the Image, or by their count: 1 is Y, 3 is RGB, 4 is RGBA.
-    alpha: False drops alpha; or the name of a value of the plug-in's option "Alpha".
+    alpha: a bool, where False drops alpha, or the name of a value of the plug-in's option "Alpha".
 
     Floats must be converted to uint8 first. For scene-linear colours, as in float pictures that read returns:
 
@@ -192,9 +192,10 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
         srgb = np.where(light <= 0.0031308, 12.92 * light, 1.055 * light ** (1 / 2.4) - 0.055)
         kpximage.write("out.dds", np.rint(255 * srgb).astype(np.uint8))
 
-    Raises ValueError for other names, shapes, channels and values of alpha, and if the array has some of an Image's
-    channels and they are not named; TypeError for values other than uint8 and for masked arrays; Error if the file
-    cannot be written. An ImageWarning says that another width is stored; if it is raised, no file is written.
+    Raises ValueError for any other name, shape, channels or value of alpha, and if the array has only some channels of
+    an Image and channels is not passed. Raises TypeError for values other than uint8 and for masked arrays. Raises Error
+    if the file cannot be written. An ImageWarning says that a different width is stored. If a warning filter turns it
+    into an exception, no file is written.
     """
     name = _file_name(path)
     if not name.lower().endswith(b".dds"):
@@ -247,11 +248,11 @@ def explain(path: Path) -> "dict[str, Any]":
 
 
 def repair(path: Path, out: Optional[Path] = None, convert: bool = False) -> "dict[str, Any]":
-    """Writes a copy with a header that is decoded correctly. Returns the object of `kpximage repair --json`.
+    """Writes a copy with a corrected header. Returns the object of `kpximage repair --json`.
 
-    out: the copy. It appears whole or not at all, and only if "result" is "repaired" or "recoded". Without it nothing
-    is written, as with --dry-run.
-    convert: recode the pixels too if nothing else helps.
+    out: path of the copy, which is written completely or not at all, and only if "result" is "repaired" or "recoded".
+    Without out, nothing is written, as with --dry-run.
+    convert: also recode the pixels if a new header is not enough.
 
     Raises Error if the file cannot be read or the copy cannot be written.
     """

@@ -239,7 +239,7 @@ TEST_F(Tool, ExplainContinuesAfterAFailure) {
     EXPECT_EQ(result.err,
               "kpximage: missing.dds: cannot open the file: No such file or directory\n"
               "kpximage: pipe: is not a regular file\n"
-              "kpximage: 4 files: 1 black, 2 failed, 1 unreadable\n");
+              "kpximage: 4 files: 1 black, 3 unreadable\n");
 }
 
 TEST_F(Tool, RepairNeverOverwritesItsInput) {

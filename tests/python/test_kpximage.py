@@ -289,7 +289,7 @@ def test_failed_writes_leave_no_file(tmp_path):
     file.write_text("earlier")
     full = python("import kpximage, numpy, resource, sys\nresource.setrlimit(resource.RLIMIT_FSIZE, (9999, 9999))\n"
                   "try: kpximage.write(sys.argv[1], numpy.zeros((99, 99, 4), 'u1'))\nexcept kpximage.Error as e: print(e)", file)
-    assert full.stdout.startswith(f"{file}: could not be written: ") and full.stdout.endswith("is it full?\n")
+    assert full.stdout.startswith(f"{file}: could not be written: ") and full.stdout.endswith("is the disk full?\n")
     with pytest.raises(kpximage.Error, match=r"Cannot open file .*a\.dds; "):
         kpximage.write(file, np.broadcast_to(np.uint8(0), (70000, 70000, 3)))
     previous = signal.signal(signal.SIGALRM, lambda *_: signal.raise_signal(signal.SIGINT))

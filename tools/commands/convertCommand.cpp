@@ -113,7 +113,8 @@ private:
 const Format* Conversion::chosenFormat() const {
     const std::string& output = m_places.output();
     if (m_places.isFolder()) return m_arguments.format.empty() ? nullptr : formatNamed(m_arguments.format);
-    if (!m_arguments.format.empty()) throw UsageError("--format needs a folder; the name of a file states its format");
+    if (!m_arguments.format.empty())
+        throw UsageError("--format requires an output folder; a file's extension sets its format");
     const Format* format = formatOfFile(output);
     if (format != nullptr) return format;
     throw UsageError(output + ": the name of the output must end in " + extensionList());
@@ -192,7 +193,7 @@ Outcome run(const std::string& pluginPath, const Arguments& arguments) {
 }
 
 std::string complaintAboutSwizzle(const std::string& text) {
-    return isSwizzle(text) ? "" : text + " is not one to four of r g b a 0 1, with z only after two others";
+    return isSwizzle(text) ? "" : text + " is invalid; use one to four of r g b a 0 1 z, with z only after two others";
 }
 
 }  // namespace

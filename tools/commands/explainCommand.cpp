@@ -64,6 +64,7 @@ std::string textOfFile(const std::string& name, const Explanation& file, bool ha
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     if (!pluginPath.empty()) loadPlugin(pluginPath);
     const auto show = [&](const InputFile& input, Report& report) {
+        report.countAs(gradeName(Grade::unreadable));  // if it cannot be opened
         const Explanation file = explain(OpenFile(input.path).facts());
         return list(arguments, file, textOfFile(input.path, file, arguments.hasDetails), report);
     };

@@ -23,7 +23,7 @@ Outcome run(const std::string& /*pluginPath*/, const Arguments& arguments) {
 }  // namespace
 
 void addHelpCommand(CLI::App& app, Invocation& invocation) {
-    const auto command = addCommand(app, invocation, "help", "Show the commands, or the options of one", run);
+    const auto command = addCommand(app, invocation, "help", "Show all commands, or a command's options", run);
     command.arguments.program = &app;
     std::vector<std::string> names;
     for (const CLI::App* each : app.get_subcommands(nullptr)) names.push_back(each->get_name());

@@ -64,6 +64,7 @@ void checkMatchesHeaders(const OpenedImage& image) {
 Outcome run(const std::string& pluginPath, const Arguments& arguments) {
     const auto plugin = arguments.isOpening || !pluginPath.empty() ? loadPlugin(pluginPath) : nullptr;
     const auto show = [&](const InputFile& input, Report& report) {
+        report.countAs(gradeName(Grade::unreadable));  // if it cannot be opened
         const OpenFile opened(input.path);
         const Explanation file = explain(opened.facts());
         const bool isReadable = file.grade != Grade::unreadable;

@@ -104,7 +104,7 @@ private:
                 "\n");
         else if (isUndone)
             report.print(printable(path) +
-                         (isDryRun ? ": the original would be put back\n" : ": the original is back\n"));
+                         (isDryRun ? ": the original would be restored\n" : ": the original is restored\n"));
         else if (m_arguments.batch.isSingle())
             report.note(textOf("nothing to undo: there is no ", std::filesystem::path(path).filename().string(),
                                originalEnding));

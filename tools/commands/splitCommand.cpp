@@ -43,7 +43,7 @@ Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& p
     const OpenFile input(file.path);
     const SurfaceLayout layout = layoutOf(input.facts());
     const std::uint64_t whole = wholeSurfaces(layout);
-    if (whole == 0) throw FileError("is incomplete: no picture in it is whole");
+    if (whole == 0) throw FileError("is incomplete: no picture in it is complete");
     const fs::path folder = fs::path(arguments.output.output) / file.folder;
     Json names = Json::array();
     forEachWholeSurface(layout, [&](const Surface& surface) {
@@ -62,9 +62,9 @@ Outcome split(const InputFile& file, const Arguments& arguments, OutputPlaces& p
                             printable(folder.string()), "\n"));
     report.countAs("split");
     if (whole == layout.count) return Outcome::done;
-    report.warn(
-        textOf("is incomplete: of ", countText(layout.count), " only ", whole, whole == 1 ? " is" : " are", " whole"),
-        "incomplete: some pictures are missing");
+    report.warn(textOf("is incomplete: only ", whole, " of ", countText(layout.count), whole == 1 ? " is" : " are",
+                       " complete"),
+                "incomplete: some pictures are missing");
     return Outcome::bad;
 }
 

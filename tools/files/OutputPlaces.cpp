@@ -51,7 +51,7 @@ bool OutputPlaces::claim(const std::string& place, const std::string& input) {
         const fs::path file = fs::weakly_canonical(fs::absolute(place), error);
         const std::lock_guard lock(m_mutex);
         if (!m_claimed.insert(error ? place : file.string()).second)
-            throw OutputError("is the output of another input already", place);
+            throw OutputError("is already the output of another input", place);
     }
     struct stat output {
     }, source{};
@@ -61,7 +61,7 @@ bool OutputPlaces::claim(const std::string& place, const std::string& input) {
         const bool isOlder = stat(input.c_str(), &source) == 0 && timeOf(source.st_mtim) > timeOf(output.st_mtim);
         if (m_replacing.isUpdating && !isOlder) return false;
         if (!m_replacing.isUpdating && !m_replacing.isForced)
-            throw OutputError("exists already; --force replaces it", place);
+            throw OutputError("already exists; --force replaces it", place);
     }
     if (!m_isFolder) return true;
     std::error_code error;

@@ -84,7 +84,7 @@ void PendingFile::openEarlier() {
     // Fails for a dangling link. A link that could not be resolved may still lead to a pipe.
     if (fstatat(m_folder, m_name.c_str(), &status, 0) != 0) return;
     if (!S_ISREG(status.st_mode)) throw OutputError("exists and is not a regular file");
-    if (m_existing == Existing::refuse) throw OutputError("exists already; --force replaces it");
+    if (m_existing == Existing::refuse) throw OutputError("already exists; --force replaces it");
     m_earlier = openat(m_folder, m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (m_earlier < 0 || fstat(m_earlier, &m_earlierStatus) != 0)
         throw systemError<OutputError>("cannot be replaced", errno);
@@ -164,7 +164,7 @@ void PendingFile::keepEarlier(const std::string& ending) {
     const bool isThere = fstatat(m_folder, name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0;
     // A run that was stopped before it replaced the file left the link.
     if (isThere && isSameFile(there, m_earlierStatus)) return;
-    if (isThere) throw OutputError("is left as it is: " + name + " exists already");
+    if (isThere) throw OutputError("is not changed: " + name + " already exists");
     try {
         PendingFile copy(m_folderPath + "/" + name, 0600, Existing::refuse);
         copyData(m_earlier, copy.m_descriptor);
@@ -175,7 +175,7 @@ void PendingFile::keepEarlier(const std::string& ending) {
         copy.flushToDisk();
         copy.commit();
     } catch (const OutputError& error) {
-        throw OutputError("is left as it is: " + name + " " + error.what());
+        throw OutputError("is not changed: " + name + " " + error.what());
     }
 }
 
@@ -196,7 +196,7 @@ void PendingFile::commit() {
     stopIfInterrupted();
     if ((m_permissions & 0600) != 0600) fchmod(m_descriptor, m_permissions);
     if (takeDestination()) return;
-    if (errno == EEXIST) throw OutputError("exists already; --force replaces it");
+    if (errno == EEXIST) throw OutputError("already exists; --force replaces it");
     throw systemError<OutputError>("cannot be created", errno);
 }
 

@@ -43,8 +43,8 @@ void checkIsThere(const Verdict& verdict) {
     const std::uint64_t rowBytes = std::max(verdict.pictureBytes / verdict.height, std::uint64_t{verdict.width} * 4);
     const bool isBounded = rowBytes * (verdict.height - verdict.wholeRows) <= mostMissingBytes;
     if (isBounded && std::max(verdict.width, verdict.height) <= largestIncompleteSide) return;
-    throw FileError(textOf("is incomplete: it declares ", verdict.width, " x ", verdict.height, " pixels and holds ",
-                           verdict.wholeRows, " of these rows"));
+    throw FileError(textOf("is incomplete: it declares ", verdict.width, " x ", verdict.height, " pixels but has ",
+                           verdict.wholeRows, " complete rows"));
 }
 
 }  // namespace

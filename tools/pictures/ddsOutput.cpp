@@ -34,8 +34,8 @@ uint32_t writeThroughHost(PixelSource& source, const std::string& path, const Ou
 std::string writeDds(PixelSource& source, const std::string& path, const OutputSettings& settings) {
     const auto width = static_cast<uint32_t>(source.layout().width);
     if (width % widthUnit != 0 && !settings.isPadded)
-        throw FileError(textOf("has a width of ", width, "; DDS files are written with a multiple of ", widthUnit,
-                               ". --pad repeats the last column to fill it up"));
+        throw FileError(textOf("has a width of ", width, "; DDS output requires a multiple of ", widthUnit,
+                               ". --pad widens it by repeating the last column"));
     try {
         const uint32_t stored = writeThroughHost(source, path, settings);
         return stored == width ? "" : textOf("the width ", width, " is stored as ", stored);

@@ -57,7 +57,7 @@ PluginChoice choosePlugin(const std::string& option, const Searcher& searcher) {
         if (fs::exists(file, error)) return {file, folder.place};
         missing += (missing.empty() ? "" : ", ") + file.string();
     }
-    throw FileError("found no plug-in: there is none of " + missing + "; name one " + searcher.naming);
+    throw FileError("found no plug-in; tried " + missing + "; name one " + searcher.naming);
 }
 
 std::unique_ptr<host::Plugin> loadPlugin(const std::string& option) {

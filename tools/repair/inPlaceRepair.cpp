@@ -68,8 +68,8 @@ RepairPlan repairInPlace(const std::string& path) {
     RepairPlan plan = planRepair(file.facts());
     if (!plan.helps()) return plan;
     if (file.status().st_nlink > 1 && !Place(path).hasOriginal())
-        throw OutputError(textOf("is left as it is: it has ", file.status().st_nlink,
-                                 " names (hard links), and only one would be repaired"));
+        throw OutputError(textOf("is not changed: it has ", file.status().st_nlink,
+                                 " hard links, and only one of them would be repaired"));
     PendingFile pending(path);
     if (!pending.replaces(file.status())) throw FileError("has been changed by another program");
     writeRepaired(file, plan, pending.descriptor());

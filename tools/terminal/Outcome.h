@@ -12,7 +12,7 @@ enum class Outcome { done = 0, failed = 1, usage = 2, bad = 3 };
 inline constexpr const char* exitStatuses =
     "Exit status:\n"
     "  0  every file is fine\n"
-    "  1  a file could not be opened, read or written\n"
+    "  1  a file is unreadable, or an output could not be written\n"
     "  2  wrong usage; nothing was done\n"
     "  3  a file is black (cannot be decoded) or wrong; with --strict, also suspect\n"
     "If both 1 and 3 apply, the status is 1.";
