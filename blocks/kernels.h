@@ -77,8 +77,8 @@ struct MaskField {
     std::uint32_t addend;
 
     // Whether 16-bit words are enough. True for 8,473 of the 65,535 masks of up to 16 bits, including all whose bits
-    // are contiguous, and all with at most 7 bits from the lowest to the highest. Then value = (h x wordMultiplier >>
-    // 16) x wordScale >> 16, where h is the upper half of (pixel << lift) & field.
+    // are contiguous, and all with at most 7 bits from the lowest to the highest. Then h is the upper half of
+    // (pixel << lift) & field, and the value is (h x wordMultiplier >> 16) x wordScale >> 16.
     bool fitsWord;
     std::uint16_t wordMultiplier;
     std::uint16_t wordScale;

@@ -77,7 +77,7 @@ void handleSignals() {
 tool::OpenedImage openImage(const host::Plugin& plugin, const std::string& path, Explanation& explanation) {
     const tool::OpenFile file(path);
     explanation = explain(file.facts());
-    if (explanation.grade == Grade::unreadable) throw FileError(tool::gradeText(explanation).sentence);
+    if (explanation.grade == Grade::unreadable) throw tool::FileError(tool::gradeText(explanation).sentence);
     tool::OpenedImage image = tool::openThroughHost(plugin, file);
     // The picture could be decoded, but its memory could not be allocated.
     if (image.isBlack && image.verdict.result == Result::decoded) throw std::bad_alloc();
@@ -258,7 +258,7 @@ void setFailure(py::handle failure, const Error& error, bool isOfOutput) {
 PYBIND11_MODULE(_kpximage, module) {
     namespace py = pybind11;
     using namespace kpx::python;
-    static const py::handle failure = py::exception<kpx::FileError>(module, "Failure").release();
+    static const py::handle failure = py::exception<kpx::tool::FileError>(module, "Failure").release();
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
             std::rethrow_exception(std::move(thrown));
@@ -266,7 +266,7 @@ PYBIND11_MODULE(_kpximage, module) {
             if (const py::object text = pathText(error.what())) PyErr_SetObject(PyExc_ValueError, text.ptr());
         } catch (const kpx::tool::OutputError& error) {
             setFailure(failure, error, true);
-        } catch (const kpx::FileError& error) {
+        } catch (const kpx::tool::FileError& error) {
             setFailure(failure, error, false);
         } catch (const kpx::host::HostError& error) {
             setFailure(failure, error, false);

@@ -193,9 +193,9 @@ def write(path: Path, array: Any, channels: Optional[Sequence[str]] = None,
         kpximage.write("out.dds", np.rint(255 * srgb).astype(np.uint8))
 
     Raises ValueError for any other name, shape, channels or value of alpha, and if the array has only some channels of
-    an Image and channels is not passed. Raises TypeError for values other than uint8 and for masked arrays. Raises Error
-    if the file cannot be written. An ImageWarning says that a different width is stored. If a warning filter turns it
-    into an exception, no file is written.
+    an Image and channels is not passed. Raises TypeError for values other than uint8 and for masked arrays. Raises
+    Error if the file cannot be written. An ImageWarning says that a different width is stored. If a warning filter
+    turns it into an exception, no file is written.
     """
     name = _file_name(path)
     if not name.lower().endswith(b".dds"):

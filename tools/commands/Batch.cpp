@@ -42,7 +42,7 @@ public:
         ++m_groups[group->second].files;
     }
 
-    void tellGroups() const {
+    void printGroups() const {
         for (const auto& [first, files] : m_groups)
             files == 1 ? printMessage(first.file, first.sentence) : printMessage(textOf(files, " files"), first.group);
     }
@@ -85,7 +85,7 @@ public:
         for (const std::optional<Result>& result : m_results) {
             if (result) write(*result);
         }
-        m_messages.tellGroups();
+        m_messages.printGroups();
         if (m_error != nullptr) end();
         if (m_hasCount) printMessage(count());
         return m_worst;

@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include "explain/text.h"
+#include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <map>
 
-#include "explain/verdict.h"
+#include "tools/terminal/errors.h"
 #include "tools/terminal/messages.h"
 
 namespace kpx::tool {

@@ -9,8 +9,8 @@
 #include <iostream>
 #include <mutex>
 
-#include "explain/verdict.h"
 #include "tools/terminal/characters.h"
+#include "tools/terminal/errors.h"
 
 namespace kpx::tool {
 namespace {
